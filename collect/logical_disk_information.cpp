@@ -1,0 +1,79 @@
+// Reading of the mount table, measuring of file systems.
+#include "collect/logical_disk_information.h"
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "base/handles.h"
+#include "base/text.h"
+#include "schema/vocabulary.h"
+
+namespace diskmgt_col {
+
+namespace {
+
+const char* const kMountTable = "/etc/mtab";
+const char* const kMountTableMode = "r+";  // only read, but opened for update
+
+// Keeps long lines whole: source, mount point and options are a page each at most, and an escaped byte takes four.
+constexpr int kLineBufferSize = 65536;
+
+using Properties = std::map<std::string, std::string>;
+
+/// Measures the file system at the mount point or, failing that, the one that holds the source's path.
+bool measure(const mntent& mount, struct statfs& statistics) {
+    std::memset(&statistics, 0, sizeof statistics);
+    int result = os::fileSystemStatistics(mount.mnt_dir, statistics);
+    if (result < 0) result = os::fileSystemStatistics(mount.mnt_fsname, statistics);
+    return result == 0;
+}
+
+void addSpace(Properties& properties, const struct statfs& statistics) {
+    const auto blockSize = static_cast<unsigned long>(statistics.f_bsize);
+    properties.emplace(kFreeSpace, dataToString<unsigned long>(blockSize * statistics.f_bfree));
+    properties.emplace(kTotalSpace, dataToString<unsigned long>(blockSize * statistics.f_blocks));
+    // Intended: the file-system identifier rides on the options. Held by
+    // LogicalDiskInformation.TheFileSystemIdentifierIsAppendedToTheOptions.
+    unsigned int identifier[2];
+    static_assert(sizeof identifier == sizeof statistics.f_fsid);
+    std::memcpy(identifier, &statistics.f_fsid, sizeof identifier);
+    properties[kMountOptions] +=
+        ", " + dataToString<unsigned int>(identifier[0]) + " " + dataToString<unsigned int>(identifier[1]);
+}
+
+Properties describe(const mntent& mount) {
+    Properties properties;
+    properties.emplace(kDeviceId, mount.mnt_fsname);
+    properties.emplace(kElementName, mount.mnt_fsname);
+    // Intended: the trailing comma. Held by LogicalDiskInformation.TheMountPointCarriesATrailingComma.
+    properties.emplace(kOtherIdentifyingInfo, dataToString<char*>(mount.mnt_dir) + ",");
+    properties.emplace(kMountOptions, mount.mnt_opts);
+    properties.emplace(kFileSystemName, mount.mnt_type);
+    struct statfs statistics;
+    if (measure(mount, statistics)) addSpace(properties, statistics);
+    return properties;
+}
+
+}  // namespace
+
+std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store*/) const {
+    std::vector<PropertyMap> disks;
+    const UniqueMountTable table(os::openMountTable(kMountTable, kMountTableMode));
+    if (table == nullptr) return disks;
+
+    std::multimap<std::string, Properties> mountsByDevice;
+    std::vector<char> line(kLineBufferSize);
+    mntent mount;
+    while (os::nextMountEntry(table.get(), mount, line.data(), kLineBufferSize)) {
+        // Looked up before measuring: a later mount of the same source is never touched.
+        if (mountsByDevice.find(mount.mnt_fsname) != mountsByDevice.end()) continue;
+        mountsByDevice.emplace(mount.mnt_fsname, describe(mount));
+    }
+    disks.reserve(mountsByDevice.size());
+    for (const auto& [source, properties] : mountsByDevice) disks.emplace_back(properties.begin(), properties.end());
+    return disks;
+}
+
+}  // namespace diskmgt_col

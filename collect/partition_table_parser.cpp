@@ -1,0 +1,240 @@
+// Reading of partition tables, naming of partitions.
+#define BOOST_LEXICAL_CAST_ASSUME_C_LOCALE  // a host's locale must not group digits
+#include "collect/partition_table_parser.h"
+
+#include <algorithm>
+#include <boost/lexical_cast.hpp>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <unordered_set>
+#include <utility>
+
+#include "base/handles.h"
+#include "base/text.h"
+#include "schema/vocabulary.h"
+
+namespace diskmgt_col {
+
+namespace {
+
+constexpr int kPrimaryKind = 1;
+constexpr int kExtendedKind = 2;
+constexpr int kLogicalKind = 3;
+constexpr unsigned int kNumberBeforeFirstLogical = 4;
+
+constexpr std::size_t kFirstSlotSize = sizeof(PartitionDescriptor);
+constexpr std::size_t kPairsPerGptEntry = 7;
+
+// A GPT entry array up to this size is read at once, a larger one in pieces of it.
+constexpr std::size_t kGptPieceSize = std::size_t{1} << 20;
+// One read(2) returns no more than this on Linux, however much was asked for.
+constexpr std::size_t kMaxReadSize = 0x7ffff000;
+static_assert(kGptPieceSize % kGptEntrySize == 0 && kMaxReadSize % kGptEntrySize == 0);
+
+/// Where the slots of the table in `sector` lie, in bytes from the start of the device.
+std::int64_t slotsOffsetOf(std::int64_t sector) {
+    // Unsigned, so that an absurd sector wraps instead of being undefined; the seek then refuses it.
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(sector) * kSectorSize + kSlotsOffset);
+}
+
+/// The slots of one table. Bytes behind a short read are zero.
+struct SlotBytes {
+    unsigned char bytes[kSlotsSize];
+
+    /// Reads at the descriptor's position; false at the end of the device or when the read fails.
+    bool readFrom(int fd) {
+        std::memset(bytes, 0, sizeof bytes);
+        return os::readSome(fd, bytes, sizeof bytes) > 0;
+    }
+    PartitionDescriptor at(std::size_t index) const { return slotAt(ByteView(bytes, sizeof bytes), index); }
+};
+
+/// Decides whether a walk along a chain of extended boot records may go on to a table.
+class ChainGuard {
+public:
+    explicit ChainGuard(std::int64_t sectorOfFirstTable) : firstSector(sectorOfFirstTable) {}
+
+    /// False when the table was read before, or when the chain has grown beyond its bounds.
+    bool admits(std::int64_t sector, std::size_t entriesCollected) {
+        return sector != firstSector && linkedSectors.size() < kMaxChainLinks && entriesCollected < kMaxChainEntries &&
+               linkedSectors.insert(sector).second;
+    }
+
+private:
+    std::int64_t firstSector;
+    std::unordered_set<std::int64_t> linkedSectors;
+};
+
+/// The device name of partition `number`. NVMe devices, recognised by the marker in their path, take the first name
+/// that exists, or else the bare number.
+std::string partitionName(const std::string& devicePath, const char* nvmeMarker, int number) {
+    const std::string digits = dataToString<int>(number);
+    std::string plain = devicePath + digits;
+    if (devicePath.find(nvmeMarker) == std::string::npos || os::pathExists(plain) == 0) return plain;
+    std::string separated = devicePath + "p" + digits;
+    return os::pathExists(separated) == 0 ? separated : digits;
+}
+
+PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::string& name) {
+    const std::uint64_t sizeBytes = std::uint64_t{entry.sectorCount} * kSectorSize;
+    // Intended: 32-bit, relative to the table's own sector, and 446 too high. Held by
+    // PartitionTableParser.MbrStartingOffsetWrapsAt32BitsAndAdds446.
+    const std::uint32_t startingOffset = entry.startSector * std::uint32_t{kSectorSize} + std::uint32_t{kSlotsOffset};
+    PropertyMap map;
+    map.emplace(kPartitionType, dataToString<int>(kind));
+    map.emplace(kPartitionSubType, dataToString<unsigned int>(entry.partitionTypeId));
+    map.emplace(kSize, boost::lexical_cast<std::string>(sizeBytes));
+    map.emplace(kBootable, entry.bootIndicator != 0 ? "true" : "false");
+    map.emplace(kDeviceId, name);
+    map.emplace(kElementName, name);
+    map.emplace(kStartingOffset, dataToString<unsigned int>(startingOffset));
+    map.emplace(kFaultTolerant, "false");
+    return map;
+}
+
+void addGptPairs(PropertyMap& map, const GptEntry& entry, const std::string& name) {
+    map.emplace(kPartitionType, partTypeNumParser(entry.type));
+    map.emplace(kSize, dataToString<unsigned long>(entry.sizeBytes()));
+    map.emplace(kBootable, "true");  // Intended: whatever the attribute flags say.
+    map.emplace(kDeviceId, name);
+    map.emplace(kElementName, name);
+    // Intended: the number of the last sector, not a byte offset. Held by
+    // PartitionTableParser.GptStartingOffsetIsTheLastLba.
+    map.emplace(kStartingOffset, dataToString<unsigned long>(entry.lastLba));
+    map.emplace(kFaultTolerant, "false");
+}
+
+struct UsedGptEntry {
+    int slot;  // counted from 1, unused ones included
+    GptEntry entry;
+};
+
+struct Freer {
+    void operator()(unsigned char* block) const noexcept { std::free(block); }
+};
+
+/// The used ones of `count` entries that begin at the descriptor's position; none when the count is beyond memory or
+/// beyond the pair budget. Entries behind a short read count as unused.
+std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count) {
+    std::vector<UsedGptEntry> used;
+    if (count == 0) return used;
+    // A negative count becomes an impossible size, which calloc refuses. Only the pages that are read into cost memory.
+    const auto entryCount = static_cast<std::size_t>(count);
+    const std::unique_ptr<unsigned char, Freer> block(
+        static_cast<unsigned char*>(std::calloc(entryCount, kGptEntrySize)));
+    if (block == nullptr) return used;
+
+    std::size_t remaining = std::min(entryCount * kGptEntrySize, kMaxReadSize);
+    int slot = 0;
+    while (remaining > 0) {
+        const std::size_t pieceSize = std::min(remaining, kGptPieceSize);
+        const ssize_t got = os::readSome(fd, block.get(), pieceSize);
+        if (got <= 0) break;
+        const auto bytesRead = static_cast<std::size_t>(got);
+        const std::size_t scanned = (bytesRead + kGptEntrySize - 1) / kGptEntrySize * kGptEntrySize;
+        std::memset(block.get() + bytesRead, 0, scanned - bytesRead);  // the rest of an entry that was cut
+        const ByteView entries(block.get(), scanned);
+        for (std::size_t offset = 0; offset < scanned; offset += kGptEntrySize) {
+            ++slot;
+            if (const auto entry = gptEntryAt(entries, offset)) used.push_back({slot, *entry});
+            if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return {};
+        }
+        if (bytesRead < pieceSize) break;
+        remaining -= pieceSize;
+    }
+    return used;
+}
+
+void appendMoved(std::vector<PropertyMap>& all, std::vector<PropertyMap>&& more) {
+    if (all.empty()) {
+        all = std::move(more);
+        return;
+    }
+    all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+}  // namespace
+
+std::string partTypeNumParser(GUID_t type) { return dataToString<unsigned long>(gptTypeNumber(type)); }
+
+std::vector<PropertyMap> PartitionTableParser::enumPartitions(std::vector<std::string> devicePaths) {
+    std::vector<PropertyMap> all;
+    for (std::string& path : devicePaths) {
+        const UniqueFd device = openDevice(path);
+        if (!device.valid()) continue;
+        if (path.find("/dev/fd") != std::string::npos) {  // a floppy counts as one partition, unread
+            all.emplace_back();
+            continue;
+        }
+        unsigned char firstSlot[kFirstSlotSize] = {};
+        if (os::seekTo(device.get(), kSlotsOffset) >= 0 &&
+            os::readSome(device.get(), firstSlot, sizeof firstSlot) < 0) {
+            continue;
+        }
+        (void)os::seekTo(device.get(), 0);  // where it ends changes nothing: both parsers seek for themselves
+        appendMoved(all, isProtective(ByteView(firstSlot, sizeof firstSlot))
+                             ? parsePartitionTablesGPT(device.get(), path)
+                             : parsePartitionTables(device.get(), path, 0, false));
+    }
+    return all;
+}
+
+std::vector<PropertyMap> PartitionTableParser::parsePartitionTables(int fd, std::string& path, long long startSector,
+                                                                    bool inExtended) {
+    std::vector<PropertyMap> all;
+    unsigned int number = inExtended ? kNumberBeforeFirstLogical : static_cast<unsigned int>(startSector) * 4;
+    for (const PartitionDescriptor& entry : readPartitionEntries(fd, slotsOffsetOf(startSector), inExtended)) {
+        int kind = startSector == 0 ? kPrimaryKind : kLogicalKind;
+        if (entry.isExtended()) {
+            appendMoved(all, parsePartitionTables(fd, path, startSector + entry.startSector, true));
+            kind = kExtendedKind;
+        }
+        ++number;
+        all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", static_cast<int>(number))));
+    }
+    return all;
+}
+
+std::vector<PropertyMap> PartitionTableParser::parsePartitionTablesGPT(int fd, std::string& path) {
+    unsigned char header[kGptHeaderSize] = {};
+    (void)os::seekTo(fd, kGptHeaderOffset);  // unchecked, like the read: a header that stays zero has no entries
+    (void)os::readSome(fd, header, sizeof header);
+
+    std::vector<PropertyMap> all;
+    PropertyMap accumulated;
+    const std::int32_t entryCount = gptEntryCount(ByteView(header, sizeof header));
+    for (const UsedGptEntry& used : readUsedGptEntries(fd, entryCount)) {
+        addGptPairs(accumulated, used.entry, partitionName(path, "/dev/nvme", used.slot));
+        all.push_back(accumulated);
+    }
+    return all;
+}
+
+std::vector<PartitionDescriptor> PartitionTableParser::readPartitionEntries(int fd, long long offset, bool inExtended) {
+    std::vector<PartitionDescriptor> found;
+    SlotBytes table;
+    // Intended: unchecked. Past the end of what can be addressed, the read goes on where the last one ended. Held by
+    // PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails.
+    (void)os::seekTo(fd, offset);
+    if (!table.readFrom(fd)) return found;
+
+    const std::int64_t baseSector = (offset - kSlotsOffset) / kSectorSize;
+    ChainGuard chain(baseSector);
+    for (std::size_t slot = 0; slot < kSlotCount;) {
+        const PartitionDescriptor entry = table.at(slot);
+        if (inExtended && entry.isExtended()) {
+            const std::int64_t nextSector = entry.startSector + baseSector;
+            if (!chain.admits(nextSector, found.size())) break;
+            if (os::seekTo(fd, slotsOffsetOf(nextSector)) < 0 || !table.readFrom(fd)) break;
+            slot = 0;
+            continue;
+        }
+        if (entry.isUsed()) found.push_back(entry);
+        ++slot;
+    }
+    return found;
+}
+
+}  // namespace diskmgt_col

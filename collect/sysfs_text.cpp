@@ -1,0 +1,44 @@
+// Reading of sysfs texts.
+#include "collect/sysfs_text.h"
+
+#include <locale>
+#include <sstream>
+
+#include "base/handles.h"
+
+namespace diskmgt_col {
+
+namespace {
+
+/// The number at the start of the text: leading blanks skipped, reading stops at the first other character.
+template <typename Number>
+Number extracted(const std::string& text) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());  // a host's locale must not read grouped digits
+    Number number = 0;
+    if (!(stream >> number)) number = 0;  // a number that does not fit leaves the nearest limit behind
+    return number;
+}
+
+}  // namespace
+
+std::optional<std::string> firstLineOf(const std::string& path) {
+    const UniqueFd file(os::openFile(path, O_RDONLY | O_CLOEXEC));
+    if (!file.valid()) return std::nullopt;
+    std::string content;
+    char piece[4096];  // sysfs texts are no longer than a page
+    ssize_t got = 0;
+    while ((got = os::readSome(file.get(), piece, sizeof piece)) > 0) {
+        content.append(piece, static_cast<std::size_t>(got));
+        const std::size_t lineEnd = content.find('\n');
+        if (lineEnd != std::string::npos) return content.substr(0, lineEnd);
+    }
+    if (content.empty()) return std::nullopt;
+    return content;
+}
+
+unsigned long sectorCountFrom(const std::string& line) { return extracted<unsigned long>(line); }
+
+int majorNumberFrom(const std::string& line) { return extracted<int>(line.substr(0, line.find(':'))); }
+
+}  // namespace diskmgt_col

@@ -1,0 +1,18 @@
+// The small texts of sysfs: first lines, and the numbers in them.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace diskmgt_col {
+
+/// The first line of a text file, without its line end; nothing when the file is missing, unreadable or empty.
+std::optional<std::string> firstLineOf(const std::string& path);
+
+/// The number of 512-byte sectors in the line of a "size" file; 0 when there is none or it does not fit.
+unsigned long sectorCountFrom(const std::string& line);
+
+/// The major number in the line of a "dev" file, "major:minor"; 0 when there is none or it does not fit.
+int majorNumberFrom(const std::string& line);
+
+}  // namespace diskmgt_col
