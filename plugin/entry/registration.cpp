@@ -1,0 +1,11 @@
+// The load-time constructor, nothing else. It runs before the library's static constants are set up.
+#include "plugin/entry/disk_mgt_callbacks.h"
+
+namespace {
+
+// 101 is the earliest priority open to programs; static constants come after every prioritised constructor.
+__attribute__((constructor(101))) void registerPlugin() {
+    new diskmgt_col::TDiskMgtCallbacks;  // the host's from here on; freed through PrepareForUnload
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): not ours any more
+
+}  // namespace

@@ -1,0 +1,37 @@
+// What both builders and both providers ask of the host's objects, with null answers turned into exceptions.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <stdexcept>
+#include <string>
+
+#include "plugin/host/cim_model.h"
+#include "plugin/host/tal_exception.h"
+#include "plugin/log/log_message.h"
+
+namespace diskmgt_col {
+
+/// The object itself; throws `std::runtime_error` with the text when the host gave none.
+template <typename T>
+boost::shared_ptr<T> required(boost::shared_ptr<T> object, const char* whenNull) {
+    if (object == nullptr) throw std::runtime_error(whenNull);
+    return object;
+}
+
+inline std::string nameOf(NVEXTAL20::ICIMClass& cls) {
+    NVEXTAL20::TCIMOptions options;
+    return cls.GetName(options);
+}
+
+inline void commit(NVEXTAL20::ICIMInstance& instance) { instance.AddToClass(NVEXTAL20::TCIMOptions()); }
+
+/// Logs that an instance was given up. A host that fails here too loses the line, not the request.
+inline void logFailedCreation(NVEXTAL20::ICIMClass& cls, const NVEXTAL20::TTALException& failure) {
+    try {
+        LogMessage::getInstance()->writeDebug("Attempted creation of instance for " + nameOf(cls) +
+                                              " threw exception " + failure.what());
+    } catch (const NVEXTAL20::TTALException&) {  // nowhere left to tell it
+    }
+}
+
+}  // namespace diskmgt_col

@@ -1,0 +1,14 @@
+// ReferenceMap: one association, on its way to becoming an instance.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "plugin/host/cim_value.h"
+
+namespace diskmgt_col {
+
+/// Role name ("Antecedent", "Dependent") to a reference value.
+using ReferenceMap = std::multimap<std::string, NVEXTAL20::TCIMValue>;
+
+}  // namespace diskmgt_col

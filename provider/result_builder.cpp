@@ -1,0 +1,85 @@
+// Building of instances from texts.
+#include "provider/result_builder.h"
+
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "provider/host_access.h"
+
+namespace diskmgt_col {
+
+using NVEXTAL20::ICIMClass;
+using NVEXTAL20::ICIMInstance;
+using NVEXTAL20::ICIMNamespace;
+using NVEXTAL20::ICIMProperty;
+using NVEXTAL20::TCIMOptions;
+using NVEXTAL20::TCIMValue;
+using NVEXTAL20::TTALException;
+
+namespace {
+
+constexpr unsigned int kSetFlags = 256;
+
+boost::shared_ptr<ICIMNamespace> namespaceOf(ICIMClass& cls) {
+    TCIMOptions options;
+    return required(cls.GetNamespace(options), "the host gave no namespace for a class");
+}
+
+TCIMValue arrayOf(const TCIMValue::TCIMType& type, std::string& text, ICIMClass& cls) {
+    std::vector<std::string> pieces = multiStringTok(text, ',');
+    const TCIMValue::TCIMType elementType(type.ToString());
+    std::vector<TCIMValue> elements;
+    elements.reserve(pieces.size());
+    for (std::string& piece : pieces) elements.emplace_back(elementType, piece, namespaceOf(cls));
+    TCIMValue value;
+    value.Set(type, kSetFlags, elements);
+    return value;
+}
+
+void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std::string text) {
+    TCIMOptions lookupOptions;
+    const auto property = required(instance.GetProperty(name, lookupOptions), "the host gave no property");
+    TCIMOptions typeOptions;
+    const TCIMValue::TCIMType type = property->GetType(typeOptions);
+    TCIMOptions arrayOptions;
+    TCIMValue value =
+        property->IsArray(arrayOptions) ? arrayOf(type, text, cls) : TCIMValue(type, text, namespaceOf(cls));
+    TCIMOptions assignOptions;
+    instance.SetProperty(name, value, assignOptions);
+}
+
+/// A host that fails here too loses the rest of the lines, not the instance.
+void logSkippedProperty(ICIMClass& cls, const std::string& name, const std::string& text,
+                        const TTALException& failure) {
+    const LogMessage* const log = LogMessage::getInstance();
+    try {
+        log->writeDebug("Error processing property " + name + ". With value " + text + " from class " + nameOf(cls));
+        log->writeError(failure.what());
+    } catch (const TTALException&) {  // nowhere left to tell it
+    }
+}
+
+}  // namespace
+
+bool ResultBuilder::operator()(boost::shared_ptr<ICIMClass> cls, PropertyMap& properties) const {
+    TCIMOptions creationOptions;
+    const boost::shared_ptr<ICIMInstance> instance = cls->CreateInstance(creationOptions);
+    if (instance == nullptr || properties.empty()) return true;
+    for (const auto& [name, text] : properties) {
+        try {
+            assign(*instance, *cls, name, text);
+        } catch (const TTALException& failure) {
+            logSkippedProperty(*cls, name, text, failure);
+        }
+    }
+    try {
+        commit(*instance);
+    } catch (const TTALException& failure) {
+        logFailedCreation(*cls, failure);
+        return true;
+    }
+    return false;
+}
+
+}  // namespace diskmgt_col
