@@ -1,0 +1,177 @@
+// The reference host as its users see it: load a plug-in, request classes, read back what was published.
+// The one header of the host that others include.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "plugin/host/tal_api.h"
+
+namespace refhost {
+
+/// A plug-in that cannot be loaded, is not one, or throws while loading. `what()` is one sentence for people.
+class TAL_API PluginError : public std::runtime_error {
+public:
+    explicit PluginError(const std::string& text);
+    ~PluginError() override;
+};
+
+/// A declared property. Lives as long as the host.
+struct PropertyDeclaration {
+    std::string name;
+    std::string type;  // lower-case MOF word; "reference" for a reference
+    bool isArray = false;
+    bool isKey = false;
+    std::string referenceClass;  // for a reference: the class it must name, or one beneath it
+    std::string declaredIn;      // the class whose declaration counts: the most derived one
+    std::string unit;            // empty: none
+    std::string description;     // empty: none
+    std::vector<std::pair<std::string, std::string>> valueNames;  // ValueMap and Values, in order
+};
+
+/// A declared class. Lives as long as the host.
+struct ClassDeclaration {
+    std::string name;
+    std::string superclass;  // empty: a root of the tree
+    bool isAbstract = false;
+    bool isAssociation = false;
+    std::string version;      // empty: none
+    std::string description;  // empty: none
+    /// Inherited ones included; those of the most derived class first, in declaration order.
+    std::vector<PropertyDeclaration> properties;
+};
+
+/// One property of a published instance, as a copy.
+struct PropertyValue {
+    const PropertyDeclaration* declaration = nullptr;
+    bool isNull = true;
+    /// Canonical texts: one for a scalar, any number for an array, none for null. Integers are plain decimal,
+    /// booleans "true" or "false", references object paths.
+    std::vector<std::string> elements;
+};
+
+/// One published instance, as a copy.
+struct Instance {
+    std::string className;
+    std::string path;                       // keys in byte order; null keys left out
+    std::vector<PropertyValue> properties;  // every declared property, in the order of ClassDeclaration::properties
+};
+
+struct LogLine {
+    int severity = 0;  // 0 error, 1 warning, 2 status, 3 debug, 4 verbose
+    std::string text;
+};
+
+struct PluginIdentity {
+    std::string file;
+    std::string name;
+    std::string version;
+    std::string interfaceVersion;
+    unsigned int type = 0;
+};
+
+struct RequestResult {
+    std::vector<LogLine> log;            // what was logged during the request, in order
+    std::optional<std::string> failure;  // the text of the exception that ended the request early
+    /// True when the request failed, an error was logged, or the plug-in logged that it caught an exception.
+    TAL_API bool reportsFailure() const;
+};
+
+/// A traced value: null, truth, number, text or list of texts.
+using TraceValue =
+    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, std::string, std::vector<std::string>>;
+
+/// One crossing of the plug-in boundary.
+struct TraceEntry {
+    bool byPlugin = true;  // false: the host called the plug-in
+    std::string call;
+    std::vector<std::pair<std::string, TraceValue>> arguments;  // by name, in order
+    std::optional<TraceValue> returns;                          // absent: no result, or it threw
+    std::optional<std::string> throws;                          // the exception's text
+};
+
+enum class FaultKind {
+    kTalException,
+    kStandardException,  // std::runtime_error
+    kForeignException,   // neither of the two; an int
+    kNullResult,         // where the operation returns a pointer; elsewhere the crossing goes on unharmed
+};
+
+/// Makes crossings by the plug-in fail.
+struct FaultPlan {
+    std::size_t crossing = 1;  // counted from 1 since `setFaultPlan`
+    bool fromThenOn = false;   // and every later one
+    FaultKind kind = FaultKind::kTalException;
+};
+
+struct HostOptions {
+    std::string systemName;                   // empty: the machine's host name
+    std::vector<std::string> virtualDevices;  // added to those of the management controller
+    bool discoverVirtualDevices = true;       // ask sysfs for those of the management controller
+};
+
+/// A complete in-memory host with the one namespace root/cimv2. One may exist at a time in a process: it is what
+/// the static services of the host interface answer from. Requests may run on several threads at once.
+class TAL_API ReferenceHost {
+public:
+    explicit ReferenceHost(HostOptions options = {});
+    ReferenceHost(const ReferenceHost&) = delete;
+    ReferenceHost& operator=(const ReferenceHost&) = delete;
+    /// Unloads every plug-in.
+    ~ReferenceHost();
+
+    static constexpr const char* kNamespace = "root/cimv2";
+
+    /// Opens the library, which registers itself, and initialises it. Throws `PluginError`.
+    PluginIdentity loadPlugin(const std::string& file);
+    void unloadPlugins();
+    std::vector<PluginIdentity> plugins() const;
+
+    /// Serves one request: drops the instances of the named classes, then hands the classes to every loaded
+    /// plug-in at once. Throws `std::invalid_argument` for a class that the schema does not declare.
+    RequestResult request(const std::vector<std::string>& classNames);
+    /// The class that a running request last asked the plug-in for; empty when none runs. Safe from any thread.
+    std::string classBeingServed() const;
+
+    /// The published instances of exactly this class, in the order committed.
+    std::vector<Instance> instances(const std::string& className) const;
+    /// Drops every published instance but the hosting system's.
+    void clear();
+
+    /// The declared classes, in declaration order.
+    const std::vector<ClassDeclaration>& classes() const;
+    /// Null when the schema declares no class of exactly that name.
+    const ClassDeclaration* findClass(const std::string& name) const;
+    /// The schema as MOF text: the public base classes, then this project's own.
+    static const char* baseMof();
+    static const char* vendorMof();
+
+    /// Everything logged since the host was made, outside requests too.
+    std::vector<LogLine> log() const;
+    /// Writes later log lines of this severity or a graver one to standard error too; negative: none (the default).
+    void forwardLog(int fromSeverity);
+
+    /// Starts recording crossings; costs nothing while off.
+    void startTrace();
+    /// Stops recording and hands the entries over, in the order the calls began.
+    std::vector<TraceEntry> takeTrace();
+
+    void setFaultPlan(const FaultPlan& plan);
+    void clearFaultPlan();
+    /// Crossings by the plug-in since `setFaultPlan`, or since the host was made.
+    std::size_t crossings() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> state;
+};
+
+}  // namespace refhost

@@ -1,0 +1,60 @@
+// InstanceObject: one instance of a declared class, from its creation to its place among the published ones.
+#pragma once
+
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "plugin/host/cim_model.h"
+#include "refhost/model/instance_store.h"
+#include "refhost/model/property_object.h"
+#include "refhost/schema/schema.h"
+#include "refhost/value/content.h"
+
+namespace refhost {
+
+/// Held by shared pointers only. Keeps its schema, not its store: an instance may outlive the host that made it, and
+/// can then no longer be committed.
+class InstanceObject final : public NVEXTAL20::ICIMInstance, public boost::enable_shared_from_this<InstanceObject> {
+public:
+    InstanceObject(const DeclaredClass& declaredClass, boost::shared_ptr<const Schema> schemaInUse,
+                   const boost::shared_ptr<InstanceStore>& home);
+    InstanceObject(const InstanceObject&) = delete;
+    InstanceObject& operator=(const InstanceObject&) = delete;
+
+    void CommitToClass(NVEXTAL20::TCIMOptions options) override;
+    boost::shared_ptr<NVEXTAL20::ICIMProperty> GetProperty(const std::string& name,
+                                                           NVEXTAL20::TCIMOptions& options) override;
+    void SetProperty(const std::string& name, NVEXTAL20::TCIMValue& newValue, NVEXTAL20::TCIMOptions& options) override;
+    NVEXTAL20::TCIMReference GetReference(NVEXTAL20::TCIMOptions& options) override;
+
+    // For the host itself.
+    const DeclaredClass& declaredClass() const { return declared; }
+    /// Null for a null property.
+    ValuePointer value(std::size_t position) const;
+    std::vector<ValuePointer> values() const;
+    /// The object path: the keys that are not null, in byte order.
+    std::string path() const;
+    /// Throws `TTALException` when the class declares no such property or the value does not fit it.
+    void assign(const std::string& name, const ValuePointer& newValue);
+
+private:
+    std::size_t positionOf(const std::string& name) const;
+    void checkFit(const DeclaredProperty& property, const NVEXTAL20::TCIMValue::Content& newValue) const;
+    void commit();
+
+    const DeclaredClass& declared;
+    boost::shared_ptr<const Schema> schema;
+    boost::weak_ptr<InstanceStore> store;
+    std::vector<PropertyObject> propertyObjects;  // never resized: plug-ins hold pointers into it
+
+    mutable std::mutex mutex;  // of what follows
+    std::vector<ValuePointer> slots;
+    bool committed = false;
+};
+
+}  // namespace refhost

@@ -1,0 +1,9 @@
+// The MOF texts that the host is built with.
+#pragma once
+
+namespace refhost {
+
+extern const char* const kBaseMof;    // the few public core classes that the disk classes need
+extern const char* const kVendorMof;  // this project's own classes, on top of them
+
+}  // namespace refhost

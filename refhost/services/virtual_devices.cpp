@@ -1,0 +1,83 @@
+// Recognises the management controller's disks in sysfs.
+#include "refhost/services/virtual_devices.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <system_error>
+
+namespace refhost {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::mutex settingsMutex;
+
+VirtualDeviceSettings& currentSettings() {
+    static VirtualDeviceSettings& kept = *new VirtualDeviceSettings;  // never destroyed: asked for until the end
+    return kept;
+}
+
+/// The first line without the blanks that pad it; empty when it cannot be read.
+std::string attribute(const fs::path& file) {
+    std::ifstream stream(file);
+    std::string line;
+    std::getline(stream, line);
+    const std::size_t begin = line.find_first_not_of(" \t\r");
+    if (begin == std::string::npos) return {};
+    return line.substr(begin, line.find_last_not_of(" \t\r") + 1 - begin);
+}
+
+/// Where the device hangs, below the root of sysfs; empty when the entry leads nowhere.
+std::string placeOf(const fs::path& entry, const fs::path& root) {
+    std::error_code failure;
+    const fs::path resolved = fs::canonical(entry, failure);
+    if (failure) return {};
+    return "/" + resolved.lexically_relative(root).string();
+}
+
+}  // namespace
+
+std::vector<std::string> findVirtualDevices(const std::string& sysfsRoot) {
+    std::vector<std::string> found;
+    std::error_code failure;
+    const fs::path root = fs::canonical(sysfsRoot, failure);
+    if (failure) return found;
+    fs::directory_iterator entry(root / "block", failure);
+    for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+        const fs::path& path = entry->path();
+        if (placeOf(path, root).find("/usb") == std::string::npos) continue;
+        const std::string vendor = attribute(path / "device" / "vendor");
+        const std::string model = attribute(path / "device" / "model");
+        if (vendor.find("Virtual") == std::string::npos && model.find("Virtual") == std::string::npos) continue;
+        std::string name = path.filename().string();
+        std::replace(name.begin(), name.end(), '!', '/');  // how sysfs writes a node in a folder of /dev
+        std::string text = "/dev/" + name + ":";
+        for (const std::string& word : {vendor, model})
+            if (!word.empty()) text += " " + word;
+        found.push_back(std::move(text));
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+void setVirtualDevices(const VirtualDeviceSettings& settings) {
+    const std::lock_guard<std::mutex> guard(settingsMutex);
+    currentSettings() = settings;
+}
+
+std::vector<std::string> currentVirtualDevices() {
+    VirtualDeviceSettings settings;
+    {
+        const std::lock_guard<std::mutex> guard(settingsMutex);
+        settings = currentSettings();
+    }
+    std::vector<std::string> devices;
+    if (settings.discover) devices = findVirtualDevices("/sys");
+    devices.insert(devices.end(), settings.added.begin(), settings.added.end());
+    return devices;
+}
+
+}  // namespace refhost

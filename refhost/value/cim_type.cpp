@@ -1,0 +1,71 @@
+// The words of the CIM types, and the operations of TCIMType.
+#include "refhost/value/cim_type.h"
+
+#include <boost/make_shared.hpp>
+#include <vector>
+
+#include "plugin/host/tal_exception.h"
+#include "refhost/services/boundary.h"
+#include "refhost/value/content.h"
+
+namespace refhost {
+
+namespace {
+
+using TypeContent = NVEXTAL20::TCIMValue::TCIMType::Content;
+
+/// One content a type, in the order of CimType.
+const std::vector<boost::shared_ptr<const TypeContent>>& allContents() {
+    // Never destroyed: plug-ins may hold types until the process ends.
+    static const auto& contents = *[] {
+        static const char* const words[] = {"string", "boolean", "uint8",  "uint16",   "uint32",
+                                            "uint64", "sint8",   "sint16", "sint32",   "sint64",
+                                            "real32", "real64",  "char16", "datetime", "reference"};
+        auto* const made = new std::vector<boost::shared_ptr<const TypeContent>>;
+        for (const char* word : words)
+            made->push_back(boost::make_shared<const TypeContent>(static_cast<CimType>(made->size()), word));
+        return made;
+    }();
+    return contents;
+}
+
+boost::shared_ptr<const TypeContent> contentNamed(const std::string& word) {
+    const std::optional<CimType> type = cimTypeNamed(word);
+    if (!type) throw NVEXTAL20::TTALException("there is no CIM type named \"" + word + "\"");
+    return typeContent(*type);
+}
+
+}  // namespace
+
+const boost::shared_ptr<const TypeContent>& typeContent(CimType type) {
+    return allContents()[static_cast<std::size_t>(type)];
+}
+
+const std::string& nameOf(CimType type) { return typeContent(type)->name; }
+
+std::optional<CimType> cimTypeNamed(std::string_view word) {
+    for (const auto& content : allContents())
+        if (content->name == word) return content->kind;
+    return std::nullopt;
+}
+
+}  // namespace refhost
+
+namespace NVEXTAL20 {
+
+TCIMValue::TCIMType::TCIMType(std::string name)
+    : held(refhost::cross(
+          "makeType",
+          [&] {
+              return refhost::TraceArguments{{"name", name}};
+          },
+          [&] { return refhost::contentNamed(name); })) {}
+
+TCIMValue::TCIMType::TCIMType(boost::shared_ptr<const Content> content) : held(std::move(content)) {}
+TCIMValue::TCIMType::TCIMType(const TCIMType& other) = default;
+TCIMValue::TCIMType& TCIMValue::TCIMType::operator=(const TCIMType& other) = default;
+TCIMValue::TCIMType::~TCIMType() = default;
+
+std::string TCIMValue::TCIMType::ToString() const { return held->name; }
+
+}  // namespace NVEXTAL20
