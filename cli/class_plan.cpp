@@ -1,0 +1,79 @@
+// What each association pairs, and the order that follows from it.
+#include "cli/class_plan.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "cli/failure.h"
+#include "cli/suggestions.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+struct Reliance {
+    const char* association;
+    std::vector<std::string> classes;
+};
+
+/// The associations that are ever filled; the others rely on nothing.
+const std::vector<Reliance>& reliances() {
+    static const std::vector<Reliance> all = {
+        {"VEXSG_MediaPresent", {"VEXSG_DiskDrive", "VEXSG_LogicalDisk"}},
+        {"VEXSG_PartitionPresent", {"VEXSG_DiskDrive", "VEXSG_DiskPartition"}},
+        {"VEXSG_LogicalDiskBasedOnPartition", {"VEXSG_DiskPartition", "VEXSG_LogicalDisk"}},
+    };
+    return all;
+}
+
+const std::vector<std::string>& reliedOnBy(const std::string& className) {
+    static const std::vector<std::string> nothing;
+    for (const Reliance& reliance : reliances())
+        if (className == reliance.association) return reliance.classes;
+    return nothing;
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// True when the class at `position` relies on a class that is named only later.
+bool standsTooEarly(const std::vector<std::string>& asked, std::size_t position) {
+    const auto here = asked.begin() + static_cast<std::ptrdiff_t>(position);
+    for (const std::string& needed : reliedOnBy(asked[position]))
+        if (std::find(asked.begin(), here, needed) == here && std::find(here, asked.end(), needed) != asked.end())
+            return true;
+    return false;
+}
+
+}  // namespace
+
+ClassPlan planRequest(const std::vector<std::string>& asked, bool exact) {
+    ClassPlan plan;
+    if (exact) {
+        plan.request = asked;
+        return plan;
+    }
+    std::vector<std::string> movedBack;
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+        (standsTooEarly(asked, i) ? movedBack : plan.request).push_back(asked[i]);
+        for (const std::string& needed : reliedOnBy(asked[i]))
+            if (!contains(asked, needed) && !contains(plan.earlier, needed)) plan.earlier.push_back(needed);
+    }
+    plan.request.insert(plan.request.end(), movedBack.begin(), movedBack.end());
+    return plan;
+}
+
+void requireKnownClasses(const refhost::ReferenceHost& host, const std::vector<std::string>& asked) {
+    for (const std::string& name : asked) {
+        if (host.findClass(name) != nullptr) continue;
+        std::vector<std::string> known;
+        for (const refhost::ClassDeclaration& declaration : host.classes()) known.push_back(declaration.name);
+        const std::vector<std::string> near = nearestNames(name, known);
+        throw CommandError(kWrongUsage, "unknown class \"" + name + "\"" +
+                                            (near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?") +
+                                            "; \"diskmgt classes\" lists the known ones");
+    }
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,92 @@
+// The commands and what their help says.
+#include "cli/command_table.h"
+
+namespace diskmgt_cli {
+
+const std::vector<CommandDescription>& commands() {
+    static const std::vector<CommandDescription> all = {
+        {"get",
+         Command::kGet,
+         "CLASS",
+         true,
+         true,
+         {"json", "table", "csv"},
+         "Instances of the named classes, one request, in the order given",
+         "An association class first makes the host publish the classes it relies on, in an earlier\n"
+         "request that is not shown; an association that is named before one of them is served after it.\n"
+         "--exact requests just the named classes in just that order. A class named twice is served\n"
+         "twice, and each mention shows everything published.\n\n"
+         "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes; the elements of\n"
+         "an array are joined by \",\"; null is an empty field, an empty text is \"\".\n\n"
+         "Examples:\n"
+         "  diskmgt get VEXSG_DiskDrive\n"
+         "  diskmgt get VEXSG_DiskPartition --format table\n"
+         "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_PartitionPresent --output disks.json\n"},
+        {"probe",
+         Command::kProbe,
+         "FILE",
+         true,
+         true,
+         {"json"},
+         "The partitions found in devices or disk images",
+         "Prints every pair of every partition exactly as the partition table parser returns it, also\n"
+         "for disk images. The time limit counts for each file.\n\n"
+         "Examples:\n"
+         "  diskmgt probe /dev/sda\n"
+         "  diskmgt probe disk.img backup.img\n"},
+        {"classes",
+         Command::kClasses,
+         "CLASS",
+         false,
+         false,
+         {"table", "json", "mof"},
+         "The schema: the class tree, or one class with its properties",
+         "mof prints the whole schema, the public base classes first. In a table, Key marks the\n"
+         "properties that identify an instance, and [] an array.\n\n"
+         "Examples:\n"
+         "  diskmgt classes\n"
+         "  diskmgt classes VEXSG_DiskPartition\n"
+         "  diskmgt classes --format mof --output schema.mof\n"},
+        {"plugin",
+         Command::kPlugin,
+         nullptr,
+         false,
+         false,
+         {"table", "json"},
+         "Name, version, interface version, type and file of the plug-in",
+         "Examples:\n"
+         "  diskmgt plugin\n"
+         "  diskmgt plugin --plugin ./libdiskmgt.pi.so --format json\n"},
+        {"trace",
+         Command::kTrace,
+         "CLASS",
+         true,
+         true,
+         {"json"},
+         "Every crossing of the plug-in boundary, one JSON object a line",
+         "Covers loading the plug-in, the request and unloading. The earlier request for the classes an\n"
+         "association relies on is not shown; --exact leaves it out.\n\n"
+         "Examples:\n"
+         "  diskmgt trace VEXSG_DiskDrive\n"
+         "  diskmgt trace VEXSG_LogicalDisk | head\n"},
+    };
+    return all;
+}
+
+const CommandDescription* findCommand(const std::string& name) {
+    for (const CommandDescription& command : commands())
+        if (name == command.name) return &command;
+    return nullptr;
+}
+
+const CommandDescription& defaultCommand() {
+    static const CommandDescription tables = {"", Command::kGet, nullptr, false, false, {"table", "json", "csv"}, "",
+                                              ""};
+    return tables;
+}
+const std::vector<std::string>& defaultClasses() {
+    static const std::vector<std::string> classes = {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"};
+    return classes;
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,30 @@
+// The commands: their names, operands, formats and help texts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/options.h"
+
+namespace diskmgt_cli {
+
+struct CommandDescription {
+    const char* name;
+    Command command;
+    const char* operand;  // what it is called in the help; null: takes none
+    bool needsOperand;
+    bool takesManyOperands;
+    std::vector<std::string> formats;  // the first is the default
+    const char* summary;
+    const char* details;  // what stands below the options in its help
+};
+
+const std::vector<CommandDescription>& commands();
+/// Null when there is no such command.
+const CommandDescription* findCommand(const std::string& name);
+
+/// What is done without a command; it has no name. Its operands are `defaultClasses`.
+const CommandDescription& defaultCommand();
+const std::vector<std::string>& defaultClasses();
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,16 @@
+// The commands. Each writes its data, says on standard error what failed, and answers the exit status; what ends it
+// early is thrown as `CommandError`.
+#pragma once
+
+#include "cli/failure.h"
+#include "cli/options.h"
+
+namespace diskmgt_cli {
+
+ExitStatus runClasses(const Options& options);
+ExitStatus runGet(const Options& options);
+ExitStatus runPlugin(const Options& options);
+ExitStatus runProbe(const Options& options);
+ExitStatus runTrace(const Options& options);
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,40 @@
+// trace: what crosses the plug-in boundary while the plug-in is loaded, serves a request and is unloaded.
+#include <cstddef>
+#include <vector>
+
+#include "cli/class_plan.h"
+#include "cli/commands/commands.h"
+#include "cli/output.h"
+#include "cli/plugin_session.h"
+#include "cli/printers/json.h"
+
+namespace diskmgt_cli {
+
+ExitStatus runTrace(const Options& options) {
+    PluginSession session(options);
+    refhost::ReferenceHost& host = session.host();
+    requireKnownClasses(host, options.operands);
+    Output output(options.outputFile);
+    const ClassPlan plan = planRequest(options.operands, options.exact);
+    ServedPlan served;
+    std::vector<refhost::TraceEntry> loading;
+    std::vector<refhost::TraceEntry> serving;
+    {
+        const Deadline limit = session.startTimeLimit();
+        host.startTrace();
+        (void)session.load();
+        loading = host.takeTrace();
+        served.earlier = session.requestEarlier(plan);
+        host.startTrace();
+        served.request = session.request(plan);
+        host.unloadPlugins();
+        serving = host.takeTrace();
+    }
+    std::size_t number = 0;
+    for (const std::vector<refhost::TraceEntry>* entries : {&loading, &serving})
+        for (const refhost::TraceEntry& entry : *entries) output.write(json::traceLine(++number, entry));
+    output.finish();
+    return reportFailures(served);
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,25 @@
+// Sentences on standard error, and the way out that runs no destructor.
+#include "cli/failure.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "cli/pending_file.h"
+#include "cli/readable_text.h"
+
+namespace diskmgt_cli {
+
+void complain(const std::string& sentence) {
+    const std::string line = "diskmgt: " + escapedControls(sentence) + "\n";
+    // Nobody is left to be told when standard error itself fails.
+    (void)std::fwrite(line.data(), 1, line.size(), stderr);
+    (void)std::fflush(stderr);
+}
+
+void leaveNow(ExitStatus status) {
+    pending_file::remove();
+    ::_exit(status);
+}
+
+}  // namespace diskmgt_cli

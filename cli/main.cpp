@@ -1,0 +1,63 @@
+// The command: reads what is asked, does it, and turns what went wrong into one sentence and an exit status.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "cli/commands/commands.h"
+#include "cli/failure.h"
+#include "cli/options.h"
+#include "cli/output.h"
+
+namespace {
+
+using namespace diskmgt_cli;
+
+/// Keeps the standard descriptors from being taken by files that are opened later: what goes to a closed one must
+/// fail, and not end up in some other file.
+void occupyClosedStandardDescriptors() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
+        if (::fcntl(fd, F_GETFD) < 0) (void)::open("/dev/null", O_RDONLY);  // takes the lowest free number: this one
+}
+
+ExitStatus run(const Options& options) {
+    switch (options.command) {
+        case Command::kGet:
+            return runGet(options);
+        case Command::kProbe:
+            return runProbe(options);
+        case Command::kClasses:
+            return runClasses(options);
+        case Command::kPlugin:
+            return runPlugin(options);
+        case Command::kTrace:
+            return runTrace(options);
+        case Command::kShowText:
+            break;
+    }
+    Output output("");
+    output.write(options.text);
+    output.finish();
+    return kDone;
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    occupyClosedStandardDescriptors();
+    (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
+    try {
+        return run(readOptions(argumentCount, arguments));
+    } catch (const CommandError& error) {
+        if (*error.what() != '\0') complain(error.what());
+        return error.status();
+    } catch (const std::bad_alloc&) {
+        complain("out of memory; ask for fewer classes or files at once");
+    } catch (const std::exception& error) {
+        complain(std::string("stopped by an unexpected failure: ") + error.what() + "; nothing was written completely");
+    }
+    return kFailureReported;
+}

@@ -1,0 +1,227 @@
+// Reads the command line. The library that helps with it is heavy, so it is kept to this file, and only the options
+// of the one command in use are set up.
+#include "cli/options.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <iterator>
+#include <optional>
+
+#include "cli/command_table.h"
+#include "cli/failure.h"
+#include "cli/suggestions.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+const std::vector<std::string> kSeverities = {"error", "warning", "status", "debug", "verbose"};  // by their number
+
+/// The texts of the options, where given.
+struct GivenTexts {
+    std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color;
+    std::vector<std::string> virtualDevices, operands;
+    bool exact = false;
+};
+
+std::string joined(const std::vector<std::string>& words, const char* between) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
+    return text;
+}
+
+[[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
+
+std::string generalHelp() {
+    std::string help = "Commands:\n";
+    for (const CommandDescription& command : commands()) {
+        std::string name = command.name;
+        name.resize(10, ' ');
+        help += "  " + name + command.summary + "\n";
+    }
+    return help +
+           "\nWithout a command: drives, partitions and logical disks as tables.\n"
+           "\"diskmgt COMMAND --help\" tells more about a command.\n\n"
+           "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, or the output could not\n"
+           "be written; 2 wrong usage; 3 plug-in not usable; 4 timed out.\n\n"
+           "Examples:\n"
+           "  diskmgt\n"
+           "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition\n"
+           "  diskmgt probe disk.img\n";
+}
+
+void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
+    const auto add = [&app](const char* name, std::optional<std::string>& text, const std::string& help,
+                            const char* placeholder) {
+        app.add_option(name, text, help)->type_name(placeholder)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    };
+    if (command.operand != nullptr) {
+        CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
+        if (command.needsOperand) operands->required();
+    }
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.set_version_flag("--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
+    if (command.operand != nullptr && (command.command == Command::kGet || command.command == Command::kTrace))
+        app.add_flag("--exact", given.exact, "No earlier request for the classes an association relies on");
+    add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
+        "FORMAT");
+    add("--plugin", given.pluginFile, "The plug-in to load (default: $DISKMGT_PLUGIN, else the one installed with it)",
+        "FILE");
+    add("--log-level", given.logLevel,
+        "Show the host's log on standard error: " + joined(kSeverities, ", ") + " or none (default)", "LEVEL");
+    add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
+    add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
+    add("--color", given.color, "auto (default; honours NO_COLOR), always or never", "WHEN");
+    app.add_option_function<std::vector<std::string>>(
+           "--virtual-device",
+           [&given](const std::vector<std::string>& texts) {
+               given.virtualDevices.insert(given.virtualDevices.end(), texts.begin(), texts.end());
+           },
+           "A further text naming a disk that the management controller presents; repeatable")
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
+}
+
+std::string seeHelp(const std::string& commandName) {
+    return "; see \"diskmgt " + (commandName.empty() ? "" : commandName + " ") + "--help\"";
+}
+
+[[noreturn]] void refuseCommand(const std::string& name) {
+    std::vector<std::string> names;
+    for (const CommandDescription& command : commands()) names.emplace_back(command.name);
+    const std::vector<std::string> near = nearestNames(name, names);
+    wrongUsage("unknown command \"" + name + "\"" + (near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?") +
+               "; the commands are: " + joined(names, ", "));
+}
+
+/// Reads one stretch of the command line with the options of one command. Returns what it could not place; for the
+/// stretch before a command (`command` has no name) that begins with the command's own name. `shownText` is set when
+/// help or the version was asked for.
+std::vector<std::string> readStretch(const CommandDescription& command, std::vector<std::string> words,
+                                     GivenTexts& given, std::string& shownText) {
+    const std::string commandName = command.name;
+    const bool isBeforeCommand = commandName.empty();
+    CLI::App app(isBeforeCommand ? "The disks of this server, as the disk plug-in reports them." : command.summary,
+                 isBeforeCommand ? "diskmgt [COMMAND]" : "diskmgt " + commandName);
+    addOptions(app, command, given);
+    app.allow_extras();
+    if (isBeforeCommand) app.prefix_command();
+    std::reverse(words.begin(), words.end());  // the library takes them last word first
+    try {
+        app.parse(std::move(words));
+    } catch (const CLI::CallForHelp&) {
+        app.footer(isBeforeCommand ? generalHelp() : command.details);
+        shownText = app.help();
+    } catch (const CLI::CallForVersion& version) {
+        shownText = version.what();
+    } catch (const CLI::RequiredError&) {
+        const std::string operand = command.operand;
+        wrongUsage(commandName + " needs at least one " + operand + seeHelp(commandName));
+    } catch (const CLI::ParseError& error) {
+        wrongUsage((isBeforeCommand ? "" : commandName + ": ") + error.what() + seeHelp(commandName));
+    }
+    return app.remaining();
+}
+
+double readTimeout(const std::string& text) {
+    constexpr double kLongest = 1e9;  // 31 years; what follows is still exact in nanoseconds
+    double seconds = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seconds);
+    if (error != std::errc() || stop != end || !std::isfinite(seconds) || seconds < 0 || seconds > kLongest)
+        wrongUsage("--timeout takes a number of seconds, 0 for none, not \"" + text + "\"");
+    return seconds;
+}
+
+int readSeverity(const std::string& text) {
+    if (text == "none") return -1;
+    const auto found = std::find(kSeverities.begin(), kSeverities.end(), text);
+    if (found == kSeverities.end())
+        wrongUsage("--log-level takes " + joined(kSeverities, ", ") + " or none, not \"" + text + "\"");
+    return static_cast<int>(std::distance(kSeverities.begin(), found));
+}
+
+Format readFormat(const std::string& text, const CommandDescription& command) {
+    if (std::find(command.formats.begin(), command.formats.end(), text) == command.formats.end())
+        wrongUsage("--format takes " + joinedWithOr(command.formats) + " here, not \"" + text + "\"" +
+                   seeHelp(command.name));
+    if (text == "table") return Format::kTable;
+    if (text == "csv") return Format::kCsv;
+    if (text == "mof") return Format::kMof;
+    return Format::kJson;
+}
+
+ColorChoice readColor(const std::string& text) {
+    if (text == "auto") return ColorChoice::kAuto;
+    if (text == "always") return ColorChoice::kAlways;
+    if (text != "never") wrongUsage("--color takes auto, always or never, not \"" + text + "\"");
+    return ColorChoice::kNever;
+}
+
+/// Throws for the first word that found no place behind a command.
+void refuseLeftovers(const std::vector<std::string>& leftovers, const CommandDescription& command) {
+    if (leftovers.empty()) return;
+    const std::string& word = leftovers.front();
+    if (word.size() > 1 && word.front() == '-') wrongUsage("unknown option \"" + word + "\"" + seeHelp(command.name));
+    wrongUsage(std::string(command.name) + " takes no argument \"" + word + "\"" + seeHelp(command.name));
+}
+
+Options checked(const GivenTexts& given, const CommandDescription& command) {
+    Options options;
+    options.command = command.command;
+    options.operands = command.operand == nullptr ? defaultClasses() : given.operands;
+    options.exact = given.exact;
+    options.format = readFormat(given.format.value_or(command.formats.front()), command);
+    if (given.logLevel) options.logSeverity = readSeverity(*given.logLevel);
+    if (given.timeout) options.timeoutSeconds = readTimeout(*given.timeout);
+    if (given.color) options.color = readColor(*given.color);
+    options.virtualDevices = given.virtualDevices;
+    if (given.outputFile && given.outputFile->empty())
+        wrongUsage("--output needs the name of a file, not an empty text");
+    options.outputFile = given.outputFile.value_or("");
+    if (given.pluginFile && given.pluginFile->empty())
+        wrongUsage("--plugin needs the name of a file, not an empty text");
+    const char* const named = std::getenv("DISKMGT_PLUGIN");
+    options.pluginFile = given.pluginFile.value_or(named == nullptr ? "" : named);
+    return options;
+}
+
+Options showing(const std::string& text) {
+    Options options;
+    options.command = Command::kShowText;
+    options.text = text;
+    return options;
+}
+
+}  // namespace
+
+Options readOptions(int argumentCount, const char* const* arguments) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argumentCount; ++i) words.emplace_back(arguments[i]);
+    GivenTexts given;
+    std::string shownText;
+    const CommandDescription* command = words.empty() ? nullptr : findCommand(words.front());
+    if (command == nullptr) {
+        words = readStretch(defaultCommand(), std::move(words), given, shownText);
+        if (!shownText.empty()) return showing(shownText);
+        if (!words.empty()) {
+            if (words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
+            command = findCommand(words.front());
+            if (command == nullptr) refuseCommand(words.front());
+        }
+    }
+    if (command != nullptr) {
+        words.erase(words.begin());
+        refuseLeftovers(readStretch(*command, std::move(words), given, shownText), *command);
+        if (!shownText.empty()) return showing(shownText);
+        if (!command->takesManyOperands && given.operands.size() > 1) refuseLeftovers({given.operands[1]}, *command);
+    }
+    return checked(given, command == nullptr ? defaultCommand() : *command);
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,111 @@
+// Finds the plug-in, drives the host, and gives up when the time limit has passed.
+#include "cli/plugin_session.h"
+
+#include <limits.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdio>
+
+namespace diskmgt_cli {
+
+namespace {
+
+/// The plug-in that belongs to this command: the build tree and the install tree have the same shape.
+std::string ownPluginFile() {
+    char self[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
+    if (length <= 0)
+        throw CommandError(kPluginUnusable,
+                           "cannot tell where this command is installed (/proc is not mounted?); name the plug-in with "
+                           "--plugin FILE");
+    const std::string path(self, static_cast<std::size_t>(length));
+    const std::string folder = path.substr(0, path.rfind('/'));
+    return folder.substr(0, folder.rfind('/')) + "/lib/diskmgt/plugins/libdiskmgt.pi.so";
+}
+
+std::string choosePluginFile(const std::string& named) {
+    if (named.empty()) return ownPluginFile();
+    // Without a slash the loader would search its own directories and not the present one.
+    return named.find('/') == std::string::npos ? "./" + named : named;
+}
+
+refhost::HostOptions hostOptions(const Options& options) {
+    refhost::HostOptions wanted;
+    wanted.virtualDevices = options.virtualDevices;
+    return wanted;
+}
+
+std::string secondsText(double seconds) {
+    char text[32];
+    (void)std::snprintf(text, sizeof text, "%g", seconds);
+    return text;
+}
+
+/// The text of the first failure; empty when there is none.
+std::string firstFailure(const refhost::RequestResult& result) {
+    if (!result.reportsFailure()) return {};
+    if (result.failure) return "the request ended early: " + *result.failure;
+    for (const refhost::LogLine& line : result.log)
+        if (line.severity == 0) return "an error was logged: " + line.text;
+    for (const refhost::LogLine& line : result.log)
+        if (line.text.find("exception") != std::string::npos) return "an exception was logged: " + line.text;
+    return "the log tells more";
+}
+
+}  // namespace
+
+PluginSession::PluginSession(const Options& options)
+    : pluginFile(choosePluginFile(options.pluginFile)),
+      timeoutSeconds(options.timeoutSeconds),
+      referenceHost(hostOptions(options)) {
+    if (options.logSeverity >= 0) referenceHost.forwardLog(options.logSeverity);
+}
+
+Deadline PluginSession::startTimeLimit() {
+    return Deadline(timeoutSeconds, [this] {
+        complain("gave up after " + secondsText(timeoutSeconds) + " s while " + whatIsUnderWay() +
+                 "; allow more with --timeout SECONDS (0: no limit)");
+        leaveNow(kTimedOut);
+    });
+}
+
+refhost::PluginIdentity PluginSession::load() {
+    isLoading = true;
+    try {
+        refhost::PluginIdentity identity = referenceHost.loadPlugin(pluginFile);
+        isLoading = false;
+        return identity;
+    } catch (const refhost::PluginError& error) {
+        std::string reason = error.what();
+        while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
+        complain(reason + "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+        leaveNow(kPluginUnusable);
+    }
+}
+
+refhost::RequestResult PluginSession::requestEarlier(const ClassPlan& plan) {
+    return plan.earlier.empty() ? refhost::RequestResult() : referenceHost.request(plan.earlier);
+}
+
+refhost::RequestResult PluginSession::request(const ClassPlan& plan) { return referenceHost.request(plan.request); }
+
+std::string PluginSession::whatIsUnderWay() const {
+    if (isLoading) return "loading " + pluginFile;
+    const std::string className = referenceHost.classBeingServed();
+    return className.empty() ? "waiting for the plug-in" : "serving " + className;
+}
+
+ExitStatus reportFailures(const ServedPlan& served) {
+    std::string failure = firstFailure(served.request);
+    if (failure.empty()) {
+        failure = firstFailure(served.earlier);
+        if (failure.empty()) return kDone;
+        failure += " (while publishing what an association relies on)";
+    }
+    complain("the plug-in or host reported a failure, so the data may be incomplete: " + failure +
+             "; --log-level verbose shows the whole log");
+    return kFailureReported;
+}
+
+}  // namespace diskmgt_cli

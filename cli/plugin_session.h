@@ -1,0 +1,51 @@
+// One host with one plug-in in it, used under a time limit.
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "cli/class_plan.h"
+#include "cli/deadline.h"
+#include "cli/failure.h"
+#include "cli/options.h"
+#include "refhost/api/reference_host.h"
+
+namespace diskmgt_cli {
+
+/// The outcome of a plan. Both are empty-handed when nothing failed.
+struct ServedPlan {
+    refhost::RequestResult earlier;
+    refhost::RequestResult request;
+};
+
+class PluginSession {
+public:
+    /// Makes the host; loads nothing yet.
+    explicit PluginSession(const Options& options);
+
+    refhost::ReferenceHost& host() { return referenceHost; }
+
+    /// Limits what follows, which may load, request and unload, for as long as the answer lives. Past the time limit
+    /// one sentence says what was under way, and the process ends.
+    Deadline startTimeLimit();
+
+    /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
+    /// a state in which nothing can be unwound safely.
+    refhost::PluginIdentity load();
+    /// The earlier request, when the plan has one.
+    refhost::RequestResult requestEarlier(const ClassPlan& plan);
+    refhost::RequestResult request(const ClassPlan& plan);
+
+private:
+    std::string whatIsUnderWay() const;
+
+    const std::string pluginFile;
+    const double timeoutSeconds;
+    refhost::ReferenceHost referenceHost;
+    std::atomic<bool> isLoading{false};
+};
+
+/// Says in one sentence what failed while a plan was served, if anything did; the exit status that follows.
+ExitStatus reportFailures(const ServedPlan& served);
+
+}  // namespace diskmgt_cli

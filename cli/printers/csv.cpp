@@ -1,0 +1,52 @@
+// Quoting and joining.
+#include "cli/printers/csv.h"
+
+#include <cstddef>
+
+#include "cli/readable_text.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+std::string field(const std::string& text, bool forTerminal) {
+    const std::string fit = forTerminal ? escapedControls(text) : asUtf8(text);
+    if (!fit.empty() && fit.find_first_of("\",\r\n") == std::string::npos) return fit;
+    std::string quoted = "\"";
+    for (const char letter : fit) {
+        if (letter == '"') quoted += '"';
+        quoted += letter;
+    }
+    return quoted + "\"";
+}
+
+std::string joined(const std::vector<std::string>& elements) {
+    std::string text;
+    for (std::size_t i = 0; i < elements.size(); ++i) text += (i == 0 ? "" : ",") + elements[i];
+    return text;
+}
+
+}  // namespace
+
+std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
+                           const std::vector<refhost::Instance>& instances, bool forTerminal) {
+    std::string rows;
+    const char* separator = "";
+    for (const refhost::PropertyDeclaration& property : declaration.properties) {
+        rows += separator + field(property.name, forTerminal);
+        separator = ",";
+    }
+    rows += "\r\n";
+    for (const refhost::Instance& instance : instances) {
+        separator = "";
+        for (const refhost::PropertyValue& property : instance.properties) {
+            rows += separator;
+            if (!property.isNull) rows += field(joined(property.elements), forTerminal);
+            separator = ",";
+        }
+        rows += "\r\n";
+    }
+    return rows;
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,179 @@
+// Builds documents with the JSON library, which is heavy to compile and therefore kept to this file.
+#include "cli/printers/json.h"
+
+#include <charconv>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace diskmgt_cli::json {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kOneLine = -1;
+constexpr int kIndent = 2;
+
+/// Escapes DEL and U+0080 to U+009F, which the library leaves raw and which some terminals obey. In a document both
+/// can only stand inside texts.
+std::string withoutRawControls(std::string document) {
+    if (document.find_first_of("\x7F\xC2") == std::string::npos) return document;
+    std::string escaped;
+    escaped.reserve(document.size());
+    for (std::size_t i = 0; i < document.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(document[i]);
+        const auto next = i + 1 < document.size() ? static_cast<unsigned char>(document[i + 1]) : 0U;
+        if (byte == 0x7F) {
+            escaped += "\\u007f";
+        } else if (byte == 0xC2 && next < 0xA0) {
+            constexpr char kDigits[] = "0123456789abcdef";
+            escaped += "\\u00";
+            escaped += kDigits[next >> 4U];
+            escaped += kDigits[next & 0xFU];
+            ++i;
+        } else {
+            escaped += document[i];
+        }
+    }
+    return escaped;
+}
+
+std::string written(const Json& document, int indent) {
+    return withoutRawControls(document.dump(indent, ' ', false, Json::error_handler_t::replace));
+}
+
+std::string page(const Json& document) { return written(document, kIndent) + "\n"; }
+
+template <typename Number>
+Json number(const std::string& text) {
+    Number value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end) return text;  // cannot happen: the host made the text from a number
+    return value;
+}
+
+/// One value of a declared type from the host's canonical text.
+Json typedValue(const std::string& type, const std::string& text) {
+    if (type.rfind("uint", 0) == 0) return number<std::uint64_t>(text);
+    if (type.rfind("sint", 0) == 0) return number<std::int64_t>(text);
+    if (type.rfind("real", 0) == 0) return number<double>(text);
+    if (type == "boolean") return text == "true";
+    return text;
+}
+
+Json propertyValue(const refhost::PropertyValue& property) {
+    const refhost::PropertyDeclaration& declaration = *property.declaration;
+    if (!declaration.isArray)
+        return property.elements.empty() ? Json() : typedValue(declaration.type, property.elements.front());
+    Json elements = Json::array();
+    for (const std::string& element : property.elements) elements.push_back(typedValue(declaration.type, element));
+    return elements;
+}
+
+Json instanceObject(const refhost::Instance& instance) {
+    Json properties = Json::object();
+    for (const refhost::PropertyValue& property : instance.properties)
+        if (!property.isNull) properties[property.declaration->name] = propertyValue(property);
+    return {{"path", instance.path}, {"properties", std::move(properties)}};
+}
+
+Json tracedValue(const refhost::TraceValue& value) {
+    return std::visit(
+        [](const auto& held) -> Json {
+            if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::monostate>)
+                return nullptr;
+            else
+                return held;
+        },
+        value);
+}
+
+Json textOrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
+
+Json classObject(const refhost::ClassDeclaration& declaration) {
+    return {{"name", declaration.name},
+            {"superclass", textOrNull(declaration.superclass)},
+            {"abstract", declaration.isAbstract},
+            {"association", declaration.isAssociation},
+            {"version", textOrNull(declaration.version)},
+            {"description", textOrNull(declaration.description)}};
+}
+
+Json propertyObject(const refhost::PropertyDeclaration& declaration) {
+    Json object = {{"name", declaration.name},
+                   {"type", declaration.type},
+                   {"array", declaration.isArray},
+                   {"key", declaration.isKey},
+                   {"referenceClass", textOrNull(declaration.referenceClass)},
+                   {"unit", textOrNull(declaration.unit)},
+                   {"declaredIn", declaration.declaredIn},
+                   {"description", textOrNull(declaration.description)}};
+    Json values = Json::object();
+    for (const auto& [value, meaning] : declaration.valueNames) values[value] = meaning;
+    object["values"] = std::move(values);
+    return object;
+}
+
+}  // namespace
+
+std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
+                               const std::vector<refhost::LogLine>& log) {
+    Json document = {{"namespace", refhost::ReferenceHost::kNamespace}};
+    Json& classes = document["classes"] = Json::array();
+    for (const std::string& name : classNames) {
+        Json instances = Json::array();
+        for (const refhost::Instance& instance : host.instances(name)) instances.push_back(instanceObject(instance));
+        classes.push_back({{"name", name},
+                           {"association", host.findClass(name)->isAssociation},
+                           {"instances", std::move(instances)}});
+    }
+    Json lines = Json::array();
+    for (const refhost::LogLine& line : log) lines.push_back({{"severity", line.severity}, {"text", line.text}});
+    document["log"] = std::move(lines);
+    return page(document);
+}
+
+std::string traceLine(std::size_t number, const refhost::TraceEntry& entry) {
+    Json line = {{"n", number}, {"by", entry.byPlugin ? "plugin" : "host"}, {"call", entry.call}};
+    for (const auto& [name, value] : entry.arguments) line[name] = tracedValue(value);
+    if (entry.returns) line["returns"] = tracedValue(*entry.returns);
+    if (entry.throws) line["throws"] = *entry.throws;
+    return written(line, kOneLine) + "\n";
+}
+
+std::string pairs(const diskmgt_col::PropertyMap& partition) {
+    Json list = Json::array();
+    for (const auto& [name, value] : partition) list.push_back(Json::array({name, value}));
+    return written(list, kOneLine);
+}
+
+std::string quoted(const std::string& text) { return written(text, kOneLine); }
+
+std::string classList(const std::vector<refhost::ClassDeclaration>& classes) {
+    Json list = Json::array();
+    for (const refhost::ClassDeclaration& declaration : classes) list.push_back(classObject(declaration));
+    return page({{"namespace", refhost::ReferenceHost::kNamespace}, {"classes", std::move(list)}});
+}
+
+std::string classDetails(const refhost::ClassDeclaration& declaration) {
+    Json object = classObject(declaration);
+    Json properties = Json::array();
+    for (const refhost::PropertyDeclaration& property : declaration.properties)
+        properties.push_back(propertyObject(property));
+    object["properties"] = std::move(properties);
+    return page(object);
+}
+
+std::string pluginIdentity(const refhost::PluginIdentity& identity) {
+    return page({{"name", identity.name},
+                 {"version", identity.version},
+                 {"interfaceVersion", identity.interfaceVersion},
+                 {"type", identity.type},
+                 {"file", identity.file}});
+}
+
+}  // namespace diskmgt_cli::json

@@ -1,0 +1,29 @@
+// Everything as JSON: UTF-8, bytes that are not become U+FFFD. The forms are stable; other programs rely on them.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "base/property_map.h"
+#include "refhost/api/reference_host.h"
+
+namespace diskmgt_cli::json {
+
+/// The document of `get`. The classes must be declared; each mention gives one element.
+std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
+                               const std::vector<refhost::LogLine>& log);
+
+/// One line of `trace`.
+std::string traceLine(std::size_t number, const refhost::TraceEntry& entry);
+
+/// One partition of `probe`: [["name","value"],...] without a line end, in map order.
+std::string pairs(const diskmgt_col::PropertyMap& partition);
+/// A text in quotes.
+std::string quoted(const std::string& text);
+
+std::string classList(const std::vector<refhost::ClassDeclaration>& classes);
+std::string classDetails(const refhost::ClassDeclaration& declaration);
+std::string pluginIdentity(const refhost::PluginIdentity& identity);
+
+}  // namespace diskmgt_cli::json

@@ -1,0 +1,30 @@
+// Tables and trees for people. What is not printable is escaped as \xNN.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/options.h"
+#include "refhost/api/reference_host.h"
+
+namespace diskmgt_cli {
+
+struct TableStyle {
+    bool isColored = false;
+    bool isAscii = true;  // trees drawn without line characters
+};
+
+/// Takes up the character set of the environment's locale for the whole process, and decides on colour: only for a
+/// terminal and without NO_COLOR, unless `choice` says otherwise.
+TableStyle chooseStyle(ColorChoice choice, bool toTerminal);
+
+/// A title line, and a column for every property that is not null everywhere. A property whose numbers have names
+/// is followed by a column with the names.
+std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
+                          const TableStyle& style);
+
+std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const TableStyle& style);
+std::string classTable(const refhost::ClassDeclaration& declaration, const TableStyle& style);
+std::string pluginTable(const refhost::PluginIdentity& identity, const TableStyle& style);
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,35 @@
+// TextTable: owns one libsmartcols table and fills it with texts.
+#pragma once
+
+#include <libsmartcols/libsmartcols.h>
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "cli/printers/table.h"
+
+namespace diskmgt_cli {
+
+/// Throws `std::bad_alloc` when memory runs out.
+class TextTable {
+public:
+    explicit TextTable(const TableStyle& style);
+
+    enum class Column { kText, kNumber, kTree };
+    void addColumn(const std::string& heading, Column kind = Column::kText);
+    /// A new row, below `parent` in a tree. The row belongs to the table.
+    libscols_line* addRow(libscols_line* parent = nullptr);
+    void set(libscols_line* row, std::size_t column, const std::string& text);
+    /// The whole table with its headings; every line is ended.
+    std::string print() const;
+
+private:
+    struct Release {
+        void operator()(libscols_table* released) const noexcept { scols_unref_table(released); }
+    };
+    std::unique_ptr<libscols_table, Release> table;
+    bool isColored;
+};
+
+}  // namespace diskmgt_cli

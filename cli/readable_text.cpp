@@ -1,0 +1,84 @@
+// One walk over UTF-8 with two ways to treat what is not fit to be shown.
+#include "cli/readable_text.h"
+
+#include <cstddef>
+#include <cstdio>
+
+namespace diskmgt_cli {
+
+namespace {
+
+/// The length of the well-formed UTF-8 character at `position`; 0 when there is none. Overlong forms, surrogates
+/// and numbers past U+10FFFF are not well-formed.
+std::size_t characterLength(const std::string& text, std::size_t position) {
+    const auto byteAt = [&text](std::size_t at) -> unsigned {
+        return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
+    };
+    const auto continues = [&byteAt](std::size_t at) { return (byteAt(at) & 0xC0U) == 0x80U; };
+    const unsigned first = byteAt(position);
+    const unsigned second = byteAt(position + 1);
+    if (first < 0x80) return 1;
+    if (first >= 0xC2 && first <= 0xDF) return continues(position + 1) ? 2 : 0;
+    if (first >= 0xE0 && first <= 0xEF) {
+        const bool overlong = first == 0xE0 && second < 0xA0;
+        const bool surrogate = first == 0xED && second > 0x9F;
+        return !overlong && !surrogate && continues(position + 1) && continues(position + 2) ? 3 : 0;
+    }
+    if (first >= 0xF0 && first <= 0xF4) {
+        const bool overlong = first == 0xF0 && second < 0x90;
+        const bool tooLarge = first == 0xF4 && second > 0x8F;
+        return !overlong && !tooLarge && continues(position + 1) && continues(position + 2) && continues(position + 3)
+                   ? 4
+                   : 0;
+    }
+    return 0;
+}
+
+bool isControl(const std::string& text, std::size_t position, std::size_t length) {
+    const auto first = static_cast<unsigned char>(text[position]);
+    if (length == 1) return first < 0x20 || first == 0x7F;
+    return length == 2 && first == 0xC2 && static_cast<unsigned char>(text[position + 1]) < 0xA0;  // C1
+}
+
+void appendEscaped(std::string& escaped, char byte) {
+    char form[5];
+    (void)std::snprintf(form, sizeof form, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+    escaped += form;
+}
+
+}  // namespace
+
+std::string escapedControls(const std::string& text) {
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = characterLength(text, at);
+        if (length == 0) {
+            appendEscaped(escaped, text[at++]);
+        } else if (isControl(text, at, length)) {
+            for (const std::size_t end = at + length; at < end; ++at) appendEscaped(escaped, text[at]);
+        } else {
+            escaped.append(text, at, length);
+            at += length;
+        }
+    }
+    return escaped;
+}
+
+std::string asUtf8(const std::string& text) {
+    std::string valid;
+    valid.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = characterLength(text, at);
+        if (length == 0) {
+            valid += "\xEF\xBF\xBD";
+            ++at;
+        } else {
+            valid.append(text, at, length);
+            at += length;
+        }
+    }
+    return valid;
+}
+
+}  // namespace diskmgt_cli
