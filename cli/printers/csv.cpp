@@ -10,7 +10,7 @@ namespace diskmgt_cli {
 namespace {
 
 std::string field(const std::string& text, bool forTerminal) {
-    const std::string fit = forTerminal ? escapedControls(text) : asUtf8(text);
+    std::string fit = forTerminal ? escapedControls(text) : asUtf8(text);
     if (!fit.empty() && fit.find_first_of("\",\r\n") == std::string::npos) return fit;
     std::string quoted = "\"";
     for (const char letter : fit) {

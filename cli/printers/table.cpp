@@ -72,7 +72,7 @@ std::string instanceTable(const refhost::ClassDeclaration& declaration, const st
     const std::string count = instances.empty()       ? "no instances"
                               : instances.size() == 1 ? "1 instance"
                                                       : std::to_string(instances.size()) + " instances";
-    const std::string heading = title(declaration.name, style) + " (" + count + ")\n";
+    std::string heading = title(declaration.name, style) + " (" + count + ")\n";
     TextTable table(style);
     std::vector<std::size_t> shown;  // which properties, by their position
     for (std::size_t i = 0; i < declaration.properties.size(); ++i) {

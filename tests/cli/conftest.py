@@ -1,0 +1,63 @@
+"""Runs the built command, whose path is in DISKMGT, with the stand-in plug-ins in DISKMGT_TEST_PLUGINS."""
+import json
+import os
+import subprocess
+from pathlib import Path
+
+import pytest
+
+COMMAND = os.environ.get("DISKMGT", "")
+PLUGIN_DIR = Path(os.environ.get("DISKMGT_TEST_PLUGINS", "."))
+
+
+class Outcome:
+    """What one run of the command left: exit status, and both outputs as bytes."""
+
+    def __init__(self, status, stdout, stderr):
+        self.status, self.stdout, self.stderr = status, stdout, stderr
+
+    @property
+    def text(self):
+        return self.stdout.decode()
+
+    @property
+    def json(self):
+        return json.loads(self.stdout)
+
+    @property
+    def sentence(self):
+        """The one line on standard error; fails when there is not exactly one."""
+        lines = self.stderr.decode().split("\n")
+        assert len(lines) == 2 and lines[1] == "", self.stderr
+        assert lines[0].startswith("diskmgt: "), self.stderr
+        return lines[0]
+
+
+def environment(**changes):
+    """A plain environment; a change to None removes the variable."""
+    plain = {key: value for key, value in os.environ.items()
+             if not key.startswith(("DISKMGT", "LC_", "LANG", "NO_COLOR"))}
+    plain["LC_ALL"] = "C.UTF-8"
+    plain.update(changes)
+    return {key: value for key, value in plain.items() if value is not None}
+
+
+@pytest.fixture
+def run(tmp_path):
+    """run("get", "CLASS", ...) in an empty directory; keywords change the environment."""
+    def runner(*arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, **changes):
+        done = subprocess.run([COMMAND, *map(os.fsencode, arguments)], stdin=stdin, stdout=stdout,
+                              stderr=subprocess.PIPE, cwd=tmp_path, env=environment(**changes), timeout=120,
+                              check=False)
+        return Outcome(done.returncode, done.stdout, done.stderr)
+    return runner
+
+
+@pytest.fixture
+def plugin():
+    """The file of a stand-in plug-in, by name."""
+    def find(name):
+        file = PLUGIN_DIR / f"{name}.so"
+        assert file.exists(), f"{file} is not built"
+        return str(file)
+    return find

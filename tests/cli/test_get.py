@@ -1,0 +1,204 @@
+"""get: one request, its JSON, its tables, and the classes that associations rely on."""
+import csv
+import io
+import json
+import os
+import socket
+import subprocess
+
+import pytest
+from conftest import COMMAND, environment
+
+DRIVE, PARTITION, DISK = "VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"
+EVERY_SERVED_CLASS = [
+    DISK, "VEXSG_DynamicExtent", PARTITION, DRIVE, "VEXSG_CDROMDrive", "VEXSG_DisketteDrive", "VEXSG_DVDDrive",
+    "VEXSG_TapeDrive", "VEXSG_DynamicDiskGroup", "VEXSG_MediaPresent", "VEXSG_PartitionPresent",
+    "VEXSG_LogicalDiskBasedOnExtent", "VEXSG_LogicalDiskBasedOnPartition", "VEXSG_DynamicVolumeBasedOnExtent",
+    "VEXSG_DynamicExtentBasedOn", "VEXSG_DriveInDynamicDiskGroup", "VEXSG_DynamicExtentInDiskGroup"]
+
+
+def texts(document):
+    return [line["text"] for line in document["log"]]
+
+
+def test_json_of_the_real_plugin(run):
+    done = run("get", DRIVE, "VEXSG_PartitionPresent")
+    assert (done.status, done.stderr) == (0, b"")
+    document = done.json
+    assert list(document) == ["namespace", "classes", "log"]
+    assert document["namespace"] == "root/cimv2"
+    assert [(entry["name"], entry["association"]) for entry in document["classes"]] == [
+        (DRIVE, False), ("VEXSG_PartitionPresent", True)]
+    assert {"severity": 3, "text": "Physical disk information.. VEXSG_DiskDrive"} in document["log"]
+
+
+def test_every_served_class_at_once(run):
+    done = run("get", *EVERY_SERVED_CLASS)
+    assert (done.status, done.stderr) == (0, b"")
+    assert [entry["name"] for entry in done.json["classes"]] == EVERY_SERVED_CLASS
+
+
+def test_json_is_indented_by_two_and_ends_with_one_line_end(run, plugin):
+    text = run("get", DRIVE, "--plugin", plugin("publishing")).text
+    assert text.startswith('{\n  "namespace": "root/cimv2",\n  "classes": [\n    {\n      "name"')
+    assert text.endswith("\n}\n")
+
+
+def test_values_keep_their_types(run, plugin):
+    classes = run("get", DRIVE, PARTITION, "--plugin", plugin("publishing")).json["classes"]
+    first, second = (drive["properties"] for drive in classes[0]["instances"])
+    assert first == {"Size": 2**64 - 1, "NoOfPartitions": 0, "DeviceID": "/dev/sda", "Name": "/dev/sda"}
+    assert second == {"Size": 0, "DeviceID": "/dev/sdb", "Name": "/dev/sdb"}
+    partition = classes[1]["instances"][0]["properties"]
+    assert partition["Bootable"] is True
+    assert partition["FaultTolerant"] is False
+    assert partition["PartitionType"] == 17
+
+
+def test_properties_stand_in_declaration_order(run, plugin):
+    declared = [entry["name"] for entry in run("classes", DRIVE, "--format", "json").json["properties"]]
+    document = run("get", DRIVE, "--plugin", plugin("publishing")).json
+    shown = list(document["classes"][0]["instances"][0]["properties"])
+    assert shown == [name for name in declared if name in shown]
+
+
+def test_known_but_unserved_class_is_empty(run):
+    done = run("get", "CIM_StorageExtent", "VEXSG_MediaAccessDevice")
+    assert (done.status, done.stderr) == (0, b"")
+    assert [entry["instances"] for entry in done.json["classes"]] == [[], []]
+
+
+def test_system_is_there_without_being_asked_for(run):
+    done = run("get", DRIVE, "VEXSG_ComputerSystem")
+    assert done.status == 0
+    assert done.json["classes"][1]["name"] == "VEXSG_ComputerSystem"
+
+
+def test_class_named_twice_appears_twice(run, plugin):
+    document = run("get", DRIVE, PARTITION, DRIVE, "--plugin", plugin("publishing")).json
+    assert [entry["name"] for entry in document["classes"]] == [DRIVE, PARTITION, DRIVE]
+    assert document["classes"][0] == document["classes"][2]
+    assert texts(document) == [f"{DRIVE} served", f"{PARTITION} served", f"{DRIVE} served"]
+
+
+class TestAssociations:
+    """What an association relies on is published before it is served."""
+
+    @staticmethod
+    def log(run, plugin, *arguments):
+        done = run("get", *arguments, "--plugin", plugin("publishing"))
+        assert done.status == 0
+        return texts(done.json)
+
+    @pytest.mark.parametrize("association", [
+        "VEXSG_MediaPresent", "VEXSG_PartitionPresent"])
+    def test_alone_it_sees_instances_that_are_not_logged(self, run, plugin, association):
+        assert self.log(run, plugin, association) == [f"{association} sees 2 drives"]
+
+    def test_behind_what_it_relies_on(self, run, plugin):
+        assert self.log(run, plugin, DRIVE, PARTITION, "VEXSG_PartitionPresent") == [
+            f"{DRIVE} served", f"{PARTITION} served", "VEXSG_PartitionPresent sees 2 drives"]
+
+    def test_before_what_it_relies_on_it_is_served_after_it(self, run, plugin):
+        done = run("get", "VEXSG_PartitionPresent", DRIVE, "--plugin", plugin("publishing"))
+        assert [entry["name"] for entry in done.json["classes"]] == ["VEXSG_PartitionPresent", DRIVE]
+        assert texts(done.json) == [f"{DRIVE} served", "VEXSG_PartitionPresent sees 2 drives"]
+
+    def test_exact_requests_just_what_is_named(self, run, plugin):
+        assert self.log(run, plugin, "VEXSG_PartitionPresent", DRIVE, "--exact") == [
+            "VEXSG_PartitionPresent sees 0 drives", f"{DRIVE} served"]
+
+    @pytest.mark.parametrize("association, published", [
+        ("VEXSG_MediaPresent", [DRIVE, DISK]),
+        ("VEXSG_PartitionPresent", [DRIVE, PARTITION]),
+        ("VEXSG_LogicalDiskBasedOnPartition", [PARTITION, DISK]),
+        ("VEXSG_LogicalDiskBasedOnExtent", []),
+        ("VEXSG_DriveInDynamicDiskGroup", []),
+    ])
+    def test_earlier_request(self, run, plugin, association, published):
+        stderr = run("get", association, "--plugin", plugin("publishing"), "--log-level", "debug").stderr.decode()
+        served = [line.rsplit(" ", 1)[0].rsplit(" ", 1)[-1] for line in stderr.splitlines() if
+                  line.endswith(" served")]
+        assert served == published
+
+    def test_earlier_request_leaves_out_what_is_asked_for(self, run, plugin):
+        stderr = run("get", PARTITION, "VEXSG_MediaPresent", "VEXSG_PartitionPresent", "--plugin",
+                     plugin("publishing"), "--log-level", "debug").stderr.decode()
+        assert stderr.count(f"{PARTITION} served") == 1
+        assert stderr.count(f"{DRIVE} served") == 1
+
+
+class TestTable:
+    """--format table."""
+
+    def test_only_columns_with_values(self, run, plugin):
+        lines = run("get", DRIVE, "--format", "table", "--plugin", plugin("publishing")).text.splitlines()
+        assert lines[0] == "VEXSG_DiskDrive (2 instances)"
+        assert sorted(lines[1].split()) == ["DeviceID", "Name", "NoOfPartitions", "Size"]
+        assert len(lines) == 4
+        assert "18446744073709551615" in lines[2]
+
+    def test_partition_type_in_words_and_offset_under_its_own_name(self, run, plugin):
+        lines = run("get", PARTITION, "--format", "table", "--plugin", plugin("publishing")).text.splitlines()
+        headings = lines[1].split()
+        assert headings[headings.index("PartitionType") + 1] == "Type"
+        assert "StartingOffset" in headings
+        assert "17 Linux file system" in lines[2]
+
+    def test_classes_are_set_apart(self, run, plugin):
+        text = run("get", DRIVE, "VEXSG_TapeDrive", "--format", "table", "--plugin", plugin("publishing")).text
+        assert text.endswith("\n\nVEXSG_TapeDrive (no instances)\n")
+
+
+class TestCsv:
+    """--format csv."""
+
+    def test_every_declared_property_has_a_column(self, run, plugin):
+        declared = [entry["name"] for entry in run("classes", DRIVE, "--format", "json").json["properties"]]
+        text = run("get", DRIVE, "--format", "csv", "--plugin", plugin("publishing")).text
+        rows = list(csv.DictReader(io.StringIO(text, newline="")))
+        assert list(rows[0]) == declared
+        assert [row["Size"] for row in rows] == ["18446744073709551615", "0"]
+        assert rows[1]["NoOfPartitions"] == ""
+
+    def test_rows_end_with_both_characters_and_classes_with_a_blank_line(self, run, plugin):
+        data = run("get", DRIVE, "VEXSG_TapeDrive", "--format", "csv", "--plugin", plugin("publishing")).stdout
+        drives, tapes = data.split(b"\r\n\r\n")
+        assert drives.count(b"\r\n") == 2
+        assert tapes.endswith(b"\r\n") and tapes.count(b"\n") == 1
+
+    def test_empty_text_differs_from_null(self, run, plugin):
+        data = run("get", DISK, "--format", "csv", "--plugin", plugin("publishing")).stdout
+        assert b',"",' in data or b'\n"",' in data or data.endswith(b',""\r\n')
+
+
+def test_virtual_devices_reach_the_plugin(run):
+    done = run("trace", DRIVE, "--virtual-device", "Virtual Floppy /dev/sdzz", "--virtual-device", "/dev/sdyy")
+    assert done.status == 0
+    assert b"Virtual Floppy /dev/sdzz" in done.stdout
+    assert b"/dev/sdyy" in done.stdout
+
+
+def test_virtual_devices_before_and_behind_the_command_add_up(run):
+    done = run("--virtual-device", "/dev/sdzz", "trace", DRIVE, "--virtual-device", "/dev/sdyy")
+    assert b"/dev/sdzz" in done.stdout and b"/dev/sdyy" in done.stdout
+
+
+def test_instances_name_the_system(run):
+    document = run("get", DISK).json
+    for instance in document["classes"][0]["instances"]:
+        assert instance["properties"]["SystemName"] == socket.gethostname()
+        assert instance["properties"]["SystemCreationClassName"] == "VEXSG_ComputerSystem"
+
+
+def test_another_user_than_root_gets_an_answer():
+    if os.geteuid() == 0:
+        command = ["setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups"]
+        if subprocess.run([*command, "test", "-x", COMMAND], check=False).returncode != 0:
+            pytest.skip("the build tree cannot be reached by another user")
+    else:
+        command = []
+    done = subprocess.run([*command, COMMAND, "get", *EVERY_SERVED_CLASS], capture_output=True, env=environment(),
+                          cwd="/", check=False)
+    assert (done.returncode, done.stderr) == (0, b"")
+    json.loads(done.stdout)

@@ -1,0 +1,113 @@
+"""Names that somebody chose to harm the reader: every format stays well-formed and no terminal is steered."""
+import csv
+import io
+import json
+import os
+import pty
+import subprocess
+
+import pytest
+from conftest import COMMAND, environment
+
+DISK = "VEXSG_LogicalDisk"
+RAW_CONTROLS = [b"\x1b", b"\x7f", b"\xc2\x9b", b"\xff", b"\t"]
+AS_UTF8 = 'a\nb\033[31mred\t"quoted", comma\\back\x7f\x9b31m \ufffdnot utf-8 ä'
+
+
+def on_a_terminal(*arguments, **changes):
+    """What the command writes to a terminal, as bytes."""
+    leader, follower = pty.openpty()
+    running = subprocess.Popen([COMMAND, *arguments], stdin=subprocess.DEVNULL, stdout=follower, stderr=follower,
+                               env=environment(**changes))
+    os.close(follower)
+    seen = b""
+    while True:
+        try:
+            piece = os.read(leader, 65536)
+        except OSError:  # the last holder of the other end is gone
+            break
+        if not piece:
+            break
+        seen += piece
+    os.close(leader)
+    running.wait(timeout=60)
+    return running.returncode, seen
+
+
+def test_json_replaces_what_is_not_utf8(run, plugin):
+    done = run("get", DISK, "--plugin", plugin("publishing"))
+    assert done.status == 0
+    properties = done.json["classes"][0]["instances"][0]["properties"]
+    assert properties["DeviceID"] == AS_UTF8
+    assert properties["OtherIdentifyingInfo"] == [AS_UTF8, "second"]
+    assert properties["MountOptions"] == ""
+
+
+def test_json_carries_no_raw_control_bytes(run, plugin):
+    data = run("get", DISK, "--plugin", plugin("publishing")).stdout
+    assert not [byte for byte in RAW_CONTROLS if byte in data]
+
+
+@pytest.mark.parametrize("locale", ["C.UTF-8", "C"])
+def test_table_escapes_what_is_not_printable(run, plugin, locale):
+    done = run("get", DISK, "--format", "table", "--plugin", plugin("publishing"), LC_ALL=locale)
+    assert done.status == 0
+    assert not [byte for byte in RAW_CONTROLS if byte in done.stdout]
+    assert len(done.stdout.splitlines()) == 3  # title, headings, one row
+    assert b"a\\x0ab\\x1b[31mred" in done.stdout
+
+
+def test_table_is_ascii_where_the_locale_is(run, plugin):
+    assert run("get", DISK, "--format", "table", "--plugin", plugin("publishing"), LC_ALL="C").stdout.isascii()
+    assert "ä" in run("get", DISK, "--format", "table", "--plugin", plugin("publishing"), LC_ALL="C.UTF-8").text
+
+
+def test_unknown_locale_is_no_failure(run, plugin):
+    done = run("get", DISK, "--format", "table", "--plugin", plugin("publishing"), LC_ALL="xx_YY.nowhere")
+    assert (done.status, done.stderr) == (0, b"")
+
+
+def test_csv_quotes_and_doubles(run, plugin):
+    done = run("get", DISK, "--format", "csv", "--plugin", plugin("publishing"))
+    (row,) = csv.DictReader(io.StringIO(done.stdout.decode(), newline=""))
+    assert row["DeviceID"] == AS_UTF8
+    assert row["OtherIdentifyingInfo"] == AS_UTF8 + ",second"
+
+
+@pytest.mark.parametrize("chosen", ["json", "table", "csv"])
+def test_no_format_steers_a_terminal(plugin, chosen):
+    status, seen = on_a_terminal("get", DISK, "--format", chosen, "--plugin", plugin("publishing"), NO_COLOR="1")
+    assert status == 0
+    assert not [byte for byte in RAW_CONTROLS if byte in seen]
+
+
+def test_terminal_gets_colour_by_default(plugin):
+    arguments = ("get", DISK, "--format", "table", "--plugin", plugin("publishing"))
+    assert b"\x1b[1m" in on_a_terminal(*arguments, TERM="xterm", NO_COLOR="")[1]
+    assert b"\x1b[" not in on_a_terminal(*arguments, TERM="xterm", NO_COLOR="1")[1]
+    assert b"\x1b[" not in on_a_terminal(*arguments, "--color", "never", TERM="xterm")[1]
+    assert b"\x1b[" not in on_a_terminal(*arguments, TERM="dumb")[1]
+
+
+def test_colour_elsewhere_only_on_demand(run, plugin):
+    arguments = ("get", DISK, "--format", "table", "--plugin", plugin("publishing"))
+    assert b"\x1b[" not in run(*arguments).stdout
+    forced = run(*arguments, "--color", "always", NO_COLOR="1").stdout
+    assert b"\x1b[1m" in forced
+    assert b"\x1b[31m" not in forced  # ours only, never the disk's
+
+
+def test_probe_of_a_hostile_name(run, tmp_path):
+    name = os.fsencode(tmp_path) + b"/\xff\x1b[31m\"\n"
+    with open(name, "wb") as image:
+        image.write(bytes(512))
+    done = run("probe", name)
+    assert done.status == 0
+    (entry,) = json.loads(done.stdout)
+    assert entry == {"path": os.fsdecode(tmp_path) + '/\ufffd\033[31m"\n', "partitions": []}
+
+
+def test_missing_file_with_a_hostile_name(run):
+    done = run("probe", b"\x1b[31m\xff\n")
+    assert done.status == 1
+    assert "\\x1b[31m\\xff\\x0a" in done.sentence

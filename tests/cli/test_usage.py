@@ -1,0 +1,114 @@
+"""What the command line accepts, and what it says to the rest."""
+import pytest
+
+COMMANDS = ["get", "probe", "classes", "plugin", "trace"]
+
+
+@pytest.mark.parametrize("command", [[], *([name] for name in COMMANDS)])
+@pytest.mark.parametrize("flag", ["--help", "-h"])
+def test_help_goes_to_standard_output(run, command, flag):
+    done = run(*command, flag)
+    assert (done.status, done.stderr) == (0, b"")
+    assert "Usage: diskmgt " + " ".join(command) in done.text
+    assert "Examples:" in done.text
+
+
+def test_general_help_lists_every_command(run):
+    listed = run("--help").text
+    for name in COMMANDS:
+        assert f"\n  {name} " in listed
+
+
+@pytest.mark.parametrize("command", [[], ["get"], ["plugin"]])
+def test_version(run, command):
+    done = run(*command, "--version")
+    assert done.status == 0
+    assert done.stdout == b"diskmgt 1.0.0\n"
+
+
+@pytest.mark.parametrize("name", ["tree", "explain", "diff", "export", "Get", "", "x" * 5000])
+def test_unknown_command_names_the_known_ones(run, name):
+    done = run(name)
+    assert (done.status, done.stdout) == (2, b"")
+    assert all(known in done.sentence for known in COMMANDS)
+
+
+def test_unknown_command_names_the_nearest(run):
+    assert "did you mean probe?" in run("prob", "disk.img").sentence
+    assert "did you mean" not in run("tree").sentence
+
+
+@pytest.mark.parametrize("arguments", [["tree", "--help"], ["tree", "--all"], ["--timeout", "5", "tree"]])
+def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
+    done = run(*arguments)
+    assert (done.status, done.stdout) == (2, b"")
+    assert 'unknown command "tree"' in done.sentence
+
+
+@pytest.mark.parametrize("arguments, complaint", [
+    (["--bogus"], 'unknown option "--bogus"'),
+    (["--exact"], 'unknown option "--exact"'),
+    (["get", "VEXSG_DiskDrive", "--bogus"], 'unknown option "--bogus"'),
+    (["get"], "get needs at least one CLASS"),
+    (["probe"], "probe needs at least one FILE"),
+    (["trace"], "trace needs at least one CLASS"),
+    (["plugin", "extra"], 'plugin takes no argument "extra"'),
+    (["classes", "VEXSG_DiskDrive", "extra"], 'classes takes no argument "extra"'),
+    (["probe", "disk.img", "--exact"], 'unknown option "--exact"'),
+    (["get", "VEXSG_DiskDrive", "--timeout"], "--timeout"),
+    (["get", "VEXSG_DiskDrive", "--timeout", "-1"], "--timeout takes a number of seconds"),
+    (["get", "VEXSG_DiskDrive", "--timeout", "soon"], "--timeout takes a number of seconds"),
+    (["get", "VEXSG_DiskDrive", "--timeout", "nan"], "--timeout takes a number of seconds"),
+    (["get", "VEXSG_DiskDrive", "--timeout", "5s"], "--timeout takes a number of seconds"),
+    (["get", "VEXSG_DiskDrive", "--timeout", ""], "--timeout takes a number of seconds"),
+    (["get", "VEXSG_DiskDrive", "--timeout", "1e300"], "--timeout takes a number of seconds"),
+    (["get", "VEXSG_DiskDrive", "--log-level", "loud"], "--log-level takes error, warning, status, debug, verbose"),
+    (["get", "VEXSG_DiskDrive", "--color", "blue"], "--color takes auto, always or never"),
+    (["get", "VEXSG_DiskDrive", "--format", "mof"], "--format takes json, table or csv"),
+    (["get", "VEXSG_DiskDrive", "--format", "JSON"], "--format takes json, table or csv"),
+    (["classes", "--format", "csv"], "--format takes table, json or mof"),
+    (["classes", "VEXSG_DiskDrive", "--format", "mof"], "--format mof prints the whole schema"),
+    (["plugin", "--format", "csv"], "--format takes table or json"),
+    (["probe", "disk.img", "--format", "table"], "--format takes json"),
+    (["trace", "VEXSG_DiskDrive", "--format", "csv"], "--format takes json"),
+    (["--format", "csv", "trace", "VEXSG_DiskDrive"], "--format takes json"),
+    (["get", "VEXSG_DiskDrive", "--output", ""], "--output needs the name of a file"),
+    (["get", "VEXSG_DiskDrive", "--plugin", ""], "--plugin needs the name of a file"),
+])
+def test_wrong_usage_is_one_sentence(run, arguments, complaint):
+    done = run(*arguments)
+    assert (done.status, done.stdout) == (2, b"")
+    assert complaint in done.sentence
+
+
+def test_last_of_repeated_options_counts(run, plugin):
+    done = run("get", "VEXSG_DiskDrive", "--plugin", "missing", "--plugin", plugin("publishing"),
+               "--format", "csv", "--format", "json")
+    assert done.status == 0
+    assert len(done.json["classes"][0]["instances"]) == 2
+
+
+def test_options_may_stand_before_the_command(run, plugin):
+    done = run("--plugin", plugin("publishing"), "--format", "json", "get", "VEXSG_DiskDrive")
+    assert done.status == 0
+    assert done.json["classes"][0]["name"] == "VEXSG_DiskDrive"
+
+
+def test_without_a_command_three_tables(run, plugin):
+    done = run("--plugin", plugin("publishing"))
+    assert done.status == 0
+    titles = [line for line in done.text.splitlines() if line.startswith("VEXSG_")]
+    assert titles == ["VEXSG_DiskDrive (2 instances)", "VEXSG_DiskPartition (1 instance)",
+                      "VEXSG_LogicalDisk (1 instance)"]
+
+
+def test_without_a_command_takes_a_format(run, plugin):
+    done = run("--plugin", plugin("publishing"), "--format", "json")
+    assert [entry["name"] for entry in done.json["classes"]] == [
+        "VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"]
+
+
+def test_control_characters_in_arguments_do_not_reach_the_terminal(run):
+    done = run("get", "VEXSG_\033[31m\nDisk")
+    assert done.status == 2
+    assert "\\x1b[31m\\x0aDisk" in done.sentence

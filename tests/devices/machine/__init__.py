@@ -1,0 +1,1 @@
+"""Described machines: reading their folders, building them from loop devices, running commands inside them."""

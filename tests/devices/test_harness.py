@@ -1,0 +1,217 @@
+"""The machines themselves, seen with other people's eyes: what is described is there, nothing of it shows outside, and
+nothing is left however a machine ends."""
+
+import json
+import os
+import signal
+import socket
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+import pytest
+
+from conftest import MACHINES
+from machine.description import DescriptionError, read_machine, size_in_bytes
+from machine.session import IN_MACHINE, MachineFailure, Session, loops_in_use
+
+GONE_WITHIN = 20  # seconds; the kernel frees a name space and its loop devices on its own time
+
+
+def write_machine(folder, **description):
+    (folder / "machine.json").write_text(json.dumps({"about": "a test", **description}), encoding="utf-8")
+    return folder
+
+
+def in_machine(folder, *command, **options):
+    return subprocess.run([sys.executable, "-B", IN_MACHINE, folder, "--", *command], capture_output=True, text=True,
+                          check=False, **options)
+
+
+def wait_until(question):
+    end = time.monotonic() + GONE_WITHIN
+    while not question() and time.monotonic() < end:
+        time.sleep(0.02)
+    return question()
+
+
+def still_in_use(session):
+    return {tuple(loop) for loop in session.loops} & loops_in_use()
+
+
+def test_disk_has_described_size_and_bytes(machine):
+    session = machine("tiny-disks")
+    for name, size in (("sda", 512), ("sdb", 0), ("sdc", 1024), ("sdd", 1536)):
+        assert session.run(["blockdev", "--getsize64", f"/dev/{name}"]).stdout.strip() == str(size)
+    seen = session.run(["od", "-A", "n", "-t", "x1", "-j", "446", "-N", "16", "/dev/sda"]).stdout.split()
+    assert seen[0] == "80" and seen[4] == "83" and seen[8] == "01" and seen[12] == "07"
+
+
+def test_partition_node_shows_its_part_of_the_disk(machine):
+    session = machine("mounted-file-systems")
+    session.run(["cmp", "--bytes", "65536", "--ignore-initial", f"0:{2048 * 512}", "/dev/sda1", "/dev/sda"])
+    assert session.run(["blkid", "-p", "-o", "value", "-s", "TYPE", "/dev/sda1"]).stdout == "ext4\n"
+
+
+def test_dev_holds_the_described_nodes_and_the_usual_ones_only(machine):
+    seen = set(machine("bios-primaries").run(["ls", "-A", "/dev"]).stdout.split())
+    kept = {name for name in ("pts", "shm") if os.path.isdir(f"/dev/{name}")}
+    usual = {"null", "zero", "full", "random", "urandom", "tty", "fd", "stdin", "stdout", "stderr", "ptmx"}
+    assert seen == {"sda", "loop-control", ".machine"} | usual | kept
+
+
+def test_sys_block_holds_the_described_entries(machine):
+    session = machine("sysfs-filters")
+    assert sorted(session.sys_block) == sorted(block.name for block in session.machine.sys_block)
+    assert session.run(["cat", "/sys/block/sde/size"]).stdout == "  7 of many\n"
+    assert session.run(["test", "-e", "/sys/block/sdc/size"], check=False).status == 1
+
+
+def test_sys_block_is_listed_in_the_described_order(machine):
+    session = machine("hd-before-sd")
+    assert session.sys_block == ["sdb", "hdb", "sda", "hda"]
+
+
+def test_reading_past_the_readable_part_fails(machine):
+    session = machine("unreadable-disks")
+    assert session.run(["dd", "if=/dev/sda", "bs=512", "count=1", "of=/dev/null"], check=False).status != 0
+    assert session.run(["dd", "if=/dev/sdb", "bs=512", "count=1", "of=/dev/null"]).status == 0
+    assert session.run(["blockdev", "--getsize64", "/dev/sda"]).stdout == f"{8 << 20}\n"
+
+
+def test_sector_size_is_the_described_one(machine):
+    assert machine("four-kib-sectors").run(["blockdev", "--getss", "/dev/sda"]).stdout == "4096\n"
+
+
+def test_host_name_is_the_described_one_inside_only(machine):
+    outside = socket.gethostname()
+    assert machine("whole-server").run(["uname", "-n"]).stdout == "db-3.example\n"
+    assert socket.gethostname() == outside
+
+
+def test_mount_table_is_the_described_text_and_can_be_opened_for_update(machine):
+    session = machine("mtab-without-line-end")
+    assert session.run(["cat", "/etc/mtab"]).stdout == session.machine.mtab
+    session.run([sys.executable, "-c", "open('/etc/mtab', 'r+').read()"])
+    assert machine("mtab-missing").run(["test", "-e", "/etc/mtab"], check=False).status == 1
+    read_only = machine("mtab-read-only").run([sys.executable, "-c", "open('/etc/mtab', 'r+')"], check=False)
+    assert "Read-only file system" in read_only.stderr
+
+
+def test_rest_of_etc_is_the_real_one_and_cannot_be_written(machine):
+    session = machine("no-disks")
+    assert session.run(["cat", "/etc/passwd"]).stdout == Path("/etc/passwd").read_text(encoding="utf-8")
+    assert session.run(["sh", "-c", "echo x >> /etc/passwd"], check=False).status != 0
+
+
+def test_real_system_sees_nothing_of_a_machine():
+    def outside():
+        paths = [f"{place}/{name}" for place in ("/dev", "/sys/block", "/etc", "/media")
+                 for name in ("hda", "trace", ".machine", ".real")]
+        return [os.lstat("/etc/mtab"), ".machine" in Path("/proc/self/mountinfo").read_text(encoding="utf-8"),
+                [path for path in paths if os.path.lexists(path)]]
+
+    before = outside()
+    assert before[1:] == [False, []]
+    with Session(MACHINES / "hd-before-sd") as session:
+        during = outside()
+        session.run(["touch", "/dev/trace", "/media/trace", "/etc/trace", "/sys/block/trace"])
+        written = outside()
+    assert before == during == written == outside()
+
+
+def test_closing_leaves_no_loop_device():
+    session = Session(MACHINES / "whole-server")
+    assert len(still_in_use(session)) == len(session.loops) > 3
+    session.close()
+    assert wait_until(lambda: not still_in_use(session))
+
+
+@pytest.mark.parametrize("victim", ["keeper", "init"])
+def test_killing_a_machine_with_mounts_and_a_running_command_leaves_nothing(victim):
+    session = Session(MACHINES / "mounted-file-systems")
+    assert still_in_use(session)
+    running = "import os, signal; os.fork() or os.setsid(); " \
+              "held = open(f'/media/data/{os.getpid()}', 'w'); signal.pause()"
+    session.process.stdin.write(json.dumps({"run": [sys.executable, "-c", running], "input": "", "environment": {},
+                                            "timeout": 60}) + "\n")
+    session.process.stdin.flush()
+    inside = f"/proc/{session.init}/task/{session.init}/children"
+    assert wait_until(lambda: Path(inside).read_text(encoding="ascii").split())
+    members = [session.init, *(int(pid) for pid in Path(inside).read_text(encoding="ascii").split())]
+    os.kill(session.process.pid if victim == "keeper" else session.init, signal.SIGKILL)
+    session.process.wait()
+    assert wait_until(lambda: not still_in_use(session))
+    assert wait_until(lambda: not any(os.path.exists(f"/proc/{pid}/exe") for pid in members))
+    session.close()
+
+
+def test_death_of_the_test_program_takes_its_machine_along():
+    program = f"import sys, signal; sys.path.insert(0, {str(IN_MACHINE.parent)!r}); " \
+              f"from machine.session import Session; held = Session({str(MACHINES / 'bios-primaries')!r}); " \
+              f"print(held.loops[0], flush=True); signal.pause()"
+    with subprocess.Popen([sys.executable, "-B", "-c", program], stdout=subprocess.PIPE, text=True) as doomed:
+        loop = tuple(json.loads(doomed.stdout.readline()))
+        assert loop in loops_in_use()
+        doomed.kill()
+    assert wait_until(lambda: loop not in loops_in_use())
+
+
+def test_machines_of_two_processes_do_not_collide():
+    names = ["drives-beyond-the-candidates", "sysfs-filters", "whole-server"]
+    command = "for node in /dev/*[a-z0-9]; do test -b $node && blockdev --getsize64 $node; done; " \
+              "parted -sm /dev/sda print; true"
+    alone = [in_machine(MACHINES / name, "sh", "-c", command).stdout for name in names]
+    together = [subprocess.Popen([sys.executable, "-B", IN_MACHINE, MACHINES / name, "--", "sh", "-c", command],
+                                 stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) for name in names * 3]
+    assert [process.communicate()[0] for process in together] == alone * 3
+
+
+def test_command_keeps_its_output_and_exit_status(tmp_path):
+    write_machine(tmp_path)
+    done = in_machine(tmp_path, "sh", "-c", "cat; echo wrong >&2; exit 7", input="text\n")
+    assert (done.returncode, done.stdout, done.stderr) == (7, "text\n", "wrong\n")
+    assert in_machine(tmp_path, "sh", "-c", "kill -TERM $$").returncode == 128 + signal.SIGTERM
+    assert in_machine(tmp_path, "/no/such/program").returncode == 127
+
+
+def test_failing_step_is_told_with_the_words_of_the_tool(tmp_path):
+    write_machine(tmp_path, disks=[{"name": "sda", "size": "1 MiB", "table": [{"sfdisk": ["nonsense"]}]}])
+    with pytest.raises(MachineFailure, match="sfdisk.*exit status 1"):
+        Session(tmp_path)
+
+
+@pytest.mark.unprivileged
+@pytest.mark.parametrize("description, words", [
+    ({"discs": []}, 'unknown key "discs"'),
+    ({"disks": [{"name": "sda"}]}, r'disks\[0\]: "size" is missing'),
+    ({"disks": [{"name": "sda", "size": "1 MB"}]}, '"size": a number of sectors'),
+    ({"disks": [{"name": "/dev/sda", "size": 1}]}, "name below /dev"),
+    ({"disks": [{"name": "../etc/x", "size": 1}]}, "name below /dev"),
+    ({"disks": [{"name": "sda", "size": 1, "table": [{"fdisk": []}]}]}, "one of sfdisk, sgdisk, parted"),
+    ({"disks": [{"name": "sda", "size": 1, "patches": [{"hex": "0g"}]}]}, "hexadecimal"),
+    ({"disks": [{"name": "sda", "size": 1, "patches": [{"slots": ["83 1"]}]}]}, "a slot is written like"),
+    ({"disks": [{"name": "sda", "size": 1, "patches": [{"slots": [""] * 5}]}]}, "four slots"),
+    ({"disks": [{"name": "sda", "size": 1, "patches": [{"sector": 1, "hex": "00"}]}]}, "past the end of sda"),
+    ({"disks": [{"name": "sda", "size": 1}], "nodes": [{"name": "sda", "kind": "file"}]}, "sda is described twice"),
+    ({"nodes": [{"name": "sda1", "kind": "partition", "of": "sda", "start": 1, "size": 1}]}, "no disk of this machine"),
+    ({"nodes": [{"name": "sda1", "kind": "pipe"}]}, 'unknown kind "pipe"'),
+    ({"mounts": [{"at": "/usr", "source": "tmpfs"}]}, "below /media/"),
+])
+def test_description_that_cannot_be_understood_is_refused(tmp_path, description, words):
+    with pytest.raises(DescriptionError, match=words):
+        read_machine(write_machine(tmp_path, **description))
+
+
+@pytest.mark.unprivileged
+def test_sizes_are_sectors_or_texts_with_a_unit():
+    assert [size_in_bytes(value) for value in (0, 3, "3", "512 B", "2 sectors", "1KiB", "2 MiB", "3 GiB", "1 TiB")] == \
+        [0, 1536, 3, 512, 1024, 1 << 10, 2 << 20, 3 << 30, 1 << 40]
+    assert [size_in_bytes(value) for value in (-1, True, "1 MB", "", None, "-1 B")] == [None] * 6
+
+
+@pytest.mark.unprivileged
+@pytest.mark.parametrize("folder", sorted(MACHINES.iterdir()), ids=lambda folder: folder.name)
+def test_every_machine_folder_can_be_read(folder):
+    assert read_machine(folder).about.endswith(".")

@@ -1,0 +1,111 @@
+// FakeOs: a described machine that answers every question of base/os.h, notes each one and can fail any of them.
+#pragma once
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/disk_image.h"
+
+namespace diskmgt_test {
+
+/// How long a fault lasts.
+enum class Fault { once, fromThenOn };
+
+/// What a call that is made to fail does.
+struct Effect {
+    int error = EIO;                        // answered by a call that can fail
+    std::optional<std::size_t> readAtMost;  // set: nothing fails, but reads give no more bytes than this
+
+    static Effect failsWith(int error) { return {error, std::nullopt}; }
+    static Effect readsAtMost(std::size_t bytes) { return {0, bytes}; }
+};
+
+/// What statfs(2) answers.
+struct SpaceFigures {
+    std::uint64_t blockBytes = 4096;
+    std::uint64_t blocks = 0;
+    std::uint64_t freeBlocks = 0;
+    std::uint64_t availableBlocks = 0;
+    std::uint32_t idFirst = 0;
+    std::uint32_t idSecond = 0;
+};
+
+/// Copies the bytes of a device from `offset` on; the range lies within the device.
+using Content = std::function<void(std::uint64_t offset, char* buffer, std::size_t size)>;
+
+/// The machine that base/os.h talks to while this object lives; one at a time. A question without a machine aborts.
+/// Descriptor numbers are never used twice, so that a stale one is noticed. All operations may be called from
+/// several threads at once; describe the machine before they start.
+class FakeOs {
+public:
+    FakeOs();
+    FakeOs(const FakeOs&) = delete;
+    FakeOs& operator=(const FakeOs&) = delete;
+    ~FakeOs();
+
+    // The machine. A later description of a path replaces the earlier one.
+
+    /// A block device: a seek past its end fails, as the kernel's does.
+    FakeOs& device(const std::string& path, const DiskImage& image);
+    /// A block device whose bytes are computed, so that a huge one costs nothing.
+    FakeOs& device(const std::string& path, std::uint64_t sizeBytes, Content content);
+    /// A regular file: seeks go anywhere, it has no device size, its text can be read as a mount table.
+    FakeOs& file(const std::string& path, const std::string& text);
+    /// The same, but it cannot be opened for update.
+    FakeOs& readOnlyFile(const std::string& path, const std::string& text);
+    /// A directory listing "." and "..", then these names in this order; exactly these when "." is among them.
+    FakeOs& directory(const std::string& path, const std::vector<std::string>& entries);
+    FakeOs& link(const std::string& path, const std::string& target);
+    /// Something that exists and can do nothing else.
+    FakeOs& node(const std::string& path);
+    FakeOs& fileSystem(const std::string& path, const SpaceFigures& figures);
+    FakeOs& remove(const std::string& path);
+    /// What sysfs shows of a disk: its size and number, and a directory with its attributes and partitions. Adds the
+    /// name to /sys/block.
+    FakeOs& sysfsDisk(const std::string& name, std::uint64_t sectors, const std::string& majorMinor,
+                      const std::vector<std::string>& partitions);
+
+    // What happened.
+
+    /// Calls since the machine was made, or since the last `failCall`, `heal` or `forgetCalls`.
+    int calls() const;
+    /// The same calls as text, in order: "lseek(/dev/sda, 446)".
+    std::vector<std::string> callTexts() const;
+    void forgetCalls();
+    /// Counts calls without keeping their texts.
+    FakeOs& keepNoTexts();
+    int openDescriptors() const;
+    /// Descriptors, directories and mount tables.
+    int openHandles() const;
+    int mostOpenDescriptors() const;
+    /// Paths whose descriptor was closed without ever having been kept from child processes.
+    std::vector<std::string> inheritablePaths() const;
+    /// Uses of a descriptor, directory or table that is not open.
+    int staleUses() const;
+    /// True on a thread while it is inside one of the machine's answers. The kernel needs no memory of the program's:
+    /// whoever makes allocations fail leaves the machine's own alone.
+    static bool isAnswering();
+
+    // Faults. They stay until `heal`.
+
+    /// The n-th call from now on fails, and with `fromThenOn` every later one.
+    void failCall(int n, Fault how, Effect effect = {});
+    /// Every call whose text begins like this fails.
+    void failCallsLike(const std::string& beginning, Effect effect = {});
+    void heal();
+    /// Paths of the calls that were made to fail, as the calls named them.
+    std::vector<std::string> hitPaths() const;
+
+    struct State;
+
+private:
+    std::unique_ptr<State> state;
+};
+
+}  // namespace diskmgt_test

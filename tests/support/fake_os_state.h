@@ -1,0 +1,74 @@
+// What a FakeOs knows and counts. Shared by its two source files only.
+#pragma once
+
+#include <cstdio>
+#include <map>
+#include <mutex>
+
+#include "tests/support/fake_os.h"
+
+namespace diskmgt_test {
+
+struct Node {
+    enum class Kind { device, file, directory, link, bare };
+    Kind kind = Kind::bare;
+    std::uint64_t sizeBytes = 0;
+    Content content;                   // devices and files
+    std::string text;                  // a file's text, a link's target
+    bool updatable = true;             // files
+    std::vector<std::string> entries;  // directories
+};
+
+struct Descriptor {
+    std::string path;  // as it was opened
+    Node node;
+    std::uint64_t position = 0;
+    bool closeOnExec = false;
+};
+
+struct OpenDirectory {
+    std::string path;
+    std::vector<std::string> entries;
+    std::size_t next = 0;
+};
+
+struct OpenTable {
+    std::string path;
+    std::string text;  // the stream reads from here
+};
+
+struct FakeOs::State {
+    mutable std::mutex mutex;
+
+    std::map<std::string, Node> nodes;
+    std::map<std::string, SpaceFigures> fileSystems;
+
+    int nextDescriptor = 3;
+    std::map<int, Descriptor> descriptors;
+    std::map<void*, std::unique_ptr<OpenDirectory>> directories;
+    std::map<std::FILE*, std::unique_ptr<OpenTable>> tables;
+
+    bool keepTexts = true;
+    int callCount = 0;
+    std::vector<std::string> texts;
+    int mostDescriptors = 0;
+    int stale = 0;
+    std::vector<std::string> inheritable;
+
+    int failingCall = 0;  // 0: none
+    Fault failingHow = Fault::once;
+    Effect failingEffect;
+    std::vector<std::pair<std::string, Effect>> failingTexts;
+    std::vector<std::string> hits;
+
+    /// Notes one call; the effect when it is to fail. With `errno` set accordingly.
+    std::optional<Effect> note(const char* name, const std::string& path, const std::string& detail = {});
+    /// The node that a path leads to, links followed; null when there is none.
+    const Node* find(const std::string& path) const;
+    Descriptor* descriptor(int fd);
+
+    /// The machine in place; aborts when there is none.
+    static State& current();
+};
+
+}  // namespace diskmgt_test

@@ -1,0 +1,153 @@
+// The real kernel behind base/os.h, asked about files in a temporary directory. Linked with os_posix.cpp, so
+// it is a program of its own.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "base/handles.h"
+
+namespace {
+
+using diskmgt_col::UniqueDirectory;
+using diskmgt_col::UniqueFd;
+using diskmgt_col::UniqueMountTable;
+using ::testing::UnorderedElementsAre;
+
+namespace os = diskmgt_col::os;
+
+class PosixOs : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (std::filesystem::temp_directory_path() / "os-posix-XXXXXX").string();
+        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+        directory = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(directory); }
+
+    std::string write(const std::string& name, const std::string& text) const {
+        std::string path = directory + "/" + name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+
+    std::string directory;
+};
+
+TEST_F(PosixOs, ReadsOnFromWhereItSought) {
+    const UniqueFd file(os::openFile(write("table", "0123456789"), O_RDONLY));
+    ASSERT_TRUE(file.valid());
+    char buffer[8] = {};
+    EXPECT_EQ(os::seekTo(file.get(), 4), 4);
+    EXPECT_EQ(os::readSome(file.get(), buffer, 3), 3);
+    EXPECT_STREQ(buffer, "456");
+    EXPECT_EQ(os::readSome(file.get(), buffer, 8), 3);
+    EXPECT_EQ(os::readSome(file.get(), buffer, 8), 0);
+}
+
+TEST_F(PosixOs, SeeksBeyondFourGibibytes) {
+    const UniqueFd file(os::openFile(write("table", ""), O_RDONLY));
+    constexpr std::int64_t kFar = (std::int64_t{0xFFFFFFFF} * 2) * 512 + 446;
+    EXPECT_EQ(os::seekTo(file.get(), kFar), kFar);
+}
+
+TEST_F(PosixOs, AnswersTheKernelsErrorsUnchanged) {
+    errno = 0;
+    EXPECT_LT(os::openFile(directory + "/missing", O_RDONLY), 0);
+    EXPECT_EQ(errno, ENOENT);
+    const UniqueFd file(os::openFile(write("plain", "x"), O_RDONLY));
+    errno = 0;
+    EXPECT_LT(os::seekTo(file.get(), -1), 0);
+    EXPECT_EQ(errno, EINVAL);
+    errno = 0;
+    EXPECT_LT(os::readSome(-1, nullptr, 0), 0);
+    EXPECT_EQ(errno, EBADF);
+}
+
+TEST_F(PosixOs, OpensWithTheGivenFlagsAndKeepsFromChildrenOnRequest) {
+    const UniqueFd file(os::openFile(write("plain", "x"), O_RDONLY));
+    EXPECT_EQ(::fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
+    EXPECT_EQ(::fcntl(file.get(), F_GETFL) & O_ACCMODE, O_RDONLY);
+    EXPECT_GE(os::setCloseOnExec(file.get()), 0);
+    EXPECT_NE(::fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_F(PosixOs, GivesDescriptorsBack) {
+    const int file = os::openFile(write("plain", "x"), O_RDONLY);
+    EXPECT_EQ(os::closeFile(file), 0);
+    EXPECT_EQ(::fcntl(file, F_GETFD), -1);
+}
+
+TEST_F(PosixOs, LeavesTheSizeAloneForWhatIsNoBlockDevice) {
+    const UniqueFd file(os::openFile(write("plain", "x"), O_RDONLY));
+    std::uint64_t bytes = 7;
+    EXPECT_LT(os::blockDeviceSize(file.get(), bytes), 0);
+    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_EQ(bytes, 7U);
+}
+
+TEST_F(PosixOs, TellsWhetherAPathExists) {
+    EXPECT_EQ(os::pathExists(write("there", "")), 0);
+    EXPECT_LT(os::pathExists(directory + "/missing"), 0);
+    std::filesystem::create_symlink("missing", directory + "/dangling");
+    EXPECT_LT(os::pathExists(directory + "/dangling"), 0);
+}
+
+TEST_F(PosixOs, ReadsLinksWithoutATerminator) {
+    std::filesystem::create_symlink("../../sda1", directory + "/link");
+    char buffer[16];
+    std::memset(buffer, '#', sizeof buffer);
+    EXPECT_EQ(os::readLink(directory + "/link", buffer, sizeof buffer), 10);
+    EXPECT_EQ(std::string(buffer, 11), "../../sda1#");
+    EXPECT_EQ(os::readLink(directory + "/link", buffer, 4), 4);
+    EXPECT_LT(os::readLink(write("plain", ""), buffer, sizeof buffer), 0);
+}
+
+TEST_F(PosixOs, MeasuresFileSystems) {
+    struct statfs asked;
+    struct statfs expected;
+    ASSERT_EQ(os::fileSystemStatistics(directory.c_str(), asked), 0);
+    ASSERT_EQ(::statfs(directory.c_str(), &expected), 0);
+    EXPECT_EQ(asked.f_blocks, expected.f_blocks);
+    EXPECT_EQ(asked.f_bsize, expected.f_bsize);
+    EXPECT_LT(os::fileSystemStatistics((directory + "/missing").c_str(), asked), 0);
+}
+
+TEST_F(PosixOs, ListsEveryEntryOfADirectory) {
+    write("sda", "");
+    write("sdb", "");
+    std::vector<std::string> names;
+    {
+        const UniqueDirectory opened(os::openDirectory(directory + "/"));
+        ASSERT_NE(opened, nullptr);
+        while (const char* const name = os::nextEntryName(opened.get())) names.emplace_back(name);
+    }
+    EXPECT_THAT(names, UnorderedElementsAre(".", "..", "sda", "sdb"));
+    EXPECT_EQ(os::openDirectory(directory + "/missing"), nullptr);
+}
+
+TEST_F(PosixOs, ReadsMountTables) {
+    const std::string table =
+        write("mtab", "# note\n/dev/sda1 /mnt/a\\040b ext4 rw,relatime 0 0\nproc /proc proc rw 0 0\n");
+    const UniqueMountTable opened(os::openMountTable(table.c_str(), "r+"));
+    ASSERT_NE(opened, nullptr);
+    mntent entry;
+    char line[256];
+    ASSERT_TRUE(os::nextMountEntry(opened.get(), entry, line, sizeof line));
+    EXPECT_STREQ(entry.mnt_fsname, "/dev/sda1");
+    EXPECT_STREQ(entry.mnt_dir, "/mnt/a b");
+    EXPECT_STREQ(entry.mnt_type, "ext4");
+    EXPECT_STREQ(entry.mnt_opts, "rw,relatime");
+    ASSERT_TRUE(os::nextMountEntry(opened.get(), entry, line, sizeof line));
+    EXPECT_STREQ(entry.mnt_fsname, "proc");
+    EXPECT_FALSE(os::nextMountEntry(opened.get(), entry, line, sizeof line));
+    EXPECT_EQ(os::openMountTable((directory + "/missing").c_str(), "r+"), nullptr);
+}
+
+}  // namespace

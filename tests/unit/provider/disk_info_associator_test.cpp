@@ -1,0 +1,203 @@
+// DiskInfoAssociator: which instances are paired, in which roles and order, and what is asked of the host.
+#include "provider/disk_info_associator.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "tests/support/association_scene.h"
+
+namespace diskmgt_col {
+namespace {
+
+using diskmgt_test::AssociationScene;
+using diskmgt_test::callsByPlugin;
+using diskmgt_test::Classes;
+using diskmgt_test::crossingOf;
+using refhost::FaultKind;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::SizeIs;
+
+constexpr auto kOnPartition = &DiskInfoAssociator::enumerateDiskBasedOnPartitionAssociations;
+constexpr auto kPartitionOnDrive = &DiskInfoAssociator::enumeratePartitionPresentAssociations;
+constexpr auto kDiskOnDrive = &DiskInfoAssociator::enumerateMediaPresentAssociations;
+
+TEST(DiskInfoAssociator, EachPartitionNamesItsOwnDriveAsAntecedentInKeyOrder) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sdb1", "/dev/sda1"}).drives({"/dev/sdb", "/dev/sda"});
+    EXPECT_THAT(scene.pairs(kPartitionOnDrive),
+                ElementsAre(Pair("VEXSG_DiskDrive /dev/sda", "VEXSG_DiskPartition /dev/sda1"),
+                            Pair("VEXSG_DiskDrive /dev/sdb", "VEXSG_DiskPartition /dev/sdb1")));
+}
+
+TEST(DiskInfoAssociator, APartitionIsPairedWithTheFirstDriveWhoseNameItContains) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sdaa1"}).drives({"/dev/sdaa", "/dev/sda"});
+    EXPECT_THAT(scene.pairs(kPartitionOnDrive),
+                ElementsAre(Pair("VEXSG_DiskDrive /dev/sda", "VEXSG_DiskPartition /dev/sdaa1")));
+}
+
+TEST(DiskInfoAssociator, APartitionIsBasedOnTheFirstLogicalDiskThatLiesWithinIt) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda10"}).logicalDisks({"/dev/sda10", "/dev/sda1"});
+    EXPECT_THAT(scene.pairs(kOnPartition),
+                ElementsAre(Pair("VEXSG_DiskPartition /dev/sda10", "VEXSG_LogicalDisk /dev/sda1")));
+}
+
+TEST(DiskInfoAssociator, ALogicalDiskLongerThanThePartitionIsNotBasedOnIt) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda1"}).logicalDisks({"/dev/sda10"});
+    EXPECT_THAT(scene.pairs(kOnPartition), IsEmpty());
+}
+
+TEST(DiskInfoAssociator, ADriveWithAnEmptyNameMatchesEverything) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda1"}).logicalDisks({"proc"}).drives({"/dev/sda", ""});
+    EXPECT_THAT(scene.pairs(kPartitionOnDrive), ElementsAre(Pair("VEXSG_DiskDrive ", "VEXSG_DiskPartition /dev/sda1")));
+    EXPECT_THAT(scene.pairs(kDiskOnDrive), ElementsAre(Pair("VEXSG_DiskDrive ", "VEXSG_LogicalDisk proc")));
+}
+
+TEST(DiskInfoAssociator, ALogicalDiskOnADriveHasTheDriveAsAntecedent) {
+    AssociationScene scene;
+    scene.logicalDisks({"tmpfs", "/dev/sda2"}).drives({"/dev/sda"});
+    EXPECT_THAT(scene.pairs(kDiskOnDrive),
+                ElementsAre(Pair("VEXSG_DiskDrive /dev/sda", "VEXSG_LogicalDisk /dev/sda2")));
+}
+
+TEST(DiskInfoAssociator, ARelativeLinkTargetIsNotMadeAbsolute) {
+    AssociationScene scene;
+    scene.logicalDisks({"/dev/mapper/vg-root"}).drives({"/dev/dm-0"});
+    scene.machine.link("/dev/mapper/vg-root", "../dm-0");
+    EXPECT_THAT(scene.pairs(kDiskOnDrive), IsEmpty());
+}
+
+TEST(DiskInfoAssociator, ARelativeLinkTargetIsSearchedAsItStands) {
+    AssociationScene scene;
+    scene.logicalDisks({"/dev/mapper/vg-root"}).drives({"dm-0"});
+    scene.machine.link("/dev/mapper/vg-root", "../dm-0");
+    EXPECT_THAT(scene.pairs(kDiskOnDrive),
+                ElementsAre(Pair("VEXSG_DiskDrive dm-0", "VEXSG_LogicalDisk /dev/mapper/vg-root")));
+}
+
+TEST(DiskInfoAssociator, AnAbsoluteLinkTargetFindsItsDriveAndOnlyOneLevelIsRead) {
+    AssociationScene scene;
+    scene.logicalDisks({"/dev/disk/by-label/a", "/dev/disk/by-label/b"}).drives({"/dev/sda"});
+    scene.machine.link("/dev/disk/by-label/a", "/dev/sda1").link("/dev/disk/by-label/b", "/dev/disk/by-label/a");
+    EXPECT_THAT(scene.pairs(kDiskOnDrive),
+                ElementsAre(Pair("VEXSG_DiskDrive /dev/sda", "VEXSG_LogicalDisk /dev/disk/by-label/a")));
+}
+
+TEST(DiskInfoAssociator, ALinkTargetIsCutAt256Bytes) {
+    const std::string padding(248, 'x');
+    AssociationScene scene;
+    scene.logicalDisks({"/fits", "/is-cut"}).drives({"/dev/sda"});
+    scene.machine.link("/fits", padding + "/dev/sda1").link("/is-cut", padding + "x/dev/sda");
+    EXPECT_THAT(scene.pairs(kDiskOnDrive), ElementsAre(Pair("VEXSG_DiskDrive /dev/sda", "VEXSG_LogicalDisk /fits")));
+}
+
+TEST(DiskInfoAssociator, TheLinkIsAskedForWith256BytesAndOnlyWhenNoDriveMatches) {
+    AssociationScene scene;
+    scene.logicalDisks({"/dev/sda1", "proc"}).drives({"/dev/sda"});
+    (void)scene.pairs(kDiskOnDrive);
+    EXPECT_THAT(scene.machine.callTexts(), ElementsAre("readlink(proc, 256)"));
+}
+
+TEST(DiskInfoAssociator, WithoutDrivesEveryLogicalDiskStillReadsItsLink) {
+    AssociationScene scene;
+    scene.logicalDisks({"a", "b"});
+    EXPECT_THAT(scene.pairs(kDiskOnDrive), IsEmpty());
+    EXPECT_THAT(scene.machine.callTexts(), SizeIs(2));
+}
+
+TEST(DiskInfoAssociator, WithoutLogicalDisksTheDriveQueryStillRuns) {
+    AssociationScene scene;
+    scene.drives({"/dev/sda"});
+    std::vector<refhost::TraceEntry> trace;
+    (void)scene.publish([&](auto nameSpace, Classes&) {
+        scene.session.host.startTrace();
+        EXPECT_THAT(DiskInfoAssociator().enumerateMediaPresentAssociations(nameSpace), IsEmpty());
+        trace = scene.session.host.takeTrace();
+    });
+    EXPECT_THAT(callsByPlugin(trace), ElementsAre("getClass", "enumerateInstances", "getClass", "enumerateInstances",
+                                                  "getProperty", "getValue"));
+    EXPECT_EQ(std::get<std::string>(trace[0].arguments[0].second), "VEXSG_LogicalDisk");
+    EXPECT_EQ(std::get<std::string>(trace[2].arguments[0].second), "VEXSG_MediaAccessDevice");
+}
+
+TEST(DiskInfoAssociator, AsksOneLookupAndOneEnumerationPerIndexAndTwoReferencesPerPair) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda1", "/dev/sda2", "/dev/sdc1"}).drives({"/dev/sda"});
+    std::vector<refhost::TraceEntry> trace;
+    (void)scene.publish([&](auto nameSpace, Classes&) {
+        scene.session.host.startTrace();
+        (void)DiskInfoAssociator().enumeratePartitionPresentAssociations(nameSpace);
+        trace = scene.session.host.takeTrace();
+    });
+    EXPECT_THAT(callsByPlugin(trace),
+                ElementsAre("getClass", "enumerateInstances", "getProperty", "getValue", "getProperty", "getValue",
+                            "getProperty", "getValue", "getClass", "enumerateInstances", "getProperty", "getValue",
+                            "getReference", "getReference", "getReference", "getReference"));
+}
+
+TEST(DiskInfoAssociator, InstancesWithNullKeysMatchEachOther) {
+    AssociationScene scene;
+    scene.partitionWithoutKey().driveWithoutKey();
+    EXPECT_THAT(scene.pairs(kPartitionOnDrive), ElementsAre(Pair("VEXSG_DiskDrive nameless", "VEXSG_DiskPartition")));
+}
+
+TEST(DiskInfoAssociator, PartitionsWithEqualKeysEachGetTheirOwnAssociation) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda5", "/dev/sda5"}).drives({"/dev/sda"});
+    EXPECT_THAT(scene.pairs(kPartitionOnDrive), SizeIs(2));
+}
+
+TEST(DiskInfoAssociator, TheIndexKeepsEqualKeysInTheHostsOrderAndCallsNullUnknown) {
+    AssociationScene scene;
+    scene.partitions({"b", "a", "b"}).partitionWithoutKey();
+    std::vector<std::string> keys;
+    (void)scene.publish([&](auto nameSpace, Classes&) {
+        for (const auto& [key, instance] : DiskInfoAssociator().enumeratePhysicalDrivePartitions(nameSpace)) {
+            keys.push_back(key);
+            EXPECT_NE(instance, nullptr);
+        }
+    });
+    EXPECT_THAT(keys, ElementsAre("Unknown", "a", "b", "b"));
+}
+
+TEST(DiskInfoAssociator, AKeyPropertyThatTheClassDoesNotDeclareThrows) {
+    AssociationScene scene;
+    scene.drives({"/dev/sda"});
+    const auto result = scene.publish([&](auto nameSpace, Classes&) {
+        (void)DiskInfoAssociator().enumerateInstancesByProperty(nameSpace, "VEXSG_DiskDrive", "Colour");
+    });
+    EXPECT_TRUE(result.failure.has_value());
+}
+
+TEST(DiskInfoAssociator, ANullClassOrPropertyThrowsAStandardException) {
+    AssociationScene scene;
+    scene.drives({"/dev/sda"});
+    (void)scene.publish([&](auto nameSpace, Classes&) {
+        for (const std::size_t crossing : {1, 3}) {  // the class lookup, the first instance's property lookup
+            scene.session.host.setFaultPlan({crossing, false, FaultKind::kNullResult});
+            EXPECT_THROW(DiskInfoAssociator().enumeratePhysicalDriveNames(nameSpace), std::runtime_error);
+        }
+        scene.session.host.clearFaultPlan();
+        EXPECT_THROW(DiskInfoAssociator().enumeratePhysicalDriveNames(nullptr), std::runtime_error);
+    });
+}
+
+TEST(DiskInfoAssociator, AFilledStoreChangesNothing) {
+    LDMStore store;
+    store["any"].texts[0]["name"] = "text";
+    AssociationScene scene;
+    scene.partitions({"/dev/sda1"}).drives({"/dev/sda"});
+    (void)scene.publish([&](auto nameSpace, Classes&) {
+        EXPECT_THAT(DiskInfoAssociator(store).enumeratePartitionPresentAssociations(nameSpace), SizeIs(1));
+    });
+}
+
+}  // namespace
+}  // namespace diskmgt_col
