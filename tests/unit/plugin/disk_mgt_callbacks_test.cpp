@@ -71,7 +71,7 @@ TEST(TDiskMgtCallbacks, AClassNamedTwiceIsServedTwice) {
 TEST(TDiskMgtCallbacks, AFailingIdentityQueryOfTheHostEndsTheRequest) {
     FakeOs machine;
     PluginSession session;
-    for (const std::size_t crossing : {1, 2, 3, 4}) {  // each provider asks for both names
+    for (const std::size_t crossing : {1U, 2U, 3U, 4U}) {  // each provider asks for both names
         session.host.setFaultPlan({crossing, false, FaultKind::kTalException});
         const auto result = session.host.request({"VEXSG_DynamicExtent"});
         EXPECT_TRUE(result.failure.has_value()) << crossing;
@@ -122,7 +122,7 @@ TEST(TDiskMgtCallbacks, ARefusedRegistrationSilencesTheLog) {
 
 TEST(TDiskMgtCallbacks, AnExceptionOfTheRegistrationLeavesTheConstructor) {
     HostSession session;
-    for (const std::size_t crossing : {1, 2}) {
+    for (const std::size_t crossing : {1U, 2U}) {
         session.host.setFaultPlan({crossing, false, FaultKind::kTalException});
         EXPECT_THROW(TDiskMgtCallbacks(), NVEXTAL20::TTALException) << crossing;
     }

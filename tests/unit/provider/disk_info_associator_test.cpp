@@ -180,7 +180,7 @@ TEST(DiskInfoAssociator, ANullClassOrPropertyThrowsAStandardException) {
     AssociationScene scene;
     scene.drives({"/dev/sda"});
     (void)scene.publish([&](auto nameSpace, Classes&) {
-        for (const std::size_t crossing : {1, 3}) {  // the class lookup, the first instance's property lookup
+        for (const std::size_t crossing : {1U, 3U}) {  // the class lookup, the first instance's property lookup
             scene.session.host.setFaultPlan({crossing, false, FaultKind::kNullResult});
             EXPECT_THROW(DiskInfoAssociator().enumeratePhysicalDriveNames(nameSpace), std::runtime_error);
         }
