@@ -30,7 +30,7 @@ private:
 /// processes right after. Check `valid()`.
 inline UniqueFd openDevice(const std::string& path) {
     UniqueFd device(os::openFile(path, O_RDONLY));
-    if (device.valid()) (void)os::setCloseOnExec(device.get());  // cannot fail on an open descriptor
+    if (device.valid()) (void)os::setCloseOnExec(device.get());  // a refusal costs only this protection
     return device;
 }
 

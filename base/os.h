@@ -25,7 +25,7 @@ ssize_t readSome(int fd, void* buffer, std::size_t size);
 /// ioctl(2) BLKGETSIZE64; negative on failure, which leaves `bytes` alone.
 int blockDeviceSize(int fd, std::uint64_t& bytes);
 /// access(2) with F_OK; 0 when the path exists.
-int pathExists(const std::string& path);
+int checkAccess(const std::string& path);
 /// readlink(2); the number of bytes put into the buffer, which are not terminated, or negative.
 ssize_t readLink(const std::string& path, char* buffer, std::size_t size);
 /// statfs(2); 0, or negative.

@@ -25,7 +25,7 @@ int blockDeviceSize(int fd, std::uint64_t& bytes) {
     return result;
 }
 
-int pathExists(const std::string& path) { return ::access(path.c_str(), F_OK); }
+int checkAccess(const std::string& path) { return ::access(path.c_str(), F_OK); }
 
 ssize_t readLink(const std::string& path, char* buffer, std::size_t size) {
     return ::readlink(path.c_str(), buffer, size);

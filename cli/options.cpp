@@ -26,6 +26,7 @@ const std::vector<std::string> kSeverities = {"error", "warning", "status", "deb
 struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color;
     std::vector<std::string> virtualDevices, operands;
+    std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
     bool exact = false;
 };
 
@@ -62,7 +63,7 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     };
     if (command.operand != nullptr) {
         CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
-        if (command.needsOperand) operands->required();
+        if (command.needsOperand && given.plainOperands.empty()) operands->required();
     }
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
@@ -217,8 +218,15 @@ Options readOptions(int argumentCount, const char* const* arguments) {
     }
     if (command != nullptr) {
         words.erase(words.begin());
+        const auto mark = std::find(words.begin(), words.end(), "--");
+        if (mark != words.end()) {
+            given.plainOperands.assign(mark + 1, words.end());
+            words.erase(mark, words.end());
+        }
         refuseLeftovers(readStretch(*command, std::move(words), given, shownText), *command);
         if (!shownText.empty()) return showing(shownText);
+        given.operands.insert(given.operands.end(), given.plainOperands.begin(), given.plainOperands.end());
+        if (command->operand == nullptr && !given.operands.empty()) refuseLeftovers({given.operands[0]}, *command);
         if (!command->takesManyOperands && given.operands.size() > 1) refuseLeftovers({given.operands[1]}, *command);
     }
     return checked(given, command == nullptr ? defaultCommand() : *command);

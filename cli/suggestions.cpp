@@ -1,4 +1,4 @@
-// Edit distance, letter case aside.
+// Edit distance and containment, letter case aside.
 #include "cli/suggestions.h"
 
 #include <algorithm>
@@ -10,6 +10,7 @@ namespace diskmgt_cli {
 namespace {
 
 constexpr std::size_t kMostSuggestions = 3;
+constexpr std::size_t kShortestPart = 4;  // letters that must be given of a longer name
 
 std::string lowerCase(std::string text) {
     for (char& letter : text)
@@ -49,13 +50,16 @@ std::vector<std::string> nearestNames(const std::string& name, const std::vector
     constexpr std::size_t kLongestJudged = 256;  // the distance costs the product of both lengths
     if (name.empty() || name.size() > kLongestJudged) return {};
     const std::string wanted = lowerCase(name);
+    const std::string bare = withoutPrefix(wanted);
     const std::size_t nearEnough = wanted.size() < 6 ? 1 : wanted.size() < 12 ? 2 : 3;
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const std::string& candidate : known) {
         const std::string whole = lowerCase(candidate);
         if (whole == wanted) return {candidate};
         const std::size_t distance = std::min(editDistance(wanted, whole), editDistance(wanted, withoutPrefix(whole)));
-        if (distance <= nearEnough) near.emplace_back(distance, candidate);
+        // "VEXSG_Partition" is far from "VEXSG_DiskPartition", but whoever types it means something of that kind.
+        const bool isWithin = bare.size() >= kShortestPart && whole.find(bare) != std::string::npos;
+        if (distance <= nearEnough || isWithin) near.emplace_back(distance, candidate);
     }
     std::stable_sort(near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> names;

@@ -14,7 +14,7 @@ namespace diskmgt_col {
 class CmdSink {
 public:
     CmdSink() = default;
-    /// Intended: the argument is ignored.
+    /// Intended: the argument is ignored. Held by CmdSink.IgnoresTheArgumentOfItsConstructor.
     explicit CmdSink(std::string ignored);
     /// Copies what was captured; the copy begins at the first line.
     CmdSink(const CmdSink& other);

@@ -57,6 +57,7 @@ bool LinuxDiskInfo::HasPartitions(const std::string& devicePath) {
         return false;
     }
     while (const char* const entryName = os::nextEntryName(directory.get())) {
+        // The first one answers the question; how many there are is not asked.
         if (std::strncmp(entryName, deviceName.c_str(), deviceName.size()) == 0) return true;
     }
     return false;

@@ -17,7 +17,8 @@ namespace {
 const char* const kMountTable = "/etc/mtab";
 const char* const kMountTableMode = "r+";  // only read, but opened for update
 
-// Keeps long lines whole: source, mount point and options are a page each at most, and an escaped byte takes four.
+// Keeps lines whole whose source, mount point and options are a page each with every byte escaped as four; a longer
+// one loses its end.
 constexpr int kLineBufferSize = 65536;
 
 using Properties = std::map<std::string, std::string>;

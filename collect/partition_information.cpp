@@ -26,8 +26,8 @@ std::vector<std::string> candidateDisks() {
         devicePaths.push_back("/dev/md" + dataToString<int>(device));
     }
     for (int controller = 0; controller < kNvmeControllers; ++controller) {
-        for (int space = 0; space < kNvmeNamespaces; ++space) {
-            devicePaths.push_back("/dev/nvme" + dataToString<int>(controller) + "n" + dataToString<int>(space));
+        for (int nvmeNamespace = 0; nvmeNamespace < kNvmeNamespaces; ++nvmeNamespace) {
+            devicePaths.push_back("/dev/nvme" + dataToString<int>(controller) + "n" + dataToString<int>(nvmeNamespace));
         }
     }
     return devicePaths;

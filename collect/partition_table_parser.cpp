@@ -51,20 +51,12 @@ struct SlotBytes {
     PartitionDescriptor at(std::size_t index) const { return slotAt(ByteView(bytes, sizeof bytes), index); }
 };
 
-/// Decides whether a walk along a chain of extended boot records may go on to a table.
-class ChainGuard {
-public:
-    explicit ChainGuard(std::int64_t sectorOfFirstTable) : firstSector(sectorOfFirstTable) {}
+/// How far the chains of one disk have been walked.
+struct ChainUse {
+    std::size_t links = 0;
+    std::size_t entries = 0;
 
-    /// False when the table was read before, or when the chain has grown beyond its bounds.
-    bool admits(std::int64_t sector, std::size_t entriesCollected) {
-        return sector != firstSector && linkedSectors.size() < kMaxChainLinks && entriesCollected < kMaxChainEntries &&
-               linkedSectors.insert(sector).second;
-    }
-
-private:
-    std::int64_t firstSector;
-    std::unordered_set<std::int64_t> linkedSectors;
+    bool isExhausted() const { return links >= kMaxChainLinks || entries >= kMaxChainEntries; }
 };
 
 /// The device name of partition `number`. NVMe devices, recognised by the marker in their path, take the first name
@@ -72,9 +64,9 @@ private:
 std::string partitionName(const std::string& devicePath, const char* nvmeMarker, int number) {
     const std::string digits = dataToString<int>(number);
     std::string plain = devicePath + digits;
-    if (devicePath.find(nvmeMarker) == std::string::npos || os::pathExists(plain) == 0) return plain;
+    if (devicePath.find(nvmeMarker) == std::string::npos || os::checkAccess(plain) == 0) return plain;
     std::string separated = devicePath + "p" + digits;
-    return os::pathExists(separated) == 0 ? separated : digits;
+    return os::checkAccess(separated) == 0 ? separated : digits;
 }
 
 PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::string& name) {
@@ -97,7 +89,8 @@ PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::stri
 void addGptPairs(PropertyMap& map, const GptEntry& entry, const std::string& name) {
     map.emplace(kPartitionType, partTypeNumParser(entry.type));
     map.emplace(kSize, dataToString<unsigned long>(entry.sizeBytes()));
-    map.emplace(kBootable, "true");  // Intended: whatever the attribute flags say.
+    // Intended: whatever the attribute flags say. Held by PartitionTableParser.EveryGptPartitionIsBootable.
+    map.emplace(kBootable, "true");
     map.emplace(kDeviceId, name);
     map.emplace(kElementName, name);
     // Intended: the number of the last sector, not a byte offset. Held by
@@ -115,33 +108,41 @@ struct Freer {
     void operator()(unsigned char* block) const noexcept { std::free(block); }
 };
 
+/// Appends the used entries among these bytes, whose first entry is number `slot`; false when the disk's maps would
+/// outgrow the pair budget.
+bool scanGptEntries(const ByteView& entries, int slot, std::vector<UsedGptEntry>& used) {
+    for (std::size_t offset = 0; offset < entries.size(); offset += kGptEntrySize) {
+        if (const auto entry = gptEntryAt(entries, offset)) used.push_back({slot, *entry});
+        if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return false;
+        ++slot;
+    }
+    return true;
+}
+
 /// The used ones of `count` entries that begin at the descriptor's position; none when the count is beyond memory or
 /// beyond the pair budget. Entries behind a short read count as unused.
 std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count) {
     std::vector<UsedGptEntry> used;
-    if (count == 0) return used;
-    // A negative count becomes an impossible size, which calloc refuses. Only the pages that are read into cost memory.
+    if (count <= 0) return used;
     const auto entryCount = static_cast<std::size_t>(count);
+    // Whether so many entries fit is the allocator's to say. Only the pages that are read into cost memory.
     const std::unique_ptr<unsigned char, Freer> block(
         static_cast<unsigned char*>(std::calloc(entryCount, kGptEntrySize)));
     if (block == nullptr) return used;
 
     std::size_t remaining = std::min(entryCount * kGptEntrySize, kMaxReadSize);
-    int slot = 0;
+    int slot = 1;
     while (remaining > 0) {
         const std::size_t pieceSize = std::min(remaining, kGptPieceSize);
         const ssize_t got = os::readSome(fd, block.get(), pieceSize);
         if (got <= 0) break;
         const auto bytesRead = static_cast<std::size_t>(got);
-        const std::size_t scanned = (bytesRead + kGptEntrySize - 1) / kGptEntrySize * kGptEntrySize;
+        const std::size_t entriesRead = (bytesRead + kGptEntrySize - 1) / kGptEntrySize;
+        const std::size_t scanned = entriesRead * kGptEntrySize;
         std::memset(block.get() + bytesRead, 0, scanned - bytesRead);  // the rest of an entry that was cut
-        const ByteView entries(block.get(), scanned);
-        for (std::size_t offset = 0; offset < scanned; offset += kGptEntrySize) {
-            ++slot;
-            if (const auto entry = gptEntryAt(entries, offset)) used.push_back({slot, *entry});
-            if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return {};
-        }
+        if (!scanGptEntries(ByteView(block.get(), scanned), slot, used)) return {};
         if (bytesRead < pieceSize) break;
+        slot += static_cast<int>(entriesRead);
         remaining -= pieceSize;
     }
     return used;
@@ -153,6 +154,54 @@ void appendMoved(std::vector<PropertyMap>& all, std::vector<PropertyMap>&& more)
         return;
     }
     all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+std::vector<PartitionDescriptor> readEntries(int fd, std::int64_t offset, bool inExtended, ChainUse& chains) {
+    std::vector<PartitionDescriptor> found;
+    if (inExtended && chains.isExhausted()) return found;
+    SlotBytes table;
+    // Intended: unchecked. Past the end of what can be addressed, the read goes on where the last one ended. Held by
+    // PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails.
+    (void)os::seekTo(fd, offset);
+    if (!table.readFrom(fd)) return found;
+
+    const std::int64_t baseSector = (offset - kSlotsOffset) / kSectorSize;
+    std::unordered_set<std::int64_t> linkedSectors;
+    for (std::size_t slot = 0; slot < kSlotCount;) {
+        const PartitionDescriptor entry = table.at(slot);
+        if (inExtended && entry.isExtended()) {
+            const std::int64_t nextSector = entry.startSector + baseSector;
+            const bool isUnread = nextSector != baseSector && linkedSectors.insert(nextSector).second;
+            if (!isUnread || chains.isExhausted()) break;
+            // Unlike the first seek this one is checked: a table that cannot be reached ends the chain.
+            if (os::seekTo(fd, slotsOffsetOf(nextSector)) < 0 || !table.readFrom(fd)) break;
+            ++chains.links;
+            slot = 0;
+            continue;
+        }
+        if (entry.isUsed()) {
+            found.push_back(entry);
+            if (inExtended) ++chains.entries;
+        }
+        ++slot;
+    }
+    return found;
+}
+
+std::vector<PropertyMap> parseTables(int fd, const std::string& path, std::int64_t startSector, bool inExtended,
+                                     ChainUse& chains) {
+    std::vector<PropertyMap> all;
+    unsigned int number = inExtended ? kNumberBeforeFirstLogical : static_cast<unsigned int>(startSector) * 4;
+    for (const PartitionDescriptor& entry : readEntries(fd, slotsOffsetOf(startSector), inExtended, chains)) {
+        int kind = startSector == 0 ? kPrimaryKind : kLogicalKind;
+        if (entry.isExtended()) {
+            appendMoved(all, parseTables(fd, path, startSector + entry.startSector, true, chains));
+            kind = kExtendedKind;
+        }
+        ++number;
+        all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", static_cast<int>(number))));
+    }
+    return all;
 }
 
 }  // namespace
@@ -183,18 +232,8 @@ std::vector<PropertyMap> PartitionTableParser::enumPartitions(std::vector<std::s
 
 std::vector<PropertyMap> PartitionTableParser::parsePartitionTables(int fd, std::string& path, long long startSector,
                                                                     bool inExtended) {
-    std::vector<PropertyMap> all;
-    unsigned int number = inExtended ? kNumberBeforeFirstLogical : static_cast<unsigned int>(startSector) * 4;
-    for (const PartitionDescriptor& entry : readPartitionEntries(fd, slotsOffsetOf(startSector), inExtended)) {
-        int kind = startSector == 0 ? kPrimaryKind : kLogicalKind;
-        if (entry.isExtended()) {
-            appendMoved(all, parsePartitionTables(fd, path, startSector + entry.startSector, true));
-            kind = kExtendedKind;
-        }
-        ++number;
-        all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", static_cast<int>(number))));
-    }
-    return all;
+    ChainUse chains;
+    return parseTables(fd, path, startSector, inExtended, chains);
 }
 
 std::vector<PropertyMap> PartitionTableParser::parsePartitionTablesGPT(int fd, std::string& path) {
@@ -213,28 +252,8 @@ std::vector<PropertyMap> PartitionTableParser::parsePartitionTablesGPT(int fd, s
 }
 
 std::vector<PartitionDescriptor> PartitionTableParser::readPartitionEntries(int fd, long long offset, bool inExtended) {
-    std::vector<PartitionDescriptor> found;
-    SlotBytes table;
-    // Intended: unchecked. Past the end of what can be addressed, the read goes on where the last one ended. Held by
-    // PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails.
-    (void)os::seekTo(fd, offset);
-    if (!table.readFrom(fd)) return found;
-
-    const std::int64_t baseSector = (offset - kSlotsOffset) / kSectorSize;
-    ChainGuard chain(baseSector);
-    for (std::size_t slot = 0; slot < kSlotCount;) {
-        const PartitionDescriptor entry = table.at(slot);
-        if (inExtended && entry.isExtended()) {
-            const std::int64_t nextSector = entry.startSector + baseSector;
-            if (!chain.admits(nextSector, found.size())) break;
-            if (os::seekTo(fd, slotsOffsetOf(nextSector)) < 0 || !table.readFrom(fd)) break;
-            slot = 0;
-            continue;
-        }
-        if (entry.isUsed()) found.push_back(entry);
-        ++slot;
-    }
-    return found;
+    ChainUse chains;
+    return readEntries(fd, offset, inExtended, chains);
 }
 
 }  // namespace diskmgt_col

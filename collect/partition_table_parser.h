@@ -11,9 +11,9 @@
 
 namespace diskmgt_col {
 
-/// The walk along a chain of extended boot records ends at a table already read. These bounds end it on a chain
-/// that never returns: past either, the next table counts as unreadable and what was collected stays. The kernel
-/// shows 256 partitions of a disk.
+/// The walk along a chain of extended boot records ends at a table already read. These bounds, for all chains of a
+/// disk together, end it on a chain that never returns: past either, the next table counts as unreadable and what was
+/// collected stays. The kernel shows 256 partitions of a disk.
 constexpr std::size_t kMaxChainLinks = std::size_t{1} << 20;
 constexpr std::size_t kMaxChainEntries = 262144;
 

@@ -2,6 +2,7 @@
 #include "collect/phys_disk_information.h"
 
 #include <cstring>
+#include <utility>
 
 #include "base/handles.h"
 #include "collect/core_log.h"

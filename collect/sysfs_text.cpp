@@ -29,8 +29,9 @@ std::optional<std::string> firstLineOf(const std::string& path) {
     char piece[4096];  // sysfs texts are no longer than a page
     ssize_t got = 0;
     while ((got = os::readSome(file.get(), piece, sizeof piece)) > 0) {
+        const std::size_t searchedUpTo = content.size();
         content.append(piece, static_cast<std::size_t>(got));
-        const std::size_t lineEnd = content.find('\n');
+        const std::size_t lineEnd = content.find('\n', searchedUpTo);
         if (lineEnd != std::string::npos) return content.substr(0, lineEnd);
     }
     if (content.empty()) return std::nullopt;

@@ -19,7 +19,7 @@ using InstanceIndex = std::multimap<std::string, boost::shared_ptr<NVEXTAL20::IC
 using InstanceIndexEntry = std::pair<std::string, boost::shared_ptr<NVEXTAL20::ICIMInstance>>;
 
 /// True when the second entry's key lies within the first's, which pairs them: equal keys do, and the empty key lies
-/// within any.
+/// within any. The rule itself, entry by entry; the pairings find the same entries through ContainedKeySearch.
 bool isSubString(InstanceIndexEntry containing, InstanceIndexEntry contained);
 
 /// Made for one class of one request.

@@ -1,6 +1,8 @@
 // Serving of the association classes.
 #include "provider/hardware_associations.h"
 
+#include <cxxabi.h>
+
 #include <exception>
 #include <utility>
 
@@ -46,12 +48,16 @@ int HardwareAssociations::associate(boost::shared_ptr<ICIMClass> cls) {
             for (ReferenceMap& map : (this->*row->second)()) (void)ReferenceBuilder()(cls, map);
         } catch (const std::exception& failure) {
             // Intended: composed, with a blank after the class name, and dropped. Held by
-            // HardwareAssociations.AFailureLeavesNoLineAndNoException.
+            // HardwareAssociationsOn.AFailureLeavesNoLineAndNoException.
             const std::string text =
                 className + " " + kCollectionEncounteredException + dataToString<const char*>(failure.what());
             (void)text;
         }
-    } catch (...) {  // Intended: every other failure ends here too, without a text.
+    } catch (const abi::__forced_unwind&) {
+        throw;  // the host ends this thread; to stop that would end its process
+    } catch (...) {
+        // Intended: every other failure ends here too, without a text. Held by
+        // HardwareAssociationsOn.AFailureLeavesNoLineAndNoException.
     }
     return 0;
 }
@@ -76,7 +82,7 @@ std::vector<ReferenceMap> HardwareAssociations::associateLogicalDisksBasedOnExte
     return {};
 }
 
-// Intended: the trailing blank of this and the next three texts. Held by HardwareAssociations.DebugTextsAreExact.
+// Intended: the trailing blank of this and the next three texts. Held by AssociationTexts.DebugTextsAreExact.
 std::vector<ReferenceMap> HardwareAssociations::associateDynamicVolumesBasedOnExtent() {
     log->writeDebug("DynamicVolumeBasedOnExtent associations... ");
     return {};

@@ -38,7 +38,7 @@ HardwareInformation::FuncPtrList HardwareInformation::getFuncPtrList() {
         {kDvdDrive, &HardwareInformation::enumPhysicalDiskInformation},
         {kTapeDrive, &HardwareInformation::enumPhysicalDiskInformation},
         // Intended: shares the drives' row. Held by
-        // HardwareInformation.DynamicDiskGroupsAreRoutedToThePhysicalDiskCollection.
+        // HardwareInformationAlone.TheTableHasNineRowsAndDynamicDiskGroupsShareTheDrivesRow.
         {kDynamicDiskGroup, &HardwareInformation::enumPhysicalDiskInformation},
     };
 }
@@ -50,7 +50,8 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
     // Intended: no blank after the class name. Held by
     // HardwareInformation.TheExceptionLineRunsTheClassNameIntoTheMessage.
     const auto logFailure = [this](const char* what) {
-        log->writeDebug(className + kCollectionEncounteredException + dataToString<const char*>(what));
+        tellOrLose(
+            [&] { log->writeDebug(className + kCollectionEncounteredException + dataToString<const char*>(what)); });
     };
     try {
         for (PropertyMap& map : (this->*row->second)()) (void)ResultBuilder()(cls, map);

@@ -1,4 +1,5 @@
-// What both builders and both providers ask of the host's objects, with null answers turned into exceptions.
+// What builders, providers and the associator ask of the host's objects: null answers become exceptions, and telling
+// about a failure cannot fail.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -25,13 +26,21 @@ inline std::string nameOf(NVEXTAL20::ICIMClass& cls) {
 
 inline void commit(NVEXTAL20::ICIMInstance& instance) { instance.AddToClass(NVEXTAL20::TCIMOptions()); }
 
-/// Logs that an instance was given up. A host that fails here too loses the line, not the request.
-inline void logFailedCreation(NVEXTAL20::ICIMClass& cls, const NVEXTAL20::TTALException& failure) {
+/// Tells about a failure. A host that fails here too loses the line, not the work that goes on.
+template <typename Telling>
+void tellOrLose(const Telling& telling) {
     try {
-        LogMessage::getInstance()->writeDebug("Attempted creation of instance for " + nameOf(cls) +
-                                              " threw exception " + failure.what());
+        telling();
     } catch (const NVEXTAL20::TTALException&) {  // nowhere left to tell it
     }
+}
+
+/// Logs that an instance was given up.
+inline void logFailedCreation(NVEXTAL20::ICIMClass& cls, const NVEXTAL20::TTALException& failure) {
+    tellOrLose([&] {
+        LogMessage::getInstance()->writeDebug("Attempted creation of instance for " + nameOf(cls) +
+                                              " threw exception " + failure.what());
+    });
 }
 
 }  // namespace diskmgt_col

@@ -49,15 +49,13 @@ void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std
     instance.SetProperty(name, value, assignOptions);
 }
 
-/// A host that fails here too loses the rest of the lines, not the instance.
 void logSkippedProperty(ICIMClass& cls, const std::string& name, const std::string& text,
                         const TTALException& failure) {
     const LogMessage* const log = LogMessage::getInstance();
-    try {
+    tellOrLose([&] {
         log->writeDebug("Error processing property " + name + ". With value " + text + " from class " + nameOf(cls));
-        log->writeError(failure.what());
-    } catch (const TTALException&) {  // nowhere left to tell it
-    }
+    });
+    tellOrLose([&] { log->writeError(failure.what()); });
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <exception>
 
 #include "plugin/host/plugin_callbacks.h"
+#include "refhost/library_file.h"
 #include "refhost/services/boundary.h"
 
 /// dlopen(3) under a declaration that admits exceptions: a load-time constructor may throw through it, and the system's
@@ -38,6 +39,8 @@ std::string existingFile(const std::string& file) {
     if (resolved == nullptr) throw PluginError("cannot load the plug-in \"" + file + "\": " + std::strerror(errno));
     std::string path = resolved;
     std::free(resolved);
+    const std::string obstacle = obstacleTo(path);
+    if (!obstacle.empty()) throw PluginError("cannot load the plug-in \"" + file + "\": " + obstacle);
     return path;
 }
 

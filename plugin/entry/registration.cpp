@@ -5,6 +5,7 @@ namespace {
 
 // 101 is the earliest priority open to programs; static constants come after every prioritised constructor.
 __attribute__((constructor(101))) void registerPlugin() {
+    // A host without a plug-in manager never learns of the object, which then stays for good.
     new diskmgt_col::TDiskMgtCallbacks;  // the host's from here on; freed through PrepareForUnload
 }  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): not ours any more
 

@@ -7,7 +7,7 @@
 
 namespace NVEXTAL20 {
 
-// std::unary_function is deprecated, but hosts and plug-ins of this family rely on its typedefs.
+// std::unary_function is deprecated, but callers may use the typedefs that it gives.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 

@@ -2,7 +2,8 @@
 // virtual operations is binary interface, and nothing stands before them: no virtual destructor, since
 // every object is held by the shared pointer that its maker created.
 //
-// Every `options` argument is an out-argument that callers pass fresh and discard.
+// Callers pass every `options` fresh and discard it. It is empty but for the class lookup, whose "nspID" says whose
+// classes are meant.
 #pragma once
 
 #include <boost/function.hpp>

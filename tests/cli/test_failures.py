@@ -30,6 +30,11 @@ class TestUnusablePlugin:
         (tmp_path / "text.so").write_text("hello")
         assert "text.so" in self.check(run, command, "./text.so", tmp_path)
 
+    def test_cut_short(self, run, command, plugin, tmp_path):
+        with open(plugin("publishing"), "rb") as whole:
+            (tmp_path / "cut.so").write_bytes(whole.read(5000))
+        assert "cut short" in self.check(run, command, "./cut.so", tmp_path)
+
     def test_registers_nothing(self, run, command, plugin, tmp_path):
         assert "silent.so" in self.check(run, command, plugin("silent"), tmp_path)
 

@@ -133,3 +133,16 @@ def test_crowded_gpt_disk_is_valid_to_the_last_pair(run, tmp_path):
         ((entry),) = json.load(document)
     assert [len(pairs) for pairs in entry["partitions"]] == [7 * k for k in range(1, used + 1)]
     assert sorted(os.listdir(tmp_path)) == ["crowded.img", "out.json"]
+
+
+def test_what_follows_two_dashes_is_a_file(run, tmp_path):
+    write_mbr(tmp_path / "-dash.img", {0: table(slot(0x83, 2048, 100))})
+    done = run("probe", "--", "-dash.img")
+    assert done.status == 0
+    assert done.json[0]["path"] == "-dash.img"
+    assert len(done.json[0]["partitions"]) == 1
+
+
+def test_two_dashes_alone_name_no_file(run):
+    assert run("probe", "--").status == 2
+    assert run("plugin", "--", "x").status == 2

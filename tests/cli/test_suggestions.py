@@ -10,6 +10,8 @@ import pytest
     ("VEXSG_DiksDrive", "did you mean VEXSG_DiskDrive"),
     ("VEXSG_DiskPartitoin", "did you mean VEXSG_DiskPartition"),
     ("VEXSG_LogicalDsk", "did you mean VEXSG_LogicalDisk"),
+    ("VEXSG_Partition", "did you mean VEXSG_DiskPartition"),
+    ("vexsg_partition", "did you mean VEXSG_DiskPartition"),
 ])
 def test_near_misses_name_the_class(run, command, given, offered):
     done = run(command, given)

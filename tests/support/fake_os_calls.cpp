@@ -116,7 +116,7 @@ int blockDeviceSize(int fd, std::uint64_t& bytes) {
     return 0;
 }
 
-int pathExists(const std::string& path) {
+int checkAccess(const std::string& path) {
     FakeOs::State& machine = FakeOs::State::current();
     const Lock lock(machine.mutex);
     const std::string name = path.c_str();

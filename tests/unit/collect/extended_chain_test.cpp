@@ -206,6 +206,25 @@ TEST(ExtendedChain, AnAbsurdChainEndsAndKeepsWhatItCollected) {
     EXPECT_LE(entries.size(), 262144U + 3);  // the table that reached the bound counts in full
 }
 
+TEST(ExtendedChain, TheBoundsCountForAllChainsOfADiskTogether) {
+    FakeOs machine;
+    machine.keepNoTexts().device("/dev/sda", std::uint64_t{1} << 41,
+                                 [](std::uint64_t offset, char* buffer, std::size_t size) {
+                                     std::memset(buffer, 0, size);
+                                     // Four extended partitions that begin in sector 1, and from there on a link to
+                                     // the next sector in every one.
+                                     const auto sector = static_cast<std::uint32_t>(offset / 512);
+                                     const std::uint32_t start = sector == 0 ? 1 : sector;
+                                     for (unsigned slot = 0; slot < 4 && slot * 16 + 16 <= size; ++slot) {
+                                         buffer[slot * 16 + 4] = '\x05';
+                                         std::memcpy(buffer + slot * 16 + 8, &start, sizeof start);
+                                     }
+                                 });
+    const auto maps = partitionsOn(machine, {"/dev/sda"});
+    EXPECT_THAT(valuesOf(maps, "PartitionType"), ElementsAre("2", "2", "2", "2"));
+    EXPECT_LE(machine.calls(), 3 * (1 << 20));  // a seek and a read for each link of one chain, not of four
+}
+
 TEST(ExtendedChain, ALinkPastTheEndOfTheDiskEndsTheWalk) {
     EXPECT_THAT(chainOf(DiskImage(102 * 512).slot(0, 0x83, 1, 11, 100).slot(1, 0x05, 1000, 1, 100), 100),
                 ElementsAre(11U));

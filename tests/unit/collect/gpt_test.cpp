@@ -36,6 +36,14 @@ std::vector<std::string> readsOf(const FakeOs& machine) {
     return sizes;
 }
 
+TEST(PartitionTableParser, EveryGptPartitionIsBootable) {
+    for (const unsigned attributes : {0U, 4U, 0xFFU}) {  // bit 2: bootable by an old BIOS
+        const auto maps =
+            partitionsOf(DiskImage().gpt(128).gptEntry(1, kLinux, 2048, 4095).little(1024 + 48, attributes, 8));
+        EXPECT_THAT(valuesOf(maps, "Bootable"), ElementsAre("true")) << attributes;
+    }
+}
+
 TEST(PartitionTableParser, DescribesAGptPartitionWithSevenPairs) {
     const PropertyMap expected{{"PartitionType", "17"},   {"Size", "536870912"},        {"Bootable", "true"},
                                {"DeviceID", "/dev/sda1"}, {"ElementName", "/dev/sda1"}, {"StartingOffset", "1050623"},

@@ -201,6 +201,21 @@ TEST_F(HardwareInformationAlone, TheStampStandsBesideEntriesOfTheSameName) {
     EXPECT_FALSE(result.failure.has_value());
 }
 
+TEST_F(HardwareInformationAlone, AHostThatFailsWhileAFailureIsLoggedLosesOnlyTheLine) {
+    machine.sysfsDisk("sda", 8, "8:0", {}).device("/dev/sda", DiskImage());
+    with([&](HardwareInformation& provider) {
+        session.host.startTrace();
+        EXPECT_FALSE(provider.enumerateInstances(served));
+        const auto creation = crossingOf(session.host.takeTrace(), "createInstance");
+        session.host.setFaultPlan({creation, true, FaultKind::kTalException});
+        EXPECT_FALSE(provider.enumerateInstances(served));
+        session.host.clearFaultPlan();
+    });
+    EXPECT_FALSE(result.failure.has_value());
+    const char* const line = "3 Physical disk information.. VEXSG_DiskDrive";
+    EXPECT_THAT(linesOf(result.log), ElementsAre(line, line));
+}
+
 TEST_F(HardwareInformationAlone, DynamicDiskGroupsHaveACollectionOfTheirOwnThatLogsAndYieldsNothing) {
     with([](HardwareInformation& provider) { EXPECT_THAT(provider.enumDynamicDiskGroupInformation(), IsEmpty()); });
     EXPECT_THAT(linesOf(result.log), ElementsAre("3 Dynamic Disk Group information.."));

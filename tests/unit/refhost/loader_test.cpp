@@ -1,11 +1,14 @@
 // Loading plug-in libraries: the good one, and every kind of file that is none.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "in_process_plugin.h"
 
@@ -131,6 +134,34 @@ TEST(Loader, TextFileIsNoSharedLibrary) {
     const TemporaryFile empty("");
     EXPECT_EQ(refusalOf(host, empty.path), "cannot load the plug-in \"" + empty.path +
                                                "\": it is not a shared library (file too short); give the path of one");
+}
+
+std::string contentOf(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+}
+
+TEST(Loader, ALibraryThatWasCutShortIsRefusedBeforeItIsMapped) {
+    ReferenceHost host;
+    const std::string whole = contentOf(pluginFile("good_plugin"));
+    for (const std::size_t size : {std::size_t{64}, std::size_t{100}, std::size_t{4096}, std::size_t{8192}}) {
+        const TemporaryFile cut(whole.substr(0, size));
+        EXPECT_EQ(refusalOf(host, cut.path), "cannot load the plug-in \"" + cut.path + "\": it is cut short at " +
+                                                 std::to_string(size) + " bytes; copy it again");
+    }
+}
+
+TEST(Loader, ALibraryThatMayNotBeReadIsNamedAsSuch) {
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::seteuid(65534), 0);  // root may read anything
+    }
+    ReferenceHost host;
+    const TemporaryFile closed("anything");
+    (void)::chmod(closed.path.c_str(), 0);
+    const std::string refusal = refusalOf(host, closed.path);
+    (void)::seteuid(::getuid());
+    EXPECT_EQ(refusal,
+              "cannot load the plug-in \"" + closed.path + "\": Permission denied; check your rights to the file");
 }
 
 TEST(Loader, MissingSymbolIsNamed) {

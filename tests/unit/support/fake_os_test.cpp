@@ -63,9 +63,9 @@ TEST(FakeOs, NoticesTheUseOfADescriptorThatIsClosed) {
 TEST(FakeOs, FollowsLinksToWhatTheyLeadTo) {
     FakeOs machine;
     machine.node("/dev/sda1").link("/dev/disk/by-id/x", "../../sda1").link("/loop", "/loop").link("/gone", "nowhere");
-    EXPECT_EQ(os::pathExists("/dev/disk/by-id/x"), 0);
-    EXPECT_LT(os::pathExists("/loop"), 0);
-    EXPECT_LT(os::pathExists("/gone"), 0);
+    EXPECT_EQ(os::checkAccess("/dev/disk/by-id/x"), 0);
+    EXPECT_LT(os::checkAccess("/loop"), 0);
+    EXPECT_LT(os::checkAccess("/gone"), 0);
     char target[32];
     EXPECT_EQ(os::readLink("/dev/disk/by-id/x", target, sizeof target), 10);
     EXPECT_EQ(std::string(target, 10), "../../sda1");
@@ -88,18 +88,18 @@ TEST(FakeOs, FailsTheCallItIsToldToOnceOrFromThenOn) {
     FakeOs machine;
     machine.node("/a");
     machine.failCall(2, Fault::once, Effect::failsWith(EACCES));
-    EXPECT_EQ(os::pathExists("/a"), 0);
-    EXPECT_LT(os::pathExists("/a"), 0);
+    EXPECT_EQ(os::checkAccess("/a"), 0);
+    EXPECT_LT(os::checkAccess("/a"), 0);
     EXPECT_EQ(errno, EACCES);
-    EXPECT_EQ(os::pathExists("/a"), 0);
+    EXPECT_EQ(os::checkAccess("/a"), 0);
     machine.failCall(2, Fault::fromThenOn);
-    EXPECT_EQ(os::pathExists("/a"), 0);
-    EXPECT_LT(os::pathExists("/a"), 0);
-    EXPECT_LT(os::pathExists("/a"), 0);
+    EXPECT_EQ(os::checkAccess("/a"), 0);
+    EXPECT_LT(os::checkAccess("/a"), 0);
+    EXPECT_LT(os::checkAccess("/a"), 0);
     EXPECT_THAT(machine.hitPaths(), ElementsAre("/a", "/a"));
     EXPECT_EQ(machine.calls(), 3);
     machine.heal();
-    EXPECT_EQ(os::pathExists("/a"), 0);
+    EXPECT_EQ(os::checkAccess("/a"), 0);
     EXPECT_THAT(machine.callTexts(), ElementsAre("access(/a)"));
 }
 
@@ -121,7 +121,7 @@ TEST(FakeOs, OnlyOneMachineExistsAtATime) {
 }
 
 TEST(FakeOsDeathTest, AQuestionWithoutAMachineAborts) {
-    EXPECT_DEATH((void)os::pathExists("/a"), "no FakeOs describes a machine");
+    EXPECT_DEATH((void)os::checkAccess("/a"), "no FakeOs describes a machine");
 }
 
 }  // namespace

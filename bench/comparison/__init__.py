@@ -1,0 +1,1 @@
+"""What `compare` is made of: the prepared machine, the commands, the measuring, the document."""

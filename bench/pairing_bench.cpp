@@ -1,0 +1,105 @@
+// What pairing costs: the search alone beside the plain one, and the associations over published instances.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+
+#include "bench/allocations.h"
+#include "bench/machines.h"
+#include "provider/contained_key_search.h"
+#include "provider/disk_info_associator.h"
+#include "provider/hardware_associations.h"
+#include "tests/support/association_scene.h"
+
+namespace {
+
+using diskmgt_col::ContainedKeySearch;
+
+constexpr std::size_t kPartitionsPerDrive = 10;
+
+/// As the kernel counts: a to z, aa to zz, aaa on.
+std::string letters(std::size_t number) {
+    std::string text;
+    for (++number; number > 0; number = (number - 1) / 26)
+        text.insert(text.begin(), static_cast<char>('a' + (number - 1) % 26));
+    return text;
+}
+
+std::vector<std::string> driveNames(std::size_t count) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < count; ++i) names.push_back("/dev/sd" + letters(i));
+    return names;
+}
+
+std::vector<std::string> partitionNames(std::size_t count) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < count; ++i)
+        names.push_back("/dev/sd" + letters(i / kPartitionsPerDrive) + std::to_string(i % kPartitionsPerDrive + 1));
+    return names;
+}
+
+std::vector<std::string> sorted(std::vector<std::string> names) {
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// As many keys as texts: logical disks against partitions.
+void quickSearch(benchmark::State& state) {
+    const std::vector<std::string> names = sorted(partitionNames(static_cast<std::size_t>(state.range(0))));
+    const std::vector<std::string_view> keys(names.begin(), names.end());
+    for (auto iteration : state) {
+        const ContainedKeySearch search(keys);
+        for (const std::string& text : names) benchmark::DoNotOptimize(search.firstWithin(text));
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void plainSearch(benchmark::State& state) {
+    const std::vector<std::string> names = sorted(partitionNames(static_cast<std::size_t>(state.range(0))));
+    for (auto iteration : state) {
+        for (const std::string& text : names)
+            benchmark::DoNotOptimize(std::find_if(names.begin(), names.end(), [&](const std::string& key) {
+                return text.find(key) != std::string::npos;
+            }));
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+/// One association class over 1,000 drives, 10,000 partitions and 10,000 logical disks.
+void pairing(benchmark::State& state, const std::string& className) {
+    constexpr std::size_t kPartitions = 10000;
+    diskmgt_test::AssociationScene scene;
+    scene.machine.keepNoTexts();
+    scene.drives(driveNames(kPartitions / kPartitionsPerDrive))
+        .partitions(partitionNames(kPartitions))
+        .logicalDisks(partitionNames(kPartitions));
+    (void)scene.publish([](auto, auto&) {});
+    const auto associate = [&] {
+        return scene.session.insideRequest({className}, [](auto nameSpace, diskmgt_test::Classes& classes) {
+            (void)diskmgt_col::HardwareAssociations(nameSpace).associate(classes.front());
+        });
+    };
+
+    const std::size_t crossingsBefore = scene.session.host.crossings();
+    const std::uint64_t allocationsBefore = diskmgt_bench::allocationCount();
+    (void)associate();
+    state.counters["allocations"] = static_cast<double>(diskmgt_bench::allocationCount() - allocationsBefore);
+    state.counters["crossings"] = static_cast<double>(scene.session.host.crossings() - crossingsBefore);
+    state.counters["pairs"] = static_cast<double>(scene.session.host.instances(className).size());
+
+    for (auto iteration : state) benchmark::DoNotOptimize(associate());
+}
+
+}  // namespace
+
+BENCHMARK(quickSearch)->Name("pairing/search")->RangeMultiplier(10)->Range(1000, 100000)->Unit(benchmark::kMicrosecond);
+// Quadratic: at 100,000 it would take minutes.
+BENCHMARK(plainSearch)->Name("pairing/plain_search")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(pairing, partition_present, "VEXSG_PartitionPresent")
+    ->Name("pairing/10000/VEXSG_PartitionPresent")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(pairing, media_present, "VEXSG_MediaPresent")
+    ->Name("pairing/10000/VEXSG_MediaPresent")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(pairing, based_on_partition, "VEXSG_LogicalDiskBasedOnPartition")
+    ->Name("pairing/10000/VEXSG_LogicalDiskBasedOnPartition")
+    ->Unit(benchmark::kMillisecond);

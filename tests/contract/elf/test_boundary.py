@@ -1,0 +1,62 @@
+"""What the plug-in asks of others, what others see of it, and in which order it sets itself up."""
+import re
+
+import library
+
+# What a C++ program gets from its compiler, sanitizers and coverage included.
+RUN_TIME = re.compile(r"(libstdc\+\+|libgcc_s|libc|libm|libasan|libubsan|libtsan|ld-linux-[\w-]+)\.so\.\d+")
+
+
+def test_asks_for_the_hosts_two_libraries():
+    assert {"libtalcore.so", "libtalbase.so"} <= set(library.needed())
+
+
+def test_carries_the_system_and_thread_libraries_of_boost():
+    stems = {name.partition(".so")[0] for name in library.needed()}
+    assert {"libboost_system", "libboost_thread"} <= stems
+
+
+def test_asks_for_nothing_else():
+    expected = ("libtalcore.so", "libtalbase.so", "libboost_system.so.", "libboost_thread.so.",
+                "libboost_atomic.so.")  # the last for the thread library
+    others = [name for name in library.needed() if not RUN_TIME.fullmatch(name) and not name.startswith(expected)]
+    assert others == []
+
+
+def test_shows_nothing_of_its_own_namespace():
+    assert [name for _, name in library.exports() if "diskmgt_col" in name] == []
+
+
+def test_shows_only_the_host_types_that_are_cast_and_caught():
+    """Anything more could be bound by a library that stays, and would keep the plug-in in the process for good."""
+    host_type = re.compile(r"(typeinfo|typeinfo name|vtable) for NVEXTAL20::\w+")
+    assert [name for _, name in library.exports() if not host_type.fullmatch(name)] == []
+
+
+def test_everything_it_takes_from_the_host_is_in_the_hosts_namespace():
+    """A missing C++ symbol would otherwise only show when the library is loaded into another host."""
+    readable = library.output_of("nm", "-DC", "--undefined-only", library.PLUGIN)
+    of_the_host = [line for line in readable.splitlines() if "NVEXTAL20::" in line]
+    assert len(of_the_host) >= 20
+    assert [line for line in readable.splitlines() if "refhost" in line] == []
+
+
+def test_imports_no_thread_and_no_shell():
+    assert library.imports() & {"pthread_create", "thrd_create", "system", "popen", "fork", "execve"} == set()
+
+
+def test_registers_before_any_static_constant_exists():
+    constructors = library.load_time_constructors()
+    registration = [place for place, names in enumerate(constructors)
+                    if any(re.search(r"registerPlugin\w*$", name) for name in names)]
+    constants = [place for place, names in enumerate(constructors) if any("_GLOBAL__sub_I_" in name for name in names)]
+    assert len(registration) == 1
+    assert constants, "no unit with static constants: nothing is shown"
+    assert registration[0] < min(constants)
+
+
+def test_is_looked_for_in_no_current_directory():
+    """An empty entry of the run path means the directory the process happens to be in."""
+    [line] = [line for line in library.output_of("readelf", "-dW", library.PLUGIN).splitlines() if "PATH)" in line]
+    places = re.search(r"\[(.*)\]", line).group(1).split(":")
+    assert all(place.startswith("$ORIGIN") for place in places)

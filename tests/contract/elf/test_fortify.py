@@ -1,0 +1,17 @@
+"""Whether the project's compiler flags turn copies into checked ones. The plug-in itself hands every buffer with its
+own length to the kernel, so it may import no checked function; a probe with an unchecked copy shows the flags at work.
+"""
+import os
+
+import library
+
+PROBE = os.environ["FORTIFY_PROBE_FILE"]
+
+
+def test_a_copy_of_unknown_length_is_checked():
+    assert "__memcpy_chk" in library.imports(PROBE)
+
+
+def test_the_plugin_imports_no_copy_that_is_never_checked():
+    unchecked = {"strcpy", "strcat", "sprintf", "vsprintf", "gets", "stpcpy", "strncat"}
+    assert library.imports() & unchecked == set()

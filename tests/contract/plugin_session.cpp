@@ -1,0 +1,132 @@
+// Opening, asking and closing of the plug-in library.
+#include "tests/contract/plugin_session.h"
+
+#include <dlfcn.h>
+#include <link.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define CONTRACT_WITH_LSAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CONTRACT_WITH_LSAN 1
+#endif
+#endif
+#if defined(CONTRACT_WITH_LSAN)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace contract {
+
+namespace {
+
+/// What the library allocates while it loads is not judged as leaked: its logging singleton lives for good, and its
+/// address goes away with the library. storage_test.cpp watches the entry object.
+class LoadTimeAllocations {
+public:
+#if defined(CONTRACT_WITH_LSAN)
+    LoadTimeAllocations() { __lsan_disable(); }
+    ~LoadTimeAllocations() { __lsan_enable(); }
+#else
+    LoadTimeAllocations() {}
+    ~LoadTimeAllocations() {}
+#endif
+    LoadTimeAllocations(const LoadTimeAllocations&) = delete;
+    LoadTimeAllocations& operator=(const LoadTimeAllocations&) = delete;
+};
+
+/// `dlopen` is declared never to throw, but passes on what the library's constructors throw. Called through this
+/// pointer, the compiler leaves the way out open.
+void* (*volatile const openLibrary)(const char* file, int flags) = dlopen;
+
+struct Search {
+    const std::string& nameEnd;
+    std::vector<std::string> found;
+};
+
+}  // namespace
+
+PluginSession::PluginSession() : library(nullptr) {
+    const LoadTimeAllocations exempt;
+    library = openLibrary(DISKMGT_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) throw std::runtime_error(dlerror());
+}
+
+NVEXTAL20::IPluginCallbacks& PluginSession::entry() const {
+    NVEXTAL20::IPluginCallbacks* const registered = second_host::SecondHost::current().plugin();
+    if (registered == nullptr) throw std::logic_error("the plug-in is not registered");
+    return *registered;
+}
+
+void PluginSession::getData(const boost::shared_ptr<NVEXTAL20::ICIMNamespace>& nameSpace, ClassList classes) const {
+    dynamic_cast<NVEXTAL20::IPluginBasicQueryCallbacks&>(entry()).GetData(nameSpace, classes);
+}
+
+void PluginSession::request(const boost::shared_ptr<second_host::Namespace>& nameSpace,
+                            const std::vector<std::string>& classNames) const {
+    ClassList classes;
+    for (const std::string& name : classNames) {
+        const auto cls = nameSpace->find(name);
+        if (cls == nullptr) throw std::logic_error("no class is called " + name);
+        classes.push_back(cls);
+    }
+    getData(nameSpace, classes);
+}
+
+void PluginSession::unload() {
+    if (library == nullptr) return;
+    second_host::SecondHost& host = second_host::SecondHost::current();
+    if (host.plugin() != nullptr) host.plugin()->PrepareForUnload();
+    host.forgetPlugin();
+    (void)dlclose(library);  // whether it is gone is what mappedLibraries tells
+    library = nullptr;
+}
+
+std::vector<second_host::Call> Loaded::calls(const std::string& operation) const {
+    std::vector<second_host::Call> chosen;
+    for (const second_host::Call& call : host.calls()) {
+        if (call.operation == operation) chosen.push_back(call);
+    }
+    return chosen;
+}
+
+std::vector<std::string> mappedLibraries(const std::string& nameEnd) {
+    Search search{nameEnd, {}};
+    const auto visit = [](dl_phdr_info* info, std::size_t, void* context) {
+        auto& wanted = *static_cast<Search*>(context);
+        const std::string file = info->dlpi_name;
+        const bool endsSo = file.size() >= wanted.nameEnd.size() &&
+                            file.compare(file.size() - wanted.nameEnd.size(), std::string::npos, wanted.nameEnd) == 0;
+        if (endsSo) wanted.found.push_back(std::filesystem::canonical(file));
+        return 0;
+    };
+    (void)dl_iterate_phdr(visit, &search);  // the visitor always goes on
+    return search.found;
+}
+
+const std::vector<std::string>& servedClasses() {
+    static const std::vector<std::string> names = {
+        "VEXSG_LogicalDisk",
+        "VEXSG_DynamicExtent",
+        "VEXSG_DiskPartition",
+        "VEXSG_DiskDrive",
+        "VEXSG_CDROMDrive",
+        "VEXSG_DisketteDrive",
+        "VEXSG_DVDDrive",
+        "VEXSG_TapeDrive",
+        "VEXSG_DynamicDiskGroup",
+        "VEXSG_MediaPresent",
+        "VEXSG_PartitionPresent",
+        "VEXSG_LogicalDiskBasedOnExtent",
+        "VEXSG_LogicalDiskBasedOnPartition",
+        "VEXSG_DynamicVolumeBasedOnExtent",
+        "VEXSG_DynamicExtentBasedOn",
+        "VEXSG_DriveInDynamicDiskGroup",
+        "VEXSG_DynamicExtentInDiskGroup",
+    };
+    return names;
+}
+
+}  // namespace contract
