@@ -64,6 +64,9 @@ void loseSpace(Texts& logicalDisk) {
     options.erase(options.rfind(", "));  // the file system's identifier
 }
 
+// Of a disk's directory: ".", "..", five attributes and the first partition, in the order of FakeOs::sysfsDisk.
+constexpr int kEntriesToTheFirstPartition = 8;
+
 const std::string kVirtualDisk = "/dev/sdd";
 const std::string kVirtualLine = "3 LinuxDiskInfo::enumDiskInfo : Ignoring Virtual Device /dev/sdd";
 const std::string kDriveLine = "3 Physical disk information.. VEXSG_DiskDrive";
@@ -131,6 +134,13 @@ Outcome KernelModel::whenFails(int number) const {
     return outcome;
 }
 
+int KernelModel::readsBefore(int number) const {
+    int count = 0;
+    for (int before = 1; before < number; ++before)
+        if (at(before).name == at(number).name && at(before).path == at(number).path) ++count;
+    return count;
+}
+
 void KernelModel::failInDrives(const Call& call, int number, Outcome& outcome) const {
     std::vector<Texts>& drives = outcome.published["VEXSG_DiskDrive"];
     const auto loseVirtualLine = [&] {
@@ -161,6 +171,7 @@ void KernelModel::failInDrives(const Call& call, int number, Outcome& outcome) c
     } else if (call.path == call.disk) {  // its size cannot be asked for
         removeDrive(drives, call.disk);
     } else if (call.name == "opendir" || call.name == "readdir") {
+        if (call.name == "readdir" && readsBefore(number) >= kEntriesToTheFirstPartition) return;  // it was seen
         setCount(drives, call.disk, 0);
         if (call.name == "opendir")
             insertBehind(outcome.log, kDriveLine, "3 LinuxDiskInfo::HasPartitions : fail to open the dir " + call.path);

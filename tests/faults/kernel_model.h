@@ -49,6 +49,8 @@ private:
     void failInMounts(const Call& call, int number, Outcome& outcome) const;
     void derivePairs(Outcome& outcome, const std::string& unreadableLink) const;
     std::vector<Texts> partitionsOf(const std::string& disk) const;
+    /// Earlier calls of the same name about the same path.
+    int readsBefore(int number) const;
     int firstCallAbout(const std::string& disk, Phase phase) const;
     int lastCallAbout(const std::string& disk, Phase phase) const;
 
