@@ -36,7 +36,7 @@ std::string obstacleTo(const std::string& libraryPath) {
     if (!readAt(file.get(), 0, header) || !isNativeLibrary(header)) return {};
 
     const auto fileSize = static_cast<std::uint64_t>(status.st_size);
-    const std::string cutShort = "it is cut short at " + std::to_string(fileSize) + " bytes; copy it again";
+    std::string cutShort = "it is cut short at " + std::to_string(fileSize) + " bytes; copy it again";
     for (unsigned i = 0; i < header.e_phnum; ++i) {
         ElfW(Phdr) segment{};
         if (!readAt(file.get(), header.e_phoff + std::uint64_t{i} * sizeof segment, segment)) return cutShort;
