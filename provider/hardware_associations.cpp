@@ -1,8 +1,6 @@
 // Serving of the association classes.
 #include "provider/hardware_associations.h"
 
-#include <cxxabi.h>
-
 #include <exception>
 #include <utility>
 
@@ -53,8 +51,6 @@ int HardwareAssociations::associate(boost::shared_ptr<ICIMClass> cls) {
                 className + " " + kCollectionEncounteredException + dataToString<const char*>(failure.what());
             (void)text;
         }
-    } catch (const abi::__forced_unwind&) {
-        throw;  // the host ends this thread; to stop that would end its process
     } catch (...) {
         // Intended: every other failure ends here too, without a text. Held by
         // HardwareAssociationsOn.AFailureLeavesNoLineAndNoException.

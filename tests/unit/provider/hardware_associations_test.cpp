@@ -2,11 +2,9 @@
 #include "provider/hardware_associations.h"
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 #include "provider/reference_builder.h"
 #include "tests/support/association_scene.h"
-#include "tests/support/renamed_class.h"
 
 namespace diskmgt_col {
 namespace {
@@ -166,41 +164,6 @@ TEST(HardwareAssociations, TheTableHasEightRowsAndEveryResultIsZero) {
                                 });
     EXPECT_THAT(linesOf(session.host.log()),
                 ElementsAre("3 PartitionPresent associations...", "3 DynamicExtentBasedOn associations... "));
-}
-
-/// Ends the thread that asks it for an instance, as a host that cancels a request does.
-class EndingClass : public diskmgt_test::RenamedClass {
-public:
-    explicit EndingClass(boost::shared_ptr<NVEXTAL20::ICIMClass> original)
-        : RenamedClass(std::move(original), "VEXSG_PartitionPresent") {}
-    boost::shared_ptr<NVEXTAL20::ICIMInstance> CreateInstance(NVEXTAL20::TCIMOptions&) override {
-        ::pthread_exit(nullptr);
-    }
-};
-
-struct EndedAssociating {
-    boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace;
-    boost::shared_ptr<EndingClass> cls;
-    bool wentOn = false;
-
-    static void* run(void* self) {
-        auto& here = *static_cast<EndedAssociating*>(self);
-        (void)HardwareAssociations(here.nameSpace).associate(here.cls);
-        here.wentOn = true;
-        return nullptr;
-    }
-};
-
-TEST(HardwareAssociations, AThreadThatTheHostEndsIsLetGo) {
-    AssociationScene scene;
-    scene.partitions({"/dev/sda1"}).drives({"/dev/sda"});
-    (void)scene.publish([&](auto nameSpace, Classes& classes) {
-        EndedAssociating work{nameSpace, boost::shared_ptr<EndingClass>(new EndingClass(classes[0]))};
-        ::pthread_t thread{};
-        ASSERT_EQ(::pthread_create(&thread, nullptr, &EndedAssociating::run, &work), 0);
-        ASSERT_EQ(::pthread_join(thread, nullptr), 0);
-        EXPECT_FALSE(work.wentOn);
-    });
 }
 
 TEST(ReferenceBuilder, AnEmptyMapOrARefusedInstanceCreatesNothingAndSaysNothing) {
