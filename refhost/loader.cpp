@@ -13,16 +13,16 @@
 #include "refhost/library_file.h"
 #include "refhost/services/boundary.h"
 
-/// dlopen(3) under a declaration that admits exceptions: a load-time constructor may throw through it, and the system's
-/// own declaration promises otherwise, which would end the process.
-extern "C" void* openThatMayThrow(const char* file, int mode) __asm__("dlopen");
-
 namespace refhost {
 
 namespace {
 
 using NVEXTAL20::IPluginBasicQueryCallbacks;
 using NVEXTAL20::IPluginCallbacks;
+
+/// dlopen(3), called as what it is: a load-time constructor may throw through it, but the system's declaration promises
+/// otherwise. Volatile, so that no compiler sees whose promise it was.
+void* (*const volatile openThatMayThrow)(const char* file, int mode) = &::dlopen;
 
 bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
 
