@@ -63,7 +63,6 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     };
     if (command.operand != nullptr) {
         CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
-        if (!command.takesManyOperands) operands->expected(0, 1);
         if (command.needsOperand && given.plainOperands.empty()) operands->required();
     }
     app.set_help_flag("-h,--help", "Print this help and exit");
