@@ -1,15 +1,24 @@
 // The commands and what their help says.
 #include "cli/command_table.h"
 
+#include <limits>
+
 namespace diskmgt_cli {
+
+namespace {
+
+constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
+
+}  // namespace
 
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
         {"get",
          Command::kGet,
          "CLASS",
-         true,
-         true,
+         1,
+         kAnyNumber,
+         kHasExact | kHasColumns,
          {"json", "table", "csv"},
          "Instances of the named classes, one request, in the order given",
          "An association class first makes the host publish the classes it relies on, in an earlier\n"
@@ -25,8 +34,9 @@ const std::vector<CommandDescription>& commands() {
         {"probe",
          Command::kProbe,
          "FILE",
-         true,
-         true,
+         1,
+         kAnyNumber,
+         kNoFlags,
          {"json"},
          "The partitions found in devices or disk images",
          "Prints every pair of every partition exactly as the partition table parser returns it, also\n"
@@ -34,11 +44,26 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
+        {"export",
+         Command::kExport,
+         "FORMAT",
+         1,
+         1,
+         kNoFlags,
+         {},
+         "The whole inventory for other programs: json",
+         "json: drives with their partitions and logical disks nested, and the plain instances beside them.\n"
+         "The document is fit to be an Ansible local fact and a facter external fact.\n\n"
+         "Past the time limit what the classes served so far give is still written; the exit status is 4.\n\n"
+         "Examples:\n"
+         "  diskmgt export json\n"
+         "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"},
         {"classes",
          Command::kClasses,
          "CLASS",
-         false,
-         false,
+         0,
+         1,
+         kNoFlags,
          {"table", "json", "mof"},
          "The schema: the class tree, or one class with its properties",
          "mof prints the whole schema, the public base classes first. In a table, Key marks the\n"
@@ -50,8 +75,9 @@ const std::vector<CommandDescription>& commands() {
         {"plugin",
          Command::kPlugin,
          nullptr,
-         false,
-         false,
+         0,
+         0,
+         kNoFlags,
          {"table", "json"},
          "Name, version, interface version, type and file of the plug-in",
          "Examples:\n"
@@ -60,8 +86,9 @@ const std::vector<CommandDescription>& commands() {
         {"trace",
          Command::kTrace,
          "CLASS",
-         true,
-         true,
+         1,
+         kAnyNumber,
+         kHasExact,
          {"json"},
          "Every crossing of the plug-in boundary, one JSON object a line",
          "Covers loading the plug-in, the request and unloading. The earlier request for the classes an\n"
@@ -80,7 +107,7 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tables = {"", Command::kGet, nullptr, false, false, {"table", "json", "csv"}, "",
+    static const CommandDescription tables = {"", Command::kGet, nullptr, 0, 0, kNoFlags, {"table", "json", "csv"}, "",
                                               ""};
     return tables;
 }

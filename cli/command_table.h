@@ -1,6 +1,7 @@
 // The commands: their names, operands, formats and help texts.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -8,13 +9,24 @@
 
 namespace diskmgt_cli {
 
+/// The options that not every command has.
+enum CommandFlags : unsigned {
+    kNoFlags = 0,
+    kHasExact = 1,
+    kHasAll = 2,
+    kHasBytes = 4,
+    kHasSpace = 8,
+    kHasColumns = 16
+};
+
 struct CommandDescription {
     const char* name;
     Command command;
     const char* operand;  // what it is called in the help; null: takes none
-    bool needsOperand;
-    bool takesManyOperands;
-    std::vector<std::string> formats;  // the first is the default
+    std::size_t fewestOperands;
+    std::size_t mostOperands;
+    unsigned flags;
+    std::vector<std::string> formats;  // the first is the default; none: the command has no --format
     const char* summary;
     const char* details;  // what stands below the options in its help
 };

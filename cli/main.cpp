@@ -35,6 +35,10 @@ ExitStatus run(const Options& options) {
             return runPlugin(options);
         case Command::kTrace:
             return runTrace(options);
+        case Command::kExport:
+            return runExport(options);
+        case Command::kTree:
+        case Command::kDiff:
         case Command::kShowText:
             break;
     }

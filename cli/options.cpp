@@ -24,10 +24,10 @@ const std::vector<std::string> kSeverities = {"error", "warning", "status", "deb
 
 /// The texts of the options, where given.
 struct GivenTexts {
-    std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color;
+    std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false;
+    bool exact = false, all = false, bytes = false, space = false;
 };
 
 std::string joined(const std::vector<std::string>& words, const char* between) {
@@ -63,14 +63,22 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     };
     if (command.operand != nullptr) {
         CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
-        if (command.needsOperand && given.plainOperands.empty()) operands->required();
+        if (command.fewestOperands > 0 && given.plainOperands.empty()) operands->required();
     }
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
-    if (command.operand != nullptr && (command.command == Command::kGet || command.command == Command::kTrace))
-        app.add_flag("--exact", given.exact, "No earlier request for the classes an association relies on");
-    add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
-        "FORMAT");
+    const auto flag = [&app, &command](unsigned which, const char* name, bool& isGiven, const char* help) {
+        if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
+    };
+    flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association relies on");
+    flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs and network file systems");
+    flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
+    flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
+    if ((command.flags & kHasColumns) != 0)
+        add("--columns", given.columns, "Only these properties, in this order, separated by commas", "NAMES");
+    if (!command.formats.empty())
+        add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
+            "FORMAT");
     add("--plugin", given.pluginFile, "The plug-in to load (default: $DISKMGT_PLUGIN, else the one installed with it)",
         "FILE");
     add("--log-level", given.logLevel,
@@ -122,7 +130,9 @@ std::vector<std::string> readStretch(const CommandDescription& command, std::vec
         shownText = version.what();
     } catch (const CLI::RequiredError&) {
         const std::string operand = command.operand;
-        wrongUsage(commandName + " needs at least one " + operand + seeHelp(commandName));
+        wrongUsage(commandName + " needs " +
+                   (command.mostOperands > 1 && command.fewestOperands == 1 ? "at least one " : "") + operand +
+                   seeHelp(commandName));
     } catch (const CLI::ParseError& error) {
         wrongUsage((isBeforeCommand ? "" : commandName + ": ") + error.what() + seeHelp(commandName));
     }
@@ -172,12 +182,27 @@ void refuseLeftovers(const std::vector<std::string>& leftovers, const CommandDes
     wrongUsage(std::string(command.name) + " takes no argument \"" + word + "\"" + seeHelp(command.name));
 }
 
+std::vector<std::string> splitAtCommas(const std::string& text) {
+    std::vector<std::string> names;
+    std::size_t start = 0;
+    for (std::size_t end = 0; end != std::string::npos; start = end + 1) {
+        end = text.find(',', start);
+        names.push_back(text.substr(start, end == std::string::npos ? end : end - start));
+        if (names.back().empty()) wrongUsage("--columns takes names separated by commas, not \"" + text + "\"");
+    }
+    return names;
+}
+
 Options checked(const GivenTexts& given, const CommandDescription& command) {
     Options options;
     options.command = command.command;
     options.operands = command.operand == nullptr ? defaultClasses() : given.operands;
     options.exact = given.exact;
-    options.format = readFormat(given.format.value_or(command.formats.front()), command);
+    options.all = given.all;
+    options.bytes = given.bytes;
+    options.space = given.space;
+    if (given.columns) options.columns = splitAtCommas(*given.columns);
+    if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);
     if (given.logLevel) options.logSeverity = readSeverity(*given.logLevel);
     if (given.timeout) options.timeoutSeconds = readTimeout(*given.timeout);
     if (given.color) options.color = readColor(*given.color);
@@ -227,7 +252,10 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         if (!shownText.empty()) return showing(shownText);
         given.operands.insert(given.operands.end(), given.plainOperands.begin(), given.plainOperands.end());
         if (command->operand == nullptr && !given.operands.empty()) refuseLeftovers({given.operands[0]}, *command);
-        if (!command->takesManyOperands && given.operands.size() > 1) refuseLeftovers({given.operands[1]}, *command);
+        if (given.operands.size() > command->mostOperands)
+            refuseLeftovers({given.operands[command->mostOperands]}, *command);
+        if (given.operands.size() < command->fewestOperands)
+            wrongUsage(std::string(command->name) + " needs " + command->operand + seeHelp(command->name));
     }
     return checked(given, command == nullptr ? defaultCommand() : *command);
 }

@@ -6,6 +6,10 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <exception>
+#include <utility>
+
+#include "cli/stalled_call.h"
 
 namespace diskmgt_cli {
 
@@ -42,17 +46,6 @@ std::string secondsText(double seconds) {
     return text;
 }
 
-/// The text of the first failure; empty when there is none.
-std::string firstFailure(const refhost::RequestResult& result) {
-    if (!result.reportsFailure()) return {};
-    if (result.failure) return "the request ended early: " + *result.failure;
-    for (const refhost::LogLine& line : result.log)
-        if (line.severity == 0) return "an error was logged: " + line.text;
-    for (const refhost::LogLine& line : result.log)
-        if (line.text.find("exception") != std::string::npos) return "an exception was logged: " + line.text;
-    return "the log tells more";
-}
-
 }  // namespace
 
 PluginSession::PluginSession(const Options& options)
@@ -62,10 +55,15 @@ PluginSession::PluginSession(const Options& options)
     if (options.logSeverity >= 0) referenceHost.forwardLog(options.logSeverity);
 }
 
-Deadline PluginSession::startTimeLimit() {
-    return Deadline(timeoutSeconds, [this] {
-        complain("gave up after " + secondsText(timeoutSeconds) + " s while " + whatIsUnderWay() +
+Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving) {
+    return Deadline(timeoutSeconds, [this, worker = ::gettid(), beforeLeaving = std::move(beforeLeaving)] {
+        complain("gave up after " + secondsText(timeoutSeconds) + " s while " + whatIsUnderWay(worker) +
                  "; allow more with --timeout SECONDS (0: no limit)");
+        try {
+            if (beforeLeaving) beforeLeaving();
+        } catch (const std::exception& failure) {
+            if (*failure.what() != '\0') complain(failure.what());
+        }
         leaveNow(kTimedOut);
     });
 }
@@ -90,19 +88,33 @@ refhost::RequestResult PluginSession::requestEarlier(const ClassPlan& plan) {
 
 refhost::RequestResult PluginSession::request(const ClassPlan& plan) { return referenceHost.request(plan.request); }
 
-std::string PluginSession::whatIsUnderWay() const {
+std::string PluginSession::failureOf(const refhost::RequestResult& result) {
+    if (!result.reportsFailure()) return {};
+    if (result.failure) return "the request ended early: " + *result.failure;
+    for (const refhost::LogLine& line : result.log)
+        if (line.severity == 0) return "an error was logged: " + line.text;
+    for (const refhost::LogLine& line : result.log)
+        if (line.text.find("exception") != std::string::npos) return "an exception was logged: " + line.text;
+    return "the log tells more";
+}
+
+std::string PluginSession::whatIsUnderWay(pid_t worker) const {
     if (isLoading) return "loading " + pluginFile;
     const std::string className = referenceHost.classBeingServed();
-    return className.empty() ? "waiting for the plug-in" : "serving " + className;
+    const std::string call = stalledCallOf(worker);
+    if (className.empty()) return call.empty() ? "waiting for the plug-in" : call;
+    return "serving " + className + (call.empty() ? "" : ": " + call + " does not come back");
 }
 
 ExitStatus reportFailures(const ServedPlan& served) {
-    std::string failure = firstFailure(served.request);
-    if (failure.empty()) {
-        failure = firstFailure(served.earlier);
-        if (failure.empty()) return kDone;
-        failure += " (while publishing what an association relies on)";
-    }
+    std::string failure = PluginSession::failureOf(served.request);
+    if (!failure.empty()) return reportFailure(failure);
+    failure = PluginSession::failureOf(served.earlier);
+    if (failure.empty()) return kDone;
+    return reportFailure(failure + " (while publishing what an association relies on)");
+}
+
+ExitStatus reportFailure(const std::string& failure) {
     complain("the plug-in or host reported a failure, so the data may be incomplete: " + failure +
              "; --log-level verbose shows the whole log");
     return kFailureReported;

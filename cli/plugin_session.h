@@ -1,7 +1,10 @@
 // One host with one plug-in in it, used under a time limit.
 #pragma once
 
+#include <sys/types.h>
+
 #include <atomic>
+#include <functional>
 #include <string>
 
 #include "cli/class_plan.h"
@@ -27,7 +30,8 @@ public:
 
     /// Limits what follows, which may load, request and unload, for as long as the answer lives. Past the time limit
     /// one sentence says what was under way, and the process ends.
-    Deadline startTimeLimit();
+    /// `beforeLeaving`, when given, runs between the two, on another thread than the work that is still stuck.
+    Deadline startTimeLimit(std::function<void()> beforeLeaving = {});
 
     /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
     /// a state in which nothing can be unwound safely.
@@ -36,8 +40,11 @@ public:
     refhost::RequestResult requestEarlier(const ClassPlan& plan);
     refhost::RequestResult request(const ClassPlan& plan);
 
+    /// The text of the first failure that a request reports; empty when there is none.
+    static std::string failureOf(const refhost::RequestResult& result);
+
 private:
-    std::string whatIsUnderWay() const;
+    std::string whatIsUnderWay(pid_t worker) const;
 
     const std::string pluginFile;
     const double timeoutSeconds;
@@ -47,5 +54,7 @@ private:
 
 /// Says in one sentence what failed while a plan was served, if anything did; the exit status that follows.
 ExitStatus reportFailures(const ServedPlan& served);
+/// Says what was reported; `kFailureReported`.
+ExitStatus reportFailure(const std::string& failure);
 
 }  // namespace diskmgt_cli

@@ -1,12 +1,12 @@
 // Builds documents with the JSON library, which is heavy to compile and therefore kept to this file.
 #include "cli/printers/json.h"
 
-#include <charconv>
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <type_traits>
 #include <utility>
 #include <variant>
+
+#include "cli/printers/json_writer.h"
 
 namespace diskmgt_cli::json {
 
@@ -47,38 +47,24 @@ std::string written(const Json& document, int indent) {
 
 std::string page(const Json& document) { return written(document, kIndent) + "\n"; }
 
-template <typename Number>
-Json number(const std::string& text) {
-    Number value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end) return text;  // cannot happen: the host made the text from a number
-    return value;
+/// One value of a declared type. The host's canonical texts of numbers and truths are JSON already.
+void writeTyped(JsonWriter& out, const std::string& type, const std::string& text) {
+    const bool isNumber = type.rfind("uint", 0) == 0 || type.rfind("sint", 0) == 0 || type.rfind("real", 0) == 0;
+    if (isNumber || type == "boolean")
+        out.plain(text);
+    else
+        out.text(text);
 }
 
-/// One value of a declared type from the host's canonical text.
-Json typedValue(const std::string& type, const std::string& text) {
-    if (type.rfind("uint", 0) == 0) return number<std::uint64_t>(text);
-    if (type.rfind("sint", 0) == 0) return number<std::int64_t>(text);
-    if (type.rfind("real", 0) == 0) return number<double>(text);
-    if (type == "boolean") return text == "true";
-    return text;
-}
-
-Json propertyValue(const refhost::PropertyValue& property) {
+void writeValue(JsonWriter& out, const refhost::PropertyValue& property) {
     const refhost::PropertyDeclaration& declaration = *property.declaration;
-    if (!declaration.isArray)
-        return property.elements.empty() ? Json() : typedValue(declaration.type, property.elements.front());
-    Json elements = Json::array();
-    for (const std::string& element : property.elements) elements.push_back(typedValue(declaration.type, element));
-    return elements;
-}
-
-Json instanceObject(const refhost::Instance& instance) {
-    Json properties = Json::object();
-    for (const refhost::PropertyValue& property : instance.properties)
-        if (!property.isNull) properties[property.declaration->name] = propertyValue(property);
-    return {{"path", instance.path}, {"properties", std::move(properties)}};
+    if (!declaration.isArray) {
+        writeTyped(out, declaration.type, property.elements.front());
+        return;
+    }
+    out.beginArray();
+    for (const std::string& element : property.elements) writeTyped(out, declaration.type, element);
+    out.endArray();
 }
 
 Json tracedValue(const refhost::TraceValue& value) {
@@ -122,19 +108,31 @@ Json propertyObject(const refhost::PropertyDeclaration& declaration) {
 
 std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
                                const std::vector<refhost::LogLine>& log) {
-    Json document = {{"namespace", refhost::ReferenceHost::kNamespace}};
-    Json& classes = document["classes"] = Json::array();
+    JsonWriter out;
+    out.beginObject().textField("namespace", refhost::ReferenceHost::kNamespace).key("classes").beginArray();
     for (const std::string& name : classNames) {
-        Json instances = Json::array();
-        for (const refhost::Instance& instance : host.instances(name)) instances.push_back(instanceObject(instance));
-        classes.push_back({{"name", name},
-                           {"association", host.findClass(name)->isAssociation},
-                           {"instances", std::move(instances)}});
+        out.beginObject().textField("name", name);
+        out.truthField("association", host.findClass(name)->isAssociation).key("instances").beginArray();
+        for (const refhost::Instance& instance : host.instances(name)) writeInstance(out, instance);
+        out.endArray().endObject();
     }
-    Json lines = Json::array();
-    for (const refhost::LogLine& line : log) lines.push_back({{"severity", line.severity}, {"text", line.text}});
-    document["log"] = std::move(lines);
-    return page(document);
+    out.endArray().key("log").beginArray();
+    for (const refhost::LogLine& line : log) {
+        out.beginObject().key("severity").plain(std::to_string(line.severity));
+        out.textField("text", line.text).endObject();
+    }
+    out.endArray().endObject();
+    return out.take();
+}
+
+void writeInstance(JsonWriter& out, const refhost::Instance& instance) {
+    out.beginObject().textField("path", instance.path).key("properties").beginObject();
+    for (const refhost::PropertyValue& property : instance.properties) {
+        if (property.isNull) continue;
+        out.key(property.declaration->name);
+        writeValue(out, property);
+    }
+    out.endObject().endObject();
 }
 
 std::string traceLine(std::size_t number, const refhost::TraceEntry& entry) {

@@ -8,11 +8,18 @@
 #include "base/property_map.h"
 #include "refhost/api/reference_host.h"
 
+namespace diskmgt_cli {
+class JsonWriter;
+}
+
 namespace diskmgt_cli::json {
 
 /// The document of `get`. The classes must be declared; each mention gives one element.
 std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
                                const std::vector<refhost::LogLine>& log);
+
+/// One published instance: its path, and the properties that are not null.
+void writeInstance(JsonWriter& out, const refhost::Instance& instance);
 
 /// One line of `trace`.
 std::string traceLine(std::size_t number, const refhost::TraceEntry& entry);

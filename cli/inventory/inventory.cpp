@@ -1,0 +1,242 @@
+// Reads the values, then follows the pairs.
+#include "cli/inventory/inventory.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+
+#include "cli/inventory/instance_values.h"
+#include "cli/inventory/partition_type_names.h"
+#include "schema/vocabulary.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+using namespace diskmgt_col;  // the names of classes and properties
+
+using Positions = std::vector<std::size_t>;
+using PositionsByPath = std::unordered_map<std::string_view, Positions>;  // equal keys: several instances
+
+/// The mount point as it was before it was split at its commas; empty pieces are lost.
+std::string joinedElements(const refhost::Instance& instance, const std::string& name) {
+    std::string text;
+    const refhost::PropertyValue* const property = find(instance, name);
+    if (property == nullptr) return text;
+    for (const std::string& element : property->elements) text += (text.empty() ? "" : ",") + element;
+    return text;
+}
+
+Drive readDrive(const refhost::Instance& instance) {
+    Drive drive;
+    drive.instance = &instance;
+    drive.device = textOf(instance, kDeviceId);
+    drive.size = numberOf<std::uint64_t>(instance, kSize).value_or(0);
+    drive.partitionCount = numberOf<std::uint64_t>(instance, kNoOfPartitions).value_or(0);
+    return drive;
+}
+
+Partition readPartition(const refhost::Instance& instance, const Observations& observations) {
+    Partition partition;
+    partition.instance = &instance;
+    partition.device = textOf(instance, kDeviceId);
+    partition.size = numberOf<std::uint64_t>(instance, kSize).value_or(0);
+    partition.type = numberOf<unsigned>(instance, kPartitionType);
+    partition.typeByte = numberOf<unsigned>(instance, kPartitionSubType);
+    partition.table = partition.typeByte ? TableKind::kMbr : TableKind::kGpt;  // only an MBR entry has a type byte
+    partition.typeName = partitionTypeName(instance, partition.typeByte);
+    partition.isBootable = textOf(instance, kBootable) == "true";
+    if (partition.table == TableKind::kGpt) {
+        const auto startingOffset = numberOf<std::uint64_t>(instance, kStartingOffset);
+        if (startingOffset) partition.start = gptStartByte(*startingOffset, partition.size);
+    } else if (const auto observed = observations.startBytes.find(partition.device);
+               observed != observations.startBytes.end()) {
+        partition.start = observed->second;
+        partition.startOrigin = StartOrigin::kObserved;
+    }
+    return partition;
+}
+
+std::optional<Space> readSpace(const refhost::Instance& instance, const std::string& mountPoint,
+                               const Observations& observations) {
+    const auto total = numberOf<std::uint64_t>(instance, kTotalSpace);
+    const auto free = numberOf<std::uint64_t>(instance, kFreeSpace);
+    if (!total || !free) return std::nullopt;
+    Space space{*total, *free, std::nullopt, false};
+    if (!observations.isSpaceMeasured) return space;
+    const auto available = observations.availableBytes.find(mountPoint);
+    if (available == observations.availableBytes.end())
+        space.isOfSourcePath = true;
+    else
+        space.available = available->second;
+    return space;
+}
+
+LogicalDisk readLogicalDisk(const refhost::Instance& instance, const Observations& observations) {
+    LogicalDisk disk;
+    disk.instance = &instance;
+    disk.source = textOf(instance, kDeviceId);
+    disk.mountPoint = joinedElements(instance, kOtherIdentifyingInfo);
+    const auto observed = observations.mountPoints.find(disk.source);
+    if (observed != observations.mountPoints.end() && !observed->second.empty()) {
+        disk.mountPoint = observed->second.front();  // whole even where it has odd commas
+        disk.furtherMountPoints.assign(observed->second.begin() + 1, observed->second.end());
+    }
+    disk.fileSystem = textOf(instance, kFileSystemName);
+    disk.options = textOf(instance, kMountOptions);
+    disk.space = readSpace(instance, disk.mountPoint, observations);
+    return disk;
+}
+
+template <typename Element>
+PositionsByPath byPath(const std::vector<Element>& elements) {
+    PositionsByPath positions;
+    positions.reserve(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) positions[elements[i].instance->path].push_back(i);
+    return positions;
+}
+
+/// Visits what the pairs of an association name, as positions, each pair of positions once.
+template <typename Visit>
+void eachPair(const Published& published, const std::string& association, const PositionsByPath& antecedents,
+              const PositionsByPath& dependents, const Visit& visit) {
+    std::unordered_map<std::string_view, std::vector<std::string_view>> seen;  // equal instances give equal pairs
+    for (const refhost::Instance& pair : instancesOf(published, association)) {
+        const refhost::PropertyValue* const antecedent = find(pair, kAntecedent);
+        const refhost::PropertyValue* const dependent = find(pair, kDependent);
+        if (antecedent == nullptr || dependent == nullptr) continue;
+        const auto supporting = antecedents.find(antecedent->elements.front());
+        const auto resting = dependents.find(dependent->elements.front());
+        if (supporting == antecedents.end() || resting == dependents.end()) continue;
+        std::vector<std::string_view>& paired = seen[resting->first];
+        if (std::find(paired.begin(), paired.end(), supporting->first) != paired.end()) continue;
+        paired.push_back(supporting->first);
+        for (const std::size_t above : supporting->second)
+            for (const std::size_t below : resting->second) visit(above, below);
+    }
+}
+
+/// The drive whose own name the device's begins with; empty when none of the reported ones.
+std::string likelyDrive(const std::vector<Drive>& drives, const std::string& device) {
+    for (const Drive& drive : drives)
+        if (isOnDrive(device, drive.device)) return drive.device;
+    return {};
+}
+
+/// Puts the logicals of a drive beneath the extended partition that is published right behind them.
+void nestLogicals(Drive& drive, std::vector<Partition>& partitions) {
+    constexpr unsigned kExtended = 2;
+    constexpr unsigned kLogical = 3;
+    std::sort(drive.partitions.begin(), drive.partitions.end());  // in the order published
+    Positions top, waiting;
+    for (const std::size_t position : drive.partitions) {
+        if (partitions[position].type == kLogical) {
+            waiting.push_back(position);
+            continue;
+        }
+        if (partitions[position].type == kExtended) partitions[position].logicals = std::move(waiting);
+        top.insert(top.end(), waiting.begin(), waiting.end());  // those that no extended partition follows
+        waiting.clear();
+        top.push_back(position);
+    }
+    top.insert(top.end(), waiting.begin(), waiting.end());
+    drive.partitions = std::move(top);
+}
+
+void pairPartitions(Inventory& inventory, const PositionsByPath& drives, const PositionsByPath& partitions) {
+    std::vector<bool> isPlaced(inventory.partitions.size());
+    eachPair(inventory.published, kPartitionPresent, drives, partitions, [&](std::size_t drive, std::size_t partition) {
+        inventory.drives[drive].partitions.push_back(partition);
+        isPlaced[partition] = true;
+        const std::string& device = inventory.partitions[partition].device;
+        const std::string& driveName = inventory.drives[drive].device;
+        if (!isOnDrive(device, driveName))
+            inventory.accidents.push_back(
+                {kPartitionPresent, device, driveName, likelyDrive(inventory.drives, device)});
+    });
+    for (Drive& drive : inventory.drives) nestLogicals(drive, inventory.partitions);
+    for (std::size_t i = 0; i < isPlaced.size(); ++i)
+        if (!isPlaced[i]) inventory.loosePartitions.push_back(i);
+}
+
+void pairLogicalDisks(Inventory& inventory, const PositionsByPath& drives, const PositionsByPath& partitions) {
+    const PositionsByPath logicalDisks = byPath(inventory.logicalDisks);
+    std::vector<bool> isPlaced(inventory.logicalDisks.size());
+    std::vector<bool> isOnPartition(inventory.logicalDisks.size());
+    eachPair(
+        inventory.published, kLogicalDiskBasedOnPartition, partitions, logicalDisks,
+        [&](std::size_t partition, std::size_t disk) {
+            inventory.partitions[partition].logicalDisks.push_back(disk);
+            isPlaced[disk] = isOnPartition[disk] = true;
+            const std::string& device = inventory.partitions[partition].device;
+            const std::string& source = inventory.logicalDisks[disk].source;
+            if (device == source) return;
+            const bool isReported = std::any_of(inventory.logicalDisks.begin(), inventory.logicalDisks.end(),
+                                                [&](const LogicalDisk& other) { return other.source == device; });
+            inventory.accidents.push_back({kLogicalDiskBasedOnPartition, device, source, isReported ? device : ""});
+        });
+    eachPair(inventory.published, kMediaPresent, drives, logicalDisks, [&](std::size_t drive, std::size_t disk) {
+        isPlaced[disk] = true;
+        if (!isOnPartition[disk]) inventory.drives[drive].logicalDisks.push_back(disk);
+        const std::string& source = inventory.logicalDisks[disk].source;
+        const std::string& driveName = inventory.drives[drive].device;
+        const bool isLink = source.find(driveName) == std::string::npos;  // paired by what the link names
+        if (!isLink && !isOnDrive(source, driveName))
+            inventory.accidents.push_back({kMediaPresent, source, driveName, likelyDrive(inventory.drives, source)});
+    });
+    for (std::size_t i = 0; i < isPlaced.size(); ++i)
+        if (!isPlaced[i]) inventory.looseLogicalDisks.push_back(i);
+}
+
+std::string hostName() {
+    char name[256] = "";
+    (void)::gethostname(name, sizeof name - 1);  // unknown: empty
+    return name;
+}
+
+}  // namespace
+
+const std::vector<refhost::Instance>& instancesOf(const Published& published, const std::string& className) {
+    static const std::vector<refhost::Instance> none;
+    for (const PublishedClass& cls : published.classes)
+        if (cls.declaration->name == className) return cls.instances;
+    return none;
+}
+
+std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes) {
+    constexpr std::uint64_t kSectorSize = 512;
+    return (startingOffset + 1) * kSectorSize - sizeBytes;
+}
+
+bool isOnDrive(const std::string& device, const std::string& driveName) {
+    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+    if (driveName.empty() || device.compare(0, driveName.size(), driveName) != 0) return false;
+    std::string_view rest = std::string_view(device).substr(driveName.size());
+    if (rest.empty()) return true;
+    if (isDigit(driveName.back())) {
+        if (rest.front() != 'p') return false;
+        rest.remove_prefix(1);
+    }
+    return !rest.empty() && std::all_of(rest.begin(), rest.end(), isDigit);
+}
+
+Inventory arrangeInventory(Published published, const Observations& observations) {
+    Inventory inventory;
+    inventory.published = std::move(published);
+    inventory.systemName = hostName();
+    for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskDrive))
+        inventory.drives.push_back(readDrive(instance));
+    for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskPartition))
+        inventory.partitions.push_back(readPartition(instance, observations));
+    for (const refhost::Instance& instance : instancesOf(inventory.published, kLogicalDisk))
+        inventory.logicalDisks.push_back(readLogicalDisk(instance, observations));
+    const PositionsByPath drives = byPath(inventory.drives);
+    const PositionsByPath partitions = byPath(inventory.partitions);
+    pairPartitions(inventory, drives, partitions);
+    pairLogicalDisks(inventory, drives, partitions);
+    return inventory;
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,105 @@
+// The inventory: drives, their partitions and the mounted file systems, joined as the association instances say, with
+// the observed truth beside the values that mislead.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/inventory/published.h"
+#include "refhost/api/reference_host.h"
+
+namespace diskmgt_cli {
+
+/// What the kernel says beside the plug-in. Everything is by the texts of the instances.
+struct Observations {
+    std::map<std::string, std::vector<std::string>> mountPoints;  // of a mount source, in mount-table order
+    std::map<std::string, std::uint64_t> availableBytes;          // by mount point; a missing one cannot be measured
+    std::map<std::string, std::uint64_t> startBytes;              // by partition device, from sysfs
+    bool isSpaceMeasured = false;                                 // false: `availableBytes` says nothing
+};
+
+/// Space of a mounted file system, in bytes.
+struct Space {
+    std::uint64_t total = 0;
+    std::uint64_t free = 0;                  // includes what is reserved for root
+    std::optional<std::uint64_t> available;  // to users; absent: not measured
+    /// The mount point could not be measured, so the figures are those of the file system that holds the source's path.
+    bool isOfSourcePath = false;
+};
+
+struct LogicalDisk {
+    const refhost::Instance* instance = nullptr;
+    std::string source;      // the device or whatever else stands first in the mount table
+    std::string mountPoint;  // the first one
+    std::vector<std::string> furtherMountPoints;
+    std::string fileSystem;
+    std::string options;  // as published: the file-system identifier stands at their end
+    std::optional<Space> space;
+};
+
+enum class TableKind { kMbr, kGpt };
+enum class StartOrigin { kComputed, kObserved };  // from the GPT entry, or from sysfs
+
+struct Partition {
+    const refhost::Instance* instance = nullptr;
+    std::string device;
+    std::uint64_t size = 0;
+    TableKind table = TableKind::kMbr;
+    std::optional<unsigned> type;
+    std::string typeName;  // in words, the type byte's where it says more
+    std::optional<unsigned> typeByte;
+    bool isBootable = false;
+    /// The first byte; never the published StartingOffset, which is none.
+    std::optional<std::uint64_t> start;
+    StartOrigin startOrigin = StartOrigin::kComputed;
+    std::vector<std::size_t> logicals;      // of an extended partition: positions in Inventory::partitions
+    std::vector<std::size_t> logicalDisks;  // positions in Inventory::logicalDisks
+};
+
+struct Drive {
+    const refhost::Instance* instance = nullptr;
+    std::string device;
+    std::uint64_t size = 0;
+    std::uint64_t partitionCount = 0;       // as published, which may differ from what is listed
+    std::vector<std::size_t> partitions;    // without the logicals that an extended one holds
+    std::vector<std::size_t> logicalDisks;  // on the drive, but on none of its partitions
+};
+
+/// A pair that exists only because one name begins with, or contains, the other.
+struct PairAccident {
+    std::string association;  // class name
+    std::string device;       // the partition or mount source that was paired
+    std::string pairedWith;
+    std::string likely;  // what it should have been paired with; empty: nothing that is reported
+};
+
+struct Inventory {
+    Published published;  // owns the instances that the rest points to
+    std::string systemName;
+    std::time_t collectedAt = 0;
+    double durationSeconds = 0;
+    std::vector<Drive> drives;  // in the order published, as the other lists
+    std::vector<Partition> partitions;
+    std::vector<LogicalDisk> logicalDisks;
+    std::vector<std::size_t> loosePartitions;    // on no reported drive
+    std::vector<std::size_t> looseLogicalDisks;  // on no reported drive or partition
+    std::vector<PairAccident> accidents;
+
+    bool isComplete() const { return published.missingClasses.empty(); }
+};
+
+/// Joins what was published. Without observations the fields that rest on them stay empty.
+Inventory arrangeInventory(Published published, const Observations& observations);
+
+/// The first byte of a GPT partition, exactly: (StartingOffset + 1) * 512 - Size.
+std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes);
+
+/// True when `device` is the drive itself or one of its partitions by the kernel's rule for names: digits behind a
+/// drive name that ends in a letter, "p" and digits behind one that ends in a digit.
+bool isOnDrive(const std::string& device, const std::string& driveName);
+
+}  // namespace diskmgt_cli

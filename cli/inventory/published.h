@@ -1,0 +1,29 @@
+// What the plug-in published for one inventory: the instances of the classes an inventory is made of.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "refhost/api/reference_host.h"
+
+namespace diskmgt_cli {
+
+/// The classes of an inventory, in the order they are requested: an association follows the classes it pairs, and what
+/// a dead mount can stall comes last.
+const std::vector<std::string>& inventoryClasses();
+
+struct PublishedClass {
+    const refhost::ClassDeclaration* declaration = nullptr;
+    std::vector<refhost::Instance> instances;
+};
+
+struct Published {
+    std::vector<PublishedClass> classes;      // in the order of `inventoryClasses`; those served completely
+    std::vector<std::string> failures;        // what the plug-in or host reported, one text per class at most
+    std::vector<std::string> missingClasses;  // not served when time ran out
+};
+
+/// Empty when the class was not served.
+const std::vector<refhost::Instance>& instancesOf(const Published& published, const std::string& className);
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,129 @@
+// Drives with everything on them nested, then what is on no drive, then the plain instances.
+#include "cli/printers/inventory_json.h"
+
+#include <cstddef>
+
+#include "cli/printers/json.h"
+#include "cli/printers/json_writer.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+constexpr std::uint64_t kSchemaVersion = 1;
+
+std::string utcText(std::time_t moment) {
+    std::tm parts{};
+    char text[32] = "";
+    if (::gmtime_r(&moment, &parts) != nullptr) (void)std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text;
+}
+
+class Writing {
+public:
+    explicit Writing(const Inventory& shown) : inventory(shown) {}
+
+    std::string document() {
+        out.beginObject();
+        out.numberField("schema", kSchemaVersion);
+        out.key("generator").beginObject();
+        out.textField("name", "diskmgt").textField("version", DISKMGT_VERSION).endObject();
+        out.textField("system", inventory.systemName);
+        out.textField("collected", utcText(inventory.collectedAt));
+        out.truthField("complete", inventory.isComplete());
+        texts("missingClasses", inventory.published.missingClasses);
+        texts("failures", inventory.published.failures);
+        out.key("drives").beginArray();
+        for (const Drive& drive : inventory.drives) write(drive);
+        out.endArray();
+        partitions("loosePartitions", inventory.loosePartitions);
+        logicalDisks("looseLogicalDisks", inventory.looseLogicalDisks);
+        accidents();
+        instances();
+        out.endObject();
+        return out.take();
+    }
+
+private:
+    void texts(const char* name, const std::vector<std::string>& values) {
+        out.key(name).beginArray();
+        for (const std::string& value : values) out.text(value);
+        out.endArray();
+    }
+
+    void write(const Drive& drive) {
+        out.beginObject().textField("device", drive.device).numberField("size", drive.size);
+        out.numberField("partitionCount", drive.partitionCount);
+        partitions("partitions", drive.partitions);
+        logicalDisks("logicalDisks", drive.logicalDisks);
+        out.endObject();
+    }
+
+    void partitions(const char* name, const std::vector<std::size_t>& positions) {
+        out.key(name).beginArray();
+        for (const std::size_t position : positions) write(inventory.partitions[position]);
+        out.endArray();
+    }
+
+    void write(const Partition& partition) {
+        out.beginObject().textField("device", partition.device).numberField("size", partition.size);
+        out.textField("table", partition.table == TableKind::kGpt ? "gpt" : "mbr");
+        out.textField("typeName", partition.typeName).numberField("type", partition.type);
+        out.numberField("typeByte", partition.typeByte).truthField("bootable", partition.isBootable);
+        if (partition.start) {
+            out.numberField("start", *partition.start);
+            out.textField("startFrom", partition.startOrigin == StartOrigin::kComputed ? "table" : "kernel");
+        }
+        partitions("logicals", partition.logicals);
+        logicalDisks("logicalDisks", partition.logicalDisks);
+        out.endObject();
+    }
+
+    void logicalDisks(const char* name, const std::vector<std::size_t>& positions) {
+        out.key(name).beginArray();
+        for (const std::size_t position : positions) write(inventory.logicalDisks[position]);
+        out.endArray();
+    }
+
+    void write(const LogicalDisk& disk) {
+        out.beginObject().textField("source", disk.source).textField("mountPoint", disk.mountPoint);
+        texts("furtherMountPoints", disk.furtherMountPoints);
+        out.textField("fileSystem", disk.fileSystem).textField("options", disk.options);
+        if (disk.space) {
+            out.numberField("total", disk.space->total).numberField("free", disk.space->free);
+            out.numberField("available", disk.space->available);
+            out.truthField("measuredAtSource", disk.space->isOfSourcePath);
+        }
+        out.endObject();
+    }
+
+    void accidents() {
+        out.key("prefixAccidents").beginArray();
+        for (const PairAccident& accident : inventory.accidents) {
+            out.beginObject().textField("association", accident.association).textField("device", accident.device);
+            out.textField("pairedWith", accident.pairedWith);
+            if (!accident.likely.empty()) out.textField("likely", accident.likely);
+            out.endObject();
+        }
+        out.endArray();
+    }
+
+    void instances() {
+        out.key("instances").beginObject();
+        for (const PublishedClass& cls : inventory.published.classes) {
+            out.key(cls.declaration->name).beginArray();
+            for (const refhost::Instance& instance : cls.instances) json::writeInstance(out, instance);
+            out.endArray();
+        }
+        out.endObject();
+    }
+
+    const Inventory& inventory;
+    JsonWriter out;
+};
+
+}  // namespace
+
+std::string inventoryJson(const Inventory& inventory) { return Writing(inventory).document(); }
+
+}  // namespace diskmgt_cli

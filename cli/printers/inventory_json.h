@@ -1,0 +1,14 @@
+// The inventory as one JSON document, the form that other programs and `diff` read.
+#pragma once
+
+#include <string>
+
+#include "cli/inventory/inventory.h"
+
+namespace diskmgt_cli {
+
+/// Described by share/inventory.schema.json: keys are never removed or renamed, integers are bytes unless their name
+/// says otherwise, what is unknown is left out.
+std::string inventoryJson(const Inventory& inventory);
+
+}  // namespace diskmgt_cli
