@@ -27,8 +27,6 @@ public:
     unsigned long getPartitionCount(const std::string& devicePath);
 
 private:
-    bool isVirtual(const std::string& devicePath) const;
-
     std::vector<std::string> virtualDevices;  // texts, each with a device path somewhere in it
 };
 

@@ -8,28 +8,14 @@
 
 #include "base/handles.h"
 #include "base/text.h"
+#include "collect/mount_rules.h"
 #include "schema/vocabulary.h"
 
 namespace diskmgt_col {
 
 namespace {
 
-const char* const kMountTable = "/etc/mtab";
-const char* const kMountTableMode = "r+";  // only read, but opened for update
-
-// Keeps lines whole whose source, mount point and options are a page each with every byte escaped as four; a longer
-// one loses its end.
-constexpr int kLineBufferSize = 65536;
-
 using Properties = std::map<std::string, std::string>;
-
-/// Measures the file system at the mount point or, failing that, the one that holds the source's path.
-bool measure(const mntent& mount, struct statfs& statistics) {
-    std::memset(&statistics, 0, sizeof statistics);
-    int result = os::fileSystemStatistics(mount.mnt_dir, statistics);
-    if (result < 0) result = os::fileSystemStatistics(mount.mnt_fsname, statistics);
-    return result == 0;
-}
 
 void addSpace(Properties& properties, const struct statfs& statistics) {
     const auto blockSize = static_cast<unsigned long>(statistics.f_bsize);
@@ -53,7 +39,8 @@ Properties describe(const mntent& mount) {
     properties.emplace(kMountOptions, mount.mnt_opts);
     properties.emplace(kFileSystemName, mount.mnt_type);
     struct statfs statistics;
-    if (measure(mount, statistics)) addSpace(properties, statistics);
+    if (measureMount(mount.mnt_dir, mount.mnt_fsname, statistics) != MeasuredPath::kNothing)
+        addSpace(properties, statistics);
     return properties;
 }
 
@@ -65,11 +52,11 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
     if (table == nullptr) return disks;
 
     std::multimap<std::string, Properties> mountsByDevice;
-    std::vector<char> line(kLineBufferSize);
+    std::vector<char> line(kMountLineSize);
     mntent mount;
-    while (os::nextMountEntry(table.get(), mount, line.data(), kLineBufferSize)) {
+    while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize)) {
         // Looked up before measuring: a later mount of the same source is never touched.
-        if (mountsByDevice.find(mount.mnt_fsname) != mountsByDevice.end()) continue;
+        if (isLaterMount(mountsByDevice, mount.mnt_fsname)) continue;
         mountsByDevice.emplace(mount.mnt_fsname, describe(mount));
     }
     disks.reserve(mountsByDevice.size());

@@ -1,33 +1,16 @@
 // Listing of the disks in sysfs.
 #include "collect/phys_disk_information.h"
 
-#include <cstring>
 #include <utility>
 
-#include "base/handles.h"
 #include "collect/core_log.h"
+#include "collect/device_rules.h"
 #include "collect/linux_disk_info.h"
-#include "collect/sysfs_text.h"
 #include "schema/vocabulary.h"
 
 namespace diskmgt_col {
 
 namespace {
-
-const char* const kBlockDirectory = "/sys/block/";
-constexpr int kRamDiskMajor = 1;
-
-bool isListed(const char* entryName) {
-    return std::strcmp(entryName, ".") != 0 && std::strcmp(entryName, "..") != 0 &&
-           std::strncmp(entryName, "dm-", 3) != 0;  // device-mapper volumes
-}
-
-/// Whether the disk has a size and is no RAM disk, as far as sysfs tells.
-bool isCandidate(const std::string& entryPath) {
-    const unsigned long sectorCount = sectorCountFrom(firstLineOf(entryPath + "/size").value_or(""));
-    const int majorNumber = majorNumberFrom(firstLineOf(entryPath + "/dev").value_or(""));
-    return sectorCount != 0 && majorNumber != kRamDiskMajor;
-}
 
 std::vector<std::string> listDisks() {
     std::vector<std::string> devicePaths;
@@ -37,7 +20,7 @@ std::vector<std::string> listDisks() {
         return devicePaths;
     }
     while (const char* const entryName = os::nextEntryName(directory.get())) {
-        if (isListed(entryName) && isCandidate(std::string(kBlockDirectory) + entryName)) {
+        if (judgeEntryName(entryName) == EntryName::kDisk && readSysfsDisk(entryName).isOffered()) {
             devicePaths.push_back(std::string("/dev/") + entryName);
         }
     }
