@@ -58,6 +58,21 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt export json\n"
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"},
+        {"explain",
+         Command::kExplain,
+         "DEVICE",
+         0,
+         kAnyNumber,
+         kNoFlags,
+         {"table", "json"},
+         "Why each device is or is not reported, naming the rule that dropped it",
+         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point; without it the\n"
+         "whole machine is explained. What is said is compared with the plug-in's answer about drives\n"
+         "and partitions. Network, FUSE and automounted file systems are not touched.\n\n"
+         "Examples:\n"
+         "  diskmgt explain\n"
+         "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
+         "  diskmgt explain --format json\n"},
         {"classes",
          Command::kClasses,
          "CLASS",

@@ -25,6 +25,8 @@ void occupyClosedStandardDescriptors() {
 
 ExitStatus run(const Options& options) {
     switch (options.command) {
+        case Command::kExplain:
+            return runExplain(options);
         case Command::kGet:
             return runGet(options);
         case Command::kProbe:

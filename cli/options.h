@@ -6,7 +6,7 @@
 
 namespace diskmgt_cli {
 
-enum class Command { kShowText, kGet, kProbe, kClasses, kPlugin, kTrace, kTree, kExport, kDiff };
+enum class Command { kShowText, kGet, kProbe, kExplain, kClasses, kPlugin, kTrace, kTree, kExport, kDiff };
 enum class Format { kJson, kTable, kCsv, kMof };
 enum class ColorChoice { kAuto, kAlways, kNever };
 

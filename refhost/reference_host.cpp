@@ -155,6 +155,8 @@ std::vector<PluginIdentity> ReferenceHost::plugins() const {
     return identities;
 }
 
+std::vector<std::string> ReferenceHost::virtualDevices() const { return currentVirtualDevices(); }
+
 RequestResult ReferenceHost::request(const std::vector<std::string>& classNames) {
     if (RequestScope::isRunning()) throw std::logic_error("a request cannot be made from within another one");
     std::vector<const DeclaredClass*> wanted;

@@ -9,6 +9,7 @@ namespace diskmgt_cli {
 
 ExitStatus runClasses(const Options& options);
 ExitStatus runExport(const Options& options);
+ExitStatus runExplain(const Options& options);
 ExitStatus runGet(const Options& options);
 ExitStatus runPlugin(const Options& options);
 ExitStatus runProbe(const Options& options);

@@ -134,6 +134,8 @@ public:
     PluginIdentity loadPlugin(const std::string& file);
     void unloadPlugins();
     std::vector<PluginIdentity> plugins() const;
+    /// What plug-ins get when they ask for the management controller's disks: texts with a /dev path in each.
+    std::vector<std::string> virtualDevices() const;
 
     /// Serves one request: drops the instances of the named classes, then hands the classes to every loaded
     /// plug-in at once. Throws `std::invalid_argument` for a class that the schema does not declare.

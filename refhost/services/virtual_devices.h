@@ -19,6 +19,6 @@ TAL_API std::vector<std::string> findVirtualDevices(const std::string& sysfsRoot
 
 /// What `TOSSpecific::getBmcVirtualDevices` answers with, process-wide.
 TAL_API void setVirtualDevices(const VirtualDeviceSettings& settings);
-std::vector<std::string> currentVirtualDevices();
+TAL_API std::vector<std::string> currentVirtualDevices();
 
 }  // namespace refhost

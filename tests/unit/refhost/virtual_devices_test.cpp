@@ -87,6 +87,11 @@ TEST(VirtualDeviceService, AppendsTheEntriesGivenByHand) {
     EXPECT_EQ(devices, (Texts{"kept", "/dev/sdb", "/dev/sr1: cd"}));
 }
 
+TEST(VirtualDeviceService, TheHostTellsWhatPluginsGet) {
+    const refhost::ReferenceHost host({"h", {"/dev/sdb", "/dev/sr1: cd"}, false});
+    EXPECT_EQ(host.virtualDevices(), (Texts{"/dev/sdb", "/dev/sr1: cd"}));
+}
+
 TEST(VirtualDeviceService, EntriesGoWithTheirHost) {
     { const refhost::ReferenceHost host({"h", {"/dev/sdb"}, false}); }
     const refhost::ReferenceHost host({"h", {}, false});

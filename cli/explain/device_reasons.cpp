@@ -1,0 +1,156 @@
+// Why a device is or is not a drive, and why its partitions are or are not there.
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+
+#include "cli/explain/reasons.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+using diskmgt_col::EntryName;
+
+constexpr unsigned long kReadSectorSize = 512;  // the parser's, whatever the device has
+
+/// The reason why opening failed; the node may be missing.
+Reason openFailure(const DeviceFacts& facts) {
+    if (facts.openError != ENOENT)
+        return {"open-failed", "cannot be opened: " + errorText(facts.openError),
+                "Opening " + facts.path + " failed: " + failureText(facts.openError) + "."};
+    std::string node = facts.name;
+    if (facts.isListed && node.find('!') != std::string::npos) {
+        std::replace(node.begin(), node.end(), '!', '/');
+        return {"no-node", "sysfs writes its node with \"!\"",
+                facts.path + " is what is tried, but sysfs writes \"!\" for \"/\": the node is /dev/" + node +
+                    ", which is never tried."};
+    }
+    return {"no-node", "no node in /dev", "There is no node " + facts.path + "."};
+}
+
+/// The word of the entry that the path was found in: "/dev/sdbc" for /dev/sdb.
+std::string wordAround(const std::string& path, const std::string& entry) {
+    std::size_t end = entry.find(path) + path.size();
+    while (end < entry.size() && (std::isalnum(static_cast<unsigned char>(entry[end])) != 0 || entry[end] == '!' ||
+                                  entry[end] == '/' || entry[end] == '-' || entry[end] == '_'))
+        ++end;
+    const std::size_t begin = entry.find(path);
+    return entry.substr(begin, end - begin);
+}
+
+Reason virtualReason(const DeviceFacts& facts) {
+    const std::string word = wordAround(facts.path, facts.virtualEntry);
+    const std::string quoted = "\"" + facts.virtualEntry + "\"";
+    if (word == facts.path)
+        return {"virtual-device", "virtual device " + quoted,
+                "The management controller presents it: the list of virtual devices has the entry " + quoted + "."};
+    return {"virtual-device-substring", "caught by the virtual device " + quoted,
+            "The list of virtual devices has the entry " + quoted + ". It names " + word + ", but the text contains " +
+                facts.path + " too, so this drive is left out by accident of its name."};
+}
+
+Reason sizeReason(const DeviceFacts& facts) {
+    const std::string file = diskmgt_col::kBlockDirectory + facts.name + "/size";
+    if (!facts.sysfs.sizeLine)
+        return {"no-size-file", "no size in sysfs",
+                file + " is missing, empty or unreadable, so the device counts as having no size."};
+    const std::string& line = *facts.sysfs.sizeLine;
+    const bool isZero = !line.empty() && line.find_first_not_of("0 \t") == std::string::npos;
+    if (isZero)
+        return {"zero-size", "size 0",
+                "Its size in sysfs is 0: a drive without a medium, a loop device without a file, an array that is not "
+                "running."};
+    return {"bad-size-text", "size in sysfs is no number",
+            file + " holds \"" + line + "\", which is no number of sectors, so the device counts as having no size."};
+}
+
+void addSysfsReasons(const DeviceFacts& facts, std::vector<Reason>& reasons) {
+    if (!facts.isListed) {
+        reasons.push_back({"not-in-sysfs", "not in /sys/block",
+                           "The kernel lists no disk " + facts.name +
+                               " in /sys/block, and only what it lists becomes "
+                               "a drive."});
+        if (!facts.hasNode) reasons.push_back({"no-node", "no node in /dev", "There is no node " + facts.path + "."});
+        return;
+    }
+    if (facts.nameVerdict == EntryName::kDeviceMapper) {
+        reasons.push_back({"dm-prefix", "name begins with \"dm-\"",
+                           "Its name begins with \"dm-\": device-mapper volumes (LVM, multipath, encryption) are left "
+                           "out."});
+        return;
+    }
+    if (!facts.sysfs.hasSize()) reasons.push_back(sizeReason(facts));
+    if (facts.sysfs.isRamDisk())
+        reasons.push_back({"ram-disk", "RAM disk", "Its major number is 1, that of RAM disks, which are left out."});
+}
+
+}  // namespace
+
+Verdict judgeDrive(const DeviceFacts& facts) {
+    Verdict verdict;
+    verdict.isReported = facts.isDrive();
+    std::vector<Reason>& reasons = verdict.reasons;
+    if (!facts.isOffered()) {
+        addSysfsReasons(facts, reasons);
+    } else if (!facts.virtualEntry.empty()) {
+        reasons.push_back(virtualReason(facts));
+    } else if (facts.openError != 0) {
+        reasons.push_back(openFailure(facts));
+    } else if (!facts.sizeBytes) {
+        reasons.push_back({"size-failed", "does not tell its size: " + errorText(facts.sizeError),
+                           "It opened, but asking for its size failed: " + failureText(facts.sizeError) +
+                               ". The node is perhaps no block device."});
+    } else if (!facts.hasSysfsDirectory) {
+        reasons.push_back({"sysfs-directory-failed", "",
+                           diskmgt_col::kBlockDirectory + facts.name +
+                               " cannot be opened, so the number of partitions is reported as 0."});
+    }
+    return verdict;
+}
+
+Verdict judgePartitions(const DeviceFacts& facts) {
+    Verdict verdict;
+    verdict.isReported = facts.hasPartitions();
+    std::vector<Reason>& reasons = verdict.reasons;
+    const bool isOpen = facts.isTried && facts.openError == 0;
+    if (!facts.isCandidate) {
+        const bool wouldHaveSome = facts.tableCount > 0 || !facts.kernelPartitions.empty();
+        reasons.push_back({"not-a-candidate", wouldHaveSome ? "partitions are never looked for under this name" : "",
+                           "Partitions are never looked for under the name " + facts.path +
+                               ", only under hda to hdz, "
+                               "sda to sdz, md0 to md127 and nvme0n0 to nvme9n9."});
+    } else if (!isOpen) {
+        reasons.push_back(openFailure(facts));
+    } else if (facts.readError != 0) {
+        reasons.push_back({"read-failed", "cannot be read: " + errorText(facts.readError),
+                           "Reading its first sector failed: " + failureText(facts.readError) + "."});
+    } else if (facts.tableCount == 0) {
+        reasons.push_back({"no-partition-found", "", "Its first sectors hold no partition table with partitions."});
+    }
+    const std::string inTable = counted(facts.tableCount, "partition");
+    if (isOpen && facts.readError == 0 && facts.isListed && facts.tableCount != facts.kernelPartitions.size()) {
+        if (facts.kernelPartitions.empty())
+            reasons.push_back(
+                {"no-partition-directories", inTable + " in the table, none in the kernel",
+                 "The table holds " + inTable +
+                     ", but the kernel shows none, so the drive's number of "
+                     "partitions is 0. Perhaps the kernel has not read the table again, or the disk has no "
+                     "table and its first sector only looks like one, for no signature is checked."});
+        else
+            reasons.push_back(
+                {"kernel-and-table-disagree",
+                 inTable + " in the table, " + std::to_string(facts.kernelPartitions.size()) + " in the kernel",
+                 "The table holds " + inTable + ", the kernel shows " + std::to_string(facts.kernelPartitions.size()) +
+                     " (" + listed(facts.kernelPartitions) + ")."});
+    }
+    if (facts.logicalSectorSize > kReadSectorSize && (facts.isCandidate || facts.tableCount > 0))
+        reasons.push_back({"large-sectors", std::to_string(facts.logicalSectorSize) + "-byte sectors",
+                           "Its logical sectors have " + std::to_string(facts.logicalSectorSize) +
+                               " bytes, but tables are read as if they had 512: partitions are wrong or missing."});
+    if (verdict.isReported && !facts.isDrive())
+        reasons.push_back({"no-drive", "partitions without their drive",
+                           "The partitions are reported although the drive is not, so they rest on no drive."});
+    return verdict;
+}
+
+}  // namespace diskmgt_cli

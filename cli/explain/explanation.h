@@ -1,0 +1,61 @@
+// What is said about devices and mounts: verdicts, and the reasons for them. The printers show it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace diskmgt_cli {
+
+struct Reason {
+    std::string rule;   // a stable name, such as "dm-prefix"
+    std::string brief;  // a few words for a table; empty: not worth a place there
+    std::string text;   // whole sentences
+};
+
+struct Verdict {
+    bool isReported = false;
+    std::vector<Reason> reasons;
+};
+
+struct MountedOn {
+    std::string source;
+    std::string mountPoint;
+    std::string type;
+    bool isReported = false;
+};
+
+struct DeviceExplanation {
+    std::string asked;  // the operand, when it is not the path itself
+    std::string path;
+    bool isListed = false;    // sysfs lists it
+    std::string partitionOf;  // the disk; empty: no partition
+    Verdict drive;
+    std::optional<std::uint64_t> sizeBytes;  // when reported
+    Verdict partitions;                      // of a partition: itself
+    unsigned long tableCount = 0;            // in the device's own tables
+    unsigned long countOnDrive = 0;          // NoOfPartitions of the drive
+    std::size_t shownByKernel = 0;
+    std::vector<MountedOn> mounts;  // of the device and of its partitions
+};
+
+/// Where the space figures of a mount come from.
+enum class SpaceFigures { kMountPoint, kSource, kNone, kNotAsked };
+
+struct MountExplanation {
+    std::string source;
+    std::string mountPoint;
+    std::string type;
+    Verdict logicalDisk;
+    SpaceFigures space = SpaceFigures::kNotAsked;
+};
+
+struct Explanation {
+    bool isWholeMachine = true;
+    std::vector<DeviceExplanation> devices;
+    std::vector<MountExplanation> mounts;
+    std::vector<std::string> diagnosis;  // whole sentences
+};
+
+}  // namespace diskmgt_cli

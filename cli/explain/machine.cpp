@@ -1,0 +1,67 @@
+// The whole machine, and what the plug-in itself answered beside it.
+#include <algorithm>
+
+#include "cli/explain/explain.h"
+#include "cli/explain/reasons.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+constexpr const char* kAdvice =
+    " Perhaps something changed meanwhile; run the command again. If it stays so, the plug-in is not the one that "
+    "belongs to this command (see \"diskmgt plugin\").";
+
+void compareDrives(const PluginAnswer& answer, Explanation& explanation, std::vector<std::string>& differing) {
+    for (DeviceExplanation& device : explanation.devices) {
+        const bool isAnswered = contains(answer.drives, device.path);
+        if (isAnswered == device.drive.isReported) continue;
+        const std::string said = isAnswered ? "reports it as a drive" : "does not report it as a drive";
+        device.drive.reasons.push_back(
+            {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in " + said + ", against these rules."});
+        differing.push_back(device.path);
+    }
+    if (!explanation.isWholeMachine) return;
+    for (const std::string& drive : answer.drives) {
+        const bool isKnown = std::any_of(explanation.devices.begin(), explanation.devices.end(),
+                                         [&drive](const DeviceExplanation& device) { return device.path == drive; });
+        if (!isKnown) differing.push_back(drive);
+    }
+}
+
+}  // namespace
+
+Explanation explainMachine(const std::vector<std::string>& virtualDevices, Progress& progress) {
+    const KernelList list = readKernelList();
+    MountTableFacts table = readMounts(progress);
+    for (MountFacts& mount : table.mounts) measureIfLocal(mount, table, progress);
+    const std::vector<DeviceFacts> devices = examineAllDevices(list, virtualDevices, progress);
+
+    Explanation explanation;
+    for (const DeviceFacts& device : devices)
+        explanation.devices.push_back(explainDevice(device, table.mounts, table.updateError == 0));
+    for (const MountFacts& mount : table.mounts) explanation.mounts.push_back(explainMount(mount, table.updateError));
+    explanation.diagnosis = diagnose(list, devices, table);
+    return explanation;
+}
+
+void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation) {
+    std::vector<std::string> differing;
+    compareDrives(answer, explanation, differing);
+    if (!differing.empty())
+        explanation.diagnosis.push_back("The plug-in's answer about drives differs from what is explained here for " +
+                                        listed(differing) + "." + kAdvice);
+    if (!explanation.isWholeMachine) return;
+    unsigned long expected = 0;
+    for (const DeviceExplanation& device : explanation.devices)
+        if (device.partitions.isReported) expected += device.tableCount;
+    if (expected != answer.partitions.size())
+        explanation.diagnosis.push_back("The plug-in reports " + counted(answer.partitions.size(), "partition") +
+                                        ", but " + std::to_string(expected) + " are explained here." + kAdvice);
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,33 @@
+// From facts to verdicts and sentences.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/explain/device_facts.h"
+#include "cli/explain/explanation.h"
+#include "cli/explain/mount_facts.h"
+
+namespace diskmgt_cli {
+
+/// Empty reasons: reported, and nothing to remark.
+Verdict judgeDrive(const DeviceFacts& facts);
+Verdict judgePartitions(const DeviceFacts& facts);
+
+DeviceExplanation explainDevice(const DeviceFacts& facts, const std::vector<MountFacts>& mounts, bool isTableReported);
+/// `tableNames`: what the table of the disk calls its partitions.
+DeviceExplanation explainPartition(const std::string& path, const DeviceFacts& disk,
+                                   const std::vector<std::string>& tableNames, const MountTableFacts& table);
+
+MountExplanation explainMount(const MountFacts& mount, int updateError);
+
+/// "Permission denied".
+std::string errorText(int errorNumber);
+/// The same with what to do about it.
+std::string failureText(int errorNumber);
+/// "a", "a and b", "a, b and c"; past eight names the rest is a count.
+std::string listed(const std::vector<std::string>& names);
+/// "1 disk", "2 disks".
+std::string counted(std::size_t count, const std::string& noun);
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,186 @@
+// Lays out explanations: tables for a whole machine, paragraphs for what was asked for by name.
+#include "cli/printers/explain_text.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "cli/printers/text_table.h"
+#include "cli/readable_text.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+std::string title(const std::string& text, const TableStyle& style) {
+    const std::string readable = escapedControls(text);
+    return style.isColored ? "\033[1m" + readable + "\033[0m" : readable;
+}
+
+std::size_t columnsOf(const std::string& utf8) {
+    return static_cast<std::size_t>(std::count_if(
+        utf8.begin(), utf8.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
+}
+
+/// One paragraph; its later lines stand under the text behind `lead`.
+std::string paragraph(const std::string& lead, const std::string& text, std::size_t width) {
+    const std::string readable = escapedControls(text);
+    if (width == 0) return lead + readable + "\n";
+    const std::string indent(lead.size(), ' ');
+    std::string all;
+    std::string line = lead;
+    bool isFirstWord = true;
+    for (std::size_t begin = 0; begin <= readable.size();) {
+        const std::size_t end = std::min(readable.find(' ', begin), readable.size());
+        const std::string word = readable.substr(begin, end - begin);
+        if (!isFirstWord && columnsOf(line) + 1 + columnsOf(word) > width) {
+            all += line + "\n";
+            line = indent + word;
+        } else {
+            line += (isFirstWord ? "" : " ") + word;
+        }
+        isFirstWord = false;
+        begin = end + 1;
+    }
+    return all + line + "\n";
+}
+
+std::string sizeText(std::uint64_t bytes) {
+    constexpr const char* kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    std::size_t unit = 0;
+    std::uint64_t tenths = bytes;  // of the unit, from the first step on
+    while (unit + 1 < std::size(kUnits) && bytes >= 1024) {
+        tenths = bytes / 1024 * 10 + bytes % 1024 * 10 / 1024;
+        bytes /= 1024;
+        ++unit;
+    }
+    const bool isWhole = unit == 0 || tenths % 10 == 0;
+    return std::to_string(bytes) + (isWhole ? "" : "." + std::to_string(tenths % 10)) + " " + kUnits[unit];
+}
+
+/// The brief reasons of several verdicts, each rule once.
+std::string briefly(const std::vector<const Verdict*>& verdicts) {
+    std::vector<std::string> rules;
+    std::string text;
+    for (const Verdict* const verdict : verdicts)
+        for (const Reason& reason : verdict->reasons) {
+            if (reason.brief.empty() || std::find(rules.begin(), rules.end(), reason.rule) != rules.end()) continue;
+            rules.push_back(reason.rule);
+            text += (text.empty() ? "" : "; ") + reason.brief;
+        }
+    return text;
+}
+
+std::string allTexts(const std::string& first, const Verdict& verdict) {
+    std::string text = first;
+    for (const Reason& reason : verdict.reasons) text += " " + reason.text;
+    return text;
+}
+
+std::string partitionCell(const DeviceExplanation& device) {
+    if (device.partitions.isReported) return std::to_string(device.tableCount);
+    const bool isRead = std::any_of(device.partitions.reasons.begin(), device.partitions.reasons.end(),
+                                    [](const Reason& reason) { return reason.rule == "no-partition-found"; });
+    return isRead ? "none" : "-";
+}
+
+std::string mountCell(const DeviceExplanation& device) {
+    constexpr std::size_t kMostShown = 2;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(device.mounts.size(), kMostShown); ++i)
+        text += (i == 0 ? "" : ", ") + device.mounts[i].mountPoint;
+    if (device.mounts.size() > kMostShown) text += ", +" + std::to_string(device.mounts.size() - kMostShown);
+    return text;
+}
+
+void addCells(TextTable& table, const std::vector<std::string>& cells) {
+    libscols_line* const row = table.addRow();
+    for (std::size_t i = 0; i < cells.size(); ++i) table.set(row, i, cells[i]);
+}
+
+std::string deviceTable(const std::vector<DeviceExplanation>& devices, const TableStyle& style) {
+    if (devices.empty()) return "No devices.\n";
+    TextTable table(style);
+    for (const char* const heading : {"Device", "Drive", "Partitions", "Mounted on", "Why"}) table.addColumn(heading);
+    for (const DeviceExplanation& device : devices)
+        addCells(table, {device.path, device.drive.isReported ? "yes" : "no", partitionCell(device), mountCell(device),
+                         briefly({&device.drive, &device.partitions})});
+    return table.print();
+}
+
+/// "3 other mounts", with the verb that follows.
+std::string mountCount(std::size_t count, bool areOthers) {
+    return std::to_string(count) + (areOthers ? " other" : "") + (count == 1 ? " mount is" : " mounts are");
+}
+
+/// Mounts of devices, and those of which something is to be said; the usual rest is counted.
+std::string mountTable(const std::vector<MountExplanation>& mounts, const TableStyle& style) {
+    if (mounts.empty()) return "No mounts.\n";
+    TextTable table(style);
+    for (const char* const heading : {"Source", "Mounted on", "Type", "Logical disk", "Why"}) table.addColumn(heading);
+    std::size_t plain = 0;
+    std::size_t repeated = 0;
+    for (const MountExplanation& mount : mounts) {
+        const std::vector<Reason>& reasons = mount.logicalDisk.reasons;
+        const bool isDevice = mount.source.rfind("/dev/", 0) == 0;
+        if (!isDevice && reasons.empty())
+            ++plain;
+        else if (!isDevice && reasons.front().rule == "later-mount")
+            ++repeated;
+        else
+            addCells(table, {mount.source, mount.mountPoint, mount.type, mount.logicalDisk.isReported ? "yes" : "no",
+                             briefly({&mount.logicalDisk})});
+    }
+    std::string text = plain + repeated == mounts.size() ? "" : table.print();
+    const bool areOthers = !text.empty();
+    if (plain > 0) text += mountCount(plain, areOthers) + " reported as logical disks, nothing to remark.\n";
+    if (repeated > 0)
+        text += mountCount(repeated, areOthers) + " left out because of an earlier one with its source.\n";
+    return text;
+}
+
+std::string deviceParagraphs(const DeviceExplanation& device, const TableStyle& style, std::size_t width) {
+    std::string text = title(device.path, style);
+    if (!device.asked.empty()) text += " (asked for as " + escapedControls(device.asked) + ")";
+    text += "\n";
+    std::string drive = "Not reported.";
+    if (device.drive.isReported)
+        drive = "Reported, " + sizeText(device.sizeBytes.value_or(0)) + ", number of partitions " +
+                std::to_string(device.countOnDrive) + ".";
+    text += paragraph("  Drive:       ", allTexts(drive, device.drive), width);
+    const bool isOne = !device.partitionOf.empty();
+    std::string partitions = isOne ? "Not reported." : "None reported.";
+    if (device.partitions.isReported)
+        partitions = isOne ? "Reported." : std::to_string(device.tableCount) + " reported.";
+    text += paragraph(isOne ? "  Partition:   " : "  Partitions:  ", allTexts(partitions, device.partitions), width);
+    if (device.mounts.empty()) return text + paragraph("  Mounted:     ", "Nothing on it is mounted.", width);
+    std::string mounted;
+    for (const MountedOn& mount : device.mounts)
+        mounted += (mounted.empty() ? "" : ", ") + mount.source + " on " + mount.mountPoint;
+    return text + paragraph("  Mounted:     ", mounted + ".", width);
+}
+
+std::string mountParagraphs(const MountExplanation& mount, const TableStyle& style, std::size_t width) {
+    return title(mount.source + " on " + mount.mountPoint + " (" + mount.type + ")", style) + "\n" +
+           paragraph("  Logical disk: ",
+                     allTexts(mount.logicalDisk.isReported ? "Reported." : "Not reported.", mount.logicalDisk), width);
+}
+
+}  // namespace
+
+std::string explanationText(const Explanation& explanation, const TableStyle& style, std::size_t width) {
+    std::string text;
+    if (explanation.isWholeMachine) {
+        text = deviceTable(explanation.devices, style) + "\n" + mountTable(explanation.mounts, style);
+    } else {
+        for (const DeviceExplanation& device : explanation.devices)
+            text += (text.empty() ? "" : "\n") + deviceParagraphs(device, style, width);
+        for (const MountExplanation& mount : explanation.mounts)
+            text += (text.empty() ? "" : "\n") + mountParagraphs(mount, style, width);
+    }
+    if (explanation.diagnosis.empty()) return text;
+    text += "\n" + title("Diagnosis", style) + "\n";
+    for (const std::string& sentence : explanation.diagnosis) text += paragraph("- ", sentence, width);
+    return text;
+}
+
+}  // namespace diskmgt_cli
