@@ -1,5 +1,6 @@
 // Everything that is said about one disk or one partition.
 #include <algorithm>
+#include <cerrno>
 
 #include "cli/explain/reasons.h"
 
@@ -21,6 +22,7 @@ DeviceExplanation explainDevice(const DeviceFacts& facts, const std::vector<Moun
     DeviceExplanation explanation;
     explanation.path = facts.path;
     explanation.isListed = facts.isListed;
+    explanation.isUnknown = !facts.isListed && !facts.hasNode && facts.openError != EACCES;
     explanation.drive = judgeDrive(facts);
     if (facts.isDrive()) explanation.sizeBytes = facts.sizeBytes;
     explanation.partitions = judgePartitions(facts);

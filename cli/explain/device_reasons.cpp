@@ -30,18 +30,18 @@ Reason openFailure(const DeviceFacts& facts) {
 
 /// The word of the entry that the path was found in: "/dev/sdbc" for /dev/sdb.
 std::string wordAround(const std::string& path, const std::string& entry) {
-    std::size_t end = entry.find(path) + path.size();
+    const std::size_t begin = entry.find(path);
+    std::size_t end = begin + path.size();
     while (end < entry.size() && (std::isalnum(static_cast<unsigned char>(entry[end])) != 0 || entry[end] == '!' ||
                                   entry[end] == '/' || entry[end] == '-' || entry[end] == '_'))
         ++end;
-    const std::size_t begin = entry.find(path);
     return entry.substr(begin, end - begin);
 }
 
 Reason virtualReason(const DeviceFacts& facts) {
     const std::string word = wordAround(facts.path, facts.virtualEntry);
     const std::string quoted = "\"" + facts.virtualEntry + "\"";
-    if (word == facts.path)
+    if (!isVirtualByAccident(facts))
         return {"virtual-device", "virtual device " + quoted,
                 "The management controller presents it: the list of virtual devices has the entry " + quoted + "."};
     return {"virtual-device-substring", "caught by the virtual device " + quoted,
@@ -85,6 +85,10 @@ void addSysfsReasons(const DeviceFacts& facts, std::vector<Reason>& reasons) {
 }
 
 }  // namespace
+
+bool isVirtualByAccident(const DeviceFacts& facts) {
+    return !facts.virtualEntry.empty() && wordAround(facts.path, facts.virtualEntry) != facts.path;
+}
 
 Verdict judgeDrive(const DeviceFacts& facts) {
     Verdict verdict;

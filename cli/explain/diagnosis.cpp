@@ -97,10 +97,12 @@ void tellOfTables(const std::vector<DeviceFacts>& devices, Sentences& told) {
 void tellOfVirtualDevices(const std::vector<DeviceFacts>& devices, Sentences& told) {
     const Names dropped = namesWhere(
         devices, [](const DeviceFacts& device) { return device.isOffered() && !device.virtualEntry.empty(); });
-    if (!dropped.empty())
-        told.push_back(listed(dropped) + (dropped.size() == 1 ? " is" : " are") +
-                       " left out because the list of virtual devices of the management controller names " +
-                       (dropped.size() == 1 ? "it." : "them."));
+    if (dropped.empty()) return;
+    const Names byAccident = namesWhere(
+        devices, [](const DeviceFacts& device) { return device.isOffered() && isVirtualByAccident(device); });
+    told.push_back(listed(dropped) + (dropped.size() == 1 ? " is" : " are") +
+                   " left out because of the management controller's list of virtual devices" +
+                   (byAccident.empty() ? "." : ", " + listed(byAccident) + " only by accident of the name."));
 }
 
 void tellOfMounts(const MountTableFacts& table, Sentences& told) {

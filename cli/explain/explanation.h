@@ -30,6 +30,7 @@ struct DeviceExplanation {
     std::string asked;  // the operand, when it is not the path itself
     std::string path;
     bool isListed = false;    // sysfs lists it
+    bool isUnknown = false;   // neither a node nor anything the kernel lists
     std::string partitionOf;  // the disk; empty: no partition
     Verdict drive;
     std::optional<std::uint64_t> sizeBytes;  // when reported

@@ -16,13 +16,20 @@ constexpr const char* kAdvice =
     " Perhaps something changed meanwhile; run the command again. If it stays so, the plug-in is not the one that "
     "belongs to this command (see \"diskmgt plugin\").";
 
-void compareDrives(const PluginAnswer& answer, Explanation& explanation, std::vector<std::string>& differing) {
+void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::vector<std::string>& differing) {
     for (DeviceExplanation& device : explanation.devices) {
         const bool isAnswered = contains(answer.drives, device.path);
         if (isAnswered == device.drive.isReported) continue;
         const std::string said = isAnswered ? "reports it as a drive" : "does not report it as a drive";
         device.drive.reasons.push_back(
             {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in " + said + ", against these rules."});
+        differing.push_back(device.path);
+    }
+    for (DeviceExplanation& device : explanation.devices) {
+        if (device.partitionOf.empty() || contains(answer.partitions, device.path) == device.partitions.isReported)
+            continue;
+        device.partitions.reasons.push_back(
+            {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in says otherwise, against these rules."});
         differing.push_back(device.path);
     }
     if (!explanation.isWholeMachine) return;
@@ -51,9 +58,9 @@ Explanation explainMachine(const std::vector<std::string>& virtualDevices, Progr
 
 void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation) {
     std::vector<std::string> differing;
-    compareDrives(answer, explanation, differing);
+    compareDevices(answer, explanation, differing);
     if (!differing.empty())
-        explanation.diagnosis.push_back("The plug-in's answer about drives differs from what is explained here for " +
+        explanation.diagnosis.push_back("The plug-in's answer differs from what is explained here for " +
                                         listed(differing) + "." + kAdvice);
     if (!explanation.isWholeMachine) return;
     unsigned long expected = 0;

@@ -84,6 +84,8 @@ private:
     }
 
     void addMount(MountFacts& mount) {
+        for (const MountExplanation& told : explanation.mounts)
+            if (told.source == mount.source && told.mountPoint == mount.mountPoint) return;
         measureIfLocal(mount, table, progress);
         explanation.mounts.push_back(explainMount(mount, table.updateError));
     }

@@ -13,6 +13,8 @@ namespace diskmgt_cli {
 /// Empty reasons: reported, and nothing to remark.
 Verdict judgeDrive(const DeviceFacts& facts);
 Verdict judgePartitions(const DeviceFacts& facts);
+/// Whether the virtual-device entry that drops the device names another one, whose path only contains this one's.
+bool isVirtualByAccident(const DeviceFacts& facts);
 
 DeviceExplanation explainDevice(const DeviceFacts& facts, const std::vector<MountFacts>& mounts, bool isTableReported);
 /// `tableNames`: what the table of the disk calls its partitions.

@@ -142,6 +142,11 @@ std::string deviceParagraphs(const DeviceExplanation& device, const TableStyle& 
     std::string text = title(device.path, style);
     if (!device.asked.empty()) text += " (asked for as " + escapedControls(device.asked) + ")";
     text += "\n";
+    if (device.isUnknown && device.mounts.empty())
+        return text + paragraph("  ",
+                                "There is no such node, the kernel lists no such disk, and no file system is mounted "
+                                "from it or there.",
+                                width);
     std::string drive = "Not reported.";
     if (device.drive.isReported)
         drive = "Reported, " + sizeText(device.sizeBytes.value_or(0)) + ", number of partitions " +
