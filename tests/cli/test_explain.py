@@ -1,0 +1,98 @@
+"""explain on whatever machine runs the tests, and with plug-ins that answer strangely or not at all."""
+import json
+
+import pytest
+
+
+def rules(verdict):
+    return [reason["rule"] for reason in verdict["reasons"]]
+
+
+def test_the_whole_machine_ends_with_a_diagnosis(run):
+    done = run("explain")
+    assert done.status == 0, done.stderr
+    diagnosis = done.text.partition("\nDiagnosis\n")[2].splitlines()
+    assert diagnosis and all(line.startswith("- ") and line.endswith(".") for line in diagnosis)
+
+
+def test_the_document_has_the_stable_shape(run):
+    document = run("explain", "--format", "json").json
+    assert list(document) == ["devices", "mounts", "diagnosis"]
+    for device in document["devices"]:
+        assert list(device) == ["path", "asked", "inSysfs", "partitionOf", "drive", "partitions", "mounts"]
+        assert list(device["drive"]) == ["reported", "size", "reasons"]
+        assert list(device["partitions"]) == ["reported", "count", "inTable", "countOnDrive", "shownByKernel",
+                                              "reasons"]
+    for mount in document["mounts"]:
+        assert list(mount) == ["source", "mountPoint", "type", "reported", "space", "reasons"]
+
+
+@pytest.mark.parametrize("operand", ["sdx", "/dev/sdx"])
+def test_a_device_that_does_not_exist_is_explained(run, operand):
+    done = run("explain", operand, "--format", "json")
+    assert done.status == 0
+    device, = done.json["devices"]
+    assert device["path"] == "/dev/sdx" and rules(device["drive"]) == ["not-in-sysfs", "no-node"]
+    text = run("explain", operand).text
+    assert "There is no such node, the kernel lists no such disk" in text
+
+
+def test_a_virtual_device_given_by_hand_that_only_begins_alike_is_told(run):
+    whole = run("explain", "--format", "json").json
+    assert "virtual-device" not in str([rules(device["drive"]) for device in whole["devices"]])
+    offered = [device["path"] for device in whole["devices"]
+               if set(rules(device["drive"])) <= {"open-failed", "no-node"} and device["inSysfs"]]
+    if not offered:
+        pytest.skip("the kernel lists no disk with a size here")
+    named = run("explain", offered[0], "--format", "json", "--virtual-device", f"the medium {offered[0]}1").json
+    assert rules(named["devices"][0]["drive"]) == ["virtual-device-substring"]
+
+
+def test_hostile_names_do_not_reach_the_terminal(run):
+    done = run("explain", "a\x1b[31m\nb\udcff", "--color", "never")
+    assert done.status == 0
+    assert b"\x1b" not in done.stdout and b"\\x1b[31m\\x0ab\\xff" in done.stdout
+    document = run("explain", "a\x1b\x7f\x9b\udcff", "--format", "json")
+    assert document.stdout.isascii() and document.json["devices"][0]["path"] == "/dev/a\x1b\x7f\x9b\ufffd"
+
+
+def test_what_the_plug_in_says_otherwise_is_told(run, plugin):
+    """The stand-in publishes sda, sdb and sda1, whatever the machine has."""
+    document = run("explain", "/dev/sdb", "--format", "json", "--plugin", plugin("publishing"),
+                   "--virtual-device", "/dev/sdb").json
+    assert "plug-in-disagrees" in rules(document["devices"][0]["drive"])
+    assert "answer differs from what is explained here for /dev/sdb" in document["diagnosis"][0]
+
+
+def test_drives_that_only_the_plug_in_knows_are_told(run, plugin):
+    document = run("explain", "--format", "json", "--plugin", plugin("publishing"), "--virtual-device",
+                   "/dev/sda /dev/sdb").json
+    told = " ".join(document["diagnosis"])
+    assert "/dev/sda" in told and "/dev/sdb" in told and "The plug-in reports 1 partition, but" in told
+
+
+def test_a_plug_in_that_never_answers_costs_the_comparison_only(run, plugin):
+    done = run("explain", "/dev/sdx", "--format", "json", "--plugin", plugin("sleeping"), "--timeout", "1")
+    assert done.status == 4
+    assert json.loads(done.stdout)["devices"][0]["path"] == "/dev/sdx"
+    assert "not compared with its answer" in done.sentence
+
+
+def test_a_failing_plug_in_is_said(run, plugin):
+    done = run("explain", "/dev/sdx", "--plugin", plugin("failing"))
+    assert done.status == 1 and "There is no such node" in done.text
+    assert "the plug-in or host reported a failure" in done.sentence
+
+
+def test_a_plug_in_that_cannot_be_used_ends_it(run):
+    assert run("explain", "--plugin", "/none.so").status == 3
+
+
+def test_other_formats_are_refused(run):
+    done = run("explain", "--format", "csv")
+    assert done.status == 2 and "--format takes table or json here" in done.sentence
+
+
+def test_a_file_takes_the_whole_output(run, tmp_path):
+    assert run("explain", "sdx", "--format", "json", "--output", "why.json").stdout == b""
+    assert json.loads((tmp_path / "why.json").read_text())["devices"]
