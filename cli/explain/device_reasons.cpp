@@ -22,7 +22,7 @@ Reason openFailure(const DeviceFacts& facts) {
     if (facts.isListed && node.find('!') != std::string::npos) {
         std::replace(node.begin(), node.end(), '!', '/');
         return {"no-node", "sysfs writes its node with \"!\"",
-                facts.path + " is what is tried, but sysfs writes \"!\" for \"/\": the node is /dev/" + node +
+                facts.path + R"( is what is tried, but sysfs writes "!" for "/": the node is /dev/)" + node +
                     ", which is never tried."};
     }
     return {"no-node", "no node in /dev", "There is no node " + facts.path + "."};

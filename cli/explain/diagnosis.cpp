@@ -32,9 +32,11 @@ void tellOfDrives(const KernelList& list, const std::vector<DeviceFacts>& device
     }
     const Names drives = namesWhere(devices, [](const DeviceFacts& device) { return device.isDrive(); });
     told.push_back("Of " + counted(list.names.size(), "device") + " in the kernel's list, " +
-                   (drives.empty() ? "none is reported as a drive."
-                                   : std::to_string(drives.size()) + (drives.size() == 1 ? " is" : " are") +
-                                         " reported as drives: " + listed(drives) + "."));
+                   (drives.empty()
+                        ? "none is reported as a drive."
+                        : std::to_string(drives.size()) +
+                              (drives.size() == 1 ? " is reported as a drive: " : " are reported as drives: ") +
+                              listed(drives) + "."));
 }
 
 void tellOfRights(const std::vector<DeviceFacts>& devices, const MountTableFacts& table, Sentences& told) {

@@ -58,10 +58,12 @@ private:
     std::string diskOf(const std::string& device) const {
         const std::string name = diskmgt_col::sysfsNameOf(device);
         if (isDiskName(device) || device != "/dev/" + name) return {};
-        for (const std::string& disk : list.names)
+        for (const std::string& disk : list.names) {
+            const std::string entry = disk + "/" + name;
             if (diskmgt_col::isPartitionEntry(name.c_str(), disk) &&
-                os::checkAccess(diskmgt_col::kBlockDirectory + disk + "/" + name) == 0)
+                os::checkAccess(diskmgt_col::kBlockDirectory + entry) == 0)
                 return "/dev/" + disk;
+        }
         std::vector<std::string> disks = list.names;
         for (const std::string& candidate : diskmgt_col::candidateDisks())
             if (os::checkAccess(candidate) == 0) disks.push_back(diskmgt_col::sysfsNameOf(candidate));

@@ -12,10 +12,10 @@ namespace diskmgt_cli {
 std::string errorText(int errorNumber) { return std::strerror(errorNumber); }
 
 std::string failureText(int errorNumber) {
-    const std::string text = errorText(errorNumber);
     const bool isRefusal = errorNumber == EACCES || errorNumber == EPERM;
-    if (!isRefusal) return text;
-    return text + (::geteuid() == 0 ? " (even for root: a container or security policy forbids it)" : "; run as root");
+    if (!isRefusal) return errorText(errorNumber);
+    return errorText(errorNumber) +
+           (::geteuid() == 0 ? " (even for root: a container or security policy forbids it)" : "; run as root");
 }
 
 std::string listed(const std::vector<std::string>& names) {

@@ -11,7 +11,6 @@ namespace {
 
 using namespace diskmgt_col;
 using diskmgt_test::FakeOs;
-using ::testing::ElementsAre;
 
 struct statfs statistics;
 
