@@ -63,9 +63,7 @@ bool LinuxDiskInfo::HasPartitions(const std::string& devicePath) {
     return false;
 }
 
-unsigned long LinuxDiskInfo::getPartitionCount(const std::string& devicePath) {
-    return PartitionTableParser().enumPartitions({devicePath}).size();
-}
+unsigned long LinuxDiskInfo::getPartitionCount(const std::string& devicePath) { return partitionCountOf(devicePath); }
 
 // Intended: the path is searched for within the entry, so /dev/sdb is dropped for /dev/sdbc too. Held by
 // LinuxDiskInfo.AnEntryThatOnlyContainsThePathDropsTheDevice.
