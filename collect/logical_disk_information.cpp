@@ -21,8 +21,6 @@ const char* const kMountTableMode = "r+";  // only read, but opened for update
 // one loses its end.
 constexpr int kLineBufferSize = 65536;
 
-using Properties = std::map<std::string, std::string>;
-
 /// Measures the file system at the mount point or, failing that, the one that holds the source's path.
 bool measure(const mntent& mount, struct statfs& statistics) {
     std::memset(&statistics, 0, sizeof statistics);
@@ -31,7 +29,7 @@ bool measure(const mntent& mount, struct statfs& statistics) {
     return result == 0;
 }
 
-void addSpace(Properties& properties, const struct statfs& statistics) {
+void addSpace(PropertyMap& properties, const struct statfs& statistics) {
     const auto blockSize = static_cast<unsigned long>(statistics.f_bsize);
     properties.emplace(kFreeSpace, dataToString<unsigned long>(blockSize * statistics.f_bfree));
     properties.emplace(kTotalSpace, dataToString<unsigned long>(blockSize * statistics.f_blocks));
@@ -40,12 +38,12 @@ void addSpace(Properties& properties, const struct statfs& statistics) {
     unsigned int identifier[2];
     static_assert(sizeof identifier == sizeof statistics.f_fsid);
     std::memcpy(identifier, &statistics.f_fsid, sizeof identifier);
-    properties[kMountOptions] +=
+    properties.find(kMountOptions)->second +=
         ", " + dataToString<unsigned int>(identifier[0]) + " " + dataToString<unsigned int>(identifier[1]);
 }
 
-Properties describe(const mntent& mount) {
-    Properties properties;
+PropertyMap describe(const mntent& mount) {
+    PropertyMap properties;
     properties.emplace(kDeviceId, mount.mnt_fsname);
     properties.emplace(kElementName, mount.mnt_fsname);
     // Intended: the trailing comma. Held by LogicalDiskInformation.TheMountPointCarriesATrailingComma.
@@ -64,7 +62,7 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
     const UniqueMountTable table(os::openMountTable(kMountTable, kMountTableMode));
     if (table == nullptr) return disks;
 
-    std::multimap<std::string, Properties> mountsByDevice;
+    std::multimap<std::string, PropertyMap> mountsByDevice;
     std::vector<char> line(kLineBufferSize);
     mntent mount;
     while (os::nextMountEntry(table.get(), mount, line.data(), kLineBufferSize)) {
@@ -73,7 +71,7 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
         mountsByDevice.emplace(mount.mnt_fsname, describe(mount));
     }
     disks.reserve(mountsByDevice.size());
-    for (const auto& [source, properties] : mountsByDevice) disks.emplace_back(properties.begin(), properties.end());
+    for (auto& [source, properties] : mountsByDevice) disks.push_back(std::move(properties));
     return disks;
 }
 
