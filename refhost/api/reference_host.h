@@ -166,7 +166,8 @@ public:
 
     void setFaultPlan(const FaultPlan& plan);
     void clearFaultPlan();
-    /// Crossings by the plug-in since `setFaultPlan`, or since the host was made.
+    /// Crossings by the plug-in since `setFaultPlan`, or since the host was made. Requests that run at once may lose
+    /// some while no plan is set.
     std::size_t crossings() const;
 
 private:
