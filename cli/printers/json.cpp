@@ -1,4 +1,5 @@
-// Builds documents with the JSON library, which is heavy to compile and therefore kept to this file.
+// Builds documents with the JSON library, which is heavy to compile and therefore kept to this file. The one document
+// that grows with the machine is written as it goes; the library only quotes what is hard to quote.
 #include "cli/printers/json.h"
 
 #include <charconv>
@@ -7,6 +8,8 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+
+#include "cli/printers/json_writer.h"
 
 namespace diskmgt_cli::json {
 
@@ -47,38 +50,78 @@ std::string written(const Json& document, int indent) {
 
 std::string page(const Json& document) { return written(document, kIndent) + "\n"; }
 
+/// The host's texts of numbers are canonical, which is how integers stand in a document.
 template <typename Number>
-Json number(const std::string& text) {
+void writeNumber(JsonWriter& writer, const std::string& text) {
     Number value = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end) return text;  // cannot happen: the host made the text from a number
-    return value;
+    if (error != std::errc() || stop != end)
+        writer.text(text);  // cannot happen: the host made the text from a number
+    else if constexpr (std::is_floating_point_v<Number>)
+        writer.literal(written(value, kOneLine));
+    else
+        writer.literal(text);
 }
 
 /// One value of a declared type from the host's canonical text.
-Json typedValue(const std::string& type, const std::string& text) {
-    if (type.rfind("uint", 0) == 0) return number<std::uint64_t>(text);
-    if (type.rfind("sint", 0) == 0) return number<std::int64_t>(text);
-    if (type.rfind("real", 0) == 0) return number<double>(text);
-    if (type == "boolean") return text == "true";
-    return text;
+void writeValue(JsonWriter& writer, const std::string& type, const std::string& text) {
+    if (type.rfind("uint", 0) == 0)
+        writeNumber<std::uint64_t>(writer, text);
+    else if (type.rfind("sint", 0) == 0)
+        writeNumber<std::int64_t>(writer, text);
+    else if (type.rfind("real", 0) == 0)
+        writeNumber<double>(writer, text);
+    else if (type == "boolean")
+        writer.literal(text == "true" ? "true" : "false");
+    else
+        writer.text(text);
 }
 
-Json propertyValue(const refhost::PropertyValue& property) {
+void writeProperty(JsonWriter& writer, const refhost::PropertyValue& property) {
     const refhost::PropertyDeclaration& declaration = *property.declaration;
-    if (!declaration.isArray)
-        return property.elements.empty() ? Json() : typedValue(declaration.type, property.elements.front());
-    Json elements = Json::array();
-    for (const std::string& element : property.elements) elements.push_back(typedValue(declaration.type, element));
-    return elements;
+    writer.key(declaration.name);
+    if (!declaration.isArray) {
+        writeValue(writer, declaration.type, property.elements.front());
+        return;
+    }
+    writer.openArray();
+    for (const std::string& element : property.elements) writeValue(writer, declaration.type, element);
+    writer.closeArray();
 }
 
-Json instanceObject(const refhost::Instance& instance) {
-    Json properties = Json::object();
+void writeInstance(JsonWriter& writer, const refhost::Instance& instance) {
+    writer.openObject();
+    writer.key("path");
+    writer.text(instance.path);
+    writer.key("properties");
+    writer.openObject();
     for (const refhost::PropertyValue& property : instance.properties)
-        if (!property.isNull) properties[property.declaration->name] = propertyValue(property);
-    return {{"path", instance.path}, {"properties", std::move(properties)}};
+        if (!property.isNull) writeProperty(writer, property);
+    writer.closeObject();
+    writer.closeObject();
+}
+
+void writeClass(JsonWriter& writer, const refhost::ReferenceHost& host, const std::string& name) {
+    writer.openObject();
+    writer.key("name");
+    writer.text(name);
+    writer.key("association");
+    writer.literal(host.findClass(name)->isAssociation ? "true" : "false");
+    writer.key("instances");
+    writer.openArray();
+    host.forEachInstance(name, [&writer](const refhost::Instance& instance) { writeInstance(writer, instance); });
+    writer.closeArray();
+    writer.closeObject();
+}
+
+void writeLogLine(JsonWriter& writer, const refhost::LogLine& line) {
+    writer.openObject();
+    writer.key("severity");
+    writer.literal(std::to_string(line.severity));
+    writer.key("text");
+    writer.text(line.text);
+    writer.closeObject();
 }
 
 Json tracedValue(const refhost::TraceValue& value) {
@@ -120,21 +163,23 @@ Json propertyObject(const refhost::PropertyDeclaration& declaration) {
 
 }  // namespace
 
-std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
-                               const std::vector<refhost::LogLine>& log) {
-    Json document = {{"namespace", refhost::ReferenceHost::kNamespace}};
-    Json& classes = document["classes"] = Json::array();
-    for (const std::string& name : classNames) {
-        Json instances = Json::array();
-        for (const refhost::Instance& instance : host.instances(name)) instances.push_back(instanceObject(instance));
-        classes.push_back({{"name", name},
-                           {"association", host.findClass(name)->isAssociation},
-                           {"instances", std::move(instances)}});
-    }
-    Json lines = Json::array();
-    for (const refhost::LogLine& line : log) lines.push_back({{"severity", line.severity}, {"text", line.text}});
-    document["log"] = std::move(lines);
-    return page(document);
+void publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
+                        const std::vector<refhost::LogLine>& log,
+                        const std::function<void(const std::string&)>& write) {
+    JsonWriter writer(write, quoted);
+    writer.openObject();
+    writer.key("namespace");
+    writer.text(refhost::ReferenceHost::kNamespace);
+    writer.key("classes");
+    writer.openArray();
+    for (const std::string& name : classNames) writeClass(writer, host, name);
+    writer.closeArray();
+    writer.key("log");
+    writer.openArray();
+    for (const refhost::LogLine& line : log) writeLogLine(writer, line);
+    writer.closeArray();
+    writer.closeObject();
+    writer.finish();
 }
 
 std::string traceLine(std::size_t number, const refhost::TraceEntry& entry) {
