@@ -112,8 +112,10 @@ struct Freer {
 /// outgrow the pair budget.
 bool scanGptEntries(const ByteView& entries, int slot, std::vector<UsedGptEntry>& used) {
     for (std::size_t offset = 0; offset < entries.size(); offset += kGptEntrySize) {
-        if (const auto entry = gptEntryAt(entries, offset)) used.push_back({slot, *entry});
-        if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return false;
+        if (const auto entry = gptEntryAt(entries, offset)) {
+            used.push_back({slot, *entry});
+            if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return false;
+        }
         ++slot;
     }
     return true;

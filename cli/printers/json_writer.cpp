@@ -1,7 +1,5 @@
-// Plain texts are copied as they are; the few that need care are quoted by whoever knows how.
+// Printable ASCII is escaped here; the few texts with anything else are quoted by whoever knows how.
 #include "cli/printers/json_writer.h"
-
-#include <algorithm>
 
 namespace diskmgt_cli {
 
@@ -10,7 +8,7 @@ namespace {
 constexpr std::size_t kPieceSize = 32768;
 constexpr std::size_t kIndent = 2;
 
-bool isPlain(char character) { return character >= ' ' && character < '\x7F' && character != '"' && character != '\\'; }
+bool isPrintable(char character) { return character >= ' ' && character < '\x7F'; }
 
 }  // namespace
 
@@ -70,12 +68,21 @@ void JsonWriter::beginLine() {
 }
 
 void JsonWriter::appendQuoted(std::string_view value) {
-    if (!std::all_of(value.begin(), value.end(), isPlain)) {
-        pending += quote(std::string(value));
-        return;
-    }
+    const std::size_t begin = pending.size();
     pending += '"';
-    pending += value;
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (!isPrintable(value[i])) {
+            pending.resize(begin);
+            pending += quote(std::string(value));
+            return;
+        }
+        if (value[i] != '"' && value[i] != '\\') continue;
+        pending.append(value, copied, i - copied);
+        pending += '\\';
+        copied = i;
+    }
+    pending.append(value, copied);
     pending += '"';
 }
 

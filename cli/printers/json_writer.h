@@ -13,7 +13,7 @@ namespace diskmgt_cli {
 class JsonWriter {
 public:
     using Sink = std::function<void(const std::string&)>;
-    /// Makes the JSON form of a text that needs care: quotes, controls, bytes beyond ASCII.
+    /// Makes the JSON form of a text with controls or bytes beyond ASCII.
     using Quote = std::string (*)(const std::string& text);
 
     /// The sink takes the document in pieces; the last one comes with `finish`.
