@@ -25,9 +25,10 @@ static int openDevice(const char* path) {
     return fd;
 }
 
+/* Counting, which drives ask for, needs no names: `path` is null then. */
 static void nameNvmePartition(const char* path, int number) {
     char name[64];
-    if (strstr(path, "dev/nvme") == NULL) return;
+    if (path == NULL || strstr(path, "dev/nvme") == NULL) return;
     snprintf(name, sizeof name, "%s%d", path, number);
     if (access(name, F_OK) == 0) return;
     snprintf(name, sizeof name, "%sp%d", path, number);
@@ -81,17 +82,18 @@ static void readGpt(int fd, const char* path) {
     }
 }
 
-static void readTables(const char* path) {
+static void readTables(const char* path, int namesPartitions) {
     unsigned char first[16] = {0};
+    const char* const named = namesPartitions ? path : NULL;
     const int fd = openDevice(path);
     if (fd < 0) return;
     (void)lseek(fd, kSlots, SEEK_SET);
     (void)!read(fd, first, sizeof first);
     (void)lseek(fd, 0, SEEK_SET);
     if (first[4] == 0xEE)
-        readGpt(fd, path);
+        readGpt(fd, named);
     else
-        readMbr(fd, path, 0, 0);
+        readMbr(fd, named, 0, 0);
     (void)close(fd);
 }
 
@@ -131,7 +133,7 @@ static void drives(void) {
         snprintf(path, sizeof path, "/dev/%s", entry->d_name);
         const int fd = openDevice(path);
         if (fd < 0) continue;
-        if (ioctl(fd, BLKGETSIZE64, &size) >= 0 && hasPartitions(entry->d_name)) readTables(path);
+        if (ioctl(fd, BLKGETSIZE64, &size) >= 0 && hasPartitions(entry->d_name)) readTables(path, 0);
         (void)close(fd);
     }
     (void)closedir(directory);
@@ -141,17 +143,17 @@ static void partitions(void) {
     char path[32];
     for (char letter = 'a'; letter <= 'z'; ++letter) {
         snprintf(path, sizeof path, "/dev/hd%c", letter);
-        readTables(path);
+        readTables(path, 1);
         snprintf(path, sizeof path, "/dev/sd%c", letter);
-        readTables(path);
+        readTables(path, 1);
     }
     for (int device = 0; device < 128; ++device) {
         snprintf(path, sizeof path, "/dev/md%d", device);
-        readTables(path);
+        readTables(path, 1);
     }
     for (int disk = 0; disk < 100; ++disk) {
         snprintf(path, sizeof path, "/dev/nvme%dn%d", disk / 10, disk % 10);
-        readTables(path);
+        readTables(path, 1);
     }
 }
 

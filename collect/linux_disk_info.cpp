@@ -51,8 +51,6 @@ bool LinuxDiskInfo::HasPartitions(const std::string& devicePath) {
     return false;
 }
 
-unsigned long LinuxDiskInfo::getPartitionCount(const std::string& devicePath) {
-    return PartitionTableParser().enumPartitions({devicePath}).size();
-}
+unsigned long LinuxDiskInfo::getPartitionCount(const std::string& devicePath) { return partitionCountOf(devicePath); }
 
 }  // namespace diskmgt_col

@@ -15,9 +15,7 @@ namespace diskmgt_col {
 
 namespace {
 
-using Properties = std::map<std::string, std::string>;
-
-void addSpace(Properties& properties, const struct statfs& statistics) {
+void addSpace(PropertyMap& properties, const struct statfs& statistics) {
     const auto blockSize = static_cast<unsigned long>(statistics.f_bsize);
     properties.emplace(kFreeSpace, dataToString<unsigned long>(blockSize * statistics.f_bfree));
     properties.emplace(kTotalSpace, dataToString<unsigned long>(blockSize * statistics.f_blocks));
@@ -26,12 +24,12 @@ void addSpace(Properties& properties, const struct statfs& statistics) {
     unsigned int identifier[2];
     static_assert(sizeof identifier == sizeof statistics.f_fsid);
     std::memcpy(identifier, &statistics.f_fsid, sizeof identifier);
-    properties[kMountOptions] +=
+    properties.find(kMountOptions)->second +=
         ", " + dataToString<unsigned int>(identifier[0]) + " " + dataToString<unsigned int>(identifier[1]);
 }
 
-Properties describe(const mntent& mount) {
-    Properties properties;
+PropertyMap describe(const mntent& mount) {
+    PropertyMap properties;
     properties.emplace(kDeviceId, mount.mnt_fsname);
     properties.emplace(kElementName, mount.mnt_fsname);
     // Intended: the trailing comma. Held by LogicalDiskInformation.TheMountPointCarriesATrailingComma.
@@ -51,7 +49,7 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
     const UniqueMountTable table(os::openMountTable(kMountTable, kMountTableMode));
     if (table == nullptr) return disks;
 
-    std::multimap<std::string, Properties> mountsByDevice;
+    std::multimap<std::string, PropertyMap> mountsByDevice;
     std::vector<char> line(kMountLineSize);
     mntent mount;
     while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize)) {
@@ -60,7 +58,7 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
         mountsByDevice.emplace(mount.mnt_fsname, describe(mount));
     }
     disks.reserve(mountsByDevice.size());
-    for (const auto& [source, properties] : mountsByDevice) disks.emplace_back(properties.begin(), properties.end());
+    for (auto& [source, properties] : mountsByDevice) disks.push_back(std::move(properties));
     return disks;
 }
 

@@ -1,12 +1,9 @@
 // Reading of partition tables, naming of partitions.
-#define BOOST_LEXICAL_CAST_ASSUME_C_LOCALE  // a host's locale must not group digits
 #include "collect/partition_table_parser.h"
 
 #include <algorithm>
-#include <boost/lexical_cast.hpp>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <unordered_set>
 #include <utility>
@@ -75,14 +72,17 @@ PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::stri
     // PartitionTableParser.MbrStartingOffsetWrapsAt32BitsAndAdds446.
     const std::uint32_t startingOffset = entry.startSector * std::uint32_t{kSectorSize} + std::uint32_t{kSlotsOffset};
     PropertyMap map;
-    map.emplace(kPartitionType, dataToString<int>(kind));
-    map.emplace(kPartitionSubType, dataToString<unsigned int>(entry.partitionTypeId));
-    map.emplace(kSize, boost::lexical_cast<std::string>(sizeBytes));
-    map.emplace(kBootable, entry.bootIndicator != 0 ? "true" : "false");
-    map.emplace(kDeviceId, name);
-    map.emplace(kElementName, name);
-    map.emplace(kStartingOffset, dataToString<unsigned int>(startingOffset));
-    map.emplace(kFaultTolerant, "false");
+    const auto add = [&map](const std::string& key, auto&& value) {  // cheapest in the order of the names
+        map.emplace_hint(map.end(), key, std::forward<decltype(value)>(value));
+    };
+    add(kBootable, entry.bootIndicator != 0 ? "true" : "false");
+    add(kDeviceId, name);
+    add(kElementName, name);
+    add(kFaultTolerant, "false");
+    add(kPartitionSubType, dataToString<unsigned int>(entry.partitionTypeId));
+    add(kPartitionType, dataToString<int>(kind));
+    add(kSize, dataToString<unsigned long>(sizeBytes));
+    add(kStartingOffset, dataToString<unsigned int>(startingOffset));
     return map;
 }
 
@@ -112,8 +112,10 @@ struct Freer {
 /// outgrow the pair budget.
 bool scanGptEntries(const ByteView& entries, int slot, std::vector<UsedGptEntry>& used) {
     for (std::size_t offset = 0; offset < entries.size(); offset += kGptEntrySize) {
-        if (const auto entry = gptEntryAt(entries, offset)) used.push_back({slot, *entry});
-        if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return false;
+        if (const auto entry = gptEntryAt(entries, offset)) {
+            used.push_back({slot, *entry});
+            if (kPairsPerGptEntry * used.size() * (used.size() + 1) / 2 > kMaxGptPairs) return false;
+        }
         ++slot;
     }
     return true;
@@ -148,14 +150,6 @@ std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count) {
     return used;
 }
 
-void appendMoved(std::vector<PropertyMap>& all, std::vector<PropertyMap>&& more) {
-    if (all.empty()) {
-        all = std::move(more);
-        return;
-    }
-    all.insert(all.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-}
-
 std::vector<PartitionDescriptor> readEntries(int fd, std::int64_t offset, bool inExtended, ChainUse& chains) {
     std::vector<PartitionDescriptor> found;
     if (inExtended && chains.isExhausted()) return found;
@@ -188,66 +182,114 @@ std::vector<PartitionDescriptor> readEntries(int fd, std::int64_t offset, bool i
     return found;
 }
 
-std::vector<PropertyMap> parseTables(int fd, const std::string& path, std::int64_t startSector, bool inExtended,
-                                     ChainUse& chains) {
-    std::vector<PropertyMap> all;
+/// Visits every partition of the table in sector `startSector` with its entry, kind and number; those inside an
+/// extended one come before it.
+template <typename Visit>
+void walkTables(int fd, std::int64_t startSector, bool inExtended, ChainUse& chains, const Visit& visit) {
     unsigned int number = inExtended ? kNumberBeforeFirstLogical : static_cast<unsigned int>(startSector) * 4;
     for (const PartitionDescriptor& entry : readEntries(fd, slotsOffsetOf(startSector), inExtended, chains)) {
         int kind = startSector == 0 ? kPrimaryKind : kLogicalKind;
         if (entry.isExtended()) {
-            appendMoved(all, parseTables(fd, path, startSector + entry.startSector, true, chains));
+            walkTables(fd, startSector + entry.startSector, true, chains, visit);
             kind = kExtendedKind;
         }
         ++number;
-        all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", static_cast<int>(number))));
+        visit(entry, kind, static_cast<int>(number));
     }
-    return all;
+}
+
+void appendPartitions(int fd, const std::string& path, std::int64_t startSector, bool inExtended,
+                      std::vector<PropertyMap>& all) {
+    ChainUse chains;
+    walkTables(fd, startSector, inExtended, chains, [&](const PartitionDescriptor& entry, int kind, int number) {
+        all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", number)));
+    });
+}
+
+std::vector<UsedGptEntry> readGpt(int fd) {
+    unsigned char header[kGptHeaderSize] = {};
+    (void)os::seekTo(fd, kGptHeaderOffset);  // unchecked, like the read: a header that stays zero has no entries
+    (void)os::readSome(fd, header, sizeof header);
+    return readUsedGptEntries(fd, gptEntryCount(ByteView(header, sizeof header)));
+}
+
+void appendGptPartitions(int fd, const std::string& path, std::vector<PropertyMap>& all) {
+    const std::vector<UsedGptEntry> entries = readGpt(fd);
+    all.reserve(all.size() + entries.size());
+    PropertyMap accumulated;
+    for (const UsedGptEntry& used : entries) {
+        addGptPairs(accumulated, used.entry, partitionName(path, "/dev/nvme", used.slot));
+        all.push_back(&used == &entries.back() ? std::move(accumulated) : accumulated);
+    }
+}
+
+/// What a device is read as.
+enum class Layout { kUnreadable, kFloppy, kMbr, kGpt };
+
+Layout layoutOf(int fd, const std::string& path) {
+    if (path.find("/dev/fd") != std::string::npos) return Layout::kFloppy;  // counts as one partition, unread
+    unsigned char firstSlot[kFirstSlotSize] = {};
+    if (os::seekTo(fd, kSlotsOffset) >= 0 && os::readSome(fd, firstSlot, sizeof firstSlot) < 0)
+        return Layout::kUnreadable;
+    (void)os::seekTo(fd, 0);  // where it ends changes nothing: both parsers seek for themselves
+    return isProtective(ByteView(firstSlot, sizeof firstSlot)) ? Layout::kGpt : Layout::kMbr;
 }
 
 }  // namespace
 
 std::string partTypeNumParser(GUID_t type) { return dataToString<unsigned long>(gptTypeNumber(type)); }
 
+std::size_t partitionCountOf(const std::string& devicePath) {
+    const UniqueFd device = openDevice(devicePath);
+    if (!device.valid()) return 0;
+    ChainUse chains;
+    std::size_t count = 0;
+    switch (layoutOf(device.get(), devicePath)) {
+        case Layout::kUnreadable:
+            return 0;
+        case Layout::kFloppy:
+            return 1;
+        case Layout::kMbr:
+            walkTables(device.get(), 0, false, chains, [&count](const auto&, int, int) { ++count; });
+            return count;
+        case Layout::kGpt:
+            return readGpt(device.get()).size();
+    }
+    return 0;
+}
+
 std::vector<PropertyMap> PartitionTableParser::enumPartitions(std::vector<std::string> devicePaths) {
     std::vector<PropertyMap> all;
-    for (std::string& path : devicePaths) {
+    for (const std::string& path : devicePaths) {
         const UniqueFd device = openDevice(path);
         if (!device.valid()) continue;
-        if (path.find("/dev/fd") != std::string::npos) {  // a floppy counts as one partition, unread
-            all.emplace_back();
-            continue;
+        switch (layoutOf(device.get(), path)) {
+            case Layout::kUnreadable:
+                break;
+            case Layout::kFloppy:
+                all.emplace_back();
+                break;
+            case Layout::kMbr:
+                appendPartitions(device.get(), path, 0, false, all);
+                break;
+            case Layout::kGpt:
+                appendGptPartitions(device.get(), path, all);
+                break;
         }
-        unsigned char firstSlot[kFirstSlotSize] = {};
-        if (os::seekTo(device.get(), kSlotsOffset) >= 0 &&
-            os::readSome(device.get(), firstSlot, sizeof firstSlot) < 0) {
-            continue;
-        }
-        (void)os::seekTo(device.get(), 0);  // where it ends changes nothing: both parsers seek for themselves
-        appendMoved(all, isProtective(ByteView(firstSlot, sizeof firstSlot))
-                             ? parsePartitionTablesGPT(device.get(), path)
-                             : parsePartitionTables(device.get(), path, 0, false));
     }
     return all;
 }
 
 std::vector<PropertyMap> PartitionTableParser::parsePartitionTables(int fd, std::string& path, long long startSector,
                                                                     bool inExtended) {
-    ChainUse chains;
-    return parseTables(fd, path, startSector, inExtended, chains);
+    std::vector<PropertyMap> all;
+    appendPartitions(fd, path, startSector, inExtended, all);
+    return all;
 }
 
 std::vector<PropertyMap> PartitionTableParser::parsePartitionTablesGPT(int fd, std::string& path) {
-    unsigned char header[kGptHeaderSize] = {};
-    (void)os::seekTo(fd, kGptHeaderOffset);  // unchecked, like the read: a header that stays zero has no entries
-    (void)os::readSome(fd, header, sizeof header);
-
     std::vector<PropertyMap> all;
-    PropertyMap accumulated;
-    const std::int32_t entryCount = gptEntryCount(ByteView(header, sizeof header));
-    for (const UsedGptEntry& used : readUsedGptEntries(fd, entryCount)) {
-        addGptPairs(accumulated, used.entry, partitionName(path, "/dev/nvme", used.slot));
-        all.push_back(accumulated);
-    }
+    appendGptPartitions(fd, path, all);
     return all;
 }
 

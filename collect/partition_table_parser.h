@@ -24,6 +24,10 @@ constexpr std::size_t kMaxGptPairs = std::size_t{1} << 21;
 /// The "PartitionType" number of a GPT type GUID, in decimal: "0" when unknown.
 std::string partTypeNumParser(GUID_t type);
 
+/// How many partitions `enumPartitions` finds on the device, told without describing or naming one: the same tables are
+/// read, under the same bounds. 0 when the device cannot be opened or read.
+std::size_t partitionCountOf(const std::string& devicePath);
+
 /// Keeps no state, logs nothing and throws nothing of its own; a device that cannot be opened or read contributes
 /// nothing. Descriptors passed in stay the caller's; paths are not changed.
 class PartitionTableParser {

@@ -1,8 +1,10 @@
 // Reading of sysfs texts.
 #include "collect/sysfs_text.h"
 
+#include <charconv>
 #include <locale>
 #include <sstream>
+#include <system_error>
 
 #include "base/handles.h"
 
@@ -13,6 +15,12 @@ namespace {
 /// The number at the start of the text: leading blanks skipped, reading stops at the first other character.
 template <typename Number>
 Number extracted(const std::string& text) {
+    // What the kernel writes is a number and nothing else, which needs no stream.
+    Number written = 0;
+    const char* const end = text.data() + text.size();
+    const std::from_chars_result read = std::from_chars(text.data(), end, written);
+    if (read.ec == std::errc() && read.ptr == end) return written;
+
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());  // a host's locale must not read grouped digits
     Number number = 0;

@@ -54,7 +54,10 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
             [&] { log->writeDebug(className + kCollectionEncounteredException + dataToString<const char*>(what)); });
     };
     try {
-        for (PropertyMap& map : (this->*row->second)()) (void)ResultBuilder()(cls, map);
+        for (PropertyMap& map : (this->*row->second)()) {
+            (void)ResultBuilder()(cls, map);
+            map.clear();  // its memory serves the instances that follow
+        }
     } catch (const TTALException& failure) {
         logFailure(failure.what());
     } catch (const std::exception& failure) {

@@ -37,7 +37,7 @@ TCIMValue arrayOf(const TCIMValue::TCIMType& type, std::string& text, ICIMClass&
     return value;
 }
 
-void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std::string text) {
+void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std::string& text) {
     TCIMOptions lookupOptions;
     const auto property = required(instance.GetProperty(name, lookupOptions), "the host gave no property");
     TCIMOptions typeOptions;
@@ -64,9 +64,11 @@ bool ResultBuilder::operator()(boost::shared_ptr<ICIMClass> cls, PropertyMap& pr
     TCIMOptions creationOptions;
     const boost::shared_ptr<ICIMInstance> instance = cls->CreateInstance(creationOptions);
     if (instance == nullptr || properties.empty()) return true;
+    std::string scratch;  // the host is handed a copy, in one buffer for all
     for (const auto& [name, text] : properties) {
         try {
-            assign(*instance, *cls, name, text);
+            scratch = text;
+            assign(*instance, *cls, name, scratch);
         } catch (const TTALException& failure) {
             logSkippedProperty(*cls, name, text, failure);
         }

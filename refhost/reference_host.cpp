@@ -36,22 +36,25 @@ boost::shared_ptr<const Schema> compiledSchema() {
         std::vector<MofDocument>{parseMof(kBaseMof, "base.mof"), parseMof(kVendorMof, "vexsg.mof")});
 }
 
-Instance copyOf(const InstanceObject& published) {
-    Instance copy;
+/// Makes the copy one of this instance, in the memory that it has already.
+void fillIn(Instance& copy, const InstanceObject& published) {
     copy.className = published.declaredClass().name();
     copy.path = published.path();
     const std::vector<ValuePointer> values = published.values();
+    copy.properties.resize(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
-        PropertyValue& property = copy.properties.emplace_back();
+        PropertyValue& property = copy.properties[i];
         property.declaration = published.declaredClass().properties()[i].declaration;
         property.isNull = !values[i];
-        if (!values[i]) continue;
-        if (const auto* const elements = values[i]->elements())
+        if (property.isNull) {
+            property.elements.clear();
+        } else if (const auto* const elements = values[i]->elements()) {
             property.elements = *elements;
-        else
-            property.elements = {values[i]->text()};
+        } else {
+            property.elements.resize(1);
+            property.elements.front() = values[i]->text();
+        }
     }
-    return copy;
 }
 
 /// The text of whatever ended the call early.
@@ -188,10 +191,18 @@ std::string ReferenceHost::classBeingServed() const { return state->running.last
 
 std::vector<Instance> ReferenceHost::instances(const std::string& className) const {
     std::vector<Instance> copies;
-    if (const DeclaredClass* const declared = state->schema->find(className))
-        for (const auto& published : state->nameSpace->store().instancesOf(*declared))
-            copies.push_back(copyOf(*published));
+    forEachInstance(className, [&copies](const Instance& copy) { copies.push_back(copy); });
     return copies;
+}
+
+void ReferenceHost::forEachInstance(const std::string& className,
+                                    const std::function<void(const Instance&)>& show) const {
+    Instance copy;
+    if (const DeclaredClass* const declared = state->schema->find(className))
+        for (const auto& published : state->nameSpace->store().instancesOf(*declared)) {
+            fillIn(copy, *published);
+            show(copy);
+        }
 }
 
 void ReferenceHost::clear() { state->nameSpace->store().clear(); }

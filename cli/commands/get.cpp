@@ -16,7 +16,8 @@ namespace {
 
 void print(const Options& options, const refhost::ReferenceHost& host, const ServedPlan& served, Output& output) {
     if (options.format == Format::kJson) {
-        output.write(json::publishedInstances(host, options.operands, served.request.log));
+        json::publishedInstances(host, options.operands, served.request.log,
+                                 [&output](const std::string& piece) { output.write(piece); });
         return;
     }
     const bool isTable = options.format == Format::kTable;

@@ -1,4 +1,5 @@
-// Builds documents with the JSON library, which is heavy to compile and therefore kept to this file.
+// Builds documents with the JSON library, which is heavy to compile and therefore kept to this file. The one document
+// that grows with the machine is written as it goes; the library only quotes what is hard to quote.
 #include "cli/printers/json.h"
 
 #include <nlohmann/json.hpp>
@@ -106,14 +107,15 @@ Json propertyObject(const refhost::PropertyDeclaration& declaration) {
 
 }  // namespace
 
-std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
-                               const std::vector<refhost::LogLine>& log) {
-    JsonWriter out;
+void publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
+                        const std::vector<refhost::LogLine>& log,
+                        const std::function<void(const std::string&)>& write) {
+    JsonWriter out(write);
     out.beginObject().textField("namespace", refhost::ReferenceHost::kNamespace).key("classes").beginArray();
     for (const std::string& name : classNames) {
         out.beginObject().textField("name", name);
         out.truthField("association", host.findClass(name)->isAssociation).key("instances").beginArray();
-        for (const refhost::Instance& instance : host.instances(name)) writeInstance(out, instance);
+        host.forEachInstance(name, [&out](const refhost::Instance& instance) { writeInstance(out, instance); });
         out.endArray().endObject();
     }
     out.endArray().key("log").beginArray();
@@ -122,7 +124,7 @@ std::string publishedInstances(const refhost::ReferenceHost& host, const std::ve
         out.textField("text", line.text).endObject();
     }
     out.endArray().endObject();
-    return out.take();
+    out.finish();
 }
 
 void writeInstance(JsonWriter& out, const refhost::Instance& instance) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,10 @@ class JsonWriter;
 
 namespace diskmgt_cli::json {
 
-/// The document of `get`. The classes must be declared; each mention gives one element.
-std::string publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
-                               const std::vector<refhost::LogLine>& log);
+/// The document of `get`, handed over in pieces as it grows. The classes must be declared; each mention gives one
+/// element.
+void publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
+                        const std::vector<refhost::LogLine>& log, const std::function<void(const std::string&)>& write);
 
 /// One published instance: its path, and the properties that are not null.
 void writeInstance(JsonWriter& out, const refhost::Instance& instance);

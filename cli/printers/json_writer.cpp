@@ -1,8 +1,5 @@
-// Commas, line ends and indents; texts that need escapes are left to the JSON library.
+// Printable ASCII is escaped here; the few texts with anything else are left to the JSON library.
 #include "cli/printers/json_writer.h"
-
-#include <charconv>
-#include <utility>
 
 #include "cli/printers/json.h"
 
@@ -10,59 +7,42 @@ namespace diskmgt_cli {
 
 namespace {
 
-/// Printable ASCII without quotes and backslashes stands in a document as it is.
-bool isPlain(const std::string& text) {
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (byte < 0x20 || byte > 0x7E || byte == '"' || byte == '\\') return false;
-    }
-    return true;
-}
+constexpr std::size_t kPieceSize = 32768;
+constexpr std::size_t kIndent = 2;
+
+bool isPrintable(char character) { return character >= ' ' && character < '\x7F'; }
 
 }  // namespace
 
 JsonWriter& JsonWriter::key(std::string_view name) {
-    separate();
-    document += '"';
-    document += name;
-    document += "\": ";
-    followsKey = true;
+    beginLine();
+    appendQuoted(name);
+    pending += ": ";
+    afterKey = true;
     return *this;
 }
 
-JsonWriter& JsonWriter::text(const std::string& value) {
-    separate();
-    if (isPlain(value)) {
-        document += '"';
-        document += value;
-        document += '"';
-    } else {
-        document += json::quoted(value);
-    }
+JsonWriter& JsonWriter::text(std::string_view value) {
+    beginValue();
+    appendQuoted(value);
     return *this;
-}
-
-JsonWriter& JsonWriter::real(double value) {
-    char digits[32];
-    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);
-    return plain(error == std::errc() ? std::string_view(digits, static_cast<std::size_t>(end - digits)) : "null");
 }
 
 JsonWriter& JsonWriter::plain(std::string_view value) {
-    separate();
-    document += value;
+    beginValue();
+    pending += value;
     return *this;
 }
 
 std::string JsonWriter::take() {
-    document += '\n';
+    pending += '\n';
     isFirst = true;
-    return std::exchange(document, {});
+    return std::exchange(pending, {});
 }
 
 JsonWriter& JsonWriter::begin(char bracket) {
-    separate();
-    document += bracket;
+    beginValue();
+    pending += bracket;
     ++depth;
     isFirst = true;
     return *this;
@@ -70,25 +50,48 @@ JsonWriter& JsonWriter::begin(char bracket) {
 
 JsonWriter& JsonWriter::end(char bracket) {
     --depth;
-    if (!isFirst) breakLine();  // empty ones stay on their line
-    document += bracket;
+    if (!isFirst) {  // an empty one stays on its line
+        pending += '\n';
+        pending.append(kIndent * depth, ' ');
+    }
+    pending += bracket;
     isFirst = false;
+    if (sink && pending.size() >= kPieceSize) {
+        sink(pending);
+        pending.clear();
+    }
     return *this;
 }
 
-void JsonWriter::separate() {
-    if (std::exchange(followsKey, false)) {
-        isFirst = false;
-        return;
-    }
-    if (!isFirst) document += ',';
-    isFirst = false;
-    if (depth > 0) breakLine();
+void JsonWriter::beginValue() {
+    if (!afterKey && depth > 0) beginLine();
+    afterKey = false;
 }
 
-void JsonWriter::breakLine() {
-    document += '\n';
-    document.append(2 * depth, ' ');
+void JsonWriter::beginLine() {
+    if (!isFirst) pending += ',';
+    isFirst = false;
+    pending += '\n';
+    pending.append(kIndent * depth, ' ');
+}
+
+void JsonWriter::appendQuoted(std::string_view value) {
+    const std::size_t begin = pending.size();
+    pending += '"';
+    std::size_t copied = 0;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (!isPrintable(value[i])) {
+            pending.resize(begin);
+            pending += json::quoted(std::string(value));
+            return;
+        }
+        if (value[i] != '"' && value[i] != '\\') continue;
+        pending.append(value, copied, i - copied);
+        pending += '\\';
+        copied = i;
+    }
+    pending.append(value, copied);
+    pending += '"';
 }
 
 }  // namespace diskmgt_cli

@@ -1,30 +1,40 @@
-// Writes a JSON document piece by piece, without holding it as a tree: a server may have thousands of partitions.
+// JsonWriter: a JSON document written as it grows, two blanks a level, one member or element a line. A server may have
+// thousands of partitions, which nobody needs to hold as a tree.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace diskmgt_cli {
 
-/// Two blanks a level, one value a line. Texts: see json.h. The calls must make a document; nothing checks that.
+/// Texts: see json.h. The caller opens and closes in order and gives every member of an object its key; nothing checks
+/// that.
 class JsonWriter {
 public:
+    using Sink = std::function<void(const std::string&)>;
+
+    /// Keeps the document until `take`.
+    JsonWriter() = default;
+    /// The sink takes the document in pieces; the last one comes with `finish`.
+    explicit JsonWriter(Sink pieces) : sink(std::move(pieces)) {}
+
     JsonWriter& beginObject() { return begin('{'); }
     JsonWriter& endObject() { return end('}'); }
     JsonWriter& beginArray() { return begin('['); }
     JsonWriter& endArray() { return end(']'); }
-    /// Names are this program's own: they need no escapes.
     JsonWriter& key(std::string_view name);
-    JsonWriter& text(const std::string& value);
+    JsonWriter& text(std::string_view value);
     JsonWriter& number(std::uint64_t value) { return plain(std::to_string(value)); }
-    JsonWriter& real(double value);
     JsonWriter& truth(bool value) { return plain(value ? "true" : "false"); }
-    /// A value as it stands in JSON already, such as a number's decimal text.
+    /// A value that is JSON already, such as a number's decimal text.
     JsonWriter& plain(std::string_view value);
 
-    JsonWriter& textField(std::string_view name, const std::string& value) { return key(name).text(value); }
+    JsonWriter& textField(std::string_view name, std::string_view value) { return key(name).text(value); }
     JsonWriter& numberField(std::string_view name, std::uint64_t value) { return key(name).number(value); }
     JsonWriter& truthField(std::string_view name, bool value) { return key(name).truth(value); }
     /// Left out when absent.
@@ -33,19 +43,22 @@ public:
         return value ? key(name).number(*value) : *this;
     }
 
-    /// The document with a line end; the writer is empty afterwards.
+    /// The document is complete: ends its line and hands it, or the rest of it, to the sink or the caller.
+    void finish() { sink(take()); }
     std::string take();
 
 private:
     JsonWriter& begin(char bracket);
     JsonWriter& end(char bracket);
-    void separate();
-    void breakLine();
+    void beginValue();
+    void beginLine();
+    void appendQuoted(std::string_view value);
 
-    std::string document;
+    Sink sink;
+    std::string pending;
     std::size_t depth = 0;
-    bool isFirst = true;  // of the values at this depth
-    bool followsKey = false;
+    bool isFirst = true;    // nothing was written yet in the innermost object or array
+    bool afterKey = false;  // the value belongs on the key's line
 };
 
 }  // namespace diskmgt_cli

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -145,6 +146,8 @@ public:
 
     /// The published instances of exactly this class, in the order committed.
     std::vector<Instance> instances(const std::string& className) const;
+    /// Shows them one after the other, so that they never lie in memory together.
+    void forEachInstance(const std::string& className, const std::function<void(const Instance&)>& show) const;
     /// Drops every published instance but the hosting system's.
     void clear();
 
@@ -168,7 +171,8 @@ public:
 
     void setFaultPlan(const FaultPlan& plan);
     void clearFaultPlan();
-    /// Crossings by the plug-in since `setFaultPlan`, or since the host was made.
+    /// Crossings by the plug-in since `setFaultPlan`, or since the host was made. Requests that run at once may lose
+    /// some while no plan is set.
     std::size_t crossings() const;
 
 private:

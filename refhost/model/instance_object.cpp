@@ -75,8 +75,11 @@ TCIMReference InstanceObject::GetReference(TCIMOptions& /*options*/) {
 }
 
 std::size_t InstanceObject::positionOf(const std::string& name) const {
+    const std::size_t last = lastFound.load(std::memory_order_relaxed);
+    if (last < slots.size() && declared.properties()[last].declaration->name == name) return last;
     const std::optional<std::size_t> position = declared.findProperty(name);
     if (!position) throw TTALException("the class " + declared.name() + " declares no property \"" + name + "\"");
+    lastFound.store(*position, std::memory_order_relaxed);
     return *position;
 }
 

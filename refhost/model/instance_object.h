@@ -1,6 +1,7 @@
 // InstanceObject: one instance of a declared class, from its creation to its place among the published ones.
 #pragma once
 
+#include <atomic>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
@@ -50,7 +51,8 @@ private:
     const DeclaredClass& declared;
     boost::shared_ptr<const Schema> schema;
     boost::weak_ptr<InstanceStore> store;
-    std::vector<PropertyObject> propertyObjects;  // never resized: plug-ins hold pointers into it
+    std::vector<PropertyObject> propertyObjects;    // never resized: plug-ins hold pointers into it
+    mutable std::atomic<std::size_t> lastFound{0};  // position; plug-ins look a property up and then assign to it
 
     mutable std::mutex mutex;  // of what follows
     std::vector<ValuePointer> slots;

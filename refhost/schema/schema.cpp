@@ -7,26 +7,34 @@
 
 namespace refhost {
 
+namespace {
+
+bool isShorterOrLess(std::string_view left, std::string_view right) {
+    return left.size() != right.size() ? left.size() < right.size() : left < right;
+}
+
+}  // namespace
+
 DeclaredClass::DeclaredClass(const ClassDeclaration& classDeclaration, std::size_t positionInSchema)
     : declared(&classDeclaration), position(positionInSchema) {
     for (const PropertyDeclaration& property : declared->properties) {
-        byName.push_back(propertyList.size());
+        byName.push_back({property.name, propertyList.size()});
         if (property.isKey) keyPositions.push_back(propertyList.size());
         propertyList.push_back({&property, cimTypeNamed(property.type).value(), nullptr});
     }
-    const auto nameIsLess = [this](std::size_t left, std::size_t right) {
+    std::sort(byName.begin(), byName.end(),
+              [](const auto& left, const auto& right) { return isShorterOrLess(left.name, right.name); });
+    std::sort(keyPositions.begin(), keyPositions.end(), [this](std::size_t left, std::size_t right) {
         return declared->properties[left].name < declared->properties[right].name;
-    };
-    std::sort(byName.begin(), byName.end(), nameIsLess);
-    std::sort(keyPositions.begin(), keyPositions.end(), nameIsLess);
+    });
 }
 
 std::optional<std::size_t> DeclaredClass::findProperty(std::string_view propertyName) const {
     const auto found = std::lower_bound(
         byName.begin(), byName.end(), propertyName,
-        [this](std::size_t left, std::string_view name) { return declared->properties[left].name < name; });
-    if (found == byName.end() || declared->properties[*found].name != propertyName) return std::nullopt;
-    return *found;
+        [](const NamedPosition& one, std::string_view name) { return isShorterOrLess(one.name, name); });
+    if (found == byName.end() || found->name != propertyName) return std::nullopt;
+    return found->position;
 }
 
 bool DeclaredClass::isOrLiesBeneath(const DeclaredClass& other) const {

@@ -44,11 +44,16 @@ public:
 private:
     friend class Schema;
 
+    struct NamedPosition {
+        std::string_view name;  // the declaration's
+        std::size_t position;
+    };
+
     const ClassDeclaration* declared;
     std::size_t position;
     const DeclaredClass* superclass = nullptr;
     std::vector<DeclaredProperty> propertyList;
-    std::vector<std::size_t> byName;
+    std::vector<NamedPosition> byName;  // by length, then bytes: most comparisons end at the length
     std::vector<std::size_t> keyPositions;
     std::vector<const DeclaredClass*> familyList;
 };

@@ -1,10 +1,14 @@
 // Recognises the management controller's disks in sysfs.
 #include "refhost/services/virtual_devices.h"
 
+#include <limits.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 
 namespace refhost {
@@ -30,12 +34,23 @@ std::string attribute(const fs::path& file) {
     return line.substr(begin, line.find_last_not_of(" \t\r") + 1 - begin);
 }
 
-/// Where the device hangs, below the root of sysfs; empty when the entry leads nowhere.
-std::string placeOf(const fs::path& entry, const fs::path& root) {
+/// Whether the entry, which sysfs makes a link to the device, names a place beneath a USB controller. Resolving it
+/// takes a call for every folder on the way, so that is left to those few that may need it.
+bool mayHangOnUsb(const std::string& entry) {
+    char target[PATH_MAX];
+    const ssize_t length = ::readlink(entry.c_str(), target, sizeof target);
+    if (length < 0) return true;  // no link: its own name decides
+    return std::string_view(target, static_cast<std::size_t>(length)).find("/usb") != std::string_view::npos;
+}
+
+/// The same of the place that the entry leads to, below the root of sysfs; false when it leads nowhere.
+bool hangsOnUsb(const fs::path& entry, const std::string& sysfsRoot) {
     std::error_code failure;
     const fs::path resolved = fs::canonical(entry, failure);
-    if (failure) return {};
-    return "/" + resolved.lexically_relative(root).string();
+    if (failure) return false;
+    const fs::path root = fs::canonical(sysfsRoot, failure);
+    if (failure) return false;
+    return ("/" + resolved.lexically_relative(root).string()).find("/usb") != std::string::npos;
 }
 
 }  // namespace
@@ -43,12 +58,10 @@ std::string placeOf(const fs::path& entry, const fs::path& root) {
 std::vector<std::string> findVirtualDevices(const std::string& sysfsRoot) {
     std::vector<std::string> found;
     std::error_code failure;
-    const fs::path root = fs::canonical(sysfsRoot, failure);
-    if (failure) return found;
-    fs::directory_iterator entry(root / "block", failure);
+    fs::directory_iterator entry(fs::path(sysfsRoot) / "block", failure);
     for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
         const fs::path& path = entry->path();
-        if (placeOf(path, root).find("/usb") == std::string::npos) continue;
+        if (!mayHangOnUsb(path.native()) || !hangsOnUsb(path, sysfsRoot)) continue;
         const std::string vendor = attribute(path / "device" / "vendor");
         const std::string model = attribute(path / "device" / "model");
         if (vendor.find("Virtual") == std::string::npos && model.find("Virtual") == std::string::npos) continue;

@@ -1,7 +1,6 @@
 // The words of the CIM types, and the operations of TCIMType.
 #include "refhost/value/cim_type.h"
 
-#include <boost/make_shared.hpp>
 #include <vector>
 
 #include "plugin/host/tal_exception.h"
@@ -14,22 +13,25 @@ namespace {
 
 using TypeContent = NVEXTAL20::TCIMValue::TCIMType::Content;
 
+using TypePointer = boost::shared_ptr<const TypeContent>;
+
 /// One content a type, in the order of CimType.
-const std::vector<boost::shared_ptr<const TypeContent>>& allContents() {
-    // Never destroyed: plug-ins may hold types until the process ends.
+const std::vector<TypePointer>& allContents() {
+    // Never destroyed: plug-ins may hold types until the process ends. So the pointers own nothing, and to copy one
+    // takes no counting.
     static const auto& contents = *[] {
         static const char* const words[] = {"string", "boolean", "uint8",  "uint16",   "uint32",
                                             "uint64", "sint8",   "sint16", "sint32",   "sint64",
                                             "real32", "real64",  "char16", "datetime", "reference"};
-        auto* const made = new std::vector<boost::shared_ptr<const TypeContent>>;
+        auto* const made = new std::vector<TypePointer>;
         for (const char* word : words)
-            made->push_back(boost::make_shared<const TypeContent>(static_cast<CimType>(made->size()), word));
+            made->push_back(TypePointer(TypePointer(), new TypeContent(static_cast<CimType>(made->size()), word)));
         return made;
     }();
     return contents;
 }
 
-boost::shared_ptr<const TypeContent> contentNamed(const std::string& word) {
+TypePointer contentNamed(const std::string& word) {
     const std::optional<CimType> type = cimTypeNamed(word);
     if (!type) throw NVEXTAL20::TTALException("there is no CIM type named \"" + word + "\"");
     return typeContent(*type);

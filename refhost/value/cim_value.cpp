@@ -13,10 +13,22 @@ namespace NVEXTAL20 {
 
 namespace {
 
+/// One of the two truths. Every value of it shares one content, which is never destroyed and so needs no counting.
+const refhost::ValuePointer& truth(const std::string& text) {
+    static const auto make = [](const char* word) {
+        return refhost::ValuePointer(refhost::ValuePointer(),
+                                     new TCIMValue::Content(refhost::CimType::kBoolean, std::string(word)));
+    };
+    static const refhost::ValuePointer& yes = *new refhost::ValuePointer(make("true"));
+    static const refhost::ValuePointer& no = *new refhost::ValuePointer(make("false"));
+    return refhost::parseScalar(refhost::CimType::kBoolean, text) == "true" ? yes : no;
+}
+
 boost::shared_ptr<const TCIMValue::Content> parse(refhost::CimType type, const std::string& text,
                                                   const boost::shared_ptr<ICIMNamespace>& nameSpace) {
     if (type == refhost::CimType::kReference)
         return boost::make_shared<const TCIMValue::Content>(refhost::parseReference(text, nameSpace.get()));
+    if (type == refhost::CimType::kBoolean) return truth(text);
     return boost::make_shared<const TCIMValue::Content>(type, refhost::parseScalar(type, text));
 }
 

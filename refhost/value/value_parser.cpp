@@ -44,7 +44,8 @@ std::string parseInteger(CimType type, std::string_view text) {
     if (read.ec == std::errc::invalid_argument || read.ptr != text.data() + text.size())
         refuseText(type, text, "it is no decimal integer");
     if (read.ec == std::errc::result_out_of_range) refuseText(type, text, "it is out of range");
-    return decimalText(number);
+    const bool isCanonical = text.front() != '0' && text.front() != '-';  // no leading zeros, no negative zero
+    return isCanonical ? std::string(text) : decimalText(number);
 }
 
 template <typename Real>

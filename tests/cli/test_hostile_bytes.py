@@ -43,6 +43,15 @@ def test_json_replaces_what_is_not_utf8(run, plugin):
     assert properties["MountOptions"] == ""
 
 
+def test_json_is_laid_out_as_the_libraries_lay_it_out(run, plugin):
+    done = run("get", "VEXSG_DiskDrive", DISK, "VEXSG_TapeDrive", "VEXSG_MediaPresent", "--plugin", plugin("publishing"))
+    expected = json.dumps(done.json, indent=2, ensure_ascii=False) + "\n"
+    for control in (chr(0x7F), chr(0x9B)):  # the one thing that is escaped beyond what JSON asks for
+        expected = expected.replace(control, f"\\u{ord(control):04x}")
+    assert done.text == expected
+    assert '"instances": []' in done.text
+
+
 def test_json_carries_no_raw_control_bytes(run, plugin):
     data = run("get", DISK, "--plugin", plugin("publishing")).stdout
     assert not [byte for byte in RAW_CONTROLS if byte in data]

@@ -109,6 +109,7 @@ TEST_P(HostileDiskMemory, IsBounded) {
     hugeDevice(machine, "/dev/sda", GetParam().sectors);
     const PeakMemory peak;
     EXPECT_EQ(PartitionTableParser().enumPartitions({"/dev/sda"}).size(), GetParam().partitions);
+    EXPECT_EQ(diskmgt_col::partitionCountOf("/dev/sda"), GetParam().partitions);
     EXPECT_LT(peak.bytes(), kBound);
     RecordProperty("peak_mib", static_cast<int>(peak.bytes() / kMiB));
     EXPECT_EQ(machine.openHandles(), 0);

@@ -19,11 +19,13 @@ inline PropertyMaps partitionsOn(FakeOs& machine, const std::vector<std::string>
     return maps;
 }
 
-/// The partitions of one block device, which is the whole machine.
+/// The partitions of one block device, which is the whole machine. Counting alone must tell as many.
 inline PropertyMaps partitionsOf(const DiskImage& image, const std::string& devicePath = "/dev/sda") {
     FakeOs machine;
     machine.device(devicePath, image);
-    return partitionsOn(machine, {devicePath});
+    PropertyMaps maps = partitionsOn(machine, {devicePath});
+    EXPECT_EQ(diskmgt_col::partitionCountOf(devicePath), maps.size());
+    return maps;
 }
 
 /// The entries of the table at a sector, through a descriptor of this test's own.

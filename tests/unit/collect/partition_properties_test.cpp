@@ -42,6 +42,8 @@ void expectLiteralReading(const LiteralDisk& disk) {
     RC_ASSERT(machine.openHandles() == 0);
     RC_ASSERT(machine.staleUses() == 0);
     RC_ASSERT(found == literalPartitions(disk));
+    RC_ASSERT(diskmgt_col::partitionCountOf(disk.path) == found.size());
+    RC_ASSERT(machine.openHandles() == 0);
     RC_CLASSIFY(found.empty(), "no partitions");
 }
 

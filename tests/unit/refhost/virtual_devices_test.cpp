@@ -61,6 +61,24 @@ TEST_F(VirtualDevices, DiskNotReachedOverUsbIsNone) {
     EXPECT_EQ(findVirtualDevices(root.string()), Texts());
 }
 
+TEST_F(VirtualDevices, EntriesMayLinkFromTheTopOfTheTree) {
+    addDevice("sda", kSataPlace, "Maker", "Virtual disk");
+    addDevice("sdb", kUsbPlace, "Maker", "Virtual disk");
+    for (const auto& [name, place] : {std::pair("sda", kSataPlace), std::pair("sdb", kUsbPlace)}) {
+        fs::remove(root / "block" / name);
+        fs::create_symlink(root / "devices" / place / "block" / name, root / "block" / name);
+    }
+    EXPECT_EQ(findVirtualDevices(root.string()), Texts{"/dev/sdb: Maker Virtual disk"});
+}
+
+TEST_F(VirtualDevices, EntryThatIsAFolderHangsWhereItIs) {
+    for (const char* const name : {"sda", "usba"}) {
+        fs::create_directories(root / "block" / name / "device");
+        std::ofstream(root / "block" / name / "device" / "model") << "Virtual\n";
+    }
+    EXPECT_EQ(findVirtualDevices(root.string()), Texts{"/dev/usba: Virtual"});
+}
+
 TEST_F(VirtualDevices, ComeInTheOrderOfTheirNames) {
     addDevice("sdc", std::string(kUsbPlace) + "1", "Virtual", "Floppy");
     addDevice("sdb", std::string(kUsbPlace) + "2", "Virtual", "CD");
