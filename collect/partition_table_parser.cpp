@@ -215,11 +215,10 @@ std::vector<UsedGptEntry> readGpt(int fd) {
 
 void appendGptPartitions(int fd, const std::string& path, std::vector<PropertyMap>& all) {
     const std::vector<UsedGptEntry> entries = readGpt(fd);
-    all.reserve(all.size() + entries.size());
-    PropertyMap accumulated;
     for (const UsedGptEntry& used : entries) {
-        addGptPairs(accumulated, used.entry, partitionName(path, "/dev/nvme", used.slot));
-        all.push_back(&used == &entries.back() ? std::move(accumulated) : accumulated);
+        const bool isFirst = &used == &entries.front();
+        all.push_back(isFirst ? PropertyMap() : PropertyMap(all.back()));
+        addGptPairs(all.back(), used.entry, partitionName(path, "/dev/nvme", used.slot));
     }
 }
 

@@ -32,8 +32,10 @@ std::string machineName() {
 }
 
 boost::shared_ptr<const Schema> compiledSchema() {
-    return boost::make_shared<const Schema>(
-        std::vector<MofDocument>{parseMof(kBaseMof, "base.mof"), parseMof(kVendorMof, "vexsg.mof")});
+    std::vector<MofDocument> documents;  // filled one by one: a list would be copied
+    documents.push_back(parseMof(kBaseMof, "base.mof"));
+    documents.push_back(parseMof(kVendorMof, "vexsg.mof"));
+    return boost::make_shared<const Schema>(documents);
 }
 
 /// Makes the copy one of this instance, in the memory that it has already.

@@ -1,16 +1,27 @@
 // Names in MOF text ignore the case of their letters.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace refhost {
 
+inline char lowerCase(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
 inline std::string lowerCase(std::string_view name) {
     std::string lower(name);
-    for (char& letter : lower)
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    for (char& letter : lower) letter = lowerCase(letter);
     return lower;
+}
+
+inline bool sameName(std::string_view left, std::string_view right) {
+    if (left.size() != right.size()) return false;
+    for (std::size_t i = 0; i < left.size(); ++i)
+        if (lowerCase(left[i]) != lowerCase(right[i])) return false;
+    return true;
 }
 
 }  // namespace refhost

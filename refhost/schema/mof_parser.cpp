@@ -35,7 +35,7 @@ private:
     }
 
     bool isWord(const char* lowerWord) const {
-        return token.kind == MofToken::Kind::kName && lowerCase(token.text) == lowerWord;
+        return token.kind == MofToken::Kind::kName && sameName(token.text, lowerWord);
     }
     bool isMark(char mark) const { return token.kind == MofToken::Kind::kMark && token.text[0] == mark; }
     void step() { token = lexer.next(); }

@@ -16,8 +16,6 @@ constexpr std::size_t kMostProperties = 100'000;
 
 const std::string kReferenceType = "reference";
 
-bool sameName(const std::string& left, const std::string& right) { return lowerCase(left) == lowerCase(right); }
-
 }  // namespace
 
 std::vector<ClassDeclaration> SchemaBuilder::build() {
@@ -168,7 +166,7 @@ const MofQualifier* SchemaBuilder::find(const std::vector<MofQualifier>& qualifi
     for (const MofQualifier& qualifier : qualifiers) {
         if (qualifierNames.count(lowerCase(qualifier.name)) == 0)
             refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" is not declared");
-        if (lowerCase(qualifier.name) != lowerName) continue;
+        if (!sameName(qualifier.name, lowerName)) continue;
         if (found != nullptr) refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" stands here twice");
         found = &qualifier;
     }

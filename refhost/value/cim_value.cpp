@@ -15,12 +15,10 @@ namespace {
 
 /// One of the two truths. Every value of it shares one content, which is never destroyed and so needs no counting.
 const refhost::ValuePointer& truth(const std::string& text) {
-    static const auto make = [](const char* word) {
-        return refhost::ValuePointer(refhost::ValuePointer(),
-                                     new TCIMValue::Content(refhost::CimType::kBoolean, std::string(word)));
-    };
-    static const refhost::ValuePointer& yes = *new refhost::ValuePointer(make("true"));
-    static const refhost::ValuePointer& no = *new refhost::ValuePointer(make("false"));
+    static const auto& contents = *new std::pair<TCIMValue::Content, TCIMValue::Content>(
+        {refhost::CimType::kBoolean, std::string("true")}, {refhost::CimType::kBoolean, std::string("false")});
+    static const auto& yes = *new refhost::ValuePointer(refhost::ValuePointer(), &contents.first);
+    static const auto& no = *new refhost::ValuePointer(refhost::ValuePointer(), &contents.second);
     return refhost::parseScalar(refhost::CimType::kBoolean, text) == "true" ? yes : no;
 }
 
