@@ -13,6 +13,22 @@ constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
+        {"tree",
+         Command::kTree,
+         nullptr,
+         0,
+         0,
+         kHasAll | kHasBytes,
+         {},
+         "Drives, their partitions and what is mounted on them; also without a command",
+         "Start is where a partition really begins. Free counts what is kept for root, Avail is what users\n"
+         "may still write. A question mark stands behind what cannot be taken as it is; the notes below\n"
+         "the tree say why. On a terminal the columns are made to fit.\n\n"
+         "Past the time limit what the classes served so far give is still shown; the exit status is 4.\n\n"
+         "Examples:\n"
+         "  diskmgt\n"
+         "  diskmgt --all\n"
+         "  diskmgt tree --bytes\n"},
         {"get",
          Command::kGet,
          "CLASS",
@@ -108,13 +124,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tables = {"", Command::kGet, nullptr, 0, 0, kNoFlags, {"table", "json", "csv"}, "",
-                                              ""};
-    return tables;
-}
-const std::vector<std::string>& defaultClasses() {
-    static const std::vector<std::string> classes = {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"};
-    return classes;
+    static const CommandDescription tree = {"", Command::kTree, nullptr, 0, 0, kHasAll | kHasBytes, {}, "", ""};
+    return tree;
 }
 
 }  // namespace diskmgt_cli

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,6 +70,17 @@ Output::~Output() {
 }
 
 bool Output::isTerminal() const { return stream != nullptr && ::isatty(::fileno(stream)) != 0; }
+
+std::size_t Output::terminalWidth() const {
+    constexpr std::size_t kUsual = 80;
+    if (!isTerminal()) return 0;
+    const char* const given = std::getenv("COLUMNS");
+    const int columns = given == nullptr ? 0 : std::atoi(given);
+    if (columns > 0) return static_cast<std::size_t>(columns);
+    winsize size{};
+    if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
+    return size.ws_col;
+}
 
 void Output::write(const std::string& text) {
     errno = 0;
