@@ -47,6 +47,7 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt get VEXSG_DiskDrive\n"
          "  diskmgt get VEXSG_DiskPartition --format table\n"
+         "  diskmgt get VEXSG_DiskDrive --format csv --columns DeviceID,Size\n"
          "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_PartitionPresent --output disks.json\n"},
         {"probe",
          Command::kProbe,

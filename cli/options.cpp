@@ -215,8 +215,12 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     options.all = given.all;
     options.bytes = given.bytes;
     options.space = given.space;
-    if (given.columns) options.columns = splitAtCommas(*given.columns);
     if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);
+    if (given.columns) {
+        options.columns = splitAtCommas(*given.columns);
+        if (options.format == Format::kJson || options.format == Format::kMof)
+            wrongUsage("--columns needs --format table or csv; json and mof carry every property");
+    }
     if (given.logLevel) options.logSeverity = readSeverity(*given.logLevel);
     if (given.timeout) options.timeoutSeconds = readTimeout(*given.timeout);
     if (given.color) options.color = readColor(*given.color);

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "cli/class_plan.h"
+#include "cli/columns.h"
 #include "cli/commands/commands.h"
 #include "cli/output.h"
 #include "cli/plugin_session.h"
@@ -15,11 +16,13 @@ namespace diskmgt_cli {
 
 namespace {
 
-std::string inFormat(Format format, const refhost::ClassDeclaration& declaration,
+std::string inFormat(const Options& options, const refhost::ClassDeclaration& declaration,
                      const std::vector<refhost::Instance>& instances, const TableStyle& style, bool forTerminal) {
-    if (format == Format::kTable) return instanceTable(declaration, instances, style);
-    if (format == Format::kMof) return mofInstances(instances);
-    return csvOfInstances(declaration, instances, forTerminal);
+    if (options.format == Format::kMof) return mofInstances(instances);
+    const std::vector<std::size_t> shown = columnPositions(declaration, options.columns);
+    if (options.format == Format::kCsv) return csvOfInstances(declaration, instances, shown, forTerminal);
+    return instanceTable(declaration, instances, options.columns.empty() ? positionsWithValues(instances) : shown,
+                         style);
 }
 
 void print(const Options& options, const refhost::ReferenceHost& host, const ServedPlan& served, Output& output) {
@@ -32,7 +35,7 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
     std::string separator;
     for (const std::string& name : options.operands) {
         const std::string text =
-            inFormat(options.format, *host.findClass(name), host.instances(name), style, output.isTerminal());
+            inFormat(options, *host.findClass(name), host.instances(name), style, output.isTerminal());
         if (text.empty()) continue;  // MOF has nothing to say about a class without instances
         output.write(separator + text);
         separator = options.format == Format::kCsv ? "\r\n" : "\n";
@@ -44,6 +47,7 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
 ExitStatus runGet(const Options& options) {
     PluginSession session(options);
     requireKnownClasses(session.host(), options.operands);
+    requireKnownColumns(session.host(), options.operands, options.columns);
     Output output(options.outputFile);
     const ClassPlan plan = planRequest(options.operands, options.exact);
     ServedPlan served;
