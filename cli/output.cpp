@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -74,9 +76,10 @@ bool Output::isTerminal() const { return stream != nullptr && ::isatty(::fileno(
 std::size_t Output::terminalWidth() const {
     constexpr std::size_t kUsual = 80;
     if (!isTerminal()) return 0;
-    const char* const given = std::getenv("COLUMNS");
-    const int columns = given == nullptr ? 0 : std::atoi(given);
-    if (columns > 0) return static_cast<std::size_t>(columns);
+    std::size_t columns = 0;
+    if (const char* const given = std::getenv("COLUMNS"))
+        (void)std::from_chars(given, given + std::strlen(given), columns);  // stays 0 when it is no number
+    if (columns > 0) return columns;
     winsize size{};
     if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
     return size.ws_col;

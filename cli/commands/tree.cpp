@@ -12,15 +12,25 @@ namespace diskmgt_cli {
 
 namespace {
 
+/// What is not shown at all, in words; empty when there is something of everything.
+std::string whatIsMissing(const Inventory& inventory) {
+    std::string missing;
+    const auto add = [&missing](bool isMissing, const char* what) {
+        if (isMissing) missing += (missing.empty() ? "" : ", ") + std::string(what);
+    };
+    add(inventory.drives.empty(), "disks");
+    add(inventory.partitions.empty(), "partitions");
+    add(inventory.logicalDisks.empty(), "mounted file systems");
+    return missing;
+}
+
 /// Says what to do about an inventory that shows less than it could.
 void adviseOn(const Inventory& inventory) {
-    if (::geteuid() != 0 && (inventory.partitions.empty() || inventory.logicalDisks.empty())) {
-        const char* const missing = !inventory.partitions.empty()     ? "mounted file systems"
-                                    : !inventory.logicalDisks.empty() ? "partitions"
-                                                                      : "partitions and mounted file systems";
-        complain(std::string("not root, so ") + missing + " cannot be read; run as root to see them");
-    }
-    if (inventory.drives.empty()) complain("no disks are reported; \"diskmgt explain\" tells why");
+    const std::string missing = whatIsMissing(inventory);
+    if (!missing.empty() && ::geteuid() != 0)
+        complain("not root, so these may be out of reach: " + missing + "; run as root to see them");
+    else if (inventory.drives.empty())
+        complain("no disks are reported; \"diskmgt explain\" tells why");
 }
 
 }  // namespace

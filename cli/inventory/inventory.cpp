@@ -44,7 +44,8 @@ Partition readPartition(const refhost::Instance& instance, const Observations& o
     Partition partition;
     partition.instance = &instance;
     partition.device = textOf(instance, kDeviceId);
-    partition.size = numberOf<std::uint64_t>(instance, kSize).value_or(0);
+    const auto size = numberOf<std::uint64_t>(instance, kSize);
+    partition.size = size.value_or(0);
     partition.type = numberOf<unsigned>(instance, kPartitionType);
     partition.typeByte = numberOf<unsigned>(instance, kPartitionSubType);
     partition.table = partition.typeByte ? TableKind::kMbr : TableKind::kGpt;  // only an MBR entry has a type byte
@@ -52,7 +53,7 @@ Partition readPartition(const refhost::Instance& instance, const Observations& o
     partition.isBootable = textOf(instance, kBootable) == "true";
     if (partition.table == TableKind::kGpt) {
         const auto startingOffset = numberOf<std::uint64_t>(instance, kStartingOffset);
-        if (startingOffset) partition.start = gptStartByte(*startingOffset, partition.size);
+        if (startingOffset && size) partition.start = gptStartByte(*startingOffset, partition.size);
     } else if (const auto observed = observations.startBytes.find(partition.device);
                observed != observations.startBytes.end()) {
         partition.start = observed->second;

@@ -170,6 +170,11 @@ TEST_F(Inventories, AGptPartitionStartsWhereItsLastBlockAndSizeSay) {
     EXPECT_EQ(inventory.partitions[0].typeName, "EFI system");
 }
 
+TEST_F(Inventories, APartitionWithoutASizeHasNoStart) {
+    scene.add("VEXSG_DiskPartition", {{"DeviceID", {"/dev/sda1"}}, {"StartingOffset", {"4095"}}});
+    EXPECT_FALSE(scene.arranged().partitions[0].start);
+}
+
 TEST_F(Inventories, AnMbrPartitionStartsWhereTheKernelSaysOrNowhere) {
     scene.mbr("/dev/sda1", 512, 1, 0x8E);
     scene.mbr("/dev/sda2", 512, 1, 0x77);
