@@ -30,6 +30,11 @@ bool has(const refhost::ClassDeclaration& declaration, const std::string& column
             "; \"diskmgt classes " + *classNames.begin() + "\" lists the properties");
 }
 
+[[noreturn]] void refuseClass(const std::string& name) {
+    throw CommandError(kWrongUsage, name + " has none of the properties that --columns names; \"diskmgt classes " +
+                                        name + "\" lists those it has");
+}
+
 }  // namespace
 
 void requireKnownColumns(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
@@ -41,14 +46,14 @@ void requireKnownColumns(const refhost::ReferenceHost& host, const std::vector<s
         for (const std::string& name : classes)
             if (!has(*host.findClass(name), column)) lacking.push_back(name);
         if (lacking.size() == classes.size()) refuseColumn(host, classes, column);
-        for (const std::string& name : lacking) absences.push_back(name + " has no property " + column);
+        for (const std::string& name : lacking) {
+            absences.push_back(name);
+            absences.back().append(" has no property ").append(column).append("; its rows go without that column");
+        }
     }
     for (const std::string& name : classes)
-        if (!columns.empty() && columnPositions(*host.findClass(name), columns).empty())
-            throw CommandError(kWrongUsage, name +
-                                                " has none of the properties that --columns names; \"diskmgt classes " +
-                                                name + "\" lists those it has");
-    for (const std::string& absence : absences) complain(absence + "; its rows go without that column");
+        if (!columns.empty() && columnPositions(*host.findClass(name), columns).empty()) refuseClass(name);
+    for (const std::string& absence : absences) complain(absence);
 }
 
 std::vector<std::size_t> columnPositions(const refhost::ClassDeclaration& declaration,

@@ -142,7 +142,7 @@ void nestLogicals(Drive& drive, std::vector<Partition>& partitions) {
             waiting.push_back(position);
             continue;
         }
-        if (partitions[position].type == kExtended) partitions[position].logicals = std::move(waiting);
+        if (partitions[position].type == kExtended) partitions[position].logicals.swap(waiting);
         top.insert(top.end(), waiting.begin(), waiting.end());  // those that no extended partition follows
         waiting.clear();
         top.push_back(position);

@@ -17,21 +17,21 @@ constexpr int kNearlyFull = 90;     // percent
 
 struct ColumnTraits {
     const char* heading;
-    TextTable::Column kind;
     std::size_t fewest;  // width it may be shortened to; 0: never shortened
+    TextTable::Column kind;
     Keep keep;
 };
 
 constexpr ColumnTraits kColumns[kTreeColumns] = {
-    {"Name", TextTable::Column::kTree, 16, Keep::kBothEnds},
-    {"Size", TextTable::Column::kNumber, 0, Keep::kBeginning},
-    {"Start", TextTable::Column::kNumber, 0, Keep::kBeginning},
-    {"Type", TextTable::Column::kText, 12, Keep::kBeginning},
-    {"Used", TextTable::Column::kNumber, 0, Keep::kBeginning},
-    {"Use", TextTable::Column::kNumber, 0, Keep::kBeginning},
-    {"Free", TextTable::Column::kNumber, 0, Keep::kBeginning},
-    {"Avail", TextTable::Column::kNumber, 0, Keep::kBeginning},
-    {"Remark", TextTable::Column::kText, 12, Keep::kBothEnds},
+    {"Name", 16, TextTable::Column::kTree, Keep::kBothEnds},
+    {"Size", 0, TextTable::Column::kNumber, Keep::kBeginning},
+    {"Start", 0, TextTable::Column::kNumber, Keep::kBeginning},
+    {"Type", 12, TextTable::Column::kText, Keep::kBeginning},
+    {"Used", 0, TextTable::Column::kNumber, Keep::kBeginning},
+    {"Use", 0, TextTable::Column::kNumber, Keep::kBeginning},
+    {"Free", 0, TextTable::Column::kNumber, Keep::kBeginning},
+    {"Avail", 0, TextTable::Column::kNumber, Keep::kBeginning},
+    {"Remark", 12, TextTable::Column::kText, Keep::kBothEnds},
 };
 
 /// What a narrow terminal does without, first things first; the bar goes before all of them.
@@ -41,7 +41,7 @@ constexpr TreeColumn kDispensable[] = {kUsedColumn,   kStartColumn, kAvailableCo
 constexpr TreeColumn kShortened[] = {kRemarkColumn, kTypeColumn, kNameColumn};
 
 std::string bar(int percent, bool isAscii) {
-    const auto filled = (static_cast<std::size_t>(percent) * kBarWidth + 50) / 100;
+    const auto filled = static_cast<std::size_t>(percent) * kBarWidth / 100;
     std::string text;
     for (std::size_t i = 0; i < kBarWidth; ++i) text += i < filled ? (isAscii ? "#" : "█") : (isAscii ? "-" : "░");
     return text + " ";

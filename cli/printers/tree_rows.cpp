@@ -170,7 +170,7 @@ private:
     void addNotes() {
         if (hasDoubtfulPair)
             tree.notes.emplace_back(
-                "\"? likely on\", \"? by its name alone\": listed there only because one name contains the other");
+                R"("? likely on", "? by its name alone": listed there only because one name contains the other)");
         if (hasForeignFigures)
             tree.notes.emplace_back(
                 "Figures with \"?\" are those of the file system that holds the path of the source, because the mount "
