@@ -13,23 +13,41 @@ constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
+        {"tree",
+         Command::kTree,
+         nullptr,
+         0,
+         0,
+         kHasAll | kHasBytes,
+         {},
+         "Drives, their partitions and what is mounted on them; also without a command",
+         "Start is where a partition really begins. Free counts what is kept for root, Avail is what users\n"
+         "may still write. A question mark stands behind what cannot be taken as it is; the notes below\n"
+         "the tree say why. On a terminal the columns are made to fit.\n\n"
+         "Past the time limit what the classes served so far give is still shown; the exit status is 4.\n\n"
+         "Examples:\n"
+         "  diskmgt\n"
+         "  diskmgt --all\n"
+         "  diskmgt tree --bytes\n"},
         {"get",
          Command::kGet,
          "CLASS",
          1,
          kAnyNumber,
          kHasExact | kHasColumns,
-         {"json", "table", "csv"},
+         {"json", "table", "csv", "mof"},
          "Instances of the named classes, one request, in the order given",
          "An association class first makes the host publish the classes it relies on, in an earlier\n"
          "request that is not shown; an association that is named before one of them is served after it.\n"
          "--exact requests just the named classes in just that order. A class named twice is served\n"
          "twice, and each mention shows everything published.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes; the elements of\n"
-         "an array are joined by \",\"; null is an empty field, an empty text is \"\".\n\n"
+         "an array are joined by \",\"; null is an empty field, an empty text is \"\".\n"
+         "mof: one \"instance of\" each for a CIM compiler; \"classes --format mof\" gives the classes.\n\n"
          "Examples:\n"
          "  diskmgt get VEXSG_DiskDrive\n"
          "  diskmgt get VEXSG_DiskPartition --format table\n"
+         "  diskmgt get VEXSG_DiskDrive --format csv --columns DeviceID,Size\n"
          "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_PartitionPresent --output disks.json\n"},
         {"probe",
          Command::kProbe,
@@ -122,13 +140,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tables = {"", Command::kGet, nullptr, 0, 0, kNoFlags, {"table", "json", "csv"}, "",
-                                              ""};
-    return tables;
-}
-const std::vector<std::string>& defaultClasses() {
-    static const std::vector<std::string> classes = {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"};
-    return classes;
+    static const CommandDescription tree = {"", Command::kTree, nullptr, 0, 0, kHasAll | kHasBytes, {}, "", ""};
+    return tree;
 }
 
 }  // namespace diskmgt_cli

@@ -35,8 +35,7 @@ const std::vector<CommandDescription>& commands();
 /// Null when there is no such command.
 const CommandDescription* findCommand(const std::string& name);
 
-/// What is done without a command; it has no name. Its operands are `defaultClasses`.
+/// What is done without a command: `tree`, under no name.
 const CommandDescription& defaultCommand();
-const std::vector<std::string>& defaultClasses();
 
 }  // namespace diskmgt_cli

@@ -40,6 +40,7 @@ ExitStatus run(const Options& options) {
         case Command::kExport:
             return runExport(options);
         case Command::kTree:
+            return runTree(options);
         case Command::kDiff:
         case Command::kShowText:
             break;

@@ -46,7 +46,7 @@ std::string generalHelp() {
         help += "  " + name + command.summary + "\n";
     }
     return help +
-           "\nWithout a command: drives, partitions and logical disks as tables.\n"
+           "\nWithout a command: tree.\n"
            "\"diskmgt COMMAND --help\" tells more about a command.\n\n"
            "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, or the output could not\n"
            "be written; 2 wrong usage; 3 plug-in not usable; 4 timed out.\n\n"
@@ -76,7 +76,9 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
     if ((command.flags & kHasColumns) != 0)
         add("--columns", given.columns, "Only these properties, in this order, separated by commas", "NAMES");
-    if (!command.formats.empty())
+    if (command.name[0] == '\0')
+        add("--format", given.format, "For the command that follows", "FORMAT");
+    else if (!command.formats.empty())
         add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
             "FORMAT");
     add("--plugin", given.pluginFile, "The plug-in to load (default: $DISKMGT_PLUGIN, else the one installed with it)",
@@ -193,16 +195,32 @@ std::vector<std::string> splitAtCommas(const std::string& text) {
     return names;
 }
 
+/// What stands before a command has been read without knowing the command.
+void refuseForeignOptions(const GivenTexts& given, const CommandDescription& command) {
+    const std::string name = command.name[0] == '\0' ? "tree" : command.name;
+    const auto refuse = [&name](const char* option) { wrongUsage(name + " has no " + option + seeHelp(name)); };
+    if (given.all && (command.flags & kHasAll) == 0) refuse("--all");
+    if (given.bytes && (command.flags & kHasBytes) == 0) refuse("--bytes");
+    if (!given.format || !command.formats.empty()) return;
+    if (command.command != Command::kTree) refuse("--format");
+    wrongUsage("tree has no --format; \"diskmgt export json\" gives the same to programs");
+}
+
 Options checked(const GivenTexts& given, const CommandDescription& command) {
+    refuseForeignOptions(given, command);
     Options options;
     options.command = command.command;
-    options.operands = command.operand == nullptr ? defaultClasses() : given.operands;
+    options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
     options.bytes = given.bytes;
     options.space = given.space;
-    if (given.columns) options.columns = splitAtCommas(*given.columns);
     if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);
+    if (given.columns) {
+        options.columns = splitAtCommas(*given.columns);
+        if (options.format == Format::kJson || options.format == Format::kMof)
+            wrongUsage("--columns needs --format table or csv; json and mof carry every property");
+    }
     if (given.logLevel) options.logSeverity = readSeverity(*given.logLevel);
     if (given.timeout) options.timeoutSeconds = readTimeout(*given.timeout);
     if (given.color) options.color = readColor(*given.color);

@@ -3,10 +3,13 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -69,6 +72,18 @@ Output::~Output() {
 }
 
 bool Output::isTerminal() const { return stream != nullptr && ::isatty(::fileno(stream)) != 0; }
+
+std::size_t Output::terminalWidth() const {
+    constexpr std::size_t kUsual = 80;
+    if (!isTerminal()) return 0;
+    std::size_t columns = 0;
+    if (const char* const given = std::getenv("COLUMNS"))
+        (void)std::from_chars(given, given + std::strlen(given), columns);  // stays 0 when it is no number
+    if (columns > 0) return columns;
+    winsize size{};
+    if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
+    return size.ws_col;
+}
 
 void Output::write(const std::string& text) {
     errno = 0;

@@ -1,6 +1,7 @@
 // Where the data goes: standard output, or a file that appears whole or not at all.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -18,6 +19,8 @@ public:
     ~Output();
 
     bool isTerminal() const;
+    /// Columns of the terminal; COLUMNS decides when it is set. 0 when the output is no terminal.
+    std::size_t terminalWidth() const;
     void write(const std::string& text);
     /// Everything has arrived: writes out what is buffered and gives the file its name. Nothing is written after it.
     void finish();

@@ -14,5 +14,6 @@ ExitStatus runGet(const Options& options);
 ExitStatus runPlugin(const Options& options);
 ExitStatus runProbe(const Options& options);
 ExitStatus runTrace(const Options& options);
+ExitStatus runTree(const Options& options);
 
 }  // namespace diskmgt_cli

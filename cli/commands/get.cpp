@@ -3,16 +3,27 @@
 #include <vector>
 
 #include "cli/class_plan.h"
+#include "cli/columns.h"
 #include "cli/commands/commands.h"
 #include "cli/output.h"
 #include "cli/plugin_session.h"
 #include "cli/printers/csv.h"
 #include "cli/printers/json.h"
+#include "cli/printers/mof.h"
 #include "cli/printers/table.h"
 
 namespace diskmgt_cli {
 
 namespace {
+
+std::string inFormat(const Options& options, const refhost::ClassDeclaration& declaration,
+                     const std::vector<refhost::Instance>& instances, const TableStyle& style, bool forTerminal) {
+    if (options.format == Format::kMof) return mofInstances(instances);
+    const std::vector<std::size_t> shown = columnPositions(declaration, options.columns);
+    if (options.format == Format::kCsv) return csvOfInstances(declaration, instances, shown, forTerminal);
+    return instanceTable(declaration, instances, options.columns.empty() ? positionsWithValues(instances) : shown,
+                         style);
+}
 
 void print(const Options& options, const refhost::ReferenceHost& host, const ServedPlan& served, Output& output) {
     if (options.format == Format::kJson) {
@@ -22,14 +33,13 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
     }
     const bool isTable = options.format == Format::kTable;
     const TableStyle style = isTable ? chooseStyle(options.color, output.isTerminal()) : TableStyle();
-    bool isFirst = true;
+    std::string separator;
     for (const std::string& name : options.operands) {
-        if (!isFirst) output.write(isTable ? "\n" : "\r\n");
-        isFirst = false;
-        const refhost::ClassDeclaration& declaration = *host.findClass(name);
-        const std::vector<refhost::Instance> instances = host.instances(name);
-        output.write(isTable ? instanceTable(declaration, instances, style)
-                             : csvOfInstances(declaration, instances, output.isTerminal()));
+        const std::string text =
+            inFormat(options, *host.findClass(name), host.instances(name), style, output.isTerminal());
+        if (text.empty()) continue;  // MOF has nothing to say about a class without instances
+        output.write(separator + text);
+        separator = options.format == Format::kCsv ? "\r\n" : "\n";
     }
 }
 
@@ -38,6 +48,7 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
 ExitStatus runGet(const Options& options) {
     PluginSession session(options);
     requireKnownClasses(session.host(), options.operands);
+    requireKnownColumns(session.host(), options.operands, options.columns);
     Output output(options.outputFile);
     const ClassPlan plan = planRequest(options.operands, options.exact);
     ServedPlan served;

@@ -17,6 +17,8 @@ namespace {
 
 using namespace diskmgt_col;  // the names of classes and properties
 
+bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
+
 using Positions = std::vector<std::size_t>;
 using PositionsByPath = std::unordered_map<std::string_view, Positions>;  // equal keys: several instances
 
@@ -42,7 +44,8 @@ Partition readPartition(const refhost::Instance& instance, const Observations& o
     Partition partition;
     partition.instance = &instance;
     partition.device = textOf(instance, kDeviceId);
-    partition.size = numberOf<std::uint64_t>(instance, kSize).value_or(0);
+    const auto size = numberOf<std::uint64_t>(instance, kSize);
+    partition.size = size.value_or(0);
     partition.type = numberOf<unsigned>(instance, kPartitionType);
     partition.typeByte = numberOf<unsigned>(instance, kPartitionSubType);
     partition.table = partition.typeByte ? TableKind::kMbr : TableKind::kGpt;  // only an MBR entry has a type byte
@@ -50,7 +53,7 @@ Partition readPartition(const refhost::Instance& instance, const Observations& o
     partition.isBootable = textOf(instance, kBootable) == "true";
     if (partition.table == TableKind::kGpt) {
         const auto startingOffset = numberOf<std::uint64_t>(instance, kStartingOffset);
-        if (startingOffset) partition.start = gptStartByte(*startingOffset, partition.size);
+        if (startingOffset && size) partition.start = gptStartByte(*startingOffset, partition.size);
     } else if (const auto observed = observations.startBytes.find(partition.device);
                observed != observations.startBytes.end()) {
         partition.start = observed->second;
@@ -118,11 +121,14 @@ void eachPair(const Published& published, const std::string& association, const 
     }
 }
 
-/// The drive whose own name the device's begins with; empty when none of the reported ones.
-std::string likelyDrive(const std::vector<Drive>& drives, const std::string& device) {
+/// The drive that a device belongs to by its name, the longest name when there are several; empty when it is none of
+/// the reported ones.
+std::string likelyDrive(const std::vector<Drive>& drives, const std::string& device,
+                        bool (*belongs)(const std::string&, const std::string&)) {
+    std::string likely;
     for (const Drive& drive : drives)
-        if (isOnDrive(device, drive.device)) return drive.device;
-    return {};
+        if (drive.device.size() > likely.size() && belongs(device, drive.device)) likely = drive.device;
+    return likely;
 }
 
 /// Puts the logicals of a drive beneath the extended partition that is published right behind them.
@@ -136,7 +142,7 @@ void nestLogicals(Drive& drive, std::vector<Partition>& partitions) {
             waiting.push_back(position);
             continue;
         }
-        if (partitions[position].type == kExtended) partitions[position].logicals = std::move(waiting);
+        if (partitions[position].type == kExtended) partitions[position].logicals.swap(waiting);
         top.insert(top.end(), waiting.begin(), waiting.end());  // those that no extended partition follows
         waiting.clear();
         top.push_back(position);
@@ -152,9 +158,8 @@ void pairPartitions(Inventory& inventory, const PositionsByPath& drives, const P
         isPlaced[partition] = true;
         const std::string& device = inventory.partitions[partition].device;
         const std::string& driveName = inventory.drives[drive].device;
-        if (!isOnDrive(device, driveName))
-            inventory.accidents.push_back(
-                {kPartitionPresent, device, driveName, likelyDrive(inventory.drives, device)});
+        const std::string likely = likelyDrive(inventory.drives, device, isPartitionOf);
+        if (likely != driveName) inventory.accidents.push_back({kPartitionPresent, device, driveName, likely});
     });
     for (Drive& drive : inventory.drives) nestLogicals(drive, inventory.partitions);
     for (std::size_t i = 0; i < isPlaced.size(); ++i)
@@ -183,8 +188,9 @@ void pairLogicalDisks(Inventory& inventory, const PositionsByPath& drives, const
         const std::string& source = inventory.logicalDisks[disk].source;
         const std::string& driveName = inventory.drives[drive].device;
         const bool isLink = source.find(driveName) == std::string::npos;  // paired by what the link names
-        if (!isLink && !isOnDrive(source, driveName))
-            inventory.accidents.push_back({kMediaPresent, source, driveName, likelyDrive(inventory.drives, source)});
+        if (isLink) return;
+        const std::string likely = likelyDrive(inventory.drives, source, isOnDrive);
+        if (likely != driveName) inventory.accidents.push_back({kMediaPresent, source, driveName, likely});
     });
     for (std::size_t i = 0; i < isPlaced.size(); ++i)
         if (!isPlaced[i]) inventory.looseLogicalDisks.push_back(i);
@@ -210,8 +216,13 @@ std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes
     return (startingOffset + 1) * kSectorSize - sizeBytes;
 }
 
+bool isPartitionOf(const std::string& partition, const std::string& driveName) {
+    if (isOnDrive(partition, driveName)) return true;
+    return partition.size() > driveName.size() && partition.compare(0, driveName.size(), driveName) == 0 &&
+           std::all_of(partition.begin() + static_cast<std::ptrdiff_t>(driveName.size()), partition.end(), isDigit);
+}
+
 bool isOnDrive(const std::string& device, const std::string& driveName) {
-    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
     if (driveName.empty() || device.compare(0, driveName.size(), driveName) != 0) return false;
     std::string_view rest = std::string_view(device).substr(driveName.size());
     if (rest.empty()) return true;

@@ -102,4 +102,8 @@ std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes
 /// drive name that ends in a letter, "p" and digits behind one that ends in a digit.
 bool isOnDrive(const std::string& device, const std::string& driveName);
 
+/// True when the plug-in may have named a partition of the drive so: by the kernel's rule, or with the bare number
+/// behind the drive's name (/dev/md01).
+bool isPartitionOf(const std::string& partition, const std::string& driveName);
+
 }  // namespace diskmgt_cli

@@ -29,17 +29,19 @@ std::string joined(const std::vector<std::string>& elements) {
 }  // namespace
 
 std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
-                           const std::vector<refhost::Instance>& instances, bool forTerminal) {
+                           const std::vector<refhost::Instance>& instances, const std::vector<std::size_t>& shown,
+                           bool forTerminal) {
     std::string rows;
     const char* separator = "";
-    for (const refhost::PropertyDeclaration& property : declaration.properties) {
-        rows += separator + field(property.name, forTerminal);
+    for (const std::size_t i : shown) {
+        rows += separator + field(declaration.properties[i].name, forTerminal);
         separator = ",";
     }
     rows += "\r\n";
     for (const refhost::Instance& instance : instances) {
         separator = "";
-        for (const refhost::PropertyValue& property : instance.properties) {
+        for (const std::size_t i : shown) {
+            const refhost::PropertyValue& property = instance.properties[i];
             rows += separator;
             if (!property.isNull) rows += field(joined(property.elements), forTerminal);
             separator = ",";

@@ -1,6 +1,7 @@
 // Instances as comma-separated values for spreadsheets and scripts.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -8,9 +9,11 @@
 
 namespace diskmgt_cli {
 
-/// RFC 4180 in UTF-8: a header row with every declared property, then a row per instance. Array elements are joined
-/// by ",", null is an empty field and an empty text "". `forTerminal` escapes control characters inside the fields.
+/// RFC 4180 in UTF-8: a header row with the properties at the positions `shown`, then a row per instance. Array
+/// elements are joined by ",", null is an empty field and an empty text "". `forTerminal` escapes control characters
+/// inside the fields.
 std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
-                           const std::vector<refhost::Instance>& instances, bool forTerminal);
+                           const std::vector<refhost::Instance>& instances, const std::vector<std::size_t>& shown,
+                           bool forTerminal);
 
 }  // namespace diskmgt_cli

@@ -3,7 +3,6 @@
 
 #include <langinfo.h>
 
-#include <algorithm>
 #include <clocale>
 #include <cstddef>
 #include <cstdlib>
@@ -68,24 +67,18 @@ TableStyle chooseStyle(ColorChoice choice, bool toTerminal) {
 }
 
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
-                          const TableStyle& style) {
+                          const std::vector<std::size_t>& shown, const TableStyle& style) {
     const std::string count = instances.empty()       ? "no instances"
                               : instances.size() == 1 ? "1 instance"
                                                       : std::to_string(instances.size()) + " instances";
     std::string heading = title(declaration.name, style) + " (" + count + ")\n";
     TextTable table(style);
-    std::vector<std::size_t> shown;  // which properties, by their position
-    for (std::size_t i = 0; i < declaration.properties.size(); ++i) {
-        const bool isSet = std::any_of(instances.begin(), instances.end(), [i](const refhost::Instance& instance) {
-            return !instance.properties[i].isNull;
-        });
-        if (!isSet) continue;
+    for (const std::size_t i : shown) {
         const refhost::PropertyDeclaration& property = declaration.properties[i];
-        shown.push_back(i);
         table.addColumn(property.name, isNumeric(property) ? TextTable::Column::kNumber : TextTable::Column::kText);
         if (!property.valueNames.empty()) table.addColumn(namesHeading(property.name));
     }
-    if (shown.empty()) return heading;
+    if (shown.empty() || instances.empty()) return heading;
     for (const refhost::Instance& instance : instances) {
         libscols_line* const row = table.addRow();
         std::size_t column = 0;

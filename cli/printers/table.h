@@ -1,6 +1,7 @@
 // Tables and trees for people. What is not printable is escaped as \xNN.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -18,10 +19,10 @@ struct TableStyle {
 /// terminal and without NO_COLOR, unless `choice` says otherwise.
 TableStyle chooseStyle(ColorChoice choice, bool toTerminal);
 
-/// A title line, and a column for every property that is not null everywhere. A property whose numbers have names
-/// is followed by a column with the names.
+/// A title line, and a column for each of the properties at the positions `shown`. A property whose numbers have
+/// names is followed by a column with the names.
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
-                          const TableStyle& style);
+                          const std::vector<std::size_t>& shown, const TableStyle& style);
 
 std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const TableStyle& style);
 std::string classTable(const refhost::ClassDeclaration& declaration, const TableStyle& style);

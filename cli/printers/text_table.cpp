@@ -39,6 +39,10 @@ void TextTable::set(libscols_line* row, std::size_t column, const std::string& t
     require(scols_line_set_data(row, column, text.c_str()) == 0);
 }
 
+void TextTable::paint(libscols_line* row, std::size_t column, const char* color) {
+    if (isColored) require(scols_cell_set_color(scols_line_get_cell(row, column), color) == 0);
+}
+
 std::string TextTable::print() const {
     char* printed = nullptr;
     const int result = scols_print_table_to_string(table.get(), &printed);

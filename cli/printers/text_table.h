@@ -21,6 +21,8 @@ public:
     /// A new row, below `parent` in a tree. The row belongs to the table.
     libscols_line* addRow(libscols_line* parent = nullptr);
     void set(libscols_line* row, std::size_t column, const std::string& text);
+    /// `color` is a name of the table library's; of no effect when the table is not coloured.
+    void paint(libscols_line* row, std::size_t column, const char* color);
     /// The whole table with its headings; every line is ended.
     std::string print() const;
 

@@ -1,7 +1,9 @@
 """Runs the built command, whose path is in DISKMGT, with the stand-in plug-ins in DISKMGT_TEST_PLUGINS."""
 import json
 import os
+import pty
 import subprocess
+import termios
 from pathlib import Path
 
 import pytest
@@ -40,6 +42,28 @@ def environment(**changes):
     plain["LC_ALL"] = "C.UTF-8"
     plain.update(changes)
     return {key: value for key, value in plain.items() if value is not None}
+
+
+def on_a_terminal(*arguments, width=None, **changes):
+    """Exit status, and what the command writes to a terminal of that many columns, as bytes."""
+    leader, follower = pty.openpty()
+    if width is not None:
+        termios.tcsetwinsize(follower, (24, width))
+    running = subprocess.Popen([COMMAND, *arguments], stdin=subprocess.DEVNULL, stdout=follower, stderr=follower,
+                               env=environment(**changes))
+    os.close(follower)
+    seen = b""
+    while True:
+        try:
+            piece = os.read(leader, 65536)
+        except OSError:  # the last holder of the other end is gone
+            break
+        if not piece:
+            break
+        seen += piece
+    os.close(leader)
+    running.wait(timeout=60)
+    return running.returncode, seen
 
 
 @pytest.fixture

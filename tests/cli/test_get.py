@@ -172,6 +172,104 @@ class TestCsv:
         assert b',"",' in data or b'\n"",' in data or data.endswith(b',""\r\n')
 
 
+class TestColumns:
+    """--columns."""
+
+    @pytest.fixture
+    def get(self, run, plugin):
+        def getter(*arguments):
+            return run("get", *arguments, "--plugin", plugin("publishing"))
+        return getter
+
+    def test_csv_has_just_these_in_that_order(self, get):
+        done = get(DRIVE, "--format", "csv", "--columns", "DeviceID,NoOfPartitions,Size,DeviceID")
+        assert (done.status, done.stderr) == (0, b"")
+        assert done.stdout == (b"DeviceID,NoOfPartitions,Size,DeviceID\r\n"
+                               b"/dev/sda,0,18446744073709551615,/dev/sda\r\n"
+                               b"/dev/sdb,,0,/dev/sdb\r\n")
+
+    def test_table_shows_a_named_one_that_is_null_everywhere(self, get):
+        lines = get(DRIVE, "--format", "table", "--columns", "ElementName,Size").text.splitlines()
+        assert lines[1].split() == ["ElementName", "Size"]
+        assert lines[2].split() == ["18446744073709551615"]
+
+    def test_numbers_with_names_keep_their_names_in_a_table(self, get):
+        lines = get(PARTITION, "--format", "table", "--columns", "PartitionType").text.splitlines()
+        assert [line.split() for line in lines[1:]] == [["PartitionType", "Type"], ["17", "Linux", "file", "system"]]
+
+    @pytest.mark.parametrize("name, near", [("DeviceId", "DeviceID"), ("Sise", "Size")])
+    def test_unknown_property_names_the_nearest(self, get, name, near):
+        done = get(DRIVE, "--format", "csv", "--columns", f"Size,{name}")
+        assert (done.status, done.stdout) == (2, b"")
+        assert f'VEXSG_DiskDrive has no property "{name}", did you mean {near}?' in done.sentence
+
+    def test_unknown_in_all_of_several_classes(self, get):
+        done = get(DRIVE, PARTITION, "--format", "csv", "--columns", "MountOptions")
+        assert (done.status, done.stdout) == (2, b"")
+        assert 'none of the classes has a property "MountOptions"' in done.sentence
+
+    def test_property_of_one_class_only_is_left_out_elsewhere(self, get):
+        done = get(DRIVE, PARTITION, "--format", "csv", "--columns", "DeviceID,NoOfPartitions")
+        assert done.status == 0
+        assert [part.split(b"\r\n")[0] for part in done.stdout.split(b"\r\n\r\n")] == [
+            b"DeviceID,NoOfPartitions", b"DeviceID"]
+        assert "VEXSG_DiskPartition has no property NoOfPartitions" in done.sentence
+
+    def test_class_with_none_of_them(self, get):
+        done = get(DRIVE, DISK, "--format", "csv", "--columns", "Size,NoOfPartitions")
+        assert (done.status, done.stdout) == (2, b"")
+        assert "VEXSG_LogicalDisk has none of the properties" in done.sentence
+
+    @pytest.mark.parametrize("arguments", [[], ["--format", "json"], ["--format", "mof"]])
+    def test_formats_that_carry_everything(self, get, arguments):
+        done = get(DRIVE, *arguments, "--columns", "Size")
+        assert (done.status, done.stdout) == (2, b"")
+        assert "--columns needs --format table or csv" in done.sentence
+
+    @pytest.mark.parametrize("names", ["", ",", "Size,", "Size,,DeviceID"])
+    def test_no_name_where_one_is_due(self, get, names):
+        done = get(DRIVE, "--format", "csv", "--columns", names)
+        assert (done.status, done.stdout) == (2, b"")
+        assert "--columns takes names separated by commas" in done.sentence
+
+
+class TestMof:
+    """--format mof."""
+
+    def test_instances_of_a_class(self, run, plugin):
+        done = run("get", DRIVE, "--format", "mof", "--plugin", plugin("publishing"))
+        assert (done.status, done.stderr) == (0, b"")
+        assert done.text == """\
+instance of VEXSG_DiskDrive {
+    Size = 18446744073709551615;
+    NoOfPartitions = 0;
+    DeviceID = "/dev/sda";
+    Name = "/dev/sda";
+};
+
+instance of VEXSG_DiskDrive {
+    Size = 0;
+    DeviceID = "/dev/sdb";
+    Name = "/dev/sdb";
+};
+"""
+
+    def test_everything_odd_is_escaped(self, run, plugin):
+        text = run("get", DISK, "--format", "mof", "--plugin", plugin("publishing")).text
+        odd = ('"a\\nb\\x001B[31mred\\t\\"quoted\\", comma\\\\back'
+               '\\x007F\\x009B31m \ufffdnot utf-8 ä"')
+        assert f"    DeviceID = {odd};\n" in text
+        assert f"    OtherIdentifyingInfo = {{ {odd}, \"second\" }};\n" in text
+        assert '    MountOptions = "";\n' in text
+
+    def test_class_without_instances_leaves_no_gap(self, run, plugin):
+        several = run("get", "VEXSG_TapeDrive", DRIVE, "VEXSG_CDROMDrive", PARTITION, "--format", "mof", "--plugin",
+                      plugin("publishing")).text
+        assert several.startswith("instance of VEXSG_DiskDrive {\n")
+        assert several.count("\n\n") == 2 and "\n\n\n" not in several
+        assert run("get", "VEXSG_TapeDrive", "--format", "mof", "--plugin", plugin("publishing")).stdout == b""
+
+
 def test_virtual_devices_reach_the_plugin(run):
     done = run("trace", DRIVE, "--virtual-device", "Virtual Floppy /dev/sdzz", "--virtual-device", "/dev/sdyy")
     assert done.status == 0

@@ -3,35 +3,13 @@ import csv
 import io
 import json
 import os
-import pty
-import subprocess
 
 import pytest
-from conftest import COMMAND, environment
+from conftest import on_a_terminal
 
 DISK = "VEXSG_LogicalDisk"
 RAW_CONTROLS = [b"\x1b", b"\x7f", b"\xc2\x9b", b"\xff", b"\t"]
 AS_UTF8 = 'a\nb\033[31mred\t"quoted", comma\\back\x7f\x9b31m \ufffdnot utf-8 ä'
-
-
-def on_a_terminal(*arguments, **changes):
-    """What the command writes to a terminal, as bytes."""
-    leader, follower = pty.openpty()
-    running = subprocess.Popen([COMMAND, *arguments], stdin=subprocess.DEVNULL, stdout=follower, stderr=follower,
-                               env=environment(**changes))
-    os.close(follower)
-    seen = b""
-    while True:
-        try:
-            piece = os.read(leader, 65536)
-        except OSError:  # the last holder of the other end is gone
-            break
-        if not piece:
-            break
-        seen += piece
-    os.close(leader)
-    running.wait(timeout=60)
-    return running.returncode, seen
 
 
 def test_json_replaces_what_is_not_utf8(run, plugin):
@@ -83,7 +61,7 @@ def test_csv_quotes_and_doubles(run, plugin):
     assert row["OtherIdentifyingInfo"] == AS_UTF8 + ",second"
 
 
-@pytest.mark.parametrize("chosen", ["json", "table", "csv"])
+@pytest.mark.parametrize("chosen", ["json", "table", "csv", "mof"])
 def test_no_format_steers_a_terminal(plugin, chosen):
     status, seen = on_a_terminal("get", DISK, "--format", chosen, "--plugin", plugin("publishing"), NO_COLOR="1")
     assert status == 0

@@ -1,7 +1,7 @@
 """What the command line accepts, and what it says to the rest."""
 import pytest
 
-COMMANDS = ["get", "probe", "explain", "classes", "plugin", "trace"]
+COMMANDS = ["tree", "get", "probe", "explain", "export", "classes", "plugin", "trace"]
 
 
 @pytest.mark.parametrize("command", [[], *([name] for name in COMMANDS)])
@@ -64,14 +64,20 @@ def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
     (["get", "VEXSG_DiskDrive", "--timeout", "1e300"], "--timeout takes a number of seconds"),
     (["get", "VEXSG_DiskDrive", "--log-level", "loud"], "--log-level takes error, warning, status, debug, verbose"),
     (["get", "VEXSG_DiskDrive", "--color", "blue"], "--color takes auto, always or never"),
-    (["get", "VEXSG_DiskDrive", "--format", "mof"], "--format takes json, table or csv"),
-    (["get", "VEXSG_DiskDrive", "--format", "JSON"], "--format takes json, table or csv"),
+    (["get", "VEXSG_DiskDrive", "--format", "JSON"], "--format takes json, table, csv or mof"),
     (["classes", "--format", "csv"], "--format takes table, json or mof"),
     (["classes", "VEXSG_DiskDrive", "--format", "mof"], "--format mof prints the whole schema"),
     (["plugin", "--format", "csv"], "--format takes table or json"),
     (["probe", "disk.img", "--format", "table"], "--format takes json"),
     (["trace", "VEXSG_DiskDrive", "--format", "csv"], "--format takes json"),
     (["--format", "csv", "trace", "VEXSG_DiskDrive"], "--format takes json"),
+    (["--format", "json"], 'tree has no --format; "diskmgt export json" gives'),
+    (["--format", "json", "tree"], 'tree has no --format; "diskmgt export json" gives'),
+    (["tree", "--format", "json"], 'unknown option "--format"'),
+    (["tree", "extra"], 'tree takes no argument "extra"'),
+    (["--format", "json", "export", "json"], "export has no --format"),
+    (["--all", "get", "VEXSG_DiskDrive"], "get has no --all"),
+    (["--bytes", "plugin"], "plugin has no --bytes"),
     (["get", "VEXSG_DiskDrive", "--output", ""], "--output needs the name of a file"),
     (["get", "VEXSG_DiskDrive", "--plugin", ""], "--plugin needs the name of a file"),
 ])
@@ -94,18 +100,16 @@ def test_options_may_stand_before_the_command(run, plugin):
     assert done.json["classes"][0]["name"] == "VEXSG_DiskDrive"
 
 
-def test_without_a_command_three_tables(run, plugin):
+def test_without_a_command_it_is_the_tree(run, plugin):
     done = run("--plugin", plugin("publishing"))
     assert done.status == 0
-    titles = [line for line in done.text.splitlines() if line.startswith("VEXSG_")]
-    assert titles == ["VEXSG_DiskDrive (2 instances)", "VEXSG_DiskPartition (1 instance)",
-                      "VEXSG_LogicalDisk (1 instance)"]
+    assert done.text.startswith("Name ")
+    assert done.stdout == run("tree", "--plugin", plugin("publishing")).stdout
 
 
-def test_without_a_command_takes_a_format(run, plugin):
-    done = run("--plugin", plugin("publishing"), "--format", "json")
-    assert [entry["name"] for entry in done.json["classes"]] == [
-        "VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"]
+def test_options_of_the_tree_may_stand_before_it(run, plugin):
+    done = run("--bytes", "tree", "--plugin", plugin("publishing"))
+    assert (done.status, str(2**64 - 1) in done.text) == (0, True)
 
 
 def test_control_characters_in_arguments_do_not_reach_the_terminal(run):

@@ -1,0 +1,203 @@
+// Walks the inventory from the drives down. What misleads is marked in its row, and a note says why.
+#include "cli/printers/tree_rows.h"
+
+#include <algorithm>
+
+#include "cli/printers/human_size.h"
+#include "schema/vocabulary.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+using namespace diskmgt_col;  // the names of classes
+
+std::string counted(std::uint64_t count, const std::string& singular) {
+    return (count == 0 ? "no" : std::to_string(count)) + " " + singular + (count == 1 ? "" : "s");
+}
+
+/// As the df of most systems does, rounded up: only an empty file system is 0 % used.
+int percentOf(std::uint64_t part, std::uint64_t whole) {
+    const long double percent = static_cast<long double>(part) * 100 / static_cast<long double>(whole);
+    const int floor = static_cast<int>(percent);
+    return percent > static_cast<long double>(floor) ? floor + 1 : floor;
+}
+
+class Arrangement {
+public:
+    Arrangement(const Inventory& shown, const TreeChoices& chosen) : inventory(shown), choices(chosen) {}
+
+    Tree take() {
+        for (const Drive& drive : inventory.drives) add(drive);
+        addLoosePartitions();
+        addLooseLogicalDisks();
+        addNotes();
+        return std::move(tree);
+    }
+
+private:
+    TreeRow& addRow(std::size_t depth, const std::string& name) {
+        TreeRow& row = tree.rows.emplace_back();
+        row.depth = depth;
+        row.cells[kNameColumn] = name;
+        return row;
+    }
+
+    std::string sizeText(std::uint64_t bytes) const { return choices.bytes ? std::to_string(bytes) : humanSize(bytes); }
+
+    const PairAccident* accidentOf(const std::string& association, const std::string& device,
+                                   const std::string& pairedWith) const {
+        for (const PairAccident& accident : inventory.accidents)
+            if (accident.device == device && accident.pairedWith == pairedWith && accident.association == association)
+                return &accident;
+        return nullptr;
+    }
+
+    void markDoubtful(TreeRow& row, const std::string& likely) {
+        row.isDoubtful = hasDoubtfulPair = true;
+        row.cells[kRemarkColumn] = likely.empty() ? "? by its name alone" : "? likely on " + likely;
+    }
+
+    /// How many of the drive's own partitions the tree lists.
+    std::uint64_t listedPartitions(const Drive& drive) const {
+        std::uint64_t listed = 0;
+        for (const std::size_t position : drive.partitions) {
+            const Partition& partition = inventory.partitions[position];
+            if (accidentOf(kPartitionPresent, partition.device, drive.device) != nullptr) continue;
+            listed += 1 + partition.logicals.size();
+        }
+        return listed;
+    }
+
+    void add(const Drive& drive) {
+        TreeRow& row = addRow(0, drive.device);
+        row.kind = TreeRow::Kind::kDrive;
+        row.cells[kSizeColumn] = sizeText(drive.size);
+        row.cells[kTypeColumn] = counted(drive.partitionCount, "partition");
+        const std::uint64_t listed = listedPartitions(drive);
+        if (listed != drive.partitionCount && wasServed(kPartitionPresent)) {
+            row.cells[kRemarkColumn] = (listed == 0 ? "none" : std::to_string(listed)) + " listed";
+            hasOtherCount = true;
+        }
+        for (const std::size_t position : drive.logicalDisks) add(inventory.logicalDisks[position], 1, nullptr, &drive);
+        for (const std::size_t position : drive.partitions) add(inventory.partitions[position], 1, &drive);
+    }
+
+    void add(const Partition& partition, std::size_t depth, const Drive* drive) {
+        TreeRow& row = addRow(depth, partition.device);
+        row.cells[kSizeColumn] = sizeText(partition.size);
+        if (partition.start) row.cells[kStartColumn] = sizeText(*partition.start);
+        row.cells[kTypeColumn] = partition.typeName;
+        // A GPT entry has no such mark: what is published for it says nothing.
+        if (partition.table == TableKind::kMbr && partition.isBootable) row.cells[kRemarkColumn] = "bootable";
+        const PairAccident* const accident =
+            drive == nullptr ? nullptr : accidentOf(kPartitionPresent, partition.device, drive->device);
+        if (accident != nullptr) markDoubtful(row, accident->likely);
+        for (const std::size_t position : partition.logicalDisks)
+            add(inventory.logicalDisks[position], depth + 1, &partition, nullptr);
+        for (const std::size_t position : partition.logicals) add(inventory.partitions[position], depth + 1, drive);
+    }
+
+    /// `partition` or `drive`, or neither, is what the file system is listed on.
+    void add(const LogicalDisk& disk, std::size_t depth, const Partition* partition, const Drive* drive) {
+        TreeRow& row = addRow(depth, disk.mountPoint.empty() ? "(no mount point)" : disk.mountPoint);
+        row.cells[kTypeColumn] = disk.fileSystem;
+        const std::string holder = partition != nullptr ? partition->device : drive != nullptr ? drive->device : "";
+        if (disk.source != holder && disk.source != disk.fileSystem) row.cells[kRemarkColumn] = disk.source;
+        if (disk.space) addSpace(row, *disk.space);
+        if (partition != nullptr && accidentOf(kLogicalDiskBasedOnPartition, holder, disk.source) != nullptr)
+            markDoubtful(row, isListed(disk.source) ? disk.source : "");
+        const PairAccident* const accident =
+            drive == nullptr ? nullptr : accidentOf(kMediaPresent, disk.source, holder);
+        if (accident != nullptr) markDoubtful(row, accident->likely);
+        for (const std::string& further : disk.furtherMountPoints)
+            addRow(depth + 1, further).cells[kTypeColumn] = "mounted here too";
+    }
+
+    bool isListed(const std::string& device) const {
+        const auto named = [&device](const auto& element) { return element.device == device; };
+        return std::any_of(inventory.partitions.begin(), inventory.partitions.end(), named) ||
+               std::any_of(inventory.drives.begin(), inventory.drives.end(), named);
+    }
+
+    void addSpace(TreeRow& row, const Space& space) {
+        if (space.total == 0) return;  // proc and its like measure nothing
+        const std::uint64_t used = space.total - std::min(space.free, space.total);
+        const char* const doubt = space.isOfSourcePath ? "?" : "";
+        hasForeignFigures = hasForeignFigures || space.isOfSourcePath;
+        row.cells[kSizeColumn] = sizeText(space.total) + doubt;
+        row.cells[kUsedColumn] = sizeText(used) + doubt;
+        row.cells[kFreeColumn] = sizeText(space.free) + doubt;
+        if (space.available) row.cells[kAvailableColumn] = sizeText(*space.available) + doubt;
+        row.usedPercent = percentOf(used, space.total);
+    }
+
+    void addHeading(const char* text) { addRow(0, text).kind = TreeRow::Kind::kHeading; }
+
+    void addLoosePartitions() {
+        if (inventory.loosePartitions.empty()) return;
+        addHeading("On no reported drive");
+        for (const std::size_t position : inventory.loosePartitions) add(inventory.partitions[position], 1, nullptr);
+    }
+
+    void addLooseLogicalDisks() {
+        const std::vector<std::size_t>& loose = inventory.looseLogicalDisks;
+        if (loose.empty()) return;
+        if (choices.all) {
+            addHeading("On no drive");
+            for (const std::size_t position : loose) add(inventory.logicalDisks[position], 1, nullptr, nullptr);
+            return;
+        }
+        const std::string count = std::to_string(loose.size()) + (hasFileSystemOnDrive() ? " more" : "");
+        if (loose.size() == 1) {
+            tree.notes.push_back(count + " file system is on no drive: --all lists it");
+            return;
+        }
+        const bool holdsRoot = std::any_of(loose.begin(), loose.end(), [this](std::size_t position) {
+            return inventory.logicalDisks[position].mountPoint == "/";
+        });
+        tree.notes.push_back(count + " file systems are on no drive" + (holdsRoot ? ", / among them" : "") +
+                             ": --all lists them");
+    }
+
+    bool hasFileSystemOnDrive() const { return inventory.looseLogicalDisks.size() < inventory.logicalDisks.size(); }
+
+    bool wasServed(const std::string& className) const {
+        const std::vector<std::string>& missing = inventory.published.missingClasses;
+        return std::find(missing.begin(), missing.end(), className) == missing.end();
+    }
+
+    void addNotes() {
+        if (hasDoubtfulPair)
+            tree.notes.emplace_back(
+                R"("? likely on", "? by its name alone": listed there only because one name contains the other)");
+        if (hasForeignFigures)
+            tree.notes.emplace_back(
+                "Figures with \"?\" are those of the file system that holds the path of the source, because the mount "
+                "point cannot be measured");
+        if (hasOtherCount)
+            tree.notes.emplace_back(
+                "\"listed\": the drive's own count of partitions differs from what was found on it; \"diskmgt "
+                "explain\" tells why");
+        if (inventory.isComplete()) return;
+        std::string missing;
+        for (const std::string& name : inventory.published.missingClasses)
+            missing += (missing.empty() ? "" : ", ") + name;
+        tree.notes.push_back("Time ran out, so this is not all; not served: " + missing);
+    }
+
+    const Inventory& inventory;
+    const TreeChoices& choices;
+    Tree tree;
+    bool hasDoubtfulPair = false;
+    bool hasForeignFigures = false;
+    bool hasOtherCount = false;
+};
+
+}  // namespace
+
+Tree arrangeTree(const Inventory& inventory, const TreeChoices& choices) {
+    return Arrangement(inventory, choices).take();
+}
+
+}  // namespace diskmgt_cli
