@@ -55,8 +55,12 @@ std::vector<std::string> identifiersOf(const refhost::ReferenceHost& host, const
 /// Logical disks are left out: serving them would measure mounts that may never answer.
 ServedPlan request(PluginSession& session, const std::string& document, Output& output, double timeoutSeconds) {
     const Deadline limit(timeoutSeconds, [&] {
-        output.write(document);  // known by now, and the work does not touch it
-        output.finish();
+        try {
+            output.write(document);  // known by now, and the work does not touch it
+            output.finish();
+        } catch (const CommandError& error) {
+            if (*error.what() != '\0') complain(error.what());
+        }
         complain("the plug-in did not answer within the time limit, so this was not compared with its answer" +
                  std::string(kMoreTime));
         leaveNow(kTimedOut);

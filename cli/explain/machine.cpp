@@ -32,12 +32,17 @@ void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::v
             {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in says otherwise, against these rules."});
         differing.push_back(device.path);
     }
-    if (!explanation.isWholeMachine) return;
+}
+
+/// Drives that the plug-in has and nothing here accounts for.
+std::vector<std::string> unexplainedDrives(const PluginAnswer& answer, const Explanation& explanation) {
+    std::vector<std::string> unexplained;
     for (const std::string& drive : answer.drives) {
         const bool isKnown = std::any_of(explanation.devices.begin(), explanation.devices.end(),
                                          [&drive](const DeviceExplanation& device) { return device.path == drive; });
-        if (!isKnown) differing.push_back(drive);
+        if (!isKnown) unexplained.push_back(drive);
     }
+    return unexplained;
 }
 
 }  // namespace
@@ -63,6 +68,10 @@ void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation) {
         explanation.diagnosis.push_back("The plug-in's answer differs from what is explained here for " +
                                         listed(differing) + "." + kAdvice);
     if (!explanation.isWholeMachine) return;
+    const std::vector<std::string> unexplained = unexplainedDrives(answer, explanation);
+    if (!unexplained.empty())
+        explanation.diagnosis.push_back(
+            "The plug-in reports drives that are not explained here: " + listed(unexplained) + "." + kAdvice);
     unsigned long expected = 0;
     for (const DeviceExplanation& device : explanation.devices)
         if (device.partitions.isReported) expected += device.tableCount;

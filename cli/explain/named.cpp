@@ -59,7 +59,7 @@ private:
         const std::string name = diskmgt_col::sysfsNameOf(device);
         if (isDiskName(device) || device != "/dev/" + name) return {};
         for (const std::string& disk : list.names) {
-            const std::string entry = disk + "/" + name;
+            const std::string entry = std::string(disk).append("/").append(name);
             if (diskmgt_col::isPartitionEntry(name.c_str(), disk) &&
                 os::checkAccess(diskmgt_col::kBlockDirectory + entry) == 0)
                 return "/dev/" + disk;
