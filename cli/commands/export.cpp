@@ -7,6 +7,7 @@
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
 #include "cli/printers/inventory_json.h"
+#include "cli/printers/inventory_prometheus.h"
 #include "cli/suggestions.h"
 
 namespace diskmgt_cli {
@@ -20,6 +21,7 @@ struct ExportForm {
 
 constexpr ExportForm kForms[] = {
     {"json", &inventoryJson},
+    {"prometheus", &inventoryMetrics},
 };
 
 const ExportForm& formNamed(const std::string& name) {
