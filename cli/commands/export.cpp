@@ -6,6 +6,7 @@
 #include "cli/commands/commands.h"
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
+#include "cli/printers/inventory_html.h"
 #include "cli/printers/inventory_json.h"
 #include "cli/printers/inventory_prometheus.h"
 #include "cli/suggestions.h"
@@ -17,11 +18,13 @@ namespace {
 struct ExportForm {
     const char* name;
     std::string (*write)(const Inventory& inventory);
+    std::string (*remark)(const Inventory& inventory);  // what is said on standard error; null: never anything
 };
 
 constexpr ExportForm kForms[] = {
-    {"json", &inventoryJson},
-    {"prometheus", &inventoryMetrics},
+    {"json", &inventoryJson, nullptr},
+    {"prometheus", &inventoryMetrics, nullptr},
+    {"html", &inventoryPage, nullptr},
 };
 
 const ExportForm& formNamed(const std::string& name) {
@@ -43,6 +46,8 @@ ExitStatus runExport(const Options& options) {
     const auto deliver = [&form, &output](const Inventory& inventory) {
         output.write(form.write(inventory));
         output.finish();
+        const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
+        if (!remark.empty()) complain(remark);
     };
     const Inventory inventory = collectInventory(session, deliver);
     deliver(inventory);
