@@ -19,14 +19,15 @@ const std::vector<CommandDescription>& commands() {
          1,
          kAnyNumber,
          kHasExact | kHasColumns,
-         {"json", "table", "csv"},
+         {"json", "table", "csv", "mof"},
          "Instances of the named classes, one request, in the order given",
          "An association class first makes the host publish the classes it relies on, in an earlier\n"
          "request that is not shown; an association that is named before one of them is served after it.\n"
          "--exact requests just the named classes in just that order. A class named twice is served\n"
          "twice, and each mention shows everything published.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes; the elements of\n"
-         "an array are joined by \",\"; null is an empty field, an empty text is \"\".\n\n"
+         "an array are joined by \",\"; null is an empty field, an empty text is \"\".\n"
+         "mof: one \"instance of\" each for a CIM compiler; \"classes --format mof\" gives the classes.\n\n"
          "Examples:\n"
          "  diskmgt get VEXSG_DiskDrive\n"
          "  diskmgt get VEXSG_DiskPartition --format table\n"

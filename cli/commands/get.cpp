@@ -8,11 +8,19 @@
 #include "cli/plugin_session.h"
 #include "cli/printers/csv.h"
 #include "cli/printers/json.h"
+#include "cli/printers/mof.h"
 #include "cli/printers/table.h"
 
 namespace diskmgt_cli {
 
 namespace {
+
+std::string inFormat(Format format, const refhost::ClassDeclaration& declaration,
+                     const std::vector<refhost::Instance>& instances, const TableStyle& style, bool forTerminal) {
+    if (format == Format::kTable) return instanceTable(declaration, instances, style);
+    if (format == Format::kMof) return mofInstances(instances);
+    return csvOfInstances(declaration, instances, forTerminal);
+}
 
 void print(const Options& options, const refhost::ReferenceHost& host, const ServedPlan& served, Output& output) {
     if (options.format == Format::kJson) {
@@ -21,14 +29,13 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
     }
     const bool isTable = options.format == Format::kTable;
     const TableStyle style = isTable ? chooseStyle(options.color, output.isTerminal()) : TableStyle();
-    bool isFirst = true;
+    std::string separator;
     for (const std::string& name : options.operands) {
-        if (!isFirst) output.write(isTable ? "\n" : "\r\n");
-        isFirst = false;
-        const refhost::ClassDeclaration& declaration = *host.findClass(name);
-        const std::vector<refhost::Instance> instances = host.instances(name);
-        output.write(isTable ? instanceTable(declaration, instances, style)
-                             : csvOfInstances(declaration, instances, output.isTerminal()));
+        const std::string text =
+            inFormat(options.format, *host.findClass(name), host.instances(name), style, output.isTerminal());
+        if (text.empty()) continue;  // MOF has nothing to say about a class without instances
+        output.write(separator + text);
+        separator = options.format == Format::kCsv ? "\r\n" : "\n";
     }
 }
 

@@ -172,6 +172,43 @@ class TestCsv:
         assert b',"",' in data or b'\n"",' in data or data.endswith(b',""\r\n')
 
 
+class TestMof:
+    """--format mof."""
+
+    def test_instances_of_a_class(self, run, plugin):
+        done = run("get", DRIVE, "--format", "mof", "--plugin", plugin("publishing"))
+        assert (done.status, done.stderr) == (0, b"")
+        assert done.text == """\
+instance of VEXSG_DiskDrive {
+    Size = 18446744073709551615;
+    NoOfPartitions = 0;
+    DeviceID = "/dev/sda";
+    Name = "/dev/sda";
+};
+
+instance of VEXSG_DiskDrive {
+    Size = 0;
+    DeviceID = "/dev/sdb";
+    Name = "/dev/sdb";
+};
+"""
+
+    def test_everything_odd_is_escaped(self, run, plugin):
+        text = run("get", DISK, "--format", "mof", "--plugin", plugin("publishing")).text
+        odd = ('"a\\nb\\x001B[31mred\\t\\"quoted\\", comma\\\\back'
+               '\\x007F\\x009B31m \ufffdnot utf-8 ä"')
+        assert f"    DeviceID = {odd};\n" in text
+        assert f"    OtherIdentifyingInfo = {{ {odd}, \"second\" }};\n" in text
+        assert '    MountOptions = "";\n' in text
+
+    def test_class_without_instances_leaves_no_gap(self, run, plugin):
+        several = run("get", "VEXSG_TapeDrive", DRIVE, "VEXSG_CDROMDrive", PARTITION, "--format", "mof", "--plugin",
+                      plugin("publishing")).text
+        assert several.startswith("instance of VEXSG_DiskDrive {\n")
+        assert several.count("\n\n") == 2 and "\n\n\n" not in several
+        assert run("get", "VEXSG_TapeDrive", "--format", "mof", "--plugin", plugin("publishing")).stdout == b""
+
+
 def test_virtual_devices_reach_the_plugin(run):
     done = run("trace", DRIVE, "--virtual-device", "Virtual Floppy /dev/sdzz", "--virtual-device", "/dev/sdyy")
     assert done.status == 0

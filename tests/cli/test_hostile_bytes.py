@@ -74,7 +74,7 @@ def test_csv_quotes_and_doubles(run, plugin):
     assert row["OtherIdentifyingInfo"] == AS_UTF8 + ",second"
 
 
-@pytest.mark.parametrize("chosen", ["json", "table", "csv"])
+@pytest.mark.parametrize("chosen", ["json", "table", "csv", "mof"])
 def test_no_format_steers_a_terminal(plugin, chosen):
     status, seen = on_a_terminal("get", DISK, "--format", chosen, "--plugin", plugin("publishing"), NO_COLOR="1")
     assert status == 0

@@ -1,0 +1,15 @@
+// Published instances as MOF text that a CIM broker's compiler takes.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "refhost/api/reference_host.h"
+
+namespace diskmgt_cli {
+
+/// One "instance of CLASS { name = value; ... };" after the other, a blank line between two. In UTF-8: bytes that are
+/// not become U+FFFD, and control characters are escaped. Properties that are null are left out.
+std::string mofInstances(const std::vector<refhost::Instance>& instances);
+
+}  // namespace diskmgt_cli
