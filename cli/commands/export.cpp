@@ -8,6 +8,7 @@
 #include "cli/output.h"
 #include "cli/printers/inventory_html.h"
 #include "cli/printers/inventory_json.h"
+#include "cli/printers/inventory_mof.h"
 #include "cli/printers/inventory_prometheus.h"
 #include "cli/suggestions.h"
 
@@ -24,6 +25,7 @@ struct ExportForm {
 constexpr ExportForm kForms[] = {
     {"json", &inventoryJson, nullptr},
     {"prometheus", &inventoryMetrics, nullptr},
+    {"mof", &inventoryMof, &mofRemark},
     {"html", &inventoryPage, nullptr},
 };
 

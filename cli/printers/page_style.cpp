@@ -50,6 +50,7 @@ p { margin: 0.25rem 0; }
 .bar div { position: relative; flex: 0 1 0; min-width: 4px; overflow: hidden; border-radius: 3px; }
 .bar > div:first-child { border-radius: 7px 3px 3px 7px; }
 .bar > div:last-child { border-radius: 3px 7px 7px 3px; }
+.bar > div:only-child { border-radius: 7px; }
 .bar span, .bar small { display: block; padding: 0 0.5rem; white-space: nowrap; color: #fff; line-height: 1.3; }
 .bar span { padding-top: 0.4375rem; font-size: 0.8125rem; font-weight: 600; }
 .bar small { font-size: 0.75rem; }
