@@ -36,7 +36,7 @@ const ExportForm& formNamed(const std::string& name) {
         names.emplace_back(form.name);
     }
     throw CommandError(
-        kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + "\"; see \"diskmgt export --help\"");
+        kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + R"("; see "diskmgt export --help")");
 }
 
 }  // namespace

@@ -87,6 +87,13 @@ std::vector<Stretch> inPublishedOrder(const Inventory& inventory, const Position
     return stretches;
 }
 
+/// The reported drive that a source is named after; null when it is named after none.
+const Drive* driveNamedIn(const Inventory& inventory, const std::string& source) {
+    const auto named = std::find_if(inventory.drives.begin(), inventory.drives.end(),
+                                    [&source](const Drive& drive) { return isOnDrive(source, drive.device); });
+    return named == inventory.drives.end() ? nullptr : &*named;
+}
+
 void append(Positions& all, const Positions& more) {
     for (const std::size_t position : more)
         if (!contains(all, position)) all.push_back(position);
@@ -117,13 +124,11 @@ Positions ownLogicalDisks(const Inventory& inventory, const Partition& partition
 
 Positions ownLogicalDisks(const Inventory& inventory, const Drive& drive) {
     Positions own;
-    for (const std::size_t position : drive.logicalDisks) {
-        const std::string& source = inventory.logicalDisks[position].source;
-        const bool isElsewhere = !isOnDrive(source, drive.device) &&
-                                 std::any_of(inventory.drives.begin(), inventory.drives.end(), [&](const Drive& other) {
-                                     return isOnDrive(source, other.device) && contains(other.logicalDisks, position);
-                                 });
-        if (!isElsewhere) own.push_back(position);
+    for (const Drive& paired : inventory.drives) {
+        for (const std::size_t position : paired.logicalDisks) {
+            const Drive* const named = driveNamedIn(inventory, inventory.logicalDisks[position].source);
+            if ((named == nullptr ? &paired : named) == &drive) append(own, {position});
+        }
     }
     for (const std::size_t top : ownPartitions(inventory, drive)) {
         append(own, ownLogicalDisks(inventory, inventory.partitions[top]));

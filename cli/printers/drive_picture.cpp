@@ -41,15 +41,15 @@ private:
     double share(const Stretch& stretch) const { return whole > 0 ? static_cast<double>(stretch.size) / whole : 0; }
 
     void begin(const char* cssClass, const Stretch& stretch) {
-        out.raw("<div class=\"").raw(cssClass).raw("\" style=\"flex-grow:").raw(decimal(share(stretch) * 1000, 4));
-        out.raw("\" title=\"");
+        out.raw("<div class='").raw(cssClass).raw("' style='flex-grow:").raw(decimal(share(stretch) * 1000, 4));
+        out.raw("' title='");
     }
 
     void drawGap(const Stretch& stretch) {
         constexpr double kVisible = 0.004;
         if (share(stretch) < kVisible) return;  // alignment
         begin("gap", stretch);
-        out.raw("Not partitioned, ").raw(sizeText(stretch.size)).raw("\"></div>");
+        out.raw("Not partitioned, ").raw(sizeText(stretch.size)).raw("'></div>");
     }
 
     void drawPartition(const Stretch& stretch) {
@@ -58,13 +58,13 @@ private:
         const double used = usedPartOf(inventory, partition);
         out.text(partition.device).raw(", ").text(partition.typeName).raw(", ").raw(sizeText(partition.size));
         if (used >= 0) out.raw(", ").raw(decimal(used * 100, 0)).raw(" % used");
-        out.raw("\">");
+        out.raw("'>");
         if (stretch.inner.empty())
             drawLabel(partition, share(stretch));
         else
             draw(stretch.inner);
         if (used >= 0 && share(stretch) * kBarPixels > 40)
-            out.raw("<i><b style=\"width:").raw(decimal(used * 100, 1)).raw("%\"></b></i>");
+            out.raw("<i><b style='width:").raw(decimal(used * 100, 1)).raw("%'></b></i>");
         out.raw("</div>");
     }
 
@@ -105,10 +105,10 @@ void drawDrive(HtmlWriter& out, const Inventory& inventory, const Drive& drive, 
     if (map.stretches.empty()) return;
     std::uint64_t whole = 0;  // more than the drive has when the sizes in its table do
     for (const Stretch& stretch : map.stretches) whole += stretch.size;
-    out.raw("<div class=\"bar\" role=\"img\" aria-label=\"Picture of ").text(drive.device);
-    out.raw("; the tables below say the same\">");
+    out.raw("<div class='bar' role='img' aria-label='Picture of ").text(drive.device);
+    out.raw("; the tables below say the same'>");
     if (ownPartitions(inventory, drive).empty() && !drive.logicalDisks.empty())
-        out.raw("<div class=\"data\" style=\"flex-grow:1\"><span>File system on the whole drive</span></div>");
+        out.raw("<div class='data' style='flex-grow:1'><span>File system on the whole drive</span></div>");
     else
         Drawing(out, inventory, whole).draw(map.stretches);
     out.raw("</div>\n");

@@ -11,8 +11,8 @@ class HtmlWriter {
 public:
     /// Markup of this program's own.
     HtmlWriter& raw(std::string_view markup);
-    /// Any bytes, fit for text and for a value in double quotes. Control characters and bytes that are not UTF-8 show
-    /// as \xNN.
+    /// Any bytes, fit for text and for a value in quotes of either kind. Control characters and bytes that are not
+    /// UTF-8 show as \xNN.
     HtmlWriter& text(const std::string& value);
     HtmlWriter& number(std::uint64_t value) { return raw(std::to_string(value)); }
     /// A size for people; the exact bytes are its value and its tooltip.

@@ -22,7 +22,7 @@ public:
         out.raw("<main>\n");
         key();
         for (std::size_t i = 0; i < inventory.drives.size(); ++i) drive(inventory.drives[i], i);
-        if (inventory.drives.empty()) out.raw("<section class=\"card\"><p>No drives are reported.</p></section>\n");
+        if (inventory.drives.empty()) out.raw("<section class='card'><p>No drives are reported.</p></section>\n");
         loose();
         out.raw("</main>\n<footer>Written by diskmgt " DISKMGT_VERSION
                 ". Sizes are in binary units; point at one for its bytes.</footer>\n</body>\n</html>\n");
@@ -47,9 +47,9 @@ private:
 
     void heading() {
         const std::string moment = utcText(inventory.collectedAt);
-        out.raw("<header>\n<h1>Disks of ").text(inventory.systemName).raw("</h1>\n<p class=\"soft\">Collected ");
-        out.raw("<time datetime=\"").raw(moment).raw("\">").raw(moment.substr(0, 10)).raw(", ");
-        out.raw(moment.size() > 16 ? moment.substr(11, 5) : "").raw(" UTC</time></p>\n<dl class=\"figures\">");
+        out.raw("<header>\n<h1>Disks of ").text(inventory.systemName).raw("</h1>\n<p class='soft'>Collected ");
+        out.raw("<time datetime='").raw(moment).raw("'>").raw(moment.substr(0, 10)).raw(", ");
+        out.raw(moment.size() > 16 ? moment.substr(11, 5) : "").raw(" UTC</time></p>\n<dl class='figures'>");
         std::uint64_t capacity = 0;
         for (const Drive& drive : inventory.drives) capacity += drive.size;
         figure("Drives", inventory.drives.size());
@@ -62,8 +62,7 @@ private:
     void warnings() {
         const Published& published = inventory.published;
         if (inventory.isComplete() && published.failures.empty() && inventory.accidents.empty()) return;
-        out.raw(
-            "<section class=\"card warn\" aria-labelledby=\"warnings\"><h2 id=\"warnings\">Worth knowing</h2>\n<ul>");
+        out.raw("<section class='card warn' aria-labelledby='warnings'><h2 id='warnings'>Worth knowing</h2>\n<ul>");
         if (!inventory.isComplete()) {
             out.raw("<li>This page is not complete: time ran out before these were served: ");
             const char* separator = "";
@@ -85,23 +84,23 @@ private:
     }
 
     static std::string name(const std::string& text) {
-        return HtmlWriter().raw("<span class=\"name\">").text(text).raw("</span>").page();
+        return HtmlWriter().raw("<span class='name'>").text(text).raw("</span>").page();
     }
 
     void key() {
         if (inventory.partitions.empty()) return;
-        out.raw("<ul class=\"key\" aria-label=\"Key to the pictures\">");
+        out.raw("<ul class='key' aria-label='Key to the pictures'>");
         for (const PurposeName& purpose : kPurposes)
-            out.raw("<li><span class=\"dot ").raw(purpose.cssClass).raw("\"></span>").raw(purpose.words).raw("</li>");
-        out.raw("<li><span class=\"dot gap\"></span>Not partitioned</li></ul>\n");
+            out.raw("<li><span class='dot ").raw(purpose.cssClass).raw("'></span>").raw(purpose.words).raw("</li>");
+        out.raw("<li><span class='dot gap'></span>Not partitioned</li></ul>\n");
     }
 
     void drive(const Drive& drive, std::size_t number) {
         const std::string id = "drive-" + std::to_string(number + 1);
-        out.raw("<section class=\"card\" aria-labelledby=\"").raw(id).raw("\">\n<header><h2 id=\"").raw(id);
-        out.raw("\" class=\"name\">")
+        out.raw("<section class='card' aria-labelledby='").raw(id).raw("'>\n<header><h2 id='").raw(id);
+        out.raw("' class='name'>")
             .text(drive.device)
-            .raw("</h2><p class=\"soft\">")
+            .raw("</h2><p class='soft'>")
             .size(drive.size)
             .raw("</p></header>\n");
         const DriveMap map = mapOfDrive(inventory, drive);
@@ -112,7 +111,7 @@ private:
         out.raw("</section>\n");
     }
 
-    void note(const std::string& sentence) { out.raw("<p class=\"note\">").text(sentence).raw("</p>\n"); }
+    void note(const std::string& sentence) { out.raw("<p class='note'>").text(sentence).raw("</p>\n"); }
 
     void notes(const Drive& drive, const DriveMap& map) {
         if (drive.partitions.empty()) note("No partitions.");
@@ -129,7 +128,7 @@ private:
     void loose() {
         if (!inventory.loosePartitions.empty()) {
             out.raw(
-                "<section class=\"card\" aria-labelledby=\"loose-partitions\"><h2 id=\"loose-partitions\">"
+                "<section class='card' aria-labelledby='loose-partitions'><h2 id='loose-partitions'>"
                 "Partitions of drives that are not reported</h2>\n");
             partitionTable(out, inventory, inventory.loosePartitions);
             std::vector<std::size_t> disks;
@@ -144,7 +143,7 @@ private:
         for (const std::size_t position : inventory.looseLogicalDisks)
             (usedPart(inventory.logicalDisks[position]) >= 0 ? withSpace : without).push_back(position);
         out.raw(
-            "<section class=\"card\" aria-labelledby=\"loose-file-systems\"><h2 id=\"loose-file-systems\">"
+            "<section class='card' aria-labelledby='loose-file-systems'><h2 id='loose-file-systems'>"
             "Mounted, but on no drive</h2>\n");
         fileSystemTable(out, inventory, withSpace);
         if (!without.empty()) {

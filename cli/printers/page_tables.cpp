@@ -14,14 +14,12 @@ namespace {
 enum class Column { kText, kNumber, kTwoNumbers };
 
 void beginTable(HtmlWriter& out, const char* caption, std::initializer_list<std::pair<const char*, Column>> columns) {
-    out.raw("<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"")
-        .raw(caption)
-        .raw("\"><table><caption>");
+    out.raw("<div class='scroll' tabindex='0' role='region' aria-label='").raw(caption).raw("'><table><caption>");
     out.raw(caption).raw("</caption>\n<thead><tr>");
     for (const auto& [title, kind] : columns) {
-        out.raw(kind == Column::kText     ? "<th scope=\"col\">"
-                : kind == Column::kNumber ? "<th scope=\"col\" class=\"number\">"
-                                          : "<th scope=\"colgroup\" colspan=\"2\" class=\"number\">");
+        out.raw(kind == Column::kText     ? "<th scope='col'>"
+                : kind == Column::kNumber ? "<th scope='col' class='number'>"
+                                          : "<th scope='colgroup' colspan='2' class='number'>");
         out.raw(title).raw("</th>");
     }
     out.raw("</tr></thead>\n<tbody>\n");
@@ -30,17 +28,17 @@ void beginTable(HtmlWriter& out, const char* caption, std::initializer_list<std:
 void endTable(HtmlWriter& out) { out.raw("</tbody></table></div>\n"); }
 
 void partitionRow(HtmlWriter& out, const Partition& partition, bool isLogical) {
-    out.raw("<tr><th scope=\"row\" class=\"first").raw(isLogical ? " inside" : "").raw("\"><span class=\"dot ");
-    out.raw(colourOf(partition)).raw("\"></span><span class=\"name\">").text(partition.device).raw("</span>");
+    out.raw("<tr><th scope='row' class='first").raw(isLogical ? " inside" : "").raw("'><span class='dot ");
+    out.raw(colourOf(partition)).raw("'></span><span class='name'>").text(partition.device).raw("</span>");
     if (partition.isBootable && partition.table == TableKind::kMbr)  // GPT has no such flag
-        out.raw("<span class=\"tag\">boot flag</span>");
+        out.raw("<span class='tag'>boot flag</span>");
     out.raw("</th><td>").text(partition.typeName).raw("</td><td>");
-    out.raw(partition.table == TableKind::kGpt ? "GPT" : "MBR").raw("</td><td class=\"number\">");
+    out.raw(partition.table == TableKind::kGpt ? "GPT" : "MBR").raw("</td><td class='number'>");
     if (partition.start)
         out.size(*partition.start);
     else
-        out.raw("<span class=\"soft\">unknown</span>");
-    out.raw("</td><td class=\"number\">").size(partition.size).raw("</td></tr>\n");
+        out.raw("<span class='soft'>unknown</span>");
+    out.raw("</td><td class='number'>").size(partition.size).raw("</td></tr>\n");
 }
 
 void usedCell(HtmlWriter& out, const LogicalDisk& disk) {
@@ -48,34 +46,31 @@ void usedCell(HtmlWriter& out, const LogicalDisk& disk) {
     const double part = usedPart(disk);
     char percent[16];
     (void)std::snprintf(percent, sizeof percent, "%.0f", part * 100);
-    out.raw("<td class=\"number\"><span class=\"meter").raw(part >= kNearlyFull ? " full" : "");
-    out.raw("\" aria-hidden=\"true\"><b style=\"width:")
-        .raw(percent)
-        .raw("%\"></b></span><span class=\"part\">")
-        .raw(percent);
-    out.raw("\u2009%</span></td><td class=\"number\">").size(disk.space->total - disk.space->free).raw("</td>");
+    out.raw("<td class='number'><span class='meter").raw(part >= kNearlyFull ? " full" : "");
+    out.raw("' aria-hidden='true'><b style='width:").raw(percent).raw("%'></b></span><span class='part'>").raw(percent);
+    out.raw("\u2009%</span></td><td class='number'>").size(disk.space->total - disk.space->free).raw("</td>");
 }
 
 void spaceCells(HtmlWriter& out, const LogicalDisk& disk) {
     if (usedPart(disk) < 0) {
-        out.raw("<td class=\"number soft\" colspan=\"5\">").raw(disk.space ? "no space of its own" : "not measured");
+        out.raw("<td class='number soft' colspan='5'>").raw(disk.space ? "no space of its own" : "not measured");
         out.raw("</td>");
         return;
     }
     usedCell(out, disk);
-    out.raw("<td class=\"number\">").size(disk.space->free).raw("</td><td class=\"number\">");
+    out.raw("<td class='number'>").size(disk.space->free).raw("</td><td class='number'>");
     if (disk.space->available)
         out.size(*disk.space->available);
     else
-        out.raw("<span class=\"soft\">unknown</span>");
-    out.raw("</td><td class=\"number\">").size(disk.space->total).raw("</td>");
+        out.raw("<span class='soft'>unknown</span>");
+    out.raw("</td><td class='number'>").size(disk.space->total).raw("</td>");
 }
 
 void fileSystemRow(HtmlWriter& out, const LogicalDisk& disk) {
-    out.raw("<tr><th scope=\"row\"><span class=\"name\">").text(disk.mountPoint).raw("</span>");
+    out.raw("<tr><th scope='row'><span class='name'>").text(disk.mountPoint).raw("</span>");
     for (const std::string& further : disk.furtherMountPoints)
-        out.raw("<br><span class=\"name soft\" title=\"mounted here too\">").text(further).raw("</span>");
-    out.raw("</th><td><span class=\"name\" title=\"").text(disk.options).raw("\">").text(disk.source);
+        out.raw("<br><span class='name soft' title='mounted here too'>").text(further).raw("</span>");
+    out.raw("</th><td><span class='name' title='").text(disk.options).raw("'>").text(disk.source);
     out.raw("</span></td><td>").text(disk.fileSystem).raw("</td>");
     spaceCells(out, disk);
     out.raw("</tr>\n");

@@ -85,6 +85,8 @@ def test_partition_of_a_longer_name_is_not_shown_on_the_shorter_one(page):
     partitions = [title for title in rows if title.startswith("/dev/")]
     assert partitions and len(partitions) == len(set(partitions))
     assert "only because their names are alike" in shown.text
+    longer, shorter = shown.text.split("/dev/sdaa8 MiB")[1].split("/dev/sda64 MiB")
+    assert "/media/gone/aa" in longer and "/media/gone/aa" not in shorter
 
 
 def test_used_part_is_that_of_df(machine, page):
