@@ -42,7 +42,7 @@ def test_failure_is_said(run, plugin):
 
 
 def test_time_that_ran_out_is_said(run, plugin):
-    done = run("export", "prometheus", "--plugin", plugin("sleeping"), "--timeout", "0.2")
+    done = run("export", "prometheus", "--plugin", plugin("sleeping"), "--timeout", "1")
     assert done.status == 4
     assert "VEXSG_DiskDrive" in done.sentence
     assert value(done.text, "diskmgt_collection_success") == 0
