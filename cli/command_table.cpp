@@ -69,13 +69,21 @@ const std::vector<CommandDescription>& commands() {
          1,
          kNoFlags,
          {},
-         "The whole inventory for other programs: json",
+         "The whole inventory for other programs: json, prometheus, mof or html",
          "json: drives with their partitions and logical disks nested, and the plain instances beside them.\n"
          "The document is fit to be an Ansible local fact and a facter external fact.\n\n"
+         "prometheus: sizes, space and whether the collection succeeded, as gauges for the textfile\n"
+         "collector of the node exporter. Space that cannot be measured has no sample.\n\n"
+         "mof: the schema and every instance, the hosting system's too, for the compiler of a CIM broker.\n"
+         "Of instances with equal keys the first is kept, and standard error says so.\n\n"
+         "html: one page for a browser or for paper, drives drawn to scale with tables beneath. It needs\n"
+         "no network and no scripts.\n\n"
          "Past the time limit what the classes served so far give is still written; the exit status is 4.\n\n"
          "Examples:\n"
          "  diskmgt export json\n"
-         "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"},
+         "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
+         "  diskmgt export prometheus --output /var/lib/prometheus/node-exporter/diskmgt.prom\n"
+         "  diskmgt export html --output disks.html\n"},
         {"explain",
          Command::kExplain,
          "DEVICE",

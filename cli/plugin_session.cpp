@@ -56,7 +56,7 @@ PluginSession::PluginSession(const Options& options)
 }
 
 Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving) {
-    return Deadline(timeoutSeconds, [this, worker = ::gettid(), beforeLeaving = std::move(beforeLeaving)] {
+    return Deadline(timeoutSeconds, [this, worker = ownThreadFolder(), beforeLeaving = std::move(beforeLeaving)] {
         complain("gave up after " + secondsText(timeoutSeconds) + " s while " + whatIsUnderWay(worker) +
                  "; allow more with --timeout SECONDS (0: no limit)");
         try {
@@ -98,10 +98,10 @@ std::string PluginSession::failureOf(const refhost::RequestResult& result) {
     return "the log tells more";
 }
 
-std::string PluginSession::whatIsUnderWay(pid_t worker) const {
+std::string PluginSession::whatIsUnderWay(const std::string& workerFolder) const {
     if (isLoading) return "loading " + pluginFile;
     const std::string className = referenceHost.classBeingServed();
-    const std::string call = stalledCallOf(worker);
+    const std::string call = stalledCallOf(workerFolder);
     if (className.empty()) return call.empty() ? "waiting for the plug-in" : call;
     return "serving " + className + (call.empty() ? "" : ": " + call + " does not come back");
 }

@@ -1,8 +1,6 @@
 // One host with one plug-in in it, used under a time limit.
 #pragma once
 
-#include <sys/types.h>
-
 #include <atomic>
 #include <functional>
 #include <string>
@@ -44,7 +42,7 @@ public:
     static std::string failureOf(const refhost::RequestResult& result);
 
 private:
-    std::string whatIsUnderWay(pid_t worker) const;
+    std::string whatIsUnderWay(const std::string& workerFolder) const;
 
     const std::string pluginFile;
     const double timeoutSeconds;

@@ -1,4 +1,4 @@
-// Reads /proc/self/task/THREAD/syscall: the call's number and arguments while the thread is blocked in it.
+// Reads the thread's file `syscall` in /proc: the call's number and arguments while the thread is blocked in it.
 #include "cli/stalled_call.h"
 
 #include <fcntl.h>
@@ -67,8 +67,14 @@ std::string nameOfDescriptor(unsigned long long descriptor) {
 
 }  // namespace
 
-std::string stalledCallOf(pid_t thread) {
-    const std::string path = "/proc/self/task/" + std::to_string(thread) + "/syscall";
+std::string ownThreadFolder() {
+    char name[64];  // PROCESS/task/THREAD
+    const ssize_t length = ::readlink("/proc/thread-self", name, sizeof name);
+    return length <= 0 ? "" : "/proc/" + std::string(name, static_cast<std::size_t>(length));
+}
+
+std::string stalledCallOf(const std::string& threadFolder) {
+    const std::string path = threadFolder + "/syscall";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"), &std::fclose);
     long number = -1;
     unsigned long long arguments[2] = {0, 0};

@@ -6,7 +6,10 @@
 #include "cli/commands/commands.h"
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
+#include "cli/printers/inventory_html.h"
 #include "cli/printers/inventory_json.h"
+#include "cli/printers/inventory_mof.h"
+#include "cli/printers/inventory_prometheus.h"
 #include "cli/suggestions.h"
 
 namespace diskmgt_cli {
@@ -16,10 +19,14 @@ namespace {
 struct ExportForm {
     const char* name;
     std::string (*write)(const Inventory& inventory);
+    std::string (*remark)(const Inventory& inventory);  // what is said on standard error; null: never anything
 };
 
 constexpr ExportForm kForms[] = {
-    {"json", &inventoryJson},
+    {"json", &inventoryJson, nullptr},
+    {"prometheus", &inventoryMetrics, nullptr},
+    {"mof", &inventoryMof, &mofRemark},
+    {"html", &inventoryPage, nullptr},
 };
 
 const ExportForm& formNamed(const std::string& name) {
@@ -29,7 +36,7 @@ const ExportForm& formNamed(const std::string& name) {
         names.emplace_back(form.name);
     }
     throw CommandError(
-        kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + "\"; see \"diskmgt export --help\"");
+        kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + R"("; see "diskmgt export --help")");
 }
 
 }  // namespace
@@ -41,6 +48,8 @@ ExitStatus runExport(const Options& options) {
     const auto deliver = [&form, &output](const Inventory& inventory) {
         output.write(form.write(inventory));
         output.finish();
+        const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
+        if (!remark.empty()) complain(remark);
     };
     const Inventory inventory = collectInventory(session, deliver);
     deliver(inventory);

@@ -13,6 +13,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+const char* const kHostingSystem = "VEXSG_ComputerSystem";
+
 /// What is there already, for whoever asks on another thread.
 struct Progress {
     std::mutex lock;
@@ -49,6 +51,7 @@ const std::vector<std::string>& inventoryClasses() {
 
 Inventory collectInventory(PluginSession& session, const std::function<void(const Inventory&)>& deliverPart) {
     Progress progress;
+    progress.published.systems = session.host().instances(kHostingSystem);
     progress.published.missingClasses = inventoryClasses();
     Observations observations;
     {

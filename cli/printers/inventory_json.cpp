@@ -5,19 +5,13 @@
 
 #include "cli/printers/json.h"
 #include "cli/printers/json_writer.h"
+#include "cli/printers/utc_text.h"
 
 namespace diskmgt_cli {
 
 namespace {
 
 constexpr std::uint64_t kSchemaVersion = 1;
-
-std::string utcText(std::time_t moment) {
-    std::tm parts{};
-    char text[32] = "";
-    if (::gmtime_r(&moment, &parts) != nullptr) (void)std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text;
-}
 
 class Writing {
 public:

@@ -1,0 +1,117 @@
+// Widths are left to the browser: every stretch grows with its size and keeps a few visible pixels.
+#include "cli/printers/drive_picture.h"
+
+#include <cstdio>
+
+#include "cli/printers/partition_purpose.h"
+#include "cli/printers/size_text.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+constexpr double kBarPixels = 1000;  // about as wide as the page shows it
+constexpr double kLetterPixels = 8;
+
+std::string decimal(double value, int digits) {
+    char text[32];
+    (void)std::snprintf(text, sizeof text, "%.*f", digits, value);
+    return text;
+}
+
+/// "sda1" of "/dev/sda1".
+std::string shortName(const std::string& device) { return device.substr(device.rfind('/') + 1); }
+
+/// How full the first file system on the partition is; negative when that is not known.
+double usedPartOf(const Inventory& inventory, const Partition& partition) {
+    const std::vector<std::size_t> disks = ownLogicalDisks(inventory, partition);
+    return disks.empty() ? -1 : usedPart(inventory.logicalDisks[disks.front()]);
+}
+
+class Drawing {
+public:
+    Drawing(HtmlWriter& writer, const Inventory& all, std::uint64_t wholeSize)
+        : out(writer), inventory(all), whole(static_cast<double>(wholeSize)) {}
+
+    void draw(const std::vector<Stretch>& stretches) {
+        for (const Stretch& stretch : stretches) stretch.partition ? drawPartition(stretch) : drawGap(stretch);
+    }
+
+private:
+    double share(const Stretch& stretch) const { return whole > 0 ? static_cast<double>(stretch.size) / whole : 0; }
+
+    void begin(const char* cssClass, const Stretch& stretch) {
+        out.raw("<div class='").raw(cssClass).raw("' style='flex-grow:").raw(decimal(share(stretch) * 1000, 4));
+        out.raw("' title='");
+    }
+
+    void drawGap(const Stretch& stretch) {
+        constexpr double kVisible = 0.004;
+        if (share(stretch) < kVisible) return;  // alignment
+        begin("gap", stretch);
+        out.raw("Not partitioned, ").raw(sizeText(stretch.size)).raw("'></div>");
+    }
+
+    void drawPartition(const Stretch& stretch) {
+        const Partition& partition = inventory.partitions[*stretch.partition];
+        begin(colourOf(partition), stretch);
+        const double used = usedPartOf(inventory, partition);
+        out.text(partition.device).raw(", ").text(partition.typeName).raw(", ").raw(sizeText(partition.size));
+        if (used >= 0) out.raw(", ").raw(decimal(used * 100, 0)).raw(" % used");
+        out.raw("'>");
+        if (stretch.inner.empty())
+            drawLabel(partition, share(stretch));
+        else
+            draw(stretch.inner);
+        if (used >= 0 && share(stretch) * kBarPixels > 40)
+            out.raw("<i><b style='width:").raw(decimal(used * 100, 1)).raw("%'></b></i>");
+        out.raw("</div>");
+    }
+
+    /// As much of it as there is room for.
+    void drawLabel(const Partition& partition, double share) {
+        const double room = share * kBarPixels - 20;
+        const std::string name = shortName(partition.device);
+        if (static_cast<double>(name.size()) * kLetterPixels > room) return;
+        out.raw("<span>").text(name).raw("</span>");
+        const std::string size = sizeText(partition.size);
+        if (static_cast<double>(size.size()) * kLetterPixels <= room) out.raw("<small>").raw(size).raw("</small>");
+    }
+
+    HtmlWriter& out;
+    const Inventory& inventory;
+    const double whole;
+};
+
+}  // namespace
+
+const char* colourOf(const Partition& partition) {
+    const Purpose purpose = purposeOf(partition);
+    for (const PurposeName& name : kPurposes)
+        if (name.purpose == purpose) return name.cssClass;
+    return "other";
+}
+
+double usedPart(const LogicalDisk& disk) {
+    if (!disk.space || disk.space->isOfSourcePath || disk.space->total < disk.space->free) return -1;
+    const auto used = static_cast<double>(disk.space->total - disk.space->free);
+    // What is kept for the superuser counts as neither, as in df.
+    const double usable = disk.space->available ? used + static_cast<double>(*disk.space->available)
+                                                : static_cast<double>(disk.space->total);
+    return usable > 0 ? used / usable : -1;
+}
+
+void drawDrive(HtmlWriter& out, const Inventory& inventory, const Drive& drive, const DriveMap& map) {
+    if (map.stretches.empty()) return;
+    std::uint64_t whole = 0;  // more than the drive has when the sizes in its table do
+    for (const Stretch& stretch : map.stretches) whole += stretch.size;
+    out.raw("<div class='bar' role='img' aria-label='Picture of ").text(drive.device);
+    out.raw("; the tables below say the same'>");
+    if (ownPartitions(inventory, drive).empty() && !drive.logicalDisks.empty())
+        out.raw("<div class='data' style='flex-grow:1'><span>File system on the whole drive</span></div>");
+    else
+        Drawing(out, inventory, whole).draw(map.stretches);
+    out.raw("</div>\n");
+}
+
+}  // namespace diskmgt_cli

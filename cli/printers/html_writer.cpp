@@ -1,0 +1,44 @@
+// Escaping.
+#include "cli/printers/html_writer.h"
+
+#include "cli/printers/size_text.h"
+#include "cli/readable_text.h"
+
+namespace diskmgt_cli {
+
+HtmlWriter& HtmlWriter::raw(std::string_view markup) {
+    written += markup;
+    return *this;
+}
+
+HtmlWriter& HtmlWriter::text(const std::string& value) {
+    for (const char letter : escapedControls(value)) {
+        switch (letter) {
+            case '<':
+                written += "&lt;";
+                break;
+            case '>':
+                written += "&gt;";
+                break;
+            case '&':
+                written += "&amp;";
+                break;
+            case '"':
+                written += "&quot;";
+                break;
+            case '\'':
+                written += "&#39;";
+                break;
+            default:
+                written += letter;
+        }
+    }
+    return *this;
+}
+
+HtmlWriter& HtmlWriter::size(std::uint64_t bytes) {
+    raw("<data value=\"").number(bytes).raw("\" title=\"").number(bytes).raw(" bytes\">");
+    return raw(sizeText(bytes)).raw("</data>");
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,58 @@
+// Schema first, then the hosting system, which the keys of all the others repeat, then the rest as published.
+#include "cli/printers/inventory_mof.h"
+
+#include <unordered_set>
+#include <vector>
+
+#include "cli/printers/mof.h"
+#include "cli/readable_text.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+struct Selection {
+    std::vector<refhost::Instance> kept;
+    std::vector<std::string> leftOut;  // their paths
+};
+
+/// The language has no array without elements.
+refhost::Instance withoutEmptyArrays(refhost::Instance instance) {
+    for (refhost::PropertyValue& property : instance.properties)
+        if (property.declaration->isArray && property.elements.empty()) property.isNull = true;
+    return instance;
+}
+
+Selection withDistinctKeys(const Published& published) {
+    Selection selection;
+    std::unordered_set<std::string> seen;
+    const auto take = [&](const std::vector<refhost::Instance>& instances) {
+        for (const refhost::Instance& instance : instances) {
+            // In the text, bytes that are not UTF-8 all become the same character.
+            if (seen.insert(asUtf8(instance.path)).second)
+                selection.kept.push_back(withoutEmptyArrays(instance));
+            else
+                selection.leftOut.push_back(instance.path);
+        }
+    };
+    take(published.systems);
+    for (const PublishedClass& cls : published.classes) take(cls.instances);
+    return selection;
+}
+
+}  // namespace
+
+std::string inventoryMof(const Inventory& inventory) {
+    return std::string(refhost::ReferenceHost::baseMof()) + "\n" + refhost::ReferenceHost::vendorMof() + "\n" +
+           mofInstances(withDistinctKeys(inventory.published).kept);
+}
+
+std::string mofRemark(const Inventory& inventory) {
+    const std::vector<std::string> leftOut = withDistinctKeys(inventory.published).leftOut;
+    if (leftOut.empty()) return {};
+    if (leftOut.size() == 1) return "left out, because another instance has the same keys: " + leftOut.front();
+    return "left out, because other instances have the same keys: " + leftOut.front() + " and " +
+           std::to_string(leftOut.size() - 1) + " more";
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,17 @@
+// The inventory as MOF: the schema and every instance, for the compiler of a CIM broker.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "cli/inventory/inventory.h"
+
+namespace diskmgt_cli {
+
+/// A broker refuses a second instance with the keys of another, so only the first of such stands in the text.
+std::string inventoryMof(const Inventory& inventory);
+
+/// How many instances the text leaves out, in one sentence for people; empty when none.
+std::string mofRemark(const Inventory& inventory);
+
+}  // namespace diskmgt_cli

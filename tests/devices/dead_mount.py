@@ -1,0 +1,53 @@
+#!/usr/bin/python3
+"""Mounts a FUSE file system that takes the greeting of the kernel and never answers anything after it, as a dead server
+does: dead_mount.py PLACE prints the number of the process that holds it. When that process ends, so does the stall."""
+
+import os
+import signal
+import stat
+import struct
+import sys
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+
+from machine import kernel  # noqa: E402
+
+_FUSE = (10, 229)
+_HEADER = struct.Struct("=IIQQIIII")  # length, operation, number, node, owner, group, process, unused
+_INIT = 26
+_GREETING = struct.Struct("=IIIIHHIIHHI28x")  # version 7.31 and no wishes; what is not known is 0
+
+
+def open_device():
+    if not os.path.exists("/dev/fuse"):
+        os.mknod("/dev/fuse", stat.S_IFCHR | 0o600, os.makedev(*_FUSE))
+    return os.open("/dev/fuse", os.O_RDWR | os.O_CLOEXEC)
+
+
+def greet(device):
+    """Answers the first request. Those that follow are never even read: their callers can still be killed."""
+    _, operation, number, *_ = _HEADER.unpack_from(os.read(device, 1 << 20))
+    assert operation == _INIT, f"operation {operation} comes before the greeting"
+    body = _GREETING.pack(7, 31, 0, 0, 0, 0, 4096, 1, 0, 0, 0)
+    os.write(device, struct.pack("=IiQ", 16 + len(body), 0, number) + body)
+
+
+def main(place):
+    device = open_device()
+    os.makedirs(place, exist_ok=True)
+    kernel.mount("dead", place, "fuse.dead", options=f"fd={device},rootmode=40000,user_id=0,group_id=0,allow_other")
+    greet(device)
+    holder = os.fork()
+    if holder:
+        print(holder)
+        return
+    os.setsid()
+    nowhere = os.open("/dev/null", os.O_RDWR)
+    for descriptor in (0, 1, 2):  # the caller waits for the end of its pipes
+        os.dup2(nowhere, descriptor)
+    while True:
+        signal.pause()
+
+
+if __name__ == "__main__":
+    main(sys.argv[1])

@@ -1,0 +1,87 @@
+"""A real browser, without a window, that looks at one page; every request it makes is seen here and answered here."""
+
+import http.server
+import re
+import shutil
+import struct
+import subprocess
+import threading
+import zlib
+
+CHROMIUM = shutil.which("chromium")
+PAGE = "http://page.example/"
+_OPTIONS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--hide-scrollbars", "--window-size=1200,1600",
+            "--disable-background-networking", "--disable-component-update", "--disable-sync", "--disable-extensions",
+            "--no-first-run", "--no-default-browser-check", "--disable-features=OptimizationHints,MediaRouter"]
+_HOUSEKEEPING = re.compile(r"(http://)?[a-z0-9.-]*\.(google|googleapis|gvt1)\.com[:/]")  # the browser's own, with any page
+
+
+class Browser:
+    """Serves the page as its own proxy, so that nothing that is asked for gets past it. `requests`: what was asked."""
+
+    def __init__(self, page, folder):
+        self.page, self.folder, self.requests = page, folder, []
+        browser = self
+
+        class Proxy(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):  # pylint: disable=invalid-name
+                browser.note(self.path)
+                found = self.path == PAGE
+                self.send_response(200 if found else 404)
+                self.send_header("Content-Type", "text/html")
+                self.end_headers()
+                self.wfile.write(browser.page if found else b"")
+
+            def do_CONNECT(self):  # pylint: disable=invalid-name
+                browser.note(self.path)
+                self.send_error(404)
+
+            def log_message(self, *_):
+                pass
+
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Proxy)
+        threading.Thread(target=self.server.serve_forever, daemon=True).start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.server.shutdown()
+        self.server.server_close()
+
+    def note(self, address):
+        if not _HOUSEKEEPING.match(address):
+            self.requests.append(address)
+
+    def _look(self, *options):
+        proxy = f"--proxy-server=http://127.0.0.1:{self.server.server_port}"
+        return subprocess.run([CHROMIUM, *_OPTIONS, f"--user-data-dir={self.folder}/profile", proxy, *options, PAGE],
+                              capture_output=True, timeout=120, check=True).stdout
+
+    def elements(self):
+        """The page as the browser understood it, as markup."""
+        return self._look("--dump-dom").decode("utf-8")
+
+    def corner(self, dark=False):
+        """The colour of the page's upper left corner."""
+        picture = self.folder / "page.png"
+        self._look(f"--screenshot={picture}", f"--blink-settings=preferredColorScheme={0 if dark else 1}")
+        return _first_pixel(picture.read_bytes())
+
+    def printed(self):
+        """The text of the page on paper."""
+        paper = self.folder / "page.pdf"
+        self._look("--no-pdf-header-footer", f"--print-to-pdf={paper}")
+        return subprocess.run(["pdftotext", "-layout", paper, "-"], capture_output=True, text=True, timeout=120,
+                              check=True).stdout
+
+
+def _first_pixel(png):
+    """Red, green and blue; whatever a row's filter is, its first pixel of the first row is stored as it is."""
+    place, packed = 8, b""
+    while place < len(png):
+        size, kind = struct.unpack(">I4s", png[place:place + 8])
+        if kind == b"IDAT":
+            packed += png[place + 8:place + 8 + size]
+        place += 12 + size
+    return tuple(zlib.decompress(packed)[1:4])
