@@ -205,6 +205,20 @@ const std::vector<refhost::Instance>& instancesOf(const Published& published, co
     return none;
 }
 
+SplitOptions splitMountOptions(const std::string& published) {
+    constexpr const char* kBefore = ", ";  // only the last one counts: options may hold any text
+    constexpr const char* kDigits = "0123456789";
+    const std::size_t mark = published.rfind(kBefore);
+    if (mark == std::string::npos) return {published, {}};
+    std::string identifier = published.substr(mark + 2);
+    const std::size_t blank = identifier.find_first_not_of(kDigits);
+    const bool isPairOfNumbers = blank != std::string::npos && blank > 0 && identifier[blank] == ' ' &&
+                                 blank + 1 < identifier.size() &&
+                                 identifier.find_first_not_of(kDigits, blank + 1) == std::string::npos;
+    if (!isPairOfNumbers) return {published, {}};
+    return {published.substr(0, mark), std::move(identifier)};
+}
+
 std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes) {
     constexpr std::uint64_t kSectorSize = 512;
     return (startingOffset + 1) * kSectorSize - sizeBytes;

@@ -95,6 +95,13 @@ struct Inventory {
 /// Joins what was published. Without observations the fields that rest on them stay empty.
 Inventory arrangeInventory(Published published, const Observations& observations);
 
+struct SplitOptions {
+    std::string options;       // as in the mount table
+    std::string fileSystemId;  // two decimal numbers and a blank between; empty: there was none
+};
+/// Takes the file-system identifier off the published options of a disk that was measured.
+SplitOptions splitMountOptions(const std::string& published);
+
 /// The first byte of a GPT partition, exactly: (StartingOffset + 1) * 512 - Size.
 std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes);
 
