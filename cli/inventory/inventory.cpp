@@ -29,12 +29,14 @@ std::string joinedElements(const refhost::Instance& instance, const std::string&
     return text;
 }
 
-Drive readDrive(const refhost::Instance& instance) {
+Drive readDrive(const refhost::Instance& instance, const Observations& observations) {
     Drive drive;
     drive.instance = &instance;
     drive.device = textOf(instance, kDeviceId);
     drive.size = numberOf<std::uint64_t>(instance, kSize).value_or(0);
     drive.partitionCount = numberOf<std::uint64_t>(instance, kNoOfPartitions).value_or(0);
+    const auto identity = observations.identities.find(drive.device);
+    if (identity != observations.identities.end()) drive.identity = identity->second;
     return drive;
 }
 
@@ -241,7 +243,7 @@ Inventory arrangeInventory(Published published, const Observations& observations
     inventory.published = std::move(published);
     inventory.systemName = hostName();
     for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskDrive))
-        inventory.drives.push_back(readDrive(instance));
+        inventory.drives.push_back(readDrive(instance, observations));
     for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskPartition))
         inventory.partitions.push_back(readPartition(instance, observations));
     for (const refhost::Instance& instance : instancesOf(inventory.published, kLogicalDisk))

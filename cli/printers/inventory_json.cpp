@@ -52,6 +52,10 @@ private:
         out.endArray();
     }
 
+    void knownText(const char* name, const std::string& value) {
+        if (!value.empty()) out.textField(name, value);
+    }
+
     void failures() {
         const Published& published = inventory.published;
         out.key("failures").beginArray();
@@ -64,6 +68,9 @@ private:
 
     void write(const Drive& drive) {
         out.beginObject().textField("device", drive.device).numberField("size", drive.size);
+        knownText("model", drive.identity.model);
+        knownText("serial", drive.identity.serial);
+        knownText("wwid", drive.identity.wwid);
         out.numberField("partitionCount", drive.partitionCount);
         partitions("partitions", drive.partitions);
         logicalDisks("logicalDisks", drive.logicalDisks);
