@@ -37,8 +37,9 @@ ExitStatus run(const Options& options) {
             return runTrace(options);
         case Command::kExport:
             return runExport(options);
-        case Command::kTree:
         case Command::kDiff:
+            return runDiff(options);
+        case Command::kTree:
         case Command::kShowText:
             break;
     }
