@@ -66,13 +66,13 @@ const std::vector<CommandDescription>& commands() {
          kHasSpace,
          {"table", "json"},
          "What changed between two documents of \"export json\"",
-         "Drives, partitions and logical disks that came, went or changed, in sizes of bytes; \"-\" reads\n"
+         "Drives, partitions and logical disks that came, went or changed, sizes in bytes; \"-\" reads\n"
          "standard input. No change: a table prints nothing. Without --space these do not count: free and\n"
          "available space, the file-system identifier, where space was measured, and totals that are\n"
          "not of the file system itself.\n\n"
          "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that cannot be\n"
-         "compared, or output that cannot be written. What an incomplete document lacks counts as\n"
-         "unknown, not as gone, and a line on standard error says so.\n\n"
+         "compared, or output that cannot be written; 4 timed out.\n"
+         "What an incomplete document lacks counts as unknown, not as gone, and a line on standard error says so.\n\n"
          "Examples:\n"
          "  diskmgt export json --output monday.json\n"
          "  diskmgt diff monday.json tuesday.json\n"

@@ -1,7 +1,7 @@
 """What the command line accepts, and what it says to the rest."""
 import pytest
 
-COMMANDS = ["get", "probe", "classes", "plugin", "trace"]
+COMMANDS = ["get", "probe", "export", "diff", "classes", "plugin", "trace"]
 
 
 @pytest.mark.parametrize("command", [[], *([name] for name in COMMANDS)])
