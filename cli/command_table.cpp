@@ -99,6 +99,25 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
          "  diskmgt explain --format json\n"},
+        {"diff",
+         Command::kDiff,
+         "OLD NEW",
+         2,
+         2,
+         kHasSpace,
+         {"table", "json"},
+         "What changed between two documents of \"export json\"",
+         "Drives, partitions and logical disks that came, went or changed, sizes in bytes; \"-\" reads\n"
+         "standard input. No change: a table prints nothing. Without --space these do not count: free and\n"
+         "available space, the file-system identifier, where space was measured, and totals that are\n"
+         "not of the file system itself.\n\n"
+         "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that cannot be\n"
+         "compared, or output that cannot be written; 4 timed out.\n"
+         "What an incomplete document lacks counts as unknown, not as gone, and a line on standard error says so.\n\n"
+         "Examples:\n"
+         "  diskmgt export json --output monday.json\n"
+         "  diskmgt diff monday.json tuesday.json\n"
+         "  diskmgt export json | diskmgt diff monday.json - --format json\n"},
         {"classes",
          Command::kClasses,
          "CLASS",

@@ -42,6 +42,7 @@ ExitStatus run(const Options& options) {
         case Command::kTree:
             return runTree(options);
         case Command::kDiff:
+            return runDiff(options);
         case Command::kShowText:
             break;
     }

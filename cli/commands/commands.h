@@ -8,6 +8,7 @@
 namespace diskmgt_cli {
 
 ExitStatus runClasses(const Options& options);
+ExitStatus runDiff(const Options& options);
 ExitStatus runExport(const Options& options);
 ExitStatus runExplain(const Options& options);
 ExitStatus runGet(const Options& options);

@@ -35,7 +35,10 @@ void serve(PluginSession& session, const std::string& className, Progress& progr
     PublishedClass cls{session.host().findClass(className), session.host().instances(className)};
     const std::lock_guard<std::mutex> hold(progress.lock);
     progress.published.classes.push_back(std::move(cls));
-    if (!failure.empty()) progress.published.failures.push_back(failure);
+    if (!failure.empty()) {
+        progress.published.failures.push_back(failure);
+        progress.published.failedClasses.push_back(className);
+    }
     std::vector<std::string>& missing = progress.published.missingClasses;
     missing.erase(std::remove(missing.begin(), missing.end(), className), missing.end());
 }

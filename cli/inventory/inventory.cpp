@@ -31,12 +31,14 @@ std::string joinedElements(const refhost::Instance& instance, const std::string&
     return text;
 }
 
-Drive readDrive(const refhost::Instance& instance) {
+Drive readDrive(const refhost::Instance& instance, const Observations& observations) {
     Drive drive;
     drive.instance = &instance;
     drive.device = textOf(instance, kDeviceId);
     drive.size = numberOf<std::uint64_t>(instance, kSize).value_or(0);
     drive.partitionCount = numberOf<std::uint64_t>(instance, kNoOfPartitions).value_or(0);
+    const auto identity = observations.identities.find(drive.device);
+    if (identity != observations.identities.end()) drive.identity = identity->second;
     return drive;
 }
 
@@ -211,6 +213,20 @@ const std::vector<refhost::Instance>& instancesOf(const Published& published, co
     return none;
 }
 
+SplitOptions splitMountOptions(const std::string& published) {
+    constexpr const char* kBefore = ", ";  // only the last one counts: options may hold any text
+    constexpr const char* kDigits = "0123456789";
+    const std::size_t mark = published.rfind(kBefore);
+    if (mark == std::string::npos) return {published, {}};
+    std::string identifier = published.substr(mark + 2);
+    const std::size_t blank = identifier.find_first_not_of(kDigits);
+    const bool isPairOfNumbers = blank != std::string::npos && blank > 0 && identifier[blank] == ' ' &&
+                                 blank + 1 < identifier.size() &&
+                                 identifier.find_first_not_of(kDigits, blank + 1) == std::string::npos;
+    if (!isPairOfNumbers) return {published, {}};
+    return {published.substr(0, mark), std::move(identifier)};
+}
+
 std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes) {
     constexpr std::uint64_t kSectorSize = 512;
     return (startingOffset + 1) * kSectorSize - sizeBytes;
@@ -238,7 +254,7 @@ Inventory arrangeInventory(Published published, const Observations& observations
     inventory.published = std::move(published);
     inventory.systemName = hostName();
     for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskDrive))
-        inventory.drives.push_back(readDrive(instance));
+        inventory.drives.push_back(readDrive(instance, observations));
     for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskPartition))
         inventory.partitions.push_back(readPartition(instance, observations));
     for (const refhost::Instance& instance : instancesOf(inventory.published, kLogicalDisk))

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/inventory/drive_identity.h"
 #include "cli/inventory/published.h"
 #include "refhost/api/reference_host.h"
 
@@ -19,6 +20,7 @@ struct Observations {
     std::map<std::string, std::vector<std::string>> mountPoints;  // of a mount source, in mount-table order
     std::map<std::string, std::uint64_t> availableBytes;          // by mount point; a missing one cannot be measured
     std::map<std::string, std::uint64_t> startBytes;              // by partition device, from sysfs
+    std::map<std::string, DriveIdentity> identities;              // by drive device
     bool isSpaceMeasured = false;                                 // false: `availableBytes` says nothing
 };
 
@@ -64,6 +66,7 @@ struct Drive {
     const refhost::Instance* instance = nullptr;
     std::string device;
     std::uint64_t size = 0;
+    DriveIdentity identity;
     std::uint64_t partitionCount = 0;       // as published, which may differ from what is listed
     std::vector<std::size_t> partitions;    // without the logicals that an extended one holds
     std::vector<std::size_t> logicalDisks;  // on the drive, but on none of its partitions
@@ -94,6 +97,13 @@ struct Inventory {
 
 /// Joins what was published. Without observations the fields that rest on them stay empty.
 Inventory arrangeInventory(Published published, const Observations& observations);
+
+struct SplitOptions {
+    std::string options;       // as in the mount table
+    std::string fileSystemId;  // two decimal numbers and a blank between; empty: there was none
+};
+/// Takes the file-system identifier off the published options of a disk that was measured.
+SplitOptions splitMountOptions(const std::string& published);
 
 /// The first byte of a GPT partition, exactly: (StartingOffset + 1) * 512 - Size.
 std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes);

@@ -1,4 +1,4 @@
-// Reads the mount table, statvfs and sysfs.
+// Reads sysfs, the mount table and statvfs.
 #include "cli/inventory/observation.h"
 
 #include <sys/statvfs.h>
@@ -53,6 +53,10 @@ std::optional<std::uint64_t> observedStart(const std::string& device) {
 
 Observations observe(const Published& published) {
     Observations observations;
+    for (const refhost::Instance& instance : instancesOf(published, kDiskDrive)) {
+        const std::string& device = textOf(instance, kDeviceId);
+        observations.identities[device] = readDriveIdentity(device);
+    }
     observations.mountPoints = readMountPoints();
     for (const refhost::Instance& instance : instancesOf(published, kLogicalDisk)) {
         if (find(instance, kTotalSpace) == nullptr) continue;

@@ -1,5 +1,5 @@
-// Asks the kernel what the plug-in does not publish: all mount points, what users may still write, where MBR
-// partitions really start.
+// Asks the kernel what the plug-in does not publish: what drive it is, all mount points, what users may still
+// write, where MBR partitions really start.
 #pragma once
 
 #include "cli/inventory/inventory.h"

@@ -21,6 +21,7 @@ struct Published {
     std::vector<refhost::Instance> systems;   // the hosting system, which the host publishes itself
     std::vector<PublishedClass> classes;      // in the order of `inventoryClasses`; those served completely
     std::vector<std::string> failures;        // what the plug-in or host reported, one text per class at most
+    std::vector<std::string> failedClasses;   // the classes those texts are about, position by position
     std::vector<std::string> missingClasses;  // not served when time ran out
 };
 

@@ -18,23 +18,24 @@ public:
     explicit Writing(const Inventory& shown) : inventory(shown) {}
 
     std::string document() {
-        out.beginObject();
+        // One name around everything: top-level names become facts of their own where facter reads the document.
+        out.beginObject().key("diskmgt").beginObject();
         out.numberField("schema", kSchemaVersion);
         out.key("generator").beginObject();
         out.textField("name", "diskmgt").textField("version", DISKMGT_VERSION).endObject();
-        out.textField("system", inventory.systemName);
-        out.textField("collected", utcText(inventory.collectedAt));
+        out.textField("hostName", inventory.systemName);
+        out.textField("collectedAt", utcText(inventory.collectedAt));
         out.truthField("complete", inventory.isComplete());
         texts("missingClasses", inventory.published.missingClasses);
-        texts("failures", inventory.published.failures);
+        failures();
         out.key("drives").beginArray();
         for (const Drive& drive : inventory.drives) write(drive);
         out.endArray();
         partitions("loosePartitions", inventory.loosePartitions);
         logicalDisks("looseLogicalDisks", inventory.looseLogicalDisks);
-        accidents();
+        doubtfulPairs();
         instances();
-        out.endObject();
+        out.endObject().endObject();
         return out.take();
     }
 
@@ -45,8 +46,25 @@ private:
         out.endArray();
     }
 
+    void knownText(const char* name, const std::string& value) {
+        if (!value.empty()) out.textField(name, value);
+    }
+
+    void failures() {
+        const Published& published = inventory.published;
+        out.key("failures").beginArray();
+        for (std::size_t i = 0; i < published.failures.size(); ++i) {
+            out.beginObject().textField("class", published.failedClasses[i]);
+            out.textField("text", published.failures[i]).endObject();
+        }
+        out.endArray();
+    }
+
     void write(const Drive& drive) {
         out.beginObject().textField("device", drive.device).numberField("size", drive.size);
+        knownText("model", drive.identity.model);
+        knownText("serial", drive.identity.serial);
+        knownText("wwid", drive.identity.wwid);
         out.numberField("partitionCount", drive.partitionCount);
         partitions("partitions", drive.partitions);
         logicalDisks("logicalDisks", drive.logicalDisks);
@@ -80,19 +98,28 @@ private:
     }
 
     void write(const LogicalDisk& disk) {
-        out.beginObject().textField("source", disk.source).textField("mountPoint", disk.mountPoint);
-        texts("furtherMountPoints", disk.furtherMountPoints);
-        out.textField("fileSystem", disk.fileSystem).textField("options", disk.options);
-        if (disk.space) {
-            out.numberField("total", disk.space->total).numberField("free", disk.space->free);
-            out.numberField("available", disk.space->available);
-            out.truthField("measuredAtSource", disk.space->isOfSourcePath);
-        }
+        out.beginObject().textField("source", disk.source).key("mountPoints").beginArray().text(disk.mountPoint);
+        for (const std::string& mountPoint : disk.furtherMountPoints) out.text(mountPoint);
+        out.endArray().textField("fileSystem", disk.fileSystem);
+        if (disk.space)
+            measured(disk);
+        else
+            out.textField("options", disk.options);
         out.endObject();
     }
 
-    void accidents() {
-        out.key("prefixAccidents").beginArray();
+    void measured(const LogicalDisk& disk) {
+        const SplitOptions split = splitMountOptions(disk.options);
+        out.textField("options", split.options);
+        if (!split.fileSystemId.empty()) out.textField("fileSystemId", split.fileSystemId);
+        out.numberField("total", disk.space->total).numberField("free", disk.space->free);
+        out.numberField("available", disk.space->available);
+        if (disk.space->available || disk.space->isOfSourcePath)  // else nobody looked
+            out.truthField("measuredAtSource", disk.space->isOfSourcePath);
+    }
+
+    void doubtfulPairs() {
+        out.key("doubtfulPairs").beginArray();
         for (const PairAccident& accident : inventory.accidents) {
             out.beginObject().textField("association", accident.association).textField("device", accident.device);
             out.textField("pairedWith", accident.pairedWith);

@@ -7,8 +7,8 @@
 
 namespace diskmgt_cli {
 
-/// Described by share/inventory.schema.json: keys are never removed or renamed, integers are bytes unless their name
-/// says otherwise, what is unknown is left out.
+/// Described by share/inventory.schema.json and docs/INVENTORY-JSON.md: keys are never removed or renamed, sizes and
+/// places are bytes, what is unknown is left out.
 std::string inventoryJson(const Inventory& inventory);
 
 }  // namespace diskmgt_cli

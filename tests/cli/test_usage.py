@@ -1,7 +1,7 @@
 """What the command line accepts, and what it says to the rest."""
 import pytest
 
-COMMANDS = ["tree", "get", "probe", "explain", "export", "classes", "plugin", "trace"]
+COMMANDS = ["tree", "get", "probe", "explain", "export", "diff", "classes", "plugin", "trace"]
 
 
 @pytest.mark.parametrize("command", [[], *([name] for name in COMMANDS)])

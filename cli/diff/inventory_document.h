@@ -1,0 +1,45 @@
+// What `diff` knows of one document of `export json`: its drives, partitions and logical disks as flat lists, each
+// element with its named values.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace diskmgt_cli {
+
+/// All numbers of a document are whole.
+using DocumentValue = std::variant<std::uint64_t, bool, std::string, std::vector<std::string>>;
+
+enum class ElementKind { kDrive, kPartition, kLogicalDisk };
+
+/// The name under which an element's places stand among its values: the drives and partitions it lies on.
+inline const char* const kPlaces = "on";
+
+struct DocumentElement {
+    std::string name;  // device or mount source; several elements may have the same
+    std::map<std::string, DocumentValue> values;
+};
+
+struct InventoryDocument {
+    std::string hostName;
+    std::string collectedAt;
+    bool isComplete = true;
+    std::set<std::string> missingClasses;
+    std::vector<std::string> failures;  // one sentence each
+    std::vector<DocumentElement> drives, partitions, logicalDisks;
+
+    const std::vector<DocumentElement>& elements(ElementKind kind) const {
+        return kind == ElementKind::kDrive ? drives : kind == ElementKind::kPartition ? partitions : logicalDisks;
+    }
+    bool lacks(const std::string& className) const { return missingClasses.count(className) != 0; }
+};
+
+/// Reads a document. Throws `std::runtime_error` whose text continues a sentence that begins with the file's name:
+/// "is no inventory ...". Unknown keys are ignored; the plain instances are not read.
+InventoryDocument readInventoryDocument(const std::string& text);
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,19 @@
+// What changed between two inventories, as a table for people or as JSON for programs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/diff/comparison.h"
+#include "cli/printers/table.h"
+
+namespace diskmgt_cli {
+
+/// A row for each element that came or went and for each value that changed; empty without changes.
+std::string changesTable(const std::vector<Change>& changes, const TableStyle& style);
+
+/// Stable; docs/INVENTORY-JSON.md describes it.
+std::string changesJson(const std::vector<Change>& changes, const InventoryDocument& before,
+                        const InventoryDocument& after);
+
+}  // namespace diskmgt_cli
