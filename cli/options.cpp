@@ -176,11 +176,26 @@ ColorChoice readColor(const std::string& text) {
     return ColorChoice::kNever;
 }
 
+/// ", did you mean --format?" for a slip of an option that the command has; nothing otherwise.
+std::string meantOption(const std::string& word, const CommandDescription& command) {
+    CLI::App app;
+    GivenTexts unused;
+    addOptions(app, command, unused);
+    std::vector<std::string> names;  // without dashes, which would make short names look alike
+    for (const CLI::Option* option : app.get_options())
+        names.insert(names.end(), option->get_lnames().begin(), option->get_lnames().end());
+    const std::size_t start = std::min(word.find_first_not_of('-'), word.size());
+    std::vector<std::string> near = nearestNames(word.substr(start, word.find('=', start) - start), names);
+    for (std::string& name : near) name.insert(0, "--");
+    return near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?";
+}
+
 /// Throws for the first word that found no place behind a command.
 void refuseLeftovers(const std::vector<std::string>& leftovers, const CommandDescription& command) {
     if (leftovers.empty()) return;
     const std::string& word = leftovers.front();
-    if (word.size() > 1 && word.front() == '-') wrongUsage("unknown option \"" + word + "\"" + seeHelp(command.name));
+    if (word.size() > 1 && word.front() == '-')
+        wrongUsage("unknown option \"" + word + "\"" + meantOption(word, command) + seeHelp(command.name));
     wrongUsage(std::string(command.name) + " takes no argument \"" + word + "\"" + seeHelp(command.name));
 }
 

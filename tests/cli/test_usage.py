@@ -87,6 +87,29 @@ def test_wrong_usage_is_one_sentence(run, arguments, complaint):
     assert complaint in done.sentence
 
 
+@pytest.mark.parametrize("arguments, offered", [
+    (["get", "VEXSG_DiskDrive", "--fromat", "csv"], "did you mean --format?"),
+    (["get", "VEXSG_DiskDrive", "--fromat=csv"], "did you mean --format?"),
+    (["--otuput", "disks.json"], "did you mean --output?"),
+    (["plugin", "--Plugin"], "did you mean --plugin?"),
+    (["trace", "VEXSG_DiskDrive", "--exat"], "did you mean --exact?"),
+    (["classes", "-format", "json"], "did you mean --format?"),
+    (["get", "VEXSG_DiskDrive", "--device"], "did you mean --virtual-device?"),
+])
+def test_a_slip_of_an_option_names_the_nearest(run, arguments, offered):
+    done = run(*arguments)
+    assert (done.status, done.stdout) == (2, b"")
+    assert offered in done.sentence and "unknown option" in done.sentence
+
+
+@pytest.mark.parametrize("arguments", [
+    ["--bogus"], ["-x"], ["---"], ["--=json"], ["probe", "disk.img", "--exact"], ["plugin", "--" + "y" * 4000]])
+def test_an_option_far_from_all_of_the_command_names_none(run, arguments):
+    done = run(*arguments)
+    assert done.status == 2
+    assert "did you mean" not in done.sentence
+
+
 def test_last_of_repeated_options_counts(run, plugin):
     done = run("get", "VEXSG_DiskDrive", "--plugin", "missing", "--plugin", plugin("publishing"),
                "--format", "csv", "--format", "json")

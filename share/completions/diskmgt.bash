@@ -1,0 +1,110 @@
+# Completion of diskmgt for bash. What commands, options and formats there are is read from the command's own help.
+
+# _diskmgt_say PROGRAM ARG...: what the program as it was typed says.
+_diskmgt_say() {
+    local program
+    program=$(dequote "$1") && LC_ALL=C "$program" "${@:2}" 2>/dev/null </dev/null
+}
+
+# The names of all commands.
+_diskmgt_commands() {
+    _diskmgt_say "$1" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p'
+}
+
+# The long options of a command (or of none), one a line; "=" at the end of those that a value follows.
+_diskmgt_options() {
+    _diskmgt_say "$@" --help | sed -n -e 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\) [A-Z][A-Z].*/\2=/p' \
+        -e 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\)  .*/\2/p'
+}
+
+# The values of --format.
+_diskmgt_formats() {
+    _diskmgt_say "$@" --help | sed -n 's/^  --format FORMAT *\(.*\) (default: .*/\1/p' | tr ',' ' '
+}
+
+# The names of all classes; of a class: of its properties.
+_diskmgt_names() {
+    _diskmgt_say "$1" classes "${@:2}" --format json | sed -n 's/^      "name": "\(.*\)",$/\1/p'
+}
+
+# The nodes of the kernel's block devices.
+_diskmgt_devices() {
+    local entry
+    for entry in /sys/class/block/*; do
+        [[ ! -e $entry ]] || printf '/dev/%s\n' "${entry##*/}"
+    done
+}
+
+# Names separated by commas: completes the last.
+_diskmgt_columns() {
+    local class names done_part=
+    [[ $cur != *,* ]] || done_part=${cur%,*},
+    names=$(for class in "${operands[@]}"; do _diskmgt_names "$1" "$class"; done)
+    mapfile -t COMPREPLY < <(compgen -P "$done_part" -W "$names" -- "${cur##*,}")
+    compopt -o nospace
+}
+
+_diskmgt() {
+    # shellcheck disable=SC2034  # _init_completion sets them
+    local cur prev words cword split
+    _init_completion -s || return
+
+    local i word command='' options operands=()
+    options=$(_diskmgt_options "$1")
+    for ((i = 1; i < ${#words[@]}; i++)); do
+        word=${words[i]}
+        if [[ $word == -* ]]; then
+            [[ $'\n'$options$'\n' != *$'\n'"$word="$'\n'* ]] || ((i++))  # its value
+        elif ((i == cword)); then
+            continue
+        elif [[ -z $command ]]; then
+            command=$word
+            options=$(_diskmgt_options "$1" "$command")
+        else
+            operands+=("$word")
+        fi
+    done
+
+    case $prev in
+        --format)
+            mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_formats "$1" ${command:+"$command"})" -- "$cur")
+            return
+            ;;
+        --log-level)
+            mapfile -t COMPREPLY < <(compgen -W "error warning status debug verbose none" -- "$cur")
+            return
+            ;;
+        --color)
+            mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$cur")
+            return
+            ;;
+        --columns)
+            _diskmgt_columns "$1"
+            return
+            ;;
+        --plugin | --output)
+            _filedir
+            return
+            ;;
+        --timeout | --virtual-device) return ;;
+    esac
+    $split && return
+
+    if [[ $cur == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+        [[ ${COMPREPLY[0]-} != *= ]] || compopt -o nospace
+        return
+    fi
+    case $command in
+        '') mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_commands "$1")" -- "$cur") ;;
+        get | trace | classes)
+            mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_names "$1")" -- "$cur")
+            ;;
+        export) mapfile -t COMPREPLY < <(compgen -W "json prometheus mof html" -- "$cur") ;;
+        probe | explain)
+            _filedir
+            [[ -n $cur ]] || mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(_diskmgt_devices)
+            ;;
+        diff) _filedir ;;
+    esac
+} && complete -F _diskmgt diskmgt

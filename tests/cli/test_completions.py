@@ -1,0 +1,88 @@
+"""What bash and zsh offer while a command line is typed, beside what the command's own help promises."""
+import os
+
+import pytest
+
+import completing_shells
+import help_text
+
+SHELLS = [completing_shells.bash, completing_shells.zsh]
+COMMAND_LINES = [(), *((name,) for name in help_text.commands())]
+
+
+@pytest.fixture(params=SHELLS, ids=["bash", "zsh"])
+def offers(request, tmp_path):
+    """offers("get", "VEXSG_Disk"): what is offered for the last word, "--format=" as "--format"."""
+    return lambda *words: sorted(name.rstrip("= ") for name in request.param(tmp_path, "diskmgt", *words))
+
+
+def test_every_command_is_offered(offers):
+    assert offers("") == sorted(help_text.commands())
+
+
+def test_commands_are_offered_behind_options(offers):
+    assert offers("--color", "never", "--timeout=5", "pro") == ["probe"]
+
+
+@pytest.mark.parametrize("command", COMMAND_LINES)
+def test_options_offered_are_those_of_the_command(offers, command):
+    assert offers(*command, "--") == sorted(help_text.options(*command))
+
+
+@pytest.mark.parametrize("command", [words for words in COMMAND_LINES if help_text.formats(*words)])
+def test_formats_offered_are_those_of_the_command(offers, command):
+    assert offers(*command, "--format", "") == sorted(help_text.formats(*command))
+
+
+def test_value_behind_an_equals_sign(offers):
+    assert offers("classes", "--format=m") == ["mof"]
+    assert offers("--color=al") == ["always"]
+
+
+def test_fixed_values(offers):
+    assert offers("get", "--log-level", "") == ["debug", "error", "none", "status", "verbose", "warning"]
+    assert offers("--color", "") == ["always", "auto", "never"]
+
+
+def test_every_export_format_is_offered(offers):
+    assert set(help_text.export_formats()) <= set(offers("export", ""))
+
+
+@pytest.mark.parametrize("command", ["get", "trace", "classes"])
+def test_classes_are_offered(offers, command):
+    assert offers(command, "VEXSG_DiskP") == ["VEXSG_DiskPartition"]
+
+
+def test_properties_of_the_named_classes_are_offered_one_after_the_other(offers):
+    first = offers("get", "VEXSG_LogicalDisk", "--columns", "T")
+    later = offers("get", "VEXSG_LogicalDisk", "--columns", "DeviceID,T")
+    assert first == ["TotalSpace"]
+    assert [name.rpartition(",")[2] for name in later] == ["TotalSpace"]
+
+
+@pytest.mark.parametrize("words", [("probe", "disk"), ("diff", "disk"), ("get", "--output", "disk"),
+                                   ("plugin", "--plugin=disk")])
+def test_files_are_offered(offers, tmp_path, words):
+    (tmp_path / "disk.img").touch()
+    assert offers(*words) == ["disk.img"]
+
+
+@pytest.mark.parametrize("command", ["probe", "explain"])
+def test_devices_are_offered(offers, command):
+    def present():
+        return {f"/dev/{name}" for name in os.listdir("/sys/class/block")}
+    before = present()
+    offered = set(offers(command, ""))
+    devices = before & present()  # others may come and go meanwhile
+    if not devices:
+        pytest.skip("the kernel has no block devices")
+    assert devices <= offered
+
+
+def test_nothing_is_offered_where_any_text_goes(offers):
+    assert offers("--timeout", "") == []
+    assert offers("--virtual-device", "") == []
+
+
+def test_an_unknown_command_is_offered_no_operands(offers):
+    assert offers("no-such-command", "") == []
