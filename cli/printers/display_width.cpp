@@ -20,6 +20,7 @@ struct Piece {
 
 /// The character at the beginning of a stretch of text that is not empty.
 Piece firstPiece(const char* text, std::size_t length) {
+    if (text[0] >= ' ' && text[0] <= '~' && text[0] != '\\') return {1, 1};         // nearly always
     if (length > 1 && text[0] == '\\' && text[1] == 'x') return {1, kEscapeWidth};  // else it would pass for an escape
     std::mbstate_t state{};
     wchar_t character = 0;
