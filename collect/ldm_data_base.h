@@ -13,9 +13,10 @@ public:
     using Texts = std::map<std::string, std::string>;                         // name to text
 
     LDMDataBase() = default;
-    LDMDataBase(const LDMDataBase&) = default;
+    // The compiler's loops over the arrays branch once more to undo a copy that was cut short.
+    LDMDataBase(const LDMDataBase&) = default;  // GCOV_EXCL_BR_LINE: see above
     LDMDataBase& operator=(const LDMDataBase&) = default;
-    virtual ~LDMDataBase() = default;
+    virtual ~LDMDataBase() = default;  // GCOV_EXCL_BR_LINE: see above
 
     Table tables[5];
     Texts texts[2];

@@ -16,17 +16,20 @@ using diskmgt_test::LiteralDisk;
 
 constexpr const char* kPaths[] = {"/dev/sda", "/dev/nvme0n1", "dev/nvme0n1", "/mnt/dev/nvme0n1",
                                   "/dev/md0", "/dev/fd0",     "/dev/sda0",   "disk.img"};
-constexpr std::size_t kCountOffset = 592;  // of the number of entries, in the GPT header
+constexpr std::size_t kHeaderOffset = 512;
+constexpr std::size_t kCountOffset = 80;  // of the number of entries, in the GPT header
 constexpr std::size_t kMostBytes = 1 << 16;
 
 /// Whether the allocation of a huge array succeeds is the machine's affair, so the number of entries is kept to a few
-/// more than the disk can hold; negative ones stay.
+/// more than the disk can hold; negative ones stay. Of a device that ends before the header the first bytes are taken
+/// for it: the seek fails.
 void boundEntryCount(std::string& disk) {
-    if (disk.size() < kCountOffset + 4) return;
+    const std::size_t place = kCountOffset + (disk.size() < kHeaderOffset ? 0 : kHeaderOffset);
     std::int32_t count = 0;
-    std::memcpy(&count, disk.data() + kCountOffset, sizeof count);
+    if (disk.size() < place + sizeof count) return;
+    std::memcpy(&count, disk.data() + place, sizeof count);
     count = std::min(count, static_cast<std::int32_t>(disk.size() / 128 + 2));
-    std::memcpy(disk.data() + kCountOffset, &count, sizeof count);
+    std::memcpy(disk.data() + place, &count, sizeof count);
 }
 
 }  // namespace

@@ -105,7 +105,7 @@ DiskImage withHeaderField(std::uint64_t offset, std::uint64_t value, unsigned wi
 
 const std::vector<std::string> kBothSlots{"/dev/sdb2", "/dev/sdb4"};
 
-// Entries larger, smaller or more than said, or elsewhere (CVE-2021-0308), and numbers past the array (CVE-2020-0256).
+// Entries larger, smaller or more than said, or elsewhere, and numbers past the array (CVE-2020-0256).
 INSTANTIATE_TEST_SUITE_P(
     Gpt, HostileTable,
     ::testing::Values(HostileCase{"entries_of_no_size", withHeaderField(84, 0, 4), kBothSlots},

@@ -152,6 +152,7 @@ TEST(CmdSink, ACopyHasTheLinesAndBeginsAtTheFirst) {
     (void)capture(assigned, "x\ny\nz\n");
     (void)assigned.readLine();
     assigned = original;
+    EXPECT_EQ(assigned.readLine(), "a");
     EXPECT_THAT(linesOf(assigned), ElementsAre("a", "b"));
 }
 

@@ -187,6 +187,18 @@ TEST(ExtendedChain, AMillionLinksAreFollowedToTheEnd) {
     EXPECT_THAT(sectorCounts(entriesAt(0, true)), ElementsAre(7U));
 }
 
+TEST(ExtendedChain, OneLinkMoreThanTheBoundIsNotFollowed) {
+    FakeOs machine;
+    describeLongChain(machine, (std::uint64_t{1} << 20) + 2, 0);
+    EXPECT_THAT(entriesAt(0, true), IsEmpty());  // the one entry lies behind it
+}
+
+TEST(ExtendedChain, NoLinkIsFollowedOnceTheBoundOfEntriesIsMet) {
+    FakeOs machine;
+    describeLongChain(machine, std::uint64_t{1} << 32, 2);
+    EXPECT_THAT(entriesAt(0, true), SizeIs(262144));
+}
+
 TEST(ExtendedChain, AQuarterOfAMillionEntriesAreCollected) {
     FakeOs machine;
     describeLongChain(machine, 262143 / 3 + 1, 3);  // three in every table and one in the last

@@ -145,6 +145,16 @@ TEST(GptEntryCount, IsZeroWhenTheHeaderEndsBeforeIt) {
     EXPECT_EQ(diskmgt_col::gptEntryCount(ByteView(header.data(), 84)), 0x01010101);
 }
 
+TEST(GptEntryAt, IsNoneWhenTheBytesEndBeforeItsEnd) {
+    const std::string entries(256, '\x07');
+    for (std::size_t length = 0; length <= entries.size(); ++length) {
+        const ByteView view(entries.data(), length);
+        EXPECT_EQ(diskmgt_col::gptEntryAt(view, 0).has_value(), length >= 128);
+        EXPECT_EQ(diskmgt_col::gptEntryAt(view, 128).has_value(), length >= 256);
+        EXPECT_FALSE(diskmgt_col::gptEntryAt(view, static_cast<std::size_t>(-64)).has_value());
+    }
+}
+
 TEST(LiteralTypeNumber, KnowsTheSameTypesByTheirStoredBytes) {
     EXPECT_EQ(diskmgt_test::literalTypeNumber(guidBytes("C12A7328-F81F-11D2-BA4B-00A0C93EC93B")), "6");
     EXPECT_EQ(diskmgt_test::literalTypeNumber(std::string(16, '\x07')), "0");

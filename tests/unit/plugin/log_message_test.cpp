@@ -59,6 +59,13 @@ TEST(LogMessage, WriteWin32ErrorNeverLogs) {
     EXPECT_THAT(session.host.log(), IsEmpty());
 }
 
+TEST(LogMessage, AnObjectOfSomebodysOwnWritesAndEndsWithoutTouchingTheOneOfAll) {
+    HostSession session;
+    { LogMessage().writeStatus("mine"); }
+    LogMessage::getInstance()->writeStatus("everybody's");
+    EXPECT_THAT(linesOf(session.host.log()), ElementsAre("2 mine", "2 everybody's"));
+}
+
 TEST(LogMessage, ThereIsOneObjectWithoutDataMembers) {
     EXPECT_EQ(LogMessage::getInstance(), LogMessage::getInstance());
     EXPECT_EQ(sizeof(LogMessage), sizeof(void*));

@@ -1,0 +1,241 @@
+#!/usr/bin/env python3
+"""Breaks the plug-in's sources one small change at a time and looks whether a test notices. The working tree is only
+read: changed copies, their objects and programs lie in the build directory."""
+
+import argparse
+import fnmatch
+import json
+import os
+import random
+import re
+import shlex
+import subprocess
+import sys
+import time
+from collections import Counter
+from pathlib import Path
+
+import mutations
+import source_tree
+
+FOLDERS = ("plugin", "collect", "provider")
+FILES = ("base/text.cpp",)
+EQUIVALENT = Path(__file__).resolve().parent / "equivalent_mutants.txt"
+
+# What needs the machine to itself is left out: others on it must kill nothing.
+CONTRACT = "-Concurrency.*:Request.*:RunningMachine.*:Silence.*:*PropertyRefusal.*:Building.*"
+SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds*:*.ReadsARichDisk*:"
+        "*.AGptWithAllTheEntries*")
+# The fault sweeps take minutes; these of them notice what nothing before them does.
+FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*"
+GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
+# (program, arguments), those that kill most and fastest first.
+TESTS = [
+    ("unit_tests", [*GTEST, f"--gtest_filter=-{SLOW}"]),
+    ("contract_tests", [*GTEST, f"--gtest_filter={CONTRACT}"]),
+    ("replay_partition_parser", ["tests/fuzz_replay/corpus/partition_parser", "3000"]),
+    ("unit_tests", [*GTEST, f"--gtest_filter={SLOW}"]),
+    ("fault_tests", [*GTEST, f"--gtest_filter={FAULTS}"]),
+]
+ENVIRONMENT = {"RC_PARAMS": "seed=1 max_success=100", "CCACHE_DISABLE": "1"}
+MEMORY_LIMIT_KIB = 4 << 20
+SLOWER_THAN_CLEAN = 5  # times: then it hangs
+LEAST_LIMIT = 15       # seconds
+
+FLAGS = "-O0 -g0 -w"  # -w: a warning must not save a test the work
+OPTIONS = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={FLAGS}",
+           "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=gold",
+           "-DCMAKE_MODULE_LINKER_FLAGS=-fuse-ld=gold"]
+
+
+def run_limited(command, directory, limit):
+    """Whether the command succeeds: in time, and without taking the machine's memory."""
+    process = subprocess.Popen(command, cwd=directory, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               stdin=subprocess.DEVNULL, env={**os.environ, **ENVIRONMENT}, start_new_session=True)
+    end = time.monotonic() + limit
+    while True:
+        try:
+            return process.wait(timeout=0.05) == 0
+        except subprocess.TimeoutExpired:
+            if time.monotonic() > end or _resident_kib(process.pid) > MEMORY_LIMIT_KIB:
+                os.killpg(process.pid, 9)
+                process.wait()
+                return False
+
+
+def _resident_kib(pid):
+    try:
+        found = re.search(r"VmRSS:\s+(\d+)", Path(f"/proc/{pid}/status").read_text(encoding="ascii"))
+    except OSError:
+        return 0
+    return int(found.group(1)) if found else 0
+
+
+class Workshop:
+    """The build of the unchanged sources, and what it takes to exchange one object of it."""
+
+    def __init__(self, root, directory, jobs):
+        self.root, self.directory = root, directory
+        self.changed = directory / "mutant"
+        self.plugin = directory / "lib/diskmgt/plugins/libdiskmgt.pi.so"
+        self.plugin.unlink(missing_ok=True)  # a run that was cut off leaves a changed one behind
+        self._call(["cmake", "-S", str(root), "-B", str(directory), *OPTIONS])
+        targets = sorted({program for program, _ in TESTS})
+        self._call(["ninja", "-C", str(directory), "-j", str(jobs), *targets, "fuzz_corpus", "diskmgt_plugin"])
+        self.changed.mkdir(exist_ok=True)
+        self.compiles = {}
+        for entry in json.loads((directory / "compile_commands.json").read_text(encoding="utf-8")):
+            path = os.path.relpath(entry["file"], root)
+            if path not in self.compiles:  # a source of several targets: the plug-in's come first
+                self.compiles[path] = [word for word in shlex.split(entry["command"]) if not word.endswith("ccache")]
+        self.links = {name: self._link_command(name) for name in [*targets, "diskmgt_plugin"]}
+        self.pristine = self.plugin.read_bytes()
+        self.limits = []
+
+    def _call(self, command):
+        subprocess.run(command, check=True, stdout=sys.stderr)
+
+    def _link_command(self, target):
+        listed = subprocess.run(["ninja", "-C", str(self.directory), "-t", "commands", target], check=True,
+                                capture_output=True, text=True).stdout.splitlines()[-1]
+        command = next(part for part in listed.split(" && ") if " -o " in part)
+        return shlex.split(command.replace("\\$", "$"))  # escaped for a shell, which does not come in between here
+
+    def measure_clean(self):
+        """How long the tests of the unchanged sources take; they must pass."""
+        for program, arguments in TESTS:
+            began = time.monotonic()
+            if not run_limited([f"bin/{program}", *arguments], self.directory, 600):
+                sys.exit(f"mutate: {program} fails on unchanged sources")
+            self.limits.append(max(LEAST_LIMIT, SLOWER_THAN_CLEAN * (time.monotonic() - began)))
+
+    def check_survival(self, paths):
+        """A change that changes nothing survives: what kills mutants is the change, not the way it is brought in."""
+        for path in paths:
+            content = (self.root / path).read_text(encoding="utf-8")
+            nothing = mutations.Mutant(path, 0, 0, "", "nothing", 1, "", "")
+            verdict = self.judge(nothing, content)
+            if verdict != "survived":
+                sys.exit(f"mutate: {path} unchanged counts as a mutant: {verdict}")
+
+    def judge(self, mutant, content):
+        """"does not compile", "survived", or the program that noticed."""
+        self.plugin.write_bytes(self.pristine)
+        source = self.changed / Path(mutant.path).name
+        source.write_text(mutant.applied_to(content), encoding="utf-8")
+        compile_command = self.compiles[mutant.path]
+        original = compile_command[compile_command.index("-o") + 1]
+        changed_object = f"mutant/{source.name}.o"
+        command = [changed_object if word == original else word for word in compile_command[:-1]]
+        if not run_limited([*command, "-D_GLIBCXX_ASSERTIONS", str(source)], self.directory, 120):
+            return "does not compile"
+        linked = set()
+        for (program, arguments), limit in zip(TESTS, self.limits):
+            needed, binary = program, f"bin/mutant_{program}"
+            if program == "contract_tests":  # loads the plug-in from its place
+                needed, binary = "diskmgt_plugin", f"bin/{program}"
+            link = self.links[needed]
+            if original not in link:
+                continue
+            if needed not in linked:
+                link = [changed_object if word == original else word for word in link]
+                link[link.index("-o") + 1] = str(self.plugin) if needed == "diskmgt_plugin" else binary
+                if not run_limited(link, self.directory, 120):
+                    return "does not compile"
+                linked.add(needed)
+            if not run_limited([binary, *arguments], self.directory, limit):
+                return program
+        return "survived"
+
+    def close(self):
+        self.plugin.write_bytes(self.pristine)
+
+
+def sources(root):
+    """The files whose mutants count."""
+    inside = [str(path) for path in source_tree.files(root) if path.suffix == ".cpp" and path.parts[0] in FOLDERS]
+    return [*FILES, *inside]
+
+
+def choose(mutants, count, seed):
+    """All, or as many as wanted, the same ones for the same seed and sources."""
+    if count is None or count >= len(mutants):
+        return mutants
+    chosen = set(random.Random(seed).sample(range(len(mutants)), count))
+    return [mutant for place, mutant in enumerate(mutants) if place in chosen]
+
+
+def equivalents(text):
+    """The keys of the changes known to change nothing. A line that begins with "#" holds a reason."""
+    return {line.strip() for line in text.splitlines() if line.strip() and not line.startswith("#")}
+
+
+def summary(outcomes):
+    """The table of all files and the closing line, and whether every survivor is accounted for."""
+    lines = [f"{'file':<42} {'mutants':>7} {'killed':>7} {'survived':>8} {'equivalent':>10} {'no build':>8}"]
+    totals = Counter()
+    for path in sorted(outcomes):
+        found = outcomes[path]
+        totals.update(found)
+        lines.append(f"{path:<42} {sum(found.values()):>7} {found['killed']:>7} {found['survived']:>8} "
+                     f"{found['equivalent']:>10} {found['no build']:>8}")
+    judged = totals["killed"] + totals["survived"] + totals["equivalent"]
+    share = 100 * totals["killed"] / judged if judged else 0
+    lines.append(f"{totals['killed']} of {judged} mutants that compile killed ({share:.1f} %), {totals['survived']} "
+                 f"survived, {totals['equivalent']} known as equivalent, {totals['no build']} do not compile")
+    return lines, totals["survived"] == 0
+
+
+def parse(arguments):
+    parser = argparse.ArgumentParser(prog="tools/dev mutate", description=__doc__)
+    parser.add_argument("count", nargs="?", default="100", help="how many, drawn at random, or all (default 100)")
+    parser.add_argument("--seed", type=int, default=1, help="of the draw (default 1)")
+    parser.add_argument("--files", default="*", metavar="PATTERN", help="only sources like this: 'collect/*'")
+    parser.add_argument("--like", default="", metavar="TEXT", help="only changes of lines that contain this")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="for the first build")
+    parser.add_argument("--list", action="store_true", help="print the mutants and build nothing")
+    options = parser.parse_args(arguments)
+    if options.count != "all" and not options.count.isdigit():
+        parser.error("the count is a number or the word all")
+    options.count = None if options.count == "all" else int(options.count)
+    return options
+
+
+def main(arguments, root=Path(__file__).resolve().parent.parent):
+    options = parse(arguments)
+    contents = {path: (root / path).read_text(encoding="utf-8") for path in sources(root)
+                if fnmatch.fnmatch(path, options.files)}
+    every = [mutant for path, content in contents.items() for mutant in mutations.find(path, content)
+             if options.like in mutant.context]
+    chosen = choose(every, options.count, options.seed)
+    if options.list:
+        print("\n".join(map(str, chosen)))
+        return 0
+    known = equivalents(EQUIVALENT.read_text(encoding="utf-8"))
+    for key in sorted(known - {mutant.key for path in sources(root) for mutant in
+                               mutations.find(path, (root / path).read_text(encoding="utf-8"))}):
+        print(f"mutate: {EQUIVALENT.name} names a change that is none any more: {key}", file=sys.stderr)
+    workshop = Workshop(root, root / "build/mutate", options.jobs)
+    workshop.measure_clean()
+    workshop.check_survival([next(iter(contents))])
+    print(f"{len(chosen)} of {len(every)} mutants, seed {options.seed}", flush=True)
+    outcomes, survivors = {}, []
+    try:
+        for number, mutant in enumerate(chosen, 1):
+            verdict = workshop.judge(mutant, contents[mutant.path])
+            kind = {"does not compile": "no build", "survived": "survived"}.get(verdict, "killed")
+            if kind == "survived" and mutant.key in known:
+                kind = verdict = "equivalent"
+            elif kind == "survived":
+                survivors.append(mutant.key)
+            outcomes.setdefault(mutant.path, Counter())[kind] += 1
+            print(f"{number}/{len(chosen)} {verdict}: {mutant}", flush=True)
+    finally:
+        workshop.close()
+    lines, is_clean = summary(outcomes)
+    print("\n".join([*survivors, *lines]))
+    return 0 if is_clean else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,68 @@
+"""The draw repeats itself, the limits kill, and the closing line counts honestly."""
+
+import contextlib
+import io
+import unittest
+from collections import Counter
+
+from scratch_tree import ScratchTree
+
+import mutate
+
+
+class Draw(unittest.TestCase):
+    def test_same_seed_draws_the_same_in_the_order_of_the_sources(self):
+        every = list(range(100))
+        drawn = mutate.choose(every, 10, 7)
+        self.assertEqual(drawn, mutate.choose(every, 10, 7))
+        self.assertEqual(drawn, sorted(drawn))
+        self.assertEqual(len(drawn), 10)
+        self.assertNotEqual(drawn, mutate.choose(every, 10, 8))
+
+    def test_all_and_more_than_all_are_all(self):
+        self.assertEqual(mutate.choose([1, 2], None, 1), [1, 2])
+        self.assertEqual(mutate.choose([1, 2], 3, 1), [1, 2])
+
+    def test_count_is_a_number_or_all(self):
+        self.assertEqual(mutate.parse(["all"]).count, None)
+        self.assertEqual(mutate.parse(["12", "--seed", "4"]).count, 12)
+        with self.assertRaises(SystemExit), contextlib.redirect_stderr(io.StringIO()):
+            mutate.parse(["some"])
+
+
+class Limits(ScratchTree):
+    def test_success_and_failure_are_told_apart(self):
+        self.assertTrue(mutate.run_limited(["true"], self.root, 10))
+        self.assertFalse(mutate.run_limited(["false"], self.root, 10))
+
+    def test_what_hangs_is_killed_with_its_children(self):
+        self.assertFalse(mutate.run_limited(["sh", "-c", "sleep 1000 & sleep 1000"], self.root, 0.2))
+
+
+class Report(ScratchTree):
+    def test_share_counts_what_compiles(self):
+        lines, is_clean = mutate.summary({"a.cpp": Counter(killed=3, survived=1), "b.cpp": Counter({"no build": 5})})
+        self.assertFalse(is_clean)
+        self.assertEqual(lines[-1], "3 of 4 mutants that compile killed (75.0 %), 1 survived, "
+                                    "0 known as equivalent, 5 do not compile")
+
+    def test_known_equivalents_lower_the_share_and_are_no_failure(self):
+        lines, is_clean = mutate.summary({"a.cpp": Counter(killed=3, equivalent=1)})
+        self.assertTrue(is_clean)
+        self.assertIn("(75.0 %)", lines[-1])
+
+    def test_nothing_judged_is_no_share(self):
+        self.assertIn("0 of 0", mutate.summary({})[0][-1])
+
+    def test_reasons_and_blank_lines_are_no_keys(self):
+        self.assertEqual(mutate.equivalents("# why\na.cpp | x | y\n\n"), {"a.cpp | x | y"})
+
+    def test_only_the_plug_ins_sources_count(self):
+        for path in ("base/text.cpp", "base/os_posix.cpp", "collect/a.cpp", "collect/a.h", "refhost/b.cpp",
+                     "tests/collect/c.cpp", "plugin/entry/d.cpp"):
+            self.put(path, "x")
+        self.assertEqual(mutate.sources(self.root), ["base/text.cpp", "collect/a.cpp", "plugin/entry/d.cpp"])
+
+
+if __name__ == "__main__":
+    unittest.main()
