@@ -96,7 +96,8 @@ TEST(TDiskMgtCallbacks, ANullClassEndsTheRequestWithAnException) {
     (void)session.insideRequest({"VEXSG_DynamicExtent"}, [](auto nameSpace, Classes& classes) {
         auto* const entry = new TDiskMgtCallbacks;  // the host's from here on
         Classes requested = {classes[0], nullptr};
-        EXPECT_THROW(entry->GetData(nameSpace, requested), std::runtime_error);
+        EXPECT_THAT([&] { entry->GetData(nameSpace, requested); },
+                    ::testing::ThrowsMessage<std::runtime_error>("the host requested a null class"));
     });
 }
 

@@ -180,12 +180,16 @@ TEST(DiskInfoAssociator, ANullClassOrPropertyThrowsAStandardException) {
     AssociationScene scene;
     scene.drives({"/dev/sda"});
     (void)scene.publish([&](auto nameSpace, Classes&) {
-        for (const std::size_t crossing : {1U, 3U}) {  // the class lookup, the first instance's property lookup
-            scene.session.host.setFaultPlan({crossing, false, FaultKind::kNullResult});
-            EXPECT_THROW(DiskInfoAssociator().enumeratePhysicalDriveNames(nameSpace), std::runtime_error);
-        }
+        const auto expectRefusal = [](const auto& where, const std::string& text) {
+            EXPECT_THAT([&] { (void)DiskInfoAssociator().enumeratePhysicalDriveNames(where); },
+                        ::testing::ThrowsMessage<std::runtime_error>(text));
+        };
+        scene.session.host.setFaultPlan({1, false, FaultKind::kNullResult});  // the class lookup
+        expectRefusal(nameSpace, "the host gave no class");
+        scene.session.host.setFaultPlan({3, false, FaultKind::kNullResult});  // the first instance's property lookup
+        expectRefusal(nameSpace, "the host gave no property");
         scene.session.host.clearFaultPlan();
-        EXPECT_THROW(DiskInfoAssociator().enumeratePhysicalDriveNames(nullptr), std::runtime_error);
+        expectRefusal(boost::shared_ptr<NVEXTAL20::ICIMNamespace>(), "the host gave no namespace");
     });
 }
 
