@@ -40,16 +40,17 @@ constexpr CallInWords kCalls[] = {
 };
 
 /// The text at an address of this process; empty when there is none to be read.
-std::string textAt(std::uintptr_t address) {
+std::string textAt(void* address) {
     char text[PATH_MAX] = "";
     std::size_t length = 0;
     // Piece by piece up to page ends: what lies behind the text may not be readable.
     while (length < sizeof text - 1) {
         constexpr std::size_t kPage = 4096;
-        std::size_t piece = kPage - (address + length) % kPage;
+        char* const from = static_cast<char*>(address) + length;
+        std::size_t piece = kPage - reinterpret_cast<std::uintptr_t>(from) % kPage;
         if (piece > sizeof text - 1 - length) piece = sizeof text - 1 - length;
         iovec here{text + length, piece};
-        iovec there{reinterpret_cast<void*>(address + length), piece};
+        iovec there{from, piece};
         if (::process_vm_readv(::getpid(), &here, 1, &there, 1, 0) != static_cast<ssize_t>(piece)) return {};
         for (std::size_t i = length; i < length + piece; ++i)
             if (text[i] == '\0') return text;
@@ -58,7 +59,7 @@ std::string textAt(std::uintptr_t address) {
     return {};
 }
 
-std::string nameOfDescriptor(unsigned long long descriptor) {
+std::string nameOfDescriptor(std::uintptr_t descriptor) {
     char name[PATH_MAX];
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     const ssize_t length = ::readlink(link.c_str(), name, sizeof name);
@@ -77,14 +78,15 @@ std::string stalledCallOf(const std::string& threadFolder) {
     const std::string path = threadFolder + "/syscall";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"), &std::fclose);
     long number = -1;
-    unsigned long long arguments[2] = {0, 0};
-    if (file == nullptr || std::fscanf(file.get(), "%ld %llx %llx", &number, &arguments[0], &arguments[1]) != 3)
+    void* arguments[2] = {nullptr, nullptr};
+    if (file == nullptr || std::fscanf(file.get(), "%ld %p %p", &number, &arguments[0], &arguments[1]) != 3)
         return {};  // running, or not to be known
     for (const CallInWords& call : kCalls) {
         if (call.number != number) continue;
-        const std::string name = call.pathArgument >= 0
-                                     ? textAt(static_cast<std::uintptr_t>(arguments[call.pathArgument]))
-                                     : nameOfDescriptor(arguments[call.descriptorArgument]);
+        const std::string name =
+            call.pathArgument >= 0
+                ? textAt(arguments[call.pathArgument])
+                : nameOfDescriptor(reinterpret_cast<std::uintptr_t>(arguments[call.descriptorArgument]));
         return name.empty() ? "" : std::string(call.words) + " \"" + name + "\"";
     }
     return {};
