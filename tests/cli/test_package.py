@@ -119,5 +119,7 @@ def test_dpkg_installs_and_removes_it_without_a_trace(package, tmp_path):
 def test_lintian_has_nothing_to_say(package):
     if not shutil.which("lintian"):
         pytest.skip("lintian is not installed")
-    said = output("lintian", "--allow-root", "--display-info", "--fail-on", "error,warning,info", package)
+    # Some bytes of machine code look like a misspelt word.
+    said = output("lintian", "--allow-root", "--display-info", "--fail-on", "error,warning,info", "--suppress-tags",
+                  "spelling-error-in-binary", package)
     assert [line for line in said.splitlines() if not line.startswith("N:")] == []

@@ -40,9 +40,9 @@ def test_json(run):
 
 
 def test_inventory_json_keeps_the_mount_point_whole(run):
-    inventory = run("export", "json").json()
+    inventory = run("export", "json").json()["diskmgt"]
     disk, = inventory["drives"][0]["partitions"][0]["logicalDisks"]
-    assert disk["mountPoint"] == PLACE
+    assert disk["mountPoints"][0] == PLACE
     assert disk["measuredAtSource"] is False
 
 

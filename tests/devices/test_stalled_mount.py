@@ -60,7 +60,7 @@ def test_sentence_names_class_and_mount_point(run):
 
 
 def test_document_has_what_was_known_by_then(run):
-    inventory = run("export", "json").json()
+    inventory = run("export", "json").json()["diskmgt"]
     assert inventory["complete"] is False
     assert "VEXSG_LogicalDisk" in inventory["missingClasses"]
     assert "VEXSG_DiskPartition" not in inventory["missingClasses"]
@@ -79,7 +79,7 @@ def test_every_form_is_whole_and_says_that_it_is_not_complete(run):
 
 def test_file_appears_whole(run, stalled):
     run("export", "json", "--output", "/media/alive/disks.json")
-    assert json.loads(stalled.run(["cat", "/media/alive/disks.json"]).stdout)["complete"] is False
+    assert json.loads(stalled.run(["cat", "/media/alive/disks.json"]).stdout)["diskmgt"]["complete"] is False
     assert stalled.run(["ls", "/media/alive"]).stdout.split() == ["disks.json"]
 
 
@@ -99,6 +99,6 @@ def test_mount_is_seen_nowhere_else(stalled):
 
 def test_stall_ends_with_its_holder(stalled, run):  # the last test: the mount is broken afterwards
     stalled.run(["kill", "-KILL", stalled.holder])
-    inventory = run("export", "json", status=0).json()
+    inventory = run("export", "json", status=0).json()["diskmgt"]
     assert inventory["complete"] is True
     assert [disk["source"] for disk in inventory["looseLogicalDisks"]] == ["alive", "dead"]
