@@ -16,13 +16,6 @@ struct Selection {
     std::vector<std::string> leftOut;  // their paths
 };
 
-/// The language has no array without elements.
-refhost::Instance withoutEmptyArrays(refhost::Instance instance) {
-    for (refhost::PropertyValue& property : instance.properties)
-        if (property.declaration->isArray && property.elements.empty()) property.isNull = true;
-    return instance;
-}
-
 Selection withDistinctKeys(const Published& published) {
     Selection selection;
     std::unordered_set<std::string> seen;
@@ -30,7 +23,7 @@ Selection withDistinctKeys(const Published& published) {
         for (const refhost::Instance& instance : instances) {
             // In the text, bytes that are not UTF-8 all become the same character.
             if (seen.insert(asUtf8(instance.path)).second)
-                selection.kept.push_back(withoutEmptyArrays(instance));
+                selection.kept.push_back(instance);
             else
                 selection.leftOut.push_back(instance.path);
         }

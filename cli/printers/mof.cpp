@@ -72,6 +72,11 @@ LiteralWriter writerFor(const std::string& type) {
     return type.compare(0, 4, "real") == 0 ? appendReal : appendPlain;
 }
 
+/// Null needs none, and an array without elements has none: the language wants one at least.
+bool hasLiteral(const refhost::PropertyValue& property) {
+    return !property.isNull && !(property.declaration->isArray && property.elements.empty());
+}
+
 void appendValue(std::string& text, const refhost::PropertyValue& property) {
     const LiteralWriter append = writerFor(property.declaration->type);
     if (!property.declaration->isArray) {
@@ -84,7 +89,7 @@ void appendValue(std::string& text, const refhost::PropertyValue& property) {
         append(text, element);
         separator = ", ";
     }
-    text += property.elements.empty() ? "{ }" : " }";
+    text += " }";
 }
 
 }  // namespace
@@ -95,7 +100,7 @@ std::string mofInstances(const std::vector<refhost::Instance>& instances) {
         text += text.empty() ? "instance of " : "\ninstance of ";
         text += instance.className + " {\n";
         for (const refhost::PropertyValue& property : instance.properties) {
-            if (property.isNull) continue;
+            if (!hasLiteral(property)) continue;
             text += "    " + property.declaration->name + " = ";
             appendValue(text, property);
             text += ";\n";

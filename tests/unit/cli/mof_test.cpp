@@ -55,9 +55,19 @@ INSTANTIATE_TEST_SUITE_P(
         LiteralCase{"datetime", "datetime", false, {"20260101120000.000000+000"}, R"("20260101120000.000000+000")"},
         LiteralCase{"reference", "reference", false, {R"(A.B="c\\d")"}, R"("A.B=\"c\\\\d\"")"},
         LiteralCase{"array", "string", true, {"a", "b,c"}, R"({ "a", "b,c" })"},
-        LiteralCase{"array_of_numbers", "uint16", true, {"1", "2"}, "{ 1, 2 }"},
-        LiteralCase{"empty_array", "string", true, {}, "{ }"}),
+        LiteralCase{"array_of_numbers", "uint16", true, {"1", "2"}, "{ 1, 2 }"}),
     [](const auto& row) { return row.param.label; });
+
+TEST(MofInstances, AnArrayWithoutElementsIsLeftOut) {
+    refhost::PropertyDeclaration declaration;
+    declaration.name = "Value";
+    declaration.type = "string";
+    declaration.isArray = true;
+    refhost::Instance instance;
+    instance.className = "VEXSG_Thing";
+    instance.properties = {{&declaration, false, {}}};
+    EXPECT_EQ(mofInstances({instance}), "instance of VEXSG_Thing {\n};\n");
+}
 
 TEST(MofInstances, NoneGiveNoText) { EXPECT_EQ(mofInstances({}), ""); }
 
