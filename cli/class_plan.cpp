@@ -6,6 +6,7 @@
 
 #include "cli/failure.h"
 #include "cli/suggestions.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -31,10 +32,6 @@ const std::vector<std::string>& reliedOnBy(const std::string& className) {
     for (const Reliance& reliance : reliances())
         if (className == reliance.association) return reliance.classes;
     return nothing;
-}
-
-bool contains(const std::vector<std::string>& names, const std::string& name) {
-    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 /// True when the class at `position` relies on a class that is named only later.
@@ -69,9 +66,7 @@ void requireKnownClasses(const refhost::ReferenceHost& host, const std::vector<s
         if (host.findClass(name) != nullptr) continue;
         std::vector<std::string> known;
         for (const refhost::ClassDeclaration& declaration : host.classes()) known.push_back(declaration.name);
-        const std::vector<std::string> near = nearestNames(name, known);
-        throw CommandError(kWrongUsage, "unknown class \"" + name + "\"" +
-                                            (near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?") +
+        throw CommandError(kWrongUsage, "unknown class \"" + name + "\"" + didYouMean(nearestNames(name, known)) +
                                             "; \"diskmgt classes\" lists the known ones");
     }
 }

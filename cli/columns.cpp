@@ -6,6 +6,7 @@
 
 #include "cli/failure.h"
 #include "cli/suggestions.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -22,11 +23,10 @@ bool has(const refhost::ClassDeclaration& declaration, const std::string& column
     for (const std::string& name : classNames)
         for (const refhost::PropertyDeclaration& property : host.findClass(name)->properties)
             known.insert(property.name);
-    const std::vector<std::string> near = nearestNames(column, {known.begin(), known.end()});
     throw CommandError(
         kWrongUsage,
         (classNames.size() == 1 ? *classNames.begin() + " has no property" : "none of the classes has a property") +
-            " \"" + column + "\"" + (near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?") +
+            " \"" + column + "\"" + didYouMean(nearestNames(column, {known.begin(), known.end()})) +
             "; \"diskmgt classes " + *classNames.begin() + "\" lists the properties");
 }
 

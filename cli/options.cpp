@@ -15,6 +15,7 @@
 #include "cli/command_table.h"
 #include "cli/failure.h"
 #include "cli/suggestions.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -29,12 +30,6 @@ struct GivenTexts {
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
     bool exact = false, all = false, bytes = false, space = false;
 };
-
-std::string joined(const std::vector<std::string>& words, const char* between) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
-    return text;
-}
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
 
@@ -105,8 +100,7 @@ std::string seeHelp(const std::string& commandName) {
 [[noreturn]] void refuseCommand(const std::string& name) {
     std::vector<std::string> names;
     for (const CommandDescription& command : commands()) names.emplace_back(command.name);
-    const std::vector<std::string> near = nearestNames(name, names);
-    wrongUsage("unknown command \"" + name + "\"" + (near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?") +
+    wrongUsage("unknown command \"" + name + "\"" + didYouMean(nearestNames(name, names)) +
                "; the commands are: " + joined(names, ", "));
 }
 
@@ -187,7 +181,7 @@ std::string meantOption(const std::string& word, const CommandDescription& comma
     const std::size_t start = std::min(word.find_first_not_of('-'), word.size());
     std::vector<std::string> near = nearestNames(word.substr(start, word.find('=', start) - start), names);
     for (std::string& name : near) name.insert(0, "--");
-    return near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?";
+    return didYouMean(near);
 }
 
 /// Throws for the first word that found no place behind a command.

@@ -68,13 +68,4 @@ std::vector<std::string> nearestNames(const std::string& name, const std::vector
     return names;
 }
 
-std::string joinedWithOr(const std::vector<std::string>& names) {
-    std::string joined;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (i > 0) joined += i + 1 == names.size() ? " or " : ", ";
-        joined += names[i];
-    }
-    return joined;
-}
-
 }  // namespace diskmgt_cli

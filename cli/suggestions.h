@@ -10,7 +10,4 @@ namespace diskmgt_cli {
 /// those a few slips away. A name may be given without its prefix ("DiskDrive"). Empty when none is near.
 std::vector<std::string> nearestNames(const std::string& name, const std::vector<std::string>& known);
 
-/// "A", "A or B", "A, B or C".
-std::string joinedWithOr(const std::vector<std::string>& names);
-
 }  // namespace diskmgt_cli

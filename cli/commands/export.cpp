@@ -10,7 +10,7 @@
 #include "cli/printers/inventory_json.h"
 #include "cli/printers/inventory_mof.h"
 #include "cli/printers/inventory_prometheus.h"
-#include "cli/suggestions.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 

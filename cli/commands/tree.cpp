@@ -2,11 +2,13 @@
 #include <unistd.h>
 
 #include <string>
+#include <vector>
 
 #include "cli/commands/commands.h"
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
 #include "cli/printers/tree.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -14,14 +16,11 @@ namespace {
 
 /// What is not shown at all, in words; empty when there is something of everything.
 std::string whatIsMissing(const Inventory& inventory) {
-    std::string missing;
-    const auto add = [&missing](bool isMissing, const char* what) {
-        if (isMissing) missing += (missing.empty() ? "" : ", ") + std::string(what);
-    };
-    add(inventory.drives.empty(), "disks");
-    add(inventory.partitions.empty(), "partitions");
-    add(inventory.logicalDisks.empty(), "mounted file systems");
-    return missing;
+    std::vector<std::string> missing;
+    if (inventory.drives.empty()) missing.emplace_back("disks");
+    if (inventory.partitions.empty()) missing.emplace_back("partitions");
+    if (inventory.logicalDisks.empty()) missing.emplace_back("mounted file systems");
+    return joined(missing, ", ");
 }
 
 /// Says what to do about an inventory that shows less than it could.

@@ -1,5 +1,4 @@
 // Everything that is said about one disk or one partition.
-#include <algorithm>
 #include <cerrno>
 
 #include "cli/explain/reasons.h"
@@ -7,10 +6,6 @@
 namespace diskmgt_cli {
 
 namespace {
-
-bool contains(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
 
 MountedOn mountedOn(const MountFacts& mount, bool isTableReported) {
     return {mount.source, mount.mountPoint, mount.type, isTableReported && !mount.isLater};

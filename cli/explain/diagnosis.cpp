@@ -22,8 +22,6 @@ Names namesWhere(const std::vector<DeviceFacts>& devices, const std::function<bo
     return names;
 }
 
-bool isRefusal(int error) { return error == EACCES || error == EPERM; }
-
 void tellOfDrives(const KernelList& list, const std::vector<DeviceFacts>& devices, Sentences& told) {
     if (list.error != 0) {
         told.push_back(std::string("The kernel's list ") + diskmgt_col::kBlockDirectory +

@@ -8,10 +8,6 @@ namespace diskmgt_cli {
 
 namespace {
 
-bool contains(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
 constexpr const char* kAdvice =
     " Perhaps something changed meanwhile; run the command again. If it stays so, the plug-in is not the one that "
     "belongs to this command (see \"diskmgt plugin\").";

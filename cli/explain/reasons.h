@@ -7,6 +7,7 @@
 #include "cli/explain/device_facts.h"
 #include "cli/explain/explanation.h"
 #include "cli/explain/mount_facts.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -25,11 +26,9 @@ MountExplanation explainMount(const MountFacts& mount, int updateError);
 
 /// "Permission denied".
 std::string errorText(int errorNumber);
-/// The same with what to do about it.
+/// Whether it says that rights are missing.
+bool isRefusal(int errorNumber);
+/// The error's text with what to do about it.
 std::string failureText(int errorNumber);
-/// "a", "a and b", "a, b and c"; past eight names the rest is a count.
-std::string listed(const std::vector<std::string>& names);
-/// "1 disk", "2 disks".
-std::string counted(std::size_t count, const std::string& noun);
 
 }  // namespace diskmgt_cli

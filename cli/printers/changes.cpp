@@ -5,6 +5,7 @@
 
 #include "cli/printers/json_writer.h"
 #include "cli/printers/text_table.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -17,12 +18,6 @@ constexpr bool isList = std::is_same_v<std::decay_t<Held>, std::vector<std::stri
 
 const char* wordFor(const Change& change) { return change.came() ? "came" : change.went() ? "went" : "changed"; }
 
-std::string joined(const std::vector<std::string>& texts) {
-    std::string line;
-    for (const std::string& text : texts) line += (line.empty() ? "" : ", ") + text;
-    return line;
-}
-
 std::string shown(const DocumentValue& value) {
     return std::visit(
         [](const auto& held) -> std::string {
@@ -30,7 +25,7 @@ std::string shown(const DocumentValue& value) {
             if constexpr (std::is_same_v<Held, std::uint64_t>) return std::to_string(held);
             if constexpr (std::is_same_v<Held, bool>) return held ? "true" : "false";
             if constexpr (std::is_same_v<Held, std::string>) return held;
-            if constexpr (isList<Held>) return joined(held);
+            if constexpr (isList<Held>) return joined(held, ", ");
         },
         value);
 }

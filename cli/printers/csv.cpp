@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "cli/readable_text.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -18,12 +19,6 @@ std::string field(const std::string& text, bool forTerminal) {
         quoted += letter;
     }
     return quoted + "\"";
-}
-
-std::string joined(const std::vector<std::string>& elements) {
-    std::string text;
-    for (std::size_t i = 0; i < elements.size(); ++i) text += (i == 0 ? "" : ",") + elements[i];
-    return text;
 }
 
 }  // namespace
@@ -43,7 +38,7 @@ std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
         for (const std::size_t i : shown) {
             const refhost::PropertyValue& property = instance.properties[i];
             rows += separator;
-            if (!property.isNull) rows += field(joined(property.elements), forTerminal);
+            if (!property.isNull) rows += field(joined(property.elements, ","), forTerminal);
             separator = ",";
         }
         rows += "\r\n";

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "cli/printers/text_table.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -32,13 +33,6 @@ std::string meaningOf(const refhost::PropertyDeclaration& property, const std::s
     for (const auto& [number, meaning] : property.valueNames)
         if (number == value) return meaning;
     return {};
-}
-
-/// Array elements are set apart by ", " for reading.
-std::string shownValue(const refhost::PropertyValue& property) {
-    std::string text;
-    for (std::size_t i = 0; i < property.elements.size(); ++i) text += (i == 0 ? "" : ", ") + property.elements[i];
-    return text;
 }
 
 std::string typeText(const refhost::PropertyDeclaration& property) {
@@ -68,10 +62,7 @@ TableStyle chooseStyle(ColorChoice choice, bool toTerminal) {
 
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
                           const std::vector<std::size_t>& shown, const TableStyle& style) {
-    const std::string count = instances.empty()       ? "no instances"
-                              : instances.size() == 1 ? "1 instance"
-                                                      : std::to_string(instances.size()) + " instances";
-    std::string heading = title(declaration.name, style) + " (" + count + ")\n";
+    const std::string heading = title(declaration.name, style) + " (" + counted(instances.size(), "instance") + ")\n";
     TextTable table(style);
     for (const std::size_t i : shown) {
         const refhost::PropertyDeclaration& property = declaration.properties[i];
@@ -83,7 +74,7 @@ std::string instanceTable(const refhost::ClassDeclaration& declaration, const st
         libscols_line* const row = table.addRow();
         std::size_t column = 0;
         for (const std::size_t i : shown) {
-            const std::string value = shownValue(instance.properties[i]);
+            const std::string value = joined(instance.properties[i].elements, ", ");
             table.set(row, column++, value);
             const refhost::PropertyDeclaration& property = declaration.properties[i];
             if (!property.valueNames.empty()) table.set(row, column++, meaningOf(property, value));

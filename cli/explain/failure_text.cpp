@@ -1,0 +1,21 @@
+// What the kernel's error numbers say to people.
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "cli/explain/reasons.h"
+
+namespace diskmgt_cli {
+
+std::string errorText(int errorNumber) { return std::strerror(errorNumber); }
+
+bool isRefusal(int errorNumber) { return errorNumber == EACCES || errorNumber == EPERM; }
+
+std::string failureText(int errorNumber) {
+    if (!isRefusal(errorNumber)) return errorText(errorNumber);
+    return errorText(errorNumber) +
+           (::geteuid() == 0 ? " (even for root: a container or security policy forbids it)" : "; run as root");
+}
+
+}  // namespace diskmgt_cli
