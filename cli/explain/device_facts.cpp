@@ -2,12 +2,13 @@
 #include "cli/explain/device_facts.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <iterator>
 
 #include "base/handles.h"
+#include "cli/inventory/device_names.h"
+#include "cli/wording.h"
 #include "collect/linux_disk_info.h"
 #include "collect/partition_table_parser.h"
 #include "collect/sysfs_text.h"
@@ -19,10 +20,6 @@ namespace {
 
 using diskmgt_col::EntryName;
 namespace os = diskmgt_col::os;
-
-bool contains(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
 
 void readSysfs(DeviceFacts& facts) {
     const std::string directoryPath = diskmgt_col::kBlockDirectory + facts.name;
@@ -54,21 +51,6 @@ void openAndMeasure(DeviceFacts& facts) {
     if (!measured.sizeBytes) facts.sizeError = measured.error;
     facts.readError = slotReadError(measured.device.get());
     facts.tableCount = diskmgt_col::LinuxDiskInfo().getPartitionCount(facts.path);
-}
-
-bool areDigits(const std::string& text) {
-    return !text.empty() &&
-           std::all_of(text.begin(), text.end(), [](unsigned char each) { return std::isdigit(each) != 0; });
-}
-
-/// sda1 of sda; a name that ends with a digit sets the number apart: nvme0n1p1, md0p1.
-bool isPartitionNameOf(const std::string& name, const std::string& diskName) {
-    if (diskName.empty() || name.size() <= diskName.size() || name.compare(0, diskName.size(), diskName) != 0)
-        return false;
-    std::string number = name.substr(diskName.size());
-    const bool isSetApart = std::isdigit(static_cast<unsigned char>(diskName.back())) != 0;
-    if (isSetApart && number.front() != 'p') return false;
-    return areDigits(isSetApart ? number.substr(1) : number);
 }
 
 }  // namespace
@@ -128,7 +110,7 @@ std::vector<std::string> partitionNamesInTable(const std::string& diskPath) {
 
 std::string diskOfPartition(const std::string& name, const std::vector<std::string>& diskNames) {
     for (const std::string& diskName : diskNames)
-        if (isPartitionNameOf(name, diskName)) return diskName;
+        if (name != diskName && isOnDrive(name, diskName)) return diskName;
     return {};
 }
 

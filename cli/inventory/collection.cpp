@@ -16,7 +16,7 @@ using Clock = std::chrono::steady_clock;
 const char* const kHostingSystem = "VEXSG_ComputerSystem";
 
 /// What is there already, for whoever asks on another thread.
-struct Progress {
+struct Collected {
     std::mutex lock;
     Published published;
     const std::time_t startTime = std::time(nullptr);
@@ -30,48 +30,38 @@ struct Progress {
     }
 };
 
-void serve(PluginSession& session, const std::string& className, Progress& progress) {
+void serve(PluginSession& session, const std::string& className, Collected& collected) {
     const std::string failure = session.failureOf(session.host().request({className}));
     PublishedClass cls{session.host().findClass(className), session.host().instances(className)};
-    const std::lock_guard<std::mutex> hold(progress.lock);
-    progress.published.classes.push_back(std::move(cls));
-    if (!failure.empty()) {
-        progress.published.failures.push_back(failure);
-        progress.published.failedClasses.push_back(className);
-    }
-    std::vector<std::string>& missing = progress.published.missingClasses;
+    const std::lock_guard<std::mutex> hold(collected.lock);
+    collected.published.classes.push_back(std::move(cls));
+    if (!failure.empty()) collected.published.failures.push_back({className, failure});
+    std::vector<std::string>& missing = collected.published.missingClasses;
     missing.erase(std::remove(missing.begin(), missing.end(), className), missing.end());
 }
 
 }  // namespace
 
-const std::vector<std::string>& inventoryClasses() {
-    static const std::vector<std::string> classes = {"VEXSG_DiskDrive",        "VEXSG_DiskPartition",
-                                                     "VEXSG_PartitionPresent", "VEXSG_LogicalDisk",
-                                                     "VEXSG_MediaPresent",     "VEXSG_LogicalDiskBasedOnPartition"};
-    return classes;
-}
-
 Inventory collectInventory(PluginSession& session, const std::function<void(const Inventory&)>& deliverPart) {
-    Progress progress;
-    progress.published.systems = session.host().instances(kHostingSystem);
-    progress.published.missingClasses = inventoryClasses();
+    Collected collected;
+    collected.published.systems = session.host().instances(kHostingSystem);
+    collected.published.missingClasses = inventoryClasses();
     Observations observations;
     {
-        const Deadline limit = session.startTimeLimit([&progress, &deliverPart] {
-            const std::lock_guard<std::mutex> hold(progress.lock);
-            deliverPart(progress.arranged(progress.published, {}));
+        const Deadline limit = session.startTimeLimit([&collected, &deliverPart] {
+            const std::lock_guard<std::mutex> hold(collected.lock);
+            deliverPart(collected.arranged(collected.published, {}));
         });
         (void)session.load();
-        for (const std::string& className : inventoryClasses()) serve(session, className, progress);
-        observations = observe(progress.published);
+        for (const std::string& className : inventoryClasses()) serve(session, className, collected);
+        observations = observe(collected.published);
     }
-    return progress.arranged(std::move(progress.published), observations);
+    return collected.arranged(std::move(collected.published), observations);
 }
 
 ExitStatus reportFailures(const Inventory& inventory) {
     if (inventory.published.failures.empty()) return kDone;
-    return reportFailure(inventory.published.failures.front());
+    return reportFailure(inventory.published.failures.front().text);
 }
 
 }  // namespace diskmgt_cli

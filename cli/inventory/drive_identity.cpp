@@ -6,6 +6,8 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "collect/device_rules.h"
+
 namespace diskmgt_cli {
 
 namespace {
@@ -49,7 +51,7 @@ DriveIdentity readDriveIdentity(const std::string& device) {
     if (device.compare(0, kFolder.size(), kFolder) != 0) return {};
     std::string name = device.substr(kFolder.size());
     std::replace(name.begin(), name.end(), '/', '!');  // as sysfs writes names with a slash
-    const std::string directory = "/sys/block/" + name + "/";
+    const std::string directory = diskmgt_col::kBlockDirectory + name + "/";
     DriveIdentity identity;
     identity.model = firstOf(directory, {"device/model", "device/name"});
     identity.serial = firstOf(directory, {"device/serial", "serial"});

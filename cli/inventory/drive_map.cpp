@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "cli/inventory/device_names.h"
+
 namespace diskmgt_cli {
 
 namespace {

@@ -7,8 +7,9 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "cli/inventory/device_names.h"
 #include "cli/inventory/instance_values.h"
-#include "cli/inventory/partition_type_names.h"
+#include "cli/wording.h"
 #include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
@@ -17,18 +18,13 @@ namespace {
 
 using namespace diskmgt_col;  // the names of classes and properties
 
-bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
-
 using Positions = std::vector<std::size_t>;
 using PositionsByPath = std::unordered_map<std::string_view, Positions>;  // equal keys: several instances
 
 /// The mount point as it was before it was split at its commas; empty pieces are lost.
 std::string joinedElements(const refhost::Instance& instance, const std::string& name) {
-    std::string text;
     const refhost::PropertyValue* const property = find(instance, name);
-    if (property == nullptr) return text;
-    for (const std::string& element : property->elements) text += (text.empty() ? "" : ",") + element;
-    return text;
+    return property == nullptr ? std::string() : joined(property->elements, ",");
 }
 
 Drive readDrive(const refhost::Instance& instance, const Observations& observations) {
@@ -52,6 +48,7 @@ Partition readPartition(const refhost::Instance& instance, const Observations& o
     partition.typeByte = numberOf<unsigned>(instance, kPartitionSubType);
     partition.table = partition.typeByte ? TableKind::kMbr : TableKind::kGpt;  // only an MBR entry has a type byte
     partition.typeName = partitionTypeName(instance, partition.typeByte);
+    partition.purpose = partitionPurpose(partition.typeByte, partition.type);
     partition.isBootable = textOf(instance, kBootable) == "true";
     if (partition.table == TableKind::kGpt) {
         const auto startingOffset = numberOf<std::uint64_t>(instance, kStartingOffset);
@@ -206,13 +203,6 @@ std::string hostName() {
 
 }  // namespace
 
-const std::vector<refhost::Instance>& instancesOf(const Published& published, const std::string& className) {
-    static const std::vector<refhost::Instance> none;
-    for (const PublishedClass& cls : published.classes)
-        if (cls.declaration->name == className) return cls.instances;
-    return none;
-}
-
 SplitOptions splitMountOptions(const std::string& published) {
     constexpr const char* kBefore = ", ";  // only the last one counts: options may hold any text
     constexpr const char* kDigits = "0123456789";
@@ -230,23 +220,6 @@ SplitOptions splitMountOptions(const std::string& published) {
 std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes) {
     constexpr std::uint64_t kSectorSize = 512;
     return (startingOffset + 1) * kSectorSize - sizeBytes;
-}
-
-bool isPartitionOf(const std::string& partition, const std::string& driveName) {
-    if (isOnDrive(partition, driveName)) return true;
-    return partition.size() > driveName.size() && partition.compare(0, driveName.size(), driveName) == 0 &&
-           std::all_of(partition.begin() + static_cast<std::ptrdiff_t>(driveName.size()), partition.end(), isDigit);
-}
-
-bool isOnDrive(const std::string& device, const std::string& driveName) {
-    if (driveName.empty() || device.compare(0, driveName.size(), driveName) != 0) return false;
-    std::string_view rest = std::string_view(device).substr(driveName.size());
-    if (rest.empty()) return true;
-    if (isDigit(driveName.back())) {
-        if (rest.front() != 'p') return false;
-        rest.remove_prefix(1);
-    }
-    return !rest.empty() && std::all_of(rest.begin(), rest.end(), isDigit);
 }
 
 Inventory arrangeInventory(Published published, const Observations& observations) {

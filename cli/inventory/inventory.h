@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "cli/inventory/drive_identity.h"
+#include "cli/inventory/partition_types.h"
 #include "cli/inventory/published.h"
+#include "cli/inventory/space.h"
 #include "refhost/api/reference_host.h"
 
 namespace diskmgt_cli {
@@ -24,15 +26,6 @@ struct Observations {
     bool isSpaceMeasured = false;                                 // false: `availableBytes` says nothing
 };
 
-/// Space of a mounted file system, in bytes.
-struct Space {
-    std::uint64_t total = 0;
-    std::uint64_t free = 0;                  // includes what is reserved for root
-    std::optional<std::uint64_t> available;  // to users; absent: not measured
-    /// The mount point could not be measured, so the figures are those of the file system that holds the source's path.
-    bool isOfSourcePath = false;
-};
-
 struct LogicalDisk {
     const refhost::Instance* instance = nullptr;
     std::string source;      // the device or whatever else stands first in the mount table
@@ -41,6 +34,9 @@ struct LogicalDisk {
     std::string fileSystem;
     std::string options;  // as published: the file-system identifier stands at their end
     std::optional<Space> space;
+
+    /// Null when there are no figures, or when they are those of another file system.
+    const Space* ownSpace() const { return space && !space->isOfSourcePath ? &*space : nullptr; }
 };
 
 enum class TableKind { kMbr, kGpt };
@@ -52,8 +48,9 @@ struct Partition {
     std::uint64_t size = 0;
     TableKind table = TableKind::kMbr;
     std::optional<unsigned> type;
-    std::string typeName;  // in words, the type byte's where it says more
-    std::optional<unsigned> typeByte;
+    std::string typeName;              // in words, the type byte's where it says more
+    std::optional<unsigned> typeByte;  // of an MBR entry
+    Purpose purpose = Purpose::kOther;
     bool isBootable = false;
     /// The first byte; never the published StartingOffset, which is none.
     std::optional<std::uint64_t> start;
@@ -107,13 +104,5 @@ SplitOptions splitMountOptions(const std::string& published);
 
 /// The first byte of a GPT partition, exactly: (StartingOffset + 1) * 512 - Size.
 std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes);
-
-/// True when `device` is the drive itself or one of its partitions by the kernel's rule for names: digits behind a
-/// drive name that ends in a letter, "p" and digits behind one that ends in a digit.
-bool isOnDrive(const std::string& device, const std::string& driveName);
-
-/// True when the plug-in may have named a partition of the drive so: by the kernel's rule, or with the bare number
-/// behind the drive's name (/dev/md01).
-bool isPartitionOf(const std::string& partition, const std::string& driveName);
 
 }  // namespace diskmgt_cli

@@ -7,7 +7,10 @@
 #include <memory>
 
 #include "base/handles.h"
+#include "cli/inventory/device_names.h"
 #include "cli/inventory/instance_values.h"
+#include "collect/device_rules.h"
+#include "collect/mount_rules.h"
 #include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
@@ -16,33 +19,21 @@ namespace {
 
 using namespace diskmgt_col;
 
-const char* const kMountTable = "/etc/mtab";
-constexpr int kLineBufferSize = 65536;  // the same as the collector's: both see the same texts
-
 std::map<std::string, std::vector<std::string>> readMountPoints() {
     std::map<std::string, std::vector<std::string>> mountPoints;
     const UniqueMountTable table(os::openMountTable(kMountTable, "re"));
     if (table == nullptr) return mountPoints;
-    std::vector<char> line(kLineBufferSize);
+    std::vector<char> line(kMountLineSize);
     mntent mount;
-    while (os::nextMountEntry(table.get(), mount, line.data(), kLineBufferSize))
+    while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize))
         mountPoints[mount.mnt_fsname].emplace_back(mount.mnt_dir);
     return mountPoints;
 }
 
-/// The name of the drive whose partition has this name; empty when it is no partition's name.
-std::string driveNameOf(const std::string& partitionName) {
-    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
-    std::string name = partitionName;
-    while (!name.empty() && isDigit(name.back())) name.pop_back();
-    if (name.size() > 1 && name.back() == 'p' && isDigit(name[name.size() - 2])) name.pop_back();
-    return name;
-}
-
 /// Where sysfs lets a partition start, in bytes; absent when it does not know the partition.
 std::optional<std::uint64_t> observedStart(const std::string& device) {
-    const std::string name = device.substr(device.rfind('/') + 1);
-    const std::string path = "/sys/block/" + driveNameOf(name) + "/" + name + "/start";
+    const std::string name = sysfsNameOf(device);
+    const std::string path = kBlockDirectory + driveNameOf(name) + "/" + name + "/start";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"), &std::fclose);
     unsigned long long sector = 0;
     if (file == nullptr || std::fscanf(file.get(), "%llu", &sector) != 1) return std::nullopt;

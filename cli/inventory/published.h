@@ -17,11 +17,16 @@ struct PublishedClass {
     std::vector<refhost::Instance> instances;
 };
 
+/// What the plug-in or host reported while a class was served.
+struct ClassFailure {
+    std::string className;
+    std::string text;
+};
+
 struct Published {
     std::vector<refhost::Instance> systems;   // the hosting system, which the host publishes itself
     std::vector<PublishedClass> classes;      // in the order of `inventoryClasses`; those served completely
-    std::vector<std::string> failures;        // what the plug-in or host reported, one text per class at most
-    std::vector<std::string> failedClasses;   // the classes those texts are about, position by position
+    std::vector<ClassFailure> failures;       // one per class at most
     std::vector<std::string> missingClasses;  // not served when time ran out
 };
 

@@ -3,7 +3,6 @@
 
 #include <cstdio>
 
-#include "cli/printers/partition_purpose.h"
 #include "cli/printers/size_text.h"
 
 namespace diskmgt_cli {
@@ -13,19 +12,20 @@ namespace {
 constexpr double kBarPixels = 1000;  // about as wide as the page shows it
 constexpr double kLetterPixels = 8;
 
-std::string decimal(double value, int digits) {
+std::string decimal(long double value, int digits) {
     char text[32];
-    (void)std::snprintf(text, sizeof text, "%.*f", digits, value);
+    (void)std::snprintf(text, sizeof text, "%.*Lf", digits, value);
     return text;
 }
 
 /// "sda1" of "/dev/sda1".
 std::string shortName(const std::string& device) { return device.substr(device.rfind('/') + 1); }
 
-/// How full the first file system on the partition is; negative when that is not known.
-double usedPartOf(const Inventory& inventory, const Partition& partition) {
+/// The first file system on the partition, when it is known how full it is; else null.
+const LogicalDisk* fileSystemOf(const Inventory& inventory, const Partition& partition) {
     const std::vector<std::size_t> disks = ownLogicalDisks(inventory, partition);
-    return disks.empty() ? -1 : usedPart(inventory.logicalDisks[disks.front()]);
+    if (disks.empty() || !usedShareOf(inventory.logicalDisks[disks.front()])) return nullptr;
+    return &inventory.logicalDisks[disks.front()];
 }
 
 class Drawing {
@@ -54,17 +54,17 @@ private:
 
     void drawPartition(const Stretch& stretch) {
         const Partition& partition = inventory.partitions[*stretch.partition];
-        begin(colourOf(partition), stretch);
-        const double used = usedPartOf(inventory, partition);
+        begin(cssClassOf(partition), stretch);
+        const LogicalDisk* const fileSystem = fileSystemOf(inventory, partition);
         out.text(partition.device).raw(", ").text(partition.typeName).raw(", ").raw(sizeText(partition.size));
-        if (used >= 0) out.raw(", ").raw(decimal(used * 100, 0)).raw(" % used");
+        if (fileSystem != nullptr) out.raw(", ").raw(std::to_string(*fileSystem->space->usedPercent())).raw(" % used");
         out.raw("'>");
         if (stretch.inner.empty())
             drawLabel(partition, share(stretch));
         else
             draw(stretch.inner);
-        if (used >= 0 && share(stretch) * kBarPixels > 40)
-            out.raw("<i><b style='width:").raw(decimal(used * 100, 1)).raw("%'></b></i>");
+        if (fileSystem != nullptr && share(stretch) * kBarPixels > 40)
+            out.raw("<i><b style='width:").raw(decimal(*usedShareOf(*fileSystem) * 100, 1)).raw("%'></b></i>");
         out.raw("</div>");
     }
 
@@ -85,20 +85,14 @@ private:
 
 }  // namespace
 
-const char* colourOf(const Partition& partition) {
-    const Purpose purpose = purposeOf(partition);
-    for (const PurposeName& name : kPurposes)
-        if (name.purpose == purpose) return name.cssClass;
+const char* cssClassOf(const Partition& partition) {
+    for (const PurposeStyle& style : kPurposes)
+        if (style.purpose == partition.purpose) return style.cssClass;
     return "other";
 }
 
-double usedPart(const LogicalDisk& disk) {
-    if (!disk.space || disk.space->isOfSourcePath || disk.space->total < disk.space->free) return -1;
-    const auto used = static_cast<double>(disk.space->total - disk.space->free);
-    // What is kept for the superuser counts as neither, as in df.
-    const double usable = disk.space->available ? used + static_cast<double>(*disk.space->available)
-                                                : static_cast<double>(disk.space->total);
-    return usable > 0 ? used / usable : -1;
+std::optional<long double> usedShareOf(const LogicalDisk& disk) {
+    return disk.ownSpace() == nullptr ? std::nullopt : disk.ownSpace()->usedShare();
 }
 
 void drawDrive(HtmlWriter& out, const Inventory& inventory, const Drive& drive, const DriveMap& map) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "cli/printers/size_text.h"
 #include "cli/printers/text_table.h"
 #include "cli/readable_text.h"
 
@@ -42,19 +43,6 @@ std::string paragraph(const std::string& lead, const std::string& text, std::siz
         begin = end + 1;
     }
     return all + line + "\n";
-}
-
-std::string sizeText(std::uint64_t bytes) {
-    constexpr const char* kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-    std::size_t unit = 0;
-    std::uint64_t tenths = bytes;  // of the unit, from the first step on
-    while (unit + 1 < std::size(kUnits) && bytes >= 1024) {
-        tenths = bytes / 1024 * 10 + bytes % 1024 * 10 / 1024;
-        bytes /= 1024;
-        ++unit;
-    }
-    const bool isWhole = unit == 0 || tenths % 10 == 0;
-    return std::to_string(bytes) + (isWhole ? "" : "." + std::to_string(tenths % 10)) + " " + kUnits[unit];
 }
 
 /// The brief reasons of several verdicts, each rule once.

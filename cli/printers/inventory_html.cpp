@@ -4,8 +4,8 @@
 #include "cli/printers/drive_picture.h"
 #include "cli/printers/page_style.h"
 #include "cli/printers/page_tables.h"
-#include "cli/printers/partition_purpose.h"
 #include "cli/printers/utc_text.h"
+#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
@@ -65,15 +65,10 @@ private:
         out.raw("<section class='card warn' aria-labelledby='warnings'><h2 id='warnings'>Worth knowing</h2>\n<ul>");
         if (!inventory.isComplete()) {
             out.raw("<li>This page is not complete: time ran out before these were served: ");
-            const char* separator = "";
-            for (const std::string& className : published.missingClasses) {
-                out.raw(separator).text(className);
-                separator = ", ";
-            }
-            out.raw(".</li>\n");
+            out.text(joined(published.missingClasses, ", ")).raw(".</li>\n");
         }
-        for (const std::string& failure : published.failures)
-            out.raw("<li>A failure was reported: ").text(failure).raw("</li>\n");
+        for (const ClassFailure& failure : published.failures)
+            out.raw("<li>A failure was reported: ").text(failure.text).raw("</li>\n");
         for (const PairAccident& accident : inventory.accidents) {
             out.raw("<li>").raw(name(accident.device)).raw(" is paired with ").raw(name(accident.pairedWith));
             out.raw(" only because their names are alike");
@@ -90,7 +85,7 @@ private:
     void key() {
         if (inventory.partitions.empty()) return;
         out.raw("<ul class='key' aria-label='Key to the pictures'>");
-        for (const PurposeName& purpose : kPurposes)
+        for (const PurposeStyle& purpose : kPurposes)
             out.raw("<li><span class='dot ").raw(purpose.cssClass).raw("'></span>").raw(purpose.words).raw("</li>");
         out.raw("<li><span class='dot gap'></span>Not partitioned</li></ul>\n");
     }
@@ -141,7 +136,7 @@ private:
         if (inventory.looseLogicalDisks.empty()) return;
         std::vector<std::size_t> withSpace, without;
         for (const std::size_t position : inventory.looseLogicalDisks)
-            (usedPart(inventory.logicalDisks[position]) >= 0 ? withSpace : without).push_back(position);
+            (usedShareOf(inventory.logicalDisks[position]) ? withSpace : without).push_back(position);
         out.raw(
             "<section class='card' aria-labelledby='loose-file-systems'><h2 id='loose-file-systems'>"
             "Mounted, but on no drive</h2>\n");

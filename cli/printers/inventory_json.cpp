@@ -51,12 +51,9 @@ private:
     }
 
     void failures() {
-        const Published& published = inventory.published;
         out.key("failures").beginArray();
-        for (std::size_t i = 0; i < published.failures.size(); ++i) {
-            out.beginObject().textField("class", published.failedClasses[i]);
-            out.textField("text", published.failures[i]).endObject();
-        }
+        for (const ClassFailure& failure : inventory.published.failures)
+            out.beginObject().textField("class", failure.className).textField("text", failure.text).endObject();
         out.endArray();
     }
 

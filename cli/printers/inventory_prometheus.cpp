@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "cli/inventory/device_names.h"
 #include "cli/printers/metric_writer.h"
 
 namespace diskmgt_cli {
@@ -54,24 +55,19 @@ private:
         return {{"device", disk.source}, {"fstype", disk.fileSystem}, {"mountpoint", disk.mountPoint}};
     }
 
-    /// Null when there are no figures, or when they are those of another file system.
-    static const Space* ownSpace(const LogicalDisk& disk) {
-        return disk.space && !disk.space->isOfSourcePath ? &*disk.space : nullptr;
-    }
-
     void fileSystems() {
         out.begin("diskmgt_filesystem_measured", "1 when the file system's space is known, 0 when it is not.");
         for (const LogicalDisk& disk : inventory.logicalDisks)
-            out.sample(labelsOf(disk), std::uint64_t{ownSpace(disk) != nullptr});
+            out.sample(labelsOf(disk), std::uint64_t{disk.ownSpace() != nullptr});
         out.begin("diskmgt_filesystem_size_bytes", "Size of the file system.");
         for (const LogicalDisk& disk : inventory.logicalDisks)
-            if (const Space* const space = ownSpace(disk)) out.sample(labelsOf(disk), space->total);
-        out.begin("diskmgt_filesystem_free_bytes", "Free space, with what is kept for the superuser.");
+            if (const Space* const space = disk.ownSpace()) out.sample(labelsOf(disk), space->total);
+        out.begin("diskmgt_filesystem_free_bytes", "Free space, with what is kept for root.");
         for (const LogicalDisk& disk : inventory.logicalDisks)
-            if (const Space* const space = ownSpace(disk)) out.sample(labelsOf(disk), space->free);
+            if (const Space* const space = disk.ownSpace()) out.sample(labelsOf(disk), space->free);
         out.begin("diskmgt_filesystem_avail_bytes", "Space that users may still fill.");
         for (const LogicalDisk& disk : inventory.logicalDisks)
-            if (const Space* const space = ownSpace(disk); space != nullptr && space->available)
+            if (const Space* const space = disk.ownSpace(); space != nullptr && space->available)
                 out.sample(labelsOf(disk), *space->available);
     }
 

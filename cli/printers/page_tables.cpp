@@ -1,8 +1,8 @@
 // One row a partition, one row a file system.
 #include "cli/printers/page_tables.h"
 
-#include <cstdio>
 #include <initializer_list>
+#include <string>
 #include <utility>
 
 #include "cli/printers/drive_picture.h"
@@ -29,7 +29,7 @@ void endTable(HtmlWriter& out) { out.raw("</tbody></table></div>\n"); }
 
 void partitionRow(HtmlWriter& out, const Partition& partition, bool isLogical) {
     out.raw("<tr><th scope='row' class='first").raw(isLogical ? " inside" : "").raw("'><span class='dot ");
-    out.raw(colourOf(partition)).raw("'></span><span class='name'>").text(partition.device).raw("</span>");
+    out.raw(cssClassOf(partition)).raw("'></span><span class='name'>").text(partition.device).raw("</span>");
     if (partition.isBootable && partition.table == TableKind::kMbr)  // GPT has no such flag
         out.raw("<span class='tag'>boot flag</span>");
     out.raw("</th><td>").text(partition.typeName).raw("</td><td>");
@@ -41,23 +41,21 @@ void partitionRow(HtmlWriter& out, const Partition& partition, bool isLogical) {
     out.raw("</td><td class='number'>").size(partition.size).raw("</td></tr>\n");
 }
 
-void usedCell(HtmlWriter& out, const LogicalDisk& disk) {
-    constexpr double kNearlyFull = 0.9;
-    const double part = usedPart(disk);
-    char percent[16];
-    (void)std::snprintf(percent, sizeof percent, "%.0f", part * 100);
-    out.raw("<td class='number'><span class='meter").raw(part >= kNearlyFull ? " full" : "");
-    out.raw("' aria-hidden='true'><b style='width:").raw(percent).raw("%'></b></span><span class='part'>").raw(percent);
-    out.raw("\u2009%</span></td><td class='number'>").size(disk.space->total - disk.space->free).raw("</td>");
+void usedCells(HtmlWriter& out, const Space& space, int percent) {
+    const std::string text = std::to_string(percent);
+    out.raw("<td class='number'><span class='meter").raw(percent >= kNearlyFullPercent ? " full" : "");
+    out.raw("' aria-hidden='true'><b style='width:").raw(text).raw("%'></b></span><span class='part'>").raw(text);
+    out.raw("\u2009%</span></td><td class='number'>").size(space.used()).raw("</td>");
 }
 
 void spaceCells(HtmlWriter& out, const LogicalDisk& disk) {
-    if (usedPart(disk) < 0) {
+    const std::optional<int> percent = usedShareOf(disk) ? disk.space->usedPercent() : std::nullopt;
+    if (!percent) {
         out.raw("<td class='number soft' colspan='5'>").raw(disk.space ? "no space of its own" : "not measured");
         out.raw("</td>");
         return;
     }
-    usedCell(out, disk);
+    usedCells(out, *disk.space, *percent);
     out.raw("<td class='number'>").size(disk.space->free).raw("</td><td class='number'>");
     if (disk.space->available)
         out.size(*disk.space->available);

@@ -1,24 +1,47 @@
-// Division by 1024 and rounding.
+// Integers all the way, so that 2^64 - 1 bytes are no special case.
 #include "cli/printers/size_text.h"
 
 #include <cstddef>
-#include <cstdio>
+#include <iterator>
 
 namespace diskmgt_cli {
 
-std::string sizeText(std::uint64_t bytes) {
-    static const char* const kUnits[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+namespace {
+
+struct Scaled {
+    std::string number;
+    std::size_t unit;  // the power of 1024
+};
+
+constexpr char kUnits[] = {'B', 'K', 'M', 'G', 'T', 'P', 'E'};
+
+Scaled scaled(std::uint64_t bytes) {
     std::size_t unit = 0;
-    auto number = static_cast<double>(bytes);
-    while (number >= 1023.5 && unit + 1 < sizeof kUnits / sizeof *kUnits) {  // what rounds to 1024 is one of the next
-        number /= 1024;
+    std::uint64_t unitSize = 1;
+    for (; unit + 1 < std::size(kUnits) && bytes / unitSize >= 1024; ++unit) unitSize *= 1024;
+    std::uint64_t whole = bytes / unitSize;
+    std::uint64_t tenths = (bytes % unitSize * 10 + unitSize / 2) / unitSize;  // the rest is below 2^60
+    if (tenths == 10) {
+        ++whole;
+        tenths = 0;
+    }
+    if (whole == 1024) {  // rounded up to the next unit, which exists: 16 EiB is the most there is
+        whole = 1;
         ++unit;
     }
-    const bool isWhole = (bytes & ((std::uint64_t{1} << (10 * unit)) - 1)) == 0;
-    const int digits = isWhole || number >= 99.95 ? 0 : number >= 9.995 ? 1 : 2;
-    char text[32];
-    (void)std::snprintf(text, sizeof text, "%.*f %s", digits, number, kUnits[unit]);
-    return text;
+    return {std::to_string(whole) + (tenths == 0 ? "" : "." + std::to_string(tenths)), unit};
+}
+
+}  // namespace
+
+std::string compactSize(std::uint64_t bytes) {
+    const auto [number, unit] = scaled(bytes);
+    return number + kUnits[unit];
+}
+
+std::string sizeText(std::uint64_t bytes) {
+    const auto [number, unit] = scaled(bytes);
+    return number + " " + kUnits[unit] + (unit == 0 ? "" : "iB");
 }
 
 }  // namespace diskmgt_cli

@@ -1,4 +1,4 @@
-// Sizes for people.
+// Sizes for people: in the largest binary unit that leaves at least 1, to the nearest tenth.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,10 @@
 
 namespace diskmgt_cli {
 
-/// In the largest binary unit that it fills, three digits where it is no whole number: "512 B", "1.82 TiB".
+/// For columns: "512B", "1M", "931.5G".
+std::string compactSize(std::uint64_t bytes);
+
+/// For sentences and pages: "512 B", "1 MiB", "931.5 GiB".
 std::string sizeText(std::uint64_t bytes);
 
 }  // namespace diskmgt_cli

@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::size_t kBarWidth = 8;
 constexpr std::size_t kIndent = 2;  // that the table library draws for each level
-constexpr int kNearlyFull = 90;     // percent
 
 struct ColumnTraits {
     const char* heading;
@@ -127,7 +126,7 @@ private:
     static const char* colorOf(const TreeRow& row, std::size_t column) {
         if (column == kNameColumn && row.kind != TreeRow::Kind::kOther) return "bold";
         if (column == kRemarkColumn && row.isDoubtful) return "yellow";
-        return column == kUseColumn && row.usedPercent >= kNearlyFull ? "red" : nullptr;
+        return column == kUseColumn && row.usedPercent >= kNearlyFullPercent ? "red" : nullptr;
     }
 
     void measure(std::size_t column) {

@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-#include "cli/printers/human_size.h"
+#include "cli/printers/size_text.h"
+#include "cli/wording.h"
 #include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
@@ -11,17 +12,6 @@ namespace diskmgt_cli {
 namespace {
 
 using namespace diskmgt_col;  // the names of classes
-
-std::string counted(std::uint64_t count, const std::string& singular) {
-    return (count == 0 ? "no" : std::to_string(count)) + " " + singular + (count == 1 ? "" : "s");
-}
-
-/// As the df of most systems does, rounded up: only an empty file system is 0 % used.
-int percentOf(std::uint64_t part, std::uint64_t whole) {
-    const long double percent = static_cast<long double>(part) * 100 / static_cast<long double>(whole);
-    const int floor = static_cast<int>(percent);
-    return percent > static_cast<long double>(floor) ? floor + 1 : floor;
-}
 
 class Arrangement {
 public:
@@ -43,7 +33,7 @@ private:
         return row;
     }
 
-    std::string sizeText(std::uint64_t bytes) const { return choices.bytes ? std::to_string(bytes) : humanSize(bytes); }
+    std::string shown(std::uint64_t bytes) const { return choices.bytes ? std::to_string(bytes) : compactSize(bytes); }
 
     const PairAccident* accidentOf(const std::string& association, const std::string& device,
                                    const std::string& pairedWith) const {
@@ -72,7 +62,7 @@ private:
     void add(const Drive& drive) {
         TreeRow& row = addRow(0, drive.device);
         row.kind = TreeRow::Kind::kDrive;
-        row.cells[kSizeColumn] = sizeText(drive.size);
+        row.cells[kSizeColumn] = shown(drive.size);
         row.cells[kTypeColumn] = counted(drive.partitionCount, "partition");
         const std::uint64_t listed = listedPartitions(drive);
         if (listed != drive.partitionCount && wasServed(kPartitionPresent)) {
@@ -85,8 +75,8 @@ private:
 
     void add(const Partition& partition, std::size_t depth, const Drive* drive) {
         TreeRow& row = addRow(depth, partition.device);
-        row.cells[kSizeColumn] = sizeText(partition.size);
-        if (partition.start) row.cells[kStartColumn] = sizeText(*partition.start);
+        row.cells[kSizeColumn] = shown(partition.size);
+        if (partition.start) row.cells[kStartColumn] = shown(*partition.start);
         row.cells[kTypeColumn] = partition.typeName;
         // A GPT entry has no such mark: what is published for it says nothing.
         if (partition.table == TableKind::kMbr && partition.isBootable) row.cells[kRemarkColumn] = "bootable";
@@ -122,14 +112,13 @@ private:
 
     void addSpace(TreeRow& row, const Space& space) {
         if (space.total == 0) return;  // proc and its like measure nothing
-        const std::uint64_t used = space.total - std::min(space.free, space.total);
         const char* const doubt = space.isOfSourcePath ? "?" : "";
         hasForeignFigures = hasForeignFigures || space.isOfSourcePath;
-        row.cells[kSizeColumn] = sizeText(space.total) + doubt;
-        row.cells[kUsedColumn] = sizeText(used) + doubt;
-        row.cells[kFreeColumn] = sizeText(space.free) + doubt;
-        if (space.available) row.cells[kAvailableColumn] = sizeText(*space.available) + doubt;
-        row.usedPercent = percentOf(used, space.total);
+        row.cells[kSizeColumn] = shown(space.total) + doubt;
+        row.cells[kUsedColumn] = shown(space.used()) + doubt;
+        row.cells[kFreeColumn] = shown(space.free) + doubt;
+        if (space.available) row.cells[kAvailableColumn] = shown(*space.available) + doubt;
+        row.usedPercent = space.usedPercent().value_or(-1);
     }
 
     void addHeading(const char* text) { addRow(0, text).kind = TreeRow::Kind::kHeading; }
@@ -163,8 +152,7 @@ private:
     bool hasFileSystemOnDrive() const { return inventory.looseLogicalDisks.size() < inventory.logicalDisks.size(); }
 
     bool wasServed(const std::string& className) const {
-        const std::vector<std::string>& missing = inventory.published.missingClasses;
-        return std::find(missing.begin(), missing.end(), className) == missing.end();
+        return !contains(inventory.published.missingClasses, className);
     }
 
     void addNotes() {
@@ -180,10 +168,8 @@ private:
                 "\"listed\": the drive's own count of partitions differs from what was found on it; \"diskmgt "
                 "explain\" tells why");
         if (inventory.isComplete()) return;
-        std::string missing;
-        for (const std::string& name : inventory.published.missingClasses)
-            missing += (missing.empty() ? "" : ", ") + name;
-        tree.notes.push_back("Time ran out, so this is not all; not served: " + missing);
+        tree.notes.push_back("Time ran out, so this is not all; not served: " +
+                             joined(inventory.published.missingClasses, ", "));
     }
 
     const Inventory& inventory;

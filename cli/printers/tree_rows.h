@@ -1,4 +1,4 @@
-// What stands in which row of the tree; how it is laid out is tree_layout's.
+// What stands in which row of the tree; how it is laid out is left to tree.
 #pragma once
 
 #include <array>

@@ -1,5 +1,6 @@
 // The inventory: what is nested where, and what is observed beside the published values.
 #include "cli/inventory/inventory.h"
+#include "cli/inventory/device_names.h"
 
 #include <gmock/gmock.h>
 

@@ -5,27 +5,34 @@
 #include <cstdint>
 
 #include "cli/printers/display_width.h"
-#include "cli/printers/human_size.h"
+#include "cli/printers/size_text.h"
 
 namespace diskmgt_cli {
 namespace {
 
-TEST(HumanSize, LargestUnitThatLeavesAtLeastOne) {
-    EXPECT_EQ(humanSize(0), "0B");
-    EXPECT_EQ(humanSize(512), "512B");
-    EXPECT_EQ(humanSize(1023), "1023B");
-    EXPECT_EQ(humanSize(1024), "1K");
-    EXPECT_EQ(humanSize(1536), "1.5K");
-    EXPECT_EQ(humanSize(UINT64_C(1000204886016)), "931.5G");
-    EXPECT_EQ(humanSize(UINT64_C(1) << 60U), "1E");
+TEST(Sizes, LargestUnitThatLeavesAtLeastOne) {
+    EXPECT_EQ(compactSize(0), "0B");
+    EXPECT_EQ(compactSize(512), "512B");
+    EXPECT_EQ(compactSize(1023), "1023B");
+    EXPECT_EQ(compactSize(1024), "1K");
+    EXPECT_EQ(compactSize(1536), "1.5K");
+    EXPECT_EQ(compactSize(UINT64_C(1000204886016)), "931.5G");
+    EXPECT_EQ(compactSize(UINT64_C(1) << 60U), "1E");
 }
 
-TEST(HumanSize, RoundsToTheNearestTenthAndIntoTheNextUnit) {
-    EXPECT_EQ(humanSize(1024 + 51), "1K");    // 1.0498
-    EXPECT_EQ(humanSize(1024 + 52), "1.1K");  // 1.0508
-    EXPECT_EQ(humanSize(2048 - 1), "2K");
-    EXPECT_EQ(humanSize(1048576 - 1), "1M");
-    EXPECT_EQ(humanSize(UINT64_MAX), "16E");
+TEST(Sizes, RoundsToTheNearestTenthAndIntoTheNextUnit) {
+    EXPECT_EQ(compactSize(1024 + 51), "1K");    // 1.0498
+    EXPECT_EQ(compactSize(1024 + 52), "1.1K");  // 1.0508
+    EXPECT_EQ(compactSize(2048 - 1), "2K");
+    EXPECT_EQ(compactSize(1048576 - 1), "1M");
+    EXPECT_EQ(compactSize(UINT64_MAX), "16E");
+}
+
+TEST(Sizes, InSentencesTheUnitIsSpelledOut) {
+    EXPECT_EQ(sizeText(512), "512 B");
+    EXPECT_EQ(sizeText(1536), "1.5 KiB");
+    EXPECT_EQ(sizeText(UINT64_C(1000204886016)), "931.5 GiB");
+    EXPECT_EQ(sizeText(UINT64_MAX), "16 EiB");
 }
 
 class DisplayWidth : public ::testing::Test {

@@ -51,7 +51,7 @@ TEST_F(Trees, DrivesPartitionsAndWhatIsMountedOnThem) {
     EXPECT_THAT(lines(),
                 ElementsAre("Name             Size Start Type              Used           Use Free Avail",
                             "/dev/sda          64M       1 partition", "`-/dev/sda1       32M    1M Linux file system",
-                            "  `-/srv/data    100M       ext4               75M ######--  75%  25M   20M",
+                            "  `-/srv/data    100M       ext4               75M ######--  79%  25M   20M",
                             "    `-/srv/again            mounted here too"));
 }
 
@@ -142,6 +142,13 @@ TEST_F(Trees, UseIsRoundedUp) {
     EXPECT_EQ(tree.rows[3].usedPercent, 100);
 }
 
+TEST_F(Trees, WhatIsKeptForRootIsNeitherUsedNorUsable) {
+    smallServer();  // 75 used, 20 available, 5 kept
+    EXPECT_EQ(arranged().rows[2].usedPercent, 79);
+    scene.observations.availableBytes["/srv/data"] = 0;
+    EXPECT_EQ(arranged().rows[2].usedPercent, 100);
+}
+
 TEST_F(Trees, WhatIsOnNoDriveIsCountedOrListed) {
     EXPECT_THAT(arranged().notes, IsEmpty());
     scene.mounted("proc", {"/proc"}, "proc");
@@ -222,7 +229,7 @@ TEST_F(Trees, LinesAndBarsAreDrawnWhereTheLocaleHasThem) {
     const std::string text = printedTree(arranged(), style, 0);
     (void)std::setlocale(LC_CTYPE, "C");
     EXPECT_THAT(text, HasSubstr("└─/dev/sda1"));
-    EXPECT_THAT(text, HasSubstr("██████░░  75%"));
+    EXPECT_THAT(text, HasSubstr("██████░░  79%"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What partitions are for, in words.
+// What partitions are for: their types in words, and in the few groups that a picture can tell apart.
 #pragma once
 
 #include <optional>
@@ -8,11 +8,13 @@
 
 namespace diskmgt_cli {
 
+enum class Purpose { kData, kStart, kSwap, kPool, kContainer, kOther };
+
 /// The meaning of a partition's PartitionType as its class declares it; for a primary or logical partition with a
 /// well-known type byte that byte's meaning. A number without a meaning is "type N", none at all "unknown".
 std::string partitionTypeName(const refhost::Instance& partition, std::optional<unsigned> typeByte);
 
-/// The usual name of an MBR type byte; null when it has none here.
-const char* typeByteName(unsigned typeByte);
+/// By the type byte of an MBR entry, else by the PartitionType that stands for the type of a GPT entry.
+Purpose partitionPurpose(std::optional<unsigned> typeByte, std::optional<unsigned> type);
 
 }  // namespace diskmgt_cli
