@@ -7,22 +7,25 @@
 #include "cli/failure.h"
 #include "cli/suggestions.h"
 #include "cli/wording.h"
+#include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
 
 namespace {
 
+using namespace diskmgt_col;  // the names of classes
+
 struct Reliance {
-    const char* association;
+    std::string association;
     std::vector<std::string> classes;
 };
 
 /// The associations that are ever filled; the others rely on nothing.
 const std::vector<Reliance>& reliances() {
     static const std::vector<Reliance> all = {
-        {"VEXSG_MediaPresent", {"VEXSG_DiskDrive", "VEXSG_LogicalDisk"}},
-        {"VEXSG_PartitionPresent", {"VEXSG_DiskDrive", "VEXSG_DiskPartition"}},
-        {"VEXSG_LogicalDiskBasedOnPartition", {"VEXSG_DiskPartition", "VEXSG_LogicalDisk"}},
+        {kMediaPresent, {kDiskDrive, kLogicalDisk}},
+        {kPartitionPresent, {kDiskDrive, kDiskPartition}},
+        {kLogicalDiskBasedOnPartition, {kDiskPartition, kLogicalDisk}},
     };
     return all;
 }

@@ -44,6 +44,12 @@ struct DeviceFacts {
     bool isOffered() const { return isListed && nameVerdict == diskmgt_col::EntryName::kDisk && sysfs.isOffered(); }
     bool isDrive() const { return isOffered() && virtualEntry.empty() && sizeBytes.has_value(); }
     bool hasPartitions() const { return isCandidate && tableCount > 0; }
+    bool isReadable() const { return isTried && openError == 0 && readError == 0; }
+    /// The kernel or the tables know partitions that are never looked for.
+    bool hasUnaskedPartitions() const { return !isCandidate && (tableCount > 0 || !kernelPartitions.empty()); }
+    bool differsFromKernel() const { return isReadable() && isListed && tableCount != kernelPartitions.size(); }
+    /// Tables are read in sectors of 512 bytes, whatever the device has.
+    bool hasLargeSectors() const { return logicalSectorSize > 512 && (isCandidate || tableCount > 0); }
     /// What a drive's NoOfPartitions says.
     unsigned long countOnDrive() const { return kernelPartitions.empty() ? 0 : tableCount; }
 };

@@ -11,8 +11,6 @@ namespace {
 
 using diskmgt_col::EntryName;
 
-constexpr unsigned long kReadSectorSize = 512;  // the parser's, whatever the device has
-
 /// The reason why opening failed; the node may be missing.
 Reason openFailure(const DeviceFacts& facts) {
     if (facts.openError != ENOENT)
@@ -116,14 +114,11 @@ Verdict judgePartitions(const DeviceFacts& facts) {
     Verdict verdict;
     verdict.isReported = facts.hasPartitions();
     std::vector<Reason>& reasons = verdict.reasons;
-    const bool isOpen = facts.isTried && facts.openError == 0;
     if (!facts.isCandidate) {
-        const bool wouldHaveSome = facts.tableCount > 0 || !facts.kernelPartitions.empty();
-        reasons.push_back({"not-a-candidate", wouldHaveSome ? "partitions are never looked for under this name" : "",
-                           "Partitions are never looked for under the name " + facts.path +
-                               ", only under hda to hdz, "
-                               "sda to sdz, md0 to md127 and nvme0n0 to nvme9n9."});
-    } else if (!isOpen) {
+        reasons.push_back(
+            {"not-a-candidate", facts.hasUnaskedPartitions() ? "partitions are never looked for under this name" : "",
+             "Partitions are never looked for under the name " + facts.path + ", only under " + kCandidateNames + "."});
+    } else if (facts.openError != 0) {
         reasons.push_back(openFailure(facts));
     } else if (facts.readError != 0) {
         reasons.push_back({"read-failed", "cannot be read: " + errorText(facts.readError),
@@ -132,7 +127,7 @@ Verdict judgePartitions(const DeviceFacts& facts) {
         reasons.push_back({"no-partition-found", "", "Its first sectors hold no partition table with partitions."});
     }
     const std::string inTable = counted(facts.tableCount, "partition");
-    if (isOpen && facts.readError == 0 && facts.isListed && facts.tableCount != facts.kernelPartitions.size()) {
+    if (facts.differsFromKernel()) {
         if (facts.kernelPartitions.empty())
             reasons.push_back(
                 {"no-partition-directories", inTable + " in the table, none in the kernel",
@@ -147,7 +142,7 @@ Verdict judgePartitions(const DeviceFacts& facts) {
                  "The table holds " + inTable + ", the kernel shows " + std::to_string(facts.kernelPartitions.size()) +
                      " (" + listed(facts.kernelPartitions) + ")."});
     }
-    if (facts.logicalSectorSize > kReadSectorSize && (facts.isCandidate || facts.tableCount > 0))
+    if (facts.hasLargeSectors())
         reasons.push_back({"large-sectors", std::to_string(facts.logicalSectorSize) + "-byte sectors",
                            "Its logical sectors have " + std::to_string(facts.logicalSectorSize) +
                                " bytes, but tables are read as if they had 512: partitions are wrong or missing."});

@@ -65,27 +65,20 @@ void tellOfMissingNodes(const std::vector<DeviceFacts>& devices, Sentences& told
 }
 
 void tellOfNames(const std::vector<DeviceFacts>& devices, Sentences& told) {
-    const Names uncovered = namesWhere(devices, [](const DeviceFacts& device) {
-        return !device.isCandidate && (device.tableCount > 0 || !device.kernelPartitions.empty());
-    });
+    const Names uncovered =
+        namesWhere(devices, [](const DeviceFacts& device) { return device.hasUnaskedPartitions(); });
     if (!uncovered.empty())
-        told.push_back("Partitions of " + listed(uncovered) +
-                       " are never reported: they are looked for under hda to hdz, sda to sdz, md0 to md127 and "
-                       "nvme0n0 to nvme9n9 only.");
+        told.push_back("Partitions of " + listed(uncovered) + " are never reported: they are looked for under " +
+                       kCandidateNames + " only.");
 }
 
 void tellOfTables(const std::vector<DeviceFacts>& devices, Sentences& told) {
-    const Names large = namesWhere(devices, [](const DeviceFacts& device) {
-        return device.logicalSectorSize > 512 && (device.isCandidate || device.tableCount > 0);
-    });
+    const Names large = namesWhere(devices, [](const DeviceFacts& device) { return device.hasLargeSectors(); });
     if (!large.empty())
         told.push_back("The logical sectors of " + listed(large) +
                        " are larger than the 512 bytes that tables are read with, so their partitions are wrong or "
                        "missing.");
-    const Names differing = namesWhere(devices, [](const DeviceFacts& device) {
-        return device.isListed && device.isTried && device.openError == 0 && device.readError == 0 &&
-               device.tableCount != device.kernelPartitions.size();
-    });
+    const Names differing = namesWhere(devices, [](const DeviceFacts& device) { return device.differsFromKernel(); });
     if (!differing.empty())
         told.push_back("The kernel and the partition table disagree about the number of partitions on " +
                        listed(differing) + "; \"blockdev --rereadpt\" makes the kernel read the table again.");

@@ -11,6 +11,9 @@
 
 namespace diskmgt_cli {
 
+/// The disks whose partitions are looked for, in words.
+constexpr const char* kCandidateNames = "hda to hdz, sda to sdz, md0 to md127 and nvme0n0 to nvme9n9";
+
 /// Empty reasons: reported, and nothing to remark.
 Verdict judgeDrive(const DeviceFacts& facts);
 Verdict judgePartitions(const DeviceFacts& facts);

@@ -110,14 +110,10 @@ void writeDocument(JsonWriter& out, const char* side, const InventoryDocument& d
 std::string changesTable(const std::vector<Change>& changes, const TableStyle& style) {
     if (changes.empty()) return {};
     TextTable table(style);
-    for (const char* const heading : {"Change", "Kind", "Name", "Details"}) table.addColumn(heading);
+    table.addColumns({"Change", "Kind", "Name", "Details"});
     const auto addRow = [&table](const Change& change, const std::string& details) {
         constexpr const char* kKindNames[] = {"drive", "partition", "logical disk"};
-        libscols_line* const row = table.addRow();
-        table.set(row, 0, wordFor(change));
-        table.set(row, 1, kKindNames[static_cast<std::size_t>(change.kind)]);
-        table.set(row, 2, change.name);
-        table.set(row, 3, details);
+        table.addRow({wordFor(change), kKindNames[static_cast<std::size_t>(change.kind)], change.name, details});
     };
     for (const Change& change : changes) {
         if (change.came() || change.went())

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "cli/printers/paragraph.h"
 #include "cli/printers/size_text.h"
 #include "cli/printers/text_table.h"
 #include "cli/readable_text.h"
@@ -11,39 +12,6 @@
 namespace diskmgt_cli {
 
 namespace {
-
-std::string title(const std::string& text, const TableStyle& style) {
-    const std::string readable = escapedControls(text);
-    return style.isColored ? "\033[1m" + readable + "\033[0m" : readable;
-}
-
-std::size_t columnsOf(const std::string& utf8) {
-    return static_cast<std::size_t>(std::count_if(
-        utf8.begin(), utf8.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }));
-}
-
-/// One paragraph; its later lines stand under the text behind `lead`.
-std::string paragraph(const std::string& lead, const std::string& text, std::size_t width) {
-    const std::string readable = escapedControls(text);
-    if (width == 0) return lead + readable + "\n";
-    const std::string indent(lead.size(), ' ');
-    std::string all;
-    std::string line = lead;
-    bool isFirstWord = true;
-    for (std::size_t begin = 0; begin <= readable.size();) {
-        const std::size_t end = std::min(readable.find(' ', begin), readable.size());
-        const std::string word = readable.substr(begin, end - begin);
-        if (!isFirstWord && columnsOf(line) + 1 + columnsOf(word) > width) {
-            all += line + "\n";
-            line = indent + word;
-        } else {
-            line += (isFirstWord ? "" : " ") + word;
-        }
-        isFirstWord = false;
-        begin = end + 1;
-    }
-    return all + line + "\n";
-}
 
 /// The brief reasons of several verdicts, each rule once.
 std::string briefly(const std::vector<const Verdict*>& verdicts) {
@@ -80,18 +48,13 @@ std::string mountCell(const DeviceExplanation& device) {
     return text;
 }
 
-void addCells(TextTable& table, const std::vector<std::string>& cells) {
-    libscols_line* const row = table.addRow();
-    for (std::size_t i = 0; i < cells.size(); ++i) table.set(row, i, cells[i]);
-}
-
 std::string deviceTable(const std::vector<DeviceExplanation>& devices, const TableStyle& style) {
     if (devices.empty()) return "No devices.\n";
     TextTable table(style);
-    for (const char* const heading : {"Device", "Drive", "Partitions", "Mounted on", "Why"}) table.addColumn(heading);
+    table.addColumns({"Device", "Drive", "Partitions", "Mounted on", "Why"});
     for (const DeviceExplanation& device : devices)
-        addCells(table, {device.path, device.drive.isReported ? "yes" : "no", partitionCell(device), mountCell(device),
-                         briefly({&device.drive, &device.partitions})});
+        table.addRow({device.path, device.drive.isReported ? "yes" : "no", partitionCell(device), mountCell(device),
+                      briefly({&device.drive, &device.partitions})});
     return table.print();
 }
 
@@ -104,7 +67,7 @@ std::string mountCount(std::size_t count, bool areOthers) {
 std::string mountTable(const std::vector<MountExplanation>& mounts, const TableStyle& style) {
     if (mounts.empty()) return "No mounts.\n";
     TextTable table(style);
-    for (const char* const heading : {"Source", "Mounted on", "Type", "Logical disk", "Why"}) table.addColumn(heading);
+    table.addColumns({"Source", "Mounted on", "Type", "Logical disk", "Why"});
     std::size_t plain = 0;
     std::size_t repeated = 0;
     for (const MountExplanation& mount : mounts) {
@@ -115,8 +78,8 @@ std::string mountTable(const std::vector<MountExplanation>& mounts, const TableS
         else if (!isDevice && reasons.front().rule == "later-mount")
             ++repeated;
         else
-            addCells(table, {mount.source, mount.mountPoint, mount.type, mount.logicalDisk.isReported ? "yes" : "no",
-                             briefly({&mount.logicalDisk})});
+            table.addRow({mount.source, mount.mountPoint, mount.type, mount.logicalDisk.isReported ? "yes" : "no",
+                          briefly({&mount.logicalDisk})});
     }
     std::string text = plain + repeated == mounts.size() ? "" : table.print();
     const bool areOthers = !text.empty();

@@ -10,15 +10,13 @@
 #include <string_view>
 
 #include "cli/printers/text_table.h"
+#include "cli/readable_text.h"
 #include "cli/wording.h"
+#include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
 
 namespace {
-
-std::string title(const std::string& text, const TableStyle& style) {
-    return style.isColored ? "\033[1m" + text + "\033[0m" : text;
-}
 
 bool isNumeric(const refhost::PropertyDeclaration& property) {
     return !property.isArray && (property.type.rfind("uint", 0) == 0 || property.type.rfind("sint", 0) == 0);
@@ -26,7 +24,7 @@ bool isNumeric(const refhost::PropertyDeclaration& property) {
 
 /// The heading of the column that names the numbers of a property.
 std::string namesHeading(const std::string& property) {
-    return property == "PartitionType" ? "Type" : property + " name";
+    return property == diskmgt_col::kPartitionType ? "Type" : property + " name";
 }
 
 std::string meaningOf(const refhost::PropertyDeclaration& property, const std::string& value) {
@@ -58,6 +56,11 @@ TableStyle chooseStyle(ColorChoice choice, bool toTerminal) {
         (noColor == nullptr || *noColor == '\0') && (terminal == nullptr || std::string_view(terminal) != "dumb");
     style.isColored = choice == ColorChoice::kAlways || (choice == ColorChoice::kAuto && toTerminal && isWelcome);
     return style;
+}
+
+std::string title(const std::string& text, const TableStyle& style) {
+    const std::string readable = escapedControls(text);
+    return style.isColored ? "\033[1m" + readable + "\033[0m" : readable;
 }
 
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
@@ -105,15 +108,10 @@ std::string classTable(const refhost::ClassDeclaration& declaration, const Table
     text += "\n";
     if (!declaration.description.empty()) text += declaration.description + "\n";
     TextTable table(style);
-    for (const char* heading : {"Property", "Type", "Key", "Unit", "Declared in", "Description"})
-        table.addColumn(heading);
-    for (const refhost::PropertyDeclaration& property : declaration.properties) {
-        libscols_line* const row = table.addRow();
-        std::size_t column = 0;
-        for (const std::string& cell : {property.name, typeText(property), std::string(property.isKey ? "Key" : ""),
-                                        property.unit, property.declaredIn, property.description})
-            table.set(row, column++, cell);
-    }
+    table.addColumns({"Property", "Type", "Key", "Unit", "Declared in", "Description"});
+    for (const refhost::PropertyDeclaration& property : declaration.properties)
+        table.addRow({property.name, typeText(property), property.isKey ? "Key" : "", property.unit,
+                      property.declaredIn, property.description});
     if (!declaration.properties.empty()) text += table.print();
     for (const refhost::PropertyDeclaration& property : declaration.properties) {
         if (property.valueNames.empty()) continue;
@@ -121,11 +119,7 @@ std::string classTable(const refhost::ClassDeclaration& declaration, const Table
         TextTable values(style);
         values.addColumn("Value", TextTable::Column::kNumber);
         values.addColumn("Meaning");
-        for (const auto& [value, meaning] : property.valueNames) {
-            libscols_line* const row = values.addRow();
-            values.set(row, 0, value);
-            values.set(row, 1, meaning);
-        }
+        for (const auto& [value, meaning] : property.valueNames) values.addRow({value, meaning});
         text += values.print();
     }
     return text;
@@ -133,16 +127,11 @@ std::string classTable(const refhost::ClassDeclaration& declaration, const Table
 
 std::string pluginTable(const refhost::PluginIdentity& identity, const TableStyle& style) {
     TextTable table(style);
-    table.addColumn("Name");
-    table.addColumn("Version");
-    table.addColumn("Interface version");
+    table.addColumns({"Name", "Version", "Interface version"});
     table.addColumn("Type", TextTable::Column::kNumber);
     table.addColumn("File");
-    libscols_line* const row = table.addRow();
-    std::size_t column = 0;
-    for (const std::string& cell :
-         {identity.name, identity.version, identity.interfaceVersion, std::to_string(identity.type), identity.file})
-        table.set(row, column++, cell);
+    table.addRow(
+        {identity.name, identity.version, identity.interfaceVersion, std::to_string(identity.type), identity.file});
     return table.print();
 }
 

@@ -19,6 +19,9 @@ struct TableStyle {
 /// terminal and without NO_COLOR, unless `choice` says otherwise.
 TableStyle chooseStyle(ColorChoice choice, bool toTerminal);
 
+/// What stands above a table, without a line end: bold where colours are welcome.
+std::string title(const std::string& text, const TableStyle& style);
+
 /// A title line, and a column for each of the properties at the positions `shown`. A property whose numbers have
 /// names is followed by a column with the names.
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,

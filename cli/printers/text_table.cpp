@@ -35,6 +35,15 @@ libscols_line* TextTable::addRow(libscols_line* parent) {
     return row;
 }
 
+void TextTable::addColumns(const std::vector<std::string>& headings) {
+    for (const std::string& heading : headings) addColumn(heading);
+}
+
+void TextTable::addRow(const std::vector<std::string>& cells) {
+    libscols_line* const row = addRow();
+    for (std::size_t column = 0; column < cells.size(); ++column) set(row, column, cells[column]);
+}
+
 void TextTable::set(libscols_line* row, std::size_t column, const std::string& text) {
     require(scols_line_set_data(row, column, text.c_str()) == 0);
 }

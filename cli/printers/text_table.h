@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cli/printers/table.h"
 
@@ -18,8 +19,11 @@ public:
 
     enum class Column { kText, kNumber, kTree };
     void addColumn(const std::string& heading, Column kind = Column::kText);
+    /// Columns of texts.
+    void addColumns(const std::vector<std::string>& headings);
     /// A new row, below `parent` in a tree. The row belongs to the table.
     libscols_line* addRow(libscols_line* parent = nullptr);
+    void addRow(const std::vector<std::string>& cells);
     void set(libscols_line* row, std::size_t column, const std::string& text);
     /// `color` is a name of the table library's; of no effect when the table is not coloured.
     void paint(libscols_line* row, std::size_t column, const char* color);

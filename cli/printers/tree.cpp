@@ -5,6 +5,7 @@
 #include <array>
 
 #include "cli/printers/display_width.h"
+#include "cli/printers/paragraph.h"
 #include "cli/printers/text_table.h"
 
 namespace diskmgt_cli {
@@ -44,21 +45,6 @@ std::string bar(int percent, bool isAscii) {
     std::string text;
     for (std::size_t i = 0; i < kBarWidth; ++i) text += i < filled ? (isAscii ? "#" : "█") : (isAscii ? "-" : "░");
     return text + " ";
-}
-
-/// Breaks a sentence at its blanks; a word that is too long keeps its line for itself. 0: not broken.
-std::string wrapped(const std::string& sentence, std::size_t width) {
-    if (width == 0) return sentence + "\n";
-    std::string text;
-    std::size_t lineWidth = 0;
-    for (std::size_t start = 0, end = 0; start < sentence.size(); start = end + 1) {
-        end = std::min(sentence.find(' ', start), sentence.size());
-        const std::size_t wordWidth = end - start;
-        const bool breaks = lineWidth > 0 && lineWidth + 1 + wordWidth > width;
-        text += (lineWidth == 0 ? "" : breaks ? "\n" : " ") + sentence.substr(start, wordWidth);
-        lineWidth = (breaks || lineWidth == 0 ? 0 : lineWidth + 1) + wordWidth;
-    }
-    return text + "\n";
 }
 
 std::string withoutTrailingBlanks(const std::string& lines) {
@@ -194,11 +180,11 @@ std::string printedTree(const Tree& tree, const TableStyle& style, std::size_t w
     std::string text = tree.rows.empty() ? "" : withoutTrailingBlanks(layout.table());
     const char* separator = text.empty() ? "" : "\n";
     for (const std::string& note : tree.notes) {
-        text += separator + wrapped(note, width);
+        text += separator + paragraph("", note, width);
         separator = "";
     }
     if (!layout.leftOut().empty())
-        text += separator + wrapped("For want of width not shown: " + layout.leftOut(), width);
+        text += separator + paragraph("", "For want of width not shown: " + layout.leftOut(), width);
     return text;
 }
 
