@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <cstdio>
-#include <exception>
 #include <utility>
 
 #include "cli/stalled_call.h"
@@ -40,32 +38,23 @@ refhost::HostOptions hostOptions(const Options& options) {
     return wanted;
 }
 
-std::string secondsText(double seconds) {
-    char text[32];
-    (void)std::snprintf(text, sizeof text, "%g", seconds);
-    return text;
-}
-
 }  // namespace
 
 PluginSession::PluginSession(const Options& options)
     : pluginFile(choosePluginFile(options.pluginFile)),
       timeoutSeconds(options.timeoutSeconds),
+      isLogForwarded(options.logSeverity >= 0),
       referenceHost(hostOptions(options)) {
-    if (options.logSeverity >= 0) referenceHost.forwardLog(options.logSeverity);
+    if (isLogForwarded) referenceHost.forwardLog(options.logSeverity);
 }
 
-Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving) {
-    return Deadline(timeoutSeconds, [this, worker = ownThreadFolder(), beforeLeaving = std::move(beforeLeaving)] {
-        complain("gave up after " + secondsText(timeoutSeconds) + " s while " + whatIsUnderWay(worker) +
-                 "; allow more with --timeout SECONDS (0: no limit)");
-        try {
-            if (beforeLeaving) beforeLeaving();
-        } catch (const std::exception& failure) {
-            if (*failure.what() != '\0') complain(failure.what());
-        }
-        leaveNow(kTimedOut);
-    });
+Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving, const std::string& consequence) {
+    Deadline::Watched work;
+    work.whatIsUnderWay = [this, worker = ownThreadFolder()] { return whatIsUnderWay(worker); };
+    work.beforeLeaving = std::move(beforeLeaving);
+    work.consequence = consequence;
+    work.isShown = !isLogForwarded;
+    return Deadline(timeoutSeconds, std::move(work));
 }
 
 refhost::PluginIdentity PluginSession::load() {
@@ -103,7 +92,7 @@ std::string PluginSession::whatIsUnderWay(const std::string& workerFolder) const
     const std::string className = referenceHost.classBeingServed();
     const std::string call = stalledCallOf(workerFolder);
     if (className.empty()) return call.empty() ? "waiting for the plug-in" : call;
-    return "serving " + className + (call.empty() ? "" : ": " + call + " does not come back");
+    return "serving " + className + (call.empty() ? "" : ": " + call);
 }
 
 ExitStatus reportFailures(const ServedPlan& served) {

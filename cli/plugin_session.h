@@ -26,10 +26,10 @@ public:
 
     refhost::ReferenceHost& host() { return referenceHost; }
 
-    /// Limits what follows, which may load, request and unload, for as long as the answer lives. Past the time limit
-    /// one sentence says what was under way, and the process ends.
-    /// `beforeLeaving`, when given, runs between the two, on another thread than the work that is still stuck.
-    Deadline startTimeLimit(std::function<void()> beforeLeaving = {});
+    /// Limits what follows, which may load, request and unload, for as long as the answer lives. `beforeLeaving` runs
+    /// past the limit, on another thread than the work that is still stuck; `consequence` continues the sentence about
+    /// it.
+    Deadline startTimeLimit(std::function<void()> beforeLeaving = {}, const std::string& consequence = "");
 
     /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
     /// a state in which nothing can be unwound safely.
@@ -46,6 +46,7 @@ private:
 
     const std::string pluginFile;
     const double timeoutSeconds;
+    const bool isLogForwarded;
     refhost::ReferenceHost referenceHost;
     std::atomic<bool> isLoading{false};
 };

@@ -71,10 +71,7 @@ Documents readDocuments(const Options& options) {
     const std::string& after = options.operands[1];
     if (before == kStandardInput && after == kStandardInput)
         throw CommandError(kTrouble, "standard input holds one document only; name a file for the other");
-    const Deadline limit(options.timeoutSeconds, [] {
-        complain("gave up reading the documents after the time limit; allow more with --timeout SECONDS (0: no limit)");
-        leaveNow(kTimedOut);
-    });
+    const Deadline limit(options.timeoutSeconds, {[] { return std::string("reading the documents"); }, {}});
     Documents documents;
     documents.before = readDocument(before);
     documents.after = readDocument(after);

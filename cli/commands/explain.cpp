@@ -1,7 +1,4 @@
 // explain: why each device is or is not reported, beside what the plug-in answers.
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -19,26 +16,19 @@ namespace diskmgt_cli {
 
 namespace {
 
-constexpr const char* kMoreTime = "; allow more with --timeout SECONDS (0: no limit)";
-
-/// The terminal's columns; 0: no terminal, or it does not tell.
-std::size_t widthOf(const Output& output) {
-    winsize window{};
-    if (!output.isTerminal() || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0) return 0;
-    return window.ws_col < 40 ? 0 : window.ws_col;
-}
+/// Sentences are not wrapped to fewer columns than these: little would be left of a line.
+constexpr std::size_t kFewestColumns = 40;
 
 std::string documentOf(const Explanation& explanation, const Options& options, const Output& output) {
     if (options.format == Format::kJson) return json::explanationDocument(explanation);
-    return explanationText(explanation, chooseStyle(options.color, output.isTerminal()), widthOf(output));
+    const std::size_t columns = output.terminalWidth();
+    return explanationText(explanation, chooseStyle(options.color, output.isTerminal()),
+                           columns < kFewestColumns ? 0 : columns);
 }
 
 Explanation explain(const Options& options, const std::vector<std::string>& virtualDevices) {
     Progress progress;
-    const Deadline limit(options.timeoutSeconds, [&progress] {
-        complain("gave up after the time limit while " + progress.step() + kMoreTime);
-        leaveNow(kTimedOut);
-    });
+    const Deadline limit(options.timeoutSeconds, {[&progress] { return progress.step(); }, {}});
     return options.operands.empty() ? explainMachine(virtualDevices, progress)
                                     : explainNamed(options.operands, virtualDevices, progress);
 }
@@ -52,19 +42,15 @@ std::vector<std::string> identifiersOf(const refhost::ReferenceHost& host, const
     return identifiers;
 }
 
-/// Logical disks are left out: serving them would measure mounts that may never answer.
-ServedPlan request(PluginSession& session, const std::string& document, Output& output, double timeoutSeconds) {
-    const Deadline limit(timeoutSeconds, [&] {
-        try {
-            output.write(document);  // known by now, and the work does not touch it
+/// Logical disks are left out: serving them would measure mounts that may never answer. The document is written when
+/// time is up: it is known by now, and the work does not touch it.
+ServedPlan request(PluginSession& session, const std::string& document, Output& output) {
+    const Deadline limit = session.startTimeLimit(
+        [&] {
+            output.write(document);
             output.finish();
-        } catch (const CommandError& error) {
-            if (*error.what() != '\0') complain(error.what());
-        }
-        complain("the plug-in did not answer within the time limit, so this was not compared with its answer" +
-                 std::string(kMoreTime));
-        leaveNow(kTimedOut);
-    });
+        },
+        ", so this was not compared with its answer");
     ServedPlan served;
     ClassPlan plan;
     plan.request = {diskmgt_col::kDiskDrive, diskmgt_col::kDiskPartition};
@@ -82,8 +68,7 @@ ExitStatus runExplain(const Options& options) {
         (void)session.load();
     }
     Explanation explanation = explain(options, session.host().virtualDevices());
-    const ServedPlan served =
-        request(session, documentOf(explanation, options, output), output, options.timeoutSeconds);
+    const ServedPlan served = request(session, documentOf(explanation, options, output), output);
     compareWithAnswer({identifiersOf(session.host(), diskmgt_col::kDiskDrive),
                        identifiersOf(session.host(), diskmgt_col::kDiskPartition)},
                       explanation);

@@ -35,10 +35,7 @@ struct ProbedFile {
 };
 
 ProbedFile probe(const std::string& path, double timeoutSeconds) {
-    const Deadline limit(timeoutSeconds, [&path] {
-        complain("gave up on " + path + " after the time limit; allow more with --timeout SECONDS (0: no limit)");
-        leaveNow(kTimedOut);
-    });
+    const Deadline limit(timeoutSeconds, {[&path] { return "reading " + path; }, {}});
     ProbedFile probed;
     probed.error = openError(path);
     if (probed.error == 0) probed.partitions = diskmgt_col::PartitionTableParser().enumPartitions({path});

@@ -44,13 +44,14 @@ def environment(**changes):
     return {key: value for key, value in plain.items() if value is not None}
 
 
-def on_a_terminal(*arguments, width=None, **changes):
-    """Exit status, and what the command writes to a terminal of that many columns, as bytes."""
+def on_a_terminal(*arguments, width=None, errors_too=False, **changes):
+    """Exit status, and what the command writes to a terminal of that many columns, as bytes. Standard error is that
+    terminal only on request: on a busy machine progress would be shown there."""
     leader, follower = pty.openpty()
     if width is not None:
         termios.tcsetwinsize(follower, (24, width))
-    running = subprocess.Popen([COMMAND, *arguments], stdin=subprocess.DEVNULL, stdout=follower, stderr=follower,
-                               env=environment(**changes))
+    running = subprocess.Popen([COMMAND, *arguments], stdin=subprocess.DEVNULL, stdout=follower,
+                               stderr=follower if errors_too else subprocess.DEVNULL, env=environment(**changes))
     os.close(follower)
     seen = b""
     while True:

@@ -4,7 +4,7 @@ import stat
 import subprocess
 
 import pytest
-from conftest import COMMAND, environment
+from conftest import COMMAND, environment, on_a_terminal
 
 CLASS = "VEXSG_DiskDrive"
 
@@ -127,3 +127,32 @@ def test_log_is_forwarded_from_the_chosen_level_on(run, plugin):
     assert loud.status == 0
     assert f"{CLASS} served".encode() in loud.stderr
     assert loud.json == quiet.json
+
+
+class TestProgress:
+    """Work that takes long says on a terminal what it is at; nowhere else."""
+
+    STUCK = ["get", CLASS, "--timeout", "2.5"]
+
+    def test_is_shown_and_replaced(self, plugin):
+        status, seen = on_a_terminal(*self.STUCK, "--plugin", plugin("sleeping"), "--timeout", "3.5",
+                                     errors_too=True, TERM="xterm")
+        assert status == 4
+        shown, _, said = seen.rpartition(b"\r\x1b[K")
+        assert shown == b"".join(b"\r\x1b[Kdiskmgt: %d s: serving VEXSG_DiskDrive" % second for second in (2, 3))
+        assert said.startswith(b"diskmgt: gave up after 3.5 s while serving VEXSG_DiskDrive; ")
+
+    def test_keeps_to_one_line_of_a_narrow_terminal(self, plugin):
+        _, seen = on_a_terminal(*self.STUCK, "--plugin", plugin("sleeping"), errors_too=True, TERM="xterm", width=20)
+        assert seen.startswith(b"\r\x1b[Kdiskmgt: 2 s: se...\r\x1b[K")
+
+    @pytest.mark.parametrize("hidden", [{"TERM": "dumb"}, {"errors_too": False}])
+    def test_is_shown_nowhere_else(self, plugin, hidden):
+        where = {"errors_too": True, "TERM": "xterm", **hidden}
+        status, seen = on_a_terminal(*self.STUCK, "--plugin", plugin("sleeping"), **where)
+        assert status == 4 and b"2 s: " not in seen
+
+    def test_gives_way_to_the_log(self, plugin):
+        status, seen = on_a_terminal(*self.STUCK, "--plugin", plugin("sleeping"), "--log-level", "verbose",
+                                     errors_too=True, TERM="xterm")
+        assert status == 4 and b"2 s: " not in seen
