@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include "cli/commands/commands.h"
+
 namespace diskmgt_cli {
 
 namespace {
@@ -14,7 +16,7 @@ constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
         {"tree",
-         Command::kTree,
+         &runTree,
          nullptr,
          0,
          0,
@@ -30,7 +32,7 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt --all\n"
          "  diskmgt tree --bytes\n"},
         {"get",
-         Command::kGet,
+         &runGet,
          "CLASS",
          1,
          kAnyNumber,
@@ -50,7 +52,7 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt get VEXSG_DiskDrive --format csv --columns DeviceID,Size\n"
          "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_PartitionPresent --output disks.json\n"},
         {"probe",
-         Command::kProbe,
+         &runProbe,
          "FILE",
          1,
          kAnyNumber,
@@ -62,8 +64,42 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
+        {"explain",
+         &runExplain,
+         "DEVICE",
+         0,
+         kAnyNumber,
+         kNoFlags,
+         {"table", "json"},
+         "Why each device is or is not reported, naming the rule that dropped it",
+         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point; without it the\n"
+         "whole machine is explained. What is said is compared with the plug-in's answer about drives\n"
+         "and partitions. Network, FUSE and automounted file systems are not touched.\n\n"
+         "Examples:\n"
+         "  diskmgt explain\n"
+         "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
+         "  diskmgt explain --format json\n"},
+        {"diff",
+         &runDiff,
+         "OLD NEW",
+         2,
+         2,
+         kHasSpace,
+         {"table", "json"},
+         "What changed between two documents of \"export json\"",
+         "Drives, partitions and logical disks that came, went or changed, sizes in bytes; \"-\" reads\n"
+         "standard input. No change: a table prints nothing. Without --space these do not count: free and\n"
+         "available space, the file-system identifier, where space was measured, and totals that are\n"
+         "not of the file system itself.\n\n"
+         "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that cannot be\n"
+         "compared, or output that cannot be written; 4 timed out.\n"
+         "What an incomplete document lacks counts as unknown, not as gone, and a line on standard error says so.\n\n"
+         "Examples:\n"
+         "  diskmgt export json --output monday.json\n"
+         "  diskmgt diff monday.json tuesday.json\n"
+         "  diskmgt export json | diskmgt diff monday.json - --format json\n"},
         {"export",
-         Command::kExport,
+         &runExport,
          "FORMAT",
          1,
          1,
@@ -84,42 +120,8 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
          "  diskmgt export prometheus --output /var/lib/prometheus/node-exporter/diskmgt.prom\n"
          "  diskmgt export html --output disks.html\n"},
-        {"explain",
-         Command::kExplain,
-         "DEVICE",
-         0,
-         kAnyNumber,
-         kNoFlags,
-         {"table", "json"},
-         "Why each device is or is not reported, naming the rule that dropped it",
-         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point; without it the\n"
-         "whole machine is explained. What is said is compared with the plug-in's answer about drives\n"
-         "and partitions. Network, FUSE and automounted file systems are not touched.\n\n"
-         "Examples:\n"
-         "  diskmgt explain\n"
-         "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n"},
-        {"diff",
-         Command::kDiff,
-         "OLD NEW",
-         2,
-         2,
-         kHasSpace,
-         {"table", "json"},
-         "What changed between two documents of \"export json\"",
-         "Drives, partitions and logical disks that came, went or changed, sizes in bytes; \"-\" reads\n"
-         "standard input. No change: a table prints nothing. Without --space these do not count: free and\n"
-         "available space, the file-system identifier, where space was measured, and totals that are\n"
-         "not of the file system itself.\n\n"
-         "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that cannot be\n"
-         "compared, or output that cannot be written; 4 timed out.\n"
-         "What an incomplete document lacks counts as unknown, not as gone, and a line on standard error says so.\n\n"
-         "Examples:\n"
-         "  diskmgt export json --output monday.json\n"
-         "  diskmgt diff monday.json tuesday.json\n"
-         "  diskmgt export json | diskmgt diff monday.json - --format json\n"},
         {"classes",
-         Command::kClasses,
+         &runClasses,
          "CLASS",
          0,
          1,
@@ -132,19 +134,8 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt classes\n"
          "  diskmgt classes VEXSG_DiskPartition\n"
          "  diskmgt classes --format mof --output schema.mof\n"},
-        {"plugin",
-         Command::kPlugin,
-         nullptr,
-         0,
-         0,
-         kNoFlags,
-         {"table", "json"},
-         "Name, version, interface version, type and file of the plug-in",
-         "Examples:\n"
-         "  diskmgt plugin\n"
-         "  diskmgt plugin --plugin ./libdiskmgt.pi.so --format json\n"},
         {"trace",
-         Command::kTrace,
+         &runTrace,
          "CLASS",
          1,
          kAnyNumber,
@@ -156,6 +147,17 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt trace VEXSG_DiskDrive\n"
          "  diskmgt trace VEXSG_LogicalDisk | head\n"},
+        {"plugin",
+         &runPlugin,
+         nullptr,
+         0,
+         0,
+         kNoFlags,
+         {"table", "json"},
+         "Name, version, interface version, type and file of the plug-in",
+         "Examples:\n"
+         "  diskmgt plugin\n"
+         "  diskmgt plugin --plugin ./libdiskmgt.pi.so --format json\n"},
     };
     return all;
 }
@@ -167,7 +169,7 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tree = {"", Command::kTree, nullptr, 0, 0, kHasAll | kHasBytes, {}, "", ""};
+    static const CommandDescription tree = {"", &runTree, nullptr, 0, 0, kHasAll | kHasBytes, {}, "", ""};
     return tree;
 }
 

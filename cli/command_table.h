@@ -21,7 +21,7 @@ enum CommandFlags : unsigned {
 
 struct CommandDescription {
     const char* name;
-    Command command;
+    CommandFunction run;
     const char* operand;  // what it is called in the help; null: takes none
     std::size_t fewestOperands;
     std::size_t mostOperands;

@@ -7,10 +7,8 @@
 #include <new>
 #include <string>
 
-#include "cli/commands/commands.h"
 #include "cli/failure.h"
 #include "cli/options.h"
-#include "cli/output.h"
 
 namespace {
 
@@ -23,42 +21,14 @@ void occupyClosedStandardDescriptors() {
         if (::fcntl(fd, F_GETFD) < 0) (void)::open("/dev/null", O_RDONLY);  // takes the lowest free number: this one
 }
 
-ExitStatus run(const Options& options) {
-    switch (options.command) {
-        case Command::kExplain:
-            return runExplain(options);
-        case Command::kGet:
-            return runGet(options);
-        case Command::kProbe:
-            return runProbe(options);
-        case Command::kClasses:
-            return runClasses(options);
-        case Command::kPlugin:
-            return runPlugin(options);
-        case Command::kTrace:
-            return runTrace(options);
-        case Command::kExport:
-            return runExport(options);
-        case Command::kTree:
-            return runTree(options);
-        case Command::kDiff:
-            return runDiff(options);
-        case Command::kShowText:
-            break;
-    }
-    Output output("");
-    output.write(options.text);
-    output.finish();
-    return kDone;
-}
-
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
     occupyClosedStandardDescriptors();
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
     try {
-        return run(readOptions(argumentCount, arguments));
+        const Options options = readOptions(argumentCount, arguments);
+        return options.run(options);
     } catch (const CommandError& error) {
         if (*error.what() != '\0') complain(error.what());
         return error.status();

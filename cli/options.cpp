@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "cli/command_table.h"
+#include "cli/commands/commands.h"
 #include "cli/failure.h"
 #include "cli/suggestions.h"
 #include "cli/wording.h"
@@ -211,14 +212,14 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
     if (given.all && (command.flags & kHasAll) == 0) refuse("--all");
     if (given.bytes && (command.flags & kHasBytes) == 0) refuse("--bytes");
     if (!given.format || !command.formats.empty()) return;
-    if (command.command != Command::kTree) refuse("--format");
+    if (name != "tree") refuse("--format");
     wrongUsage("tree has no --format; \"diskmgt export json\" gives the same to programs");
 }
 
 Options checked(const GivenTexts& given, const CommandDescription& command) {
     refuseForeignOptions(given, command);
     Options options;
-    options.command = command.command;
+    options.run = command.run;
     options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
@@ -246,7 +247,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
 
 Options showing(const std::string& text) {
     Options options;
-    options.command = Command::kShowText;
+    options.run = &runShowText;
     options.text = text;
     return options;
 }

@@ -4,14 +4,19 @@
 #include <string>
 #include <vector>
 
+#include "cli/failure.h"
+
 namespace diskmgt_cli {
 
-enum class Command { kShowText, kGet, kProbe, kExplain, kClasses, kPlugin, kTrace, kTree, kExport, kDiff };
 enum class Format { kJson, kTable, kCsv, kMof };
 enum class ColorChoice { kAuto, kAlways, kNever };
 
+struct Options;
+/// Does what a command is for: see commands.h.
+using CommandFunction = ExitStatus (*)(const Options& options);
+
 struct Options {
-    Command command = Command::kGet;
+    CommandFunction run = nullptr;
     std::vector<std::string> operands;  // class names or files, in the order given
     bool exact = false;                 // no earlier request for the classes an association relies on
     bool all = false;                   // tree: what is on no drive too
@@ -25,7 +30,7 @@ struct Options {
     std::string outputFile;      // empty: standard output
     ColorChoice color = ColorChoice::kAuto;
     std::vector<std::string> virtualDevices;
-    std::string text;  // for kShowText: help or version
+    std::string text;  // help or version, when that was asked for instead
 };
 
 /// Reads the command line and DISKMGT_PLUGIN. Throws `CommandError` for wrong usage.

@@ -9,11 +9,13 @@ namespace diskmgt_cli {
 
 ExitStatus runClasses(const Options& options);
 ExitStatus runDiff(const Options& options);
-ExitStatus runExport(const Options& options);
 ExitStatus runExplain(const Options& options);
+ExitStatus runExport(const Options& options);
 ExitStatus runGet(const Options& options);
 ExitStatus runPlugin(const Options& options);
 ExitStatus runProbe(const Options& options);
+/// Prints the text that the options hold: help or the version.
+ExitStatus runShowText(const Options& options);
 ExitStatus runTrace(const Options& options);
 ExitStatus runTree(const Options& options);
 
