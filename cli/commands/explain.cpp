@@ -5,6 +5,7 @@
 
 #include "cli/commands/commands.h"
 #include "cli/explain/explain.h"
+#include "cli/inventory/instance_values.h"
 #include "cli/output.h"
 #include "cli/plugin_session.h"
 #include "cli/printers/explain_json.h"
@@ -16,14 +17,16 @@ namespace diskmgt_cli {
 
 namespace {
 
-/// Sentences are not wrapped to fewer columns than these: little would be left of a line.
-constexpr std::size_t kFewestColumns = 40;
+/// The columns to write for; 0: no terminal, or one so narrow that it breaks lines better itself.
+std::size_t widthOf(const Output& output) {
+    constexpr std::size_t kNarrowest = 40;  // below, little more than a word would stand on a line
+    const std::size_t width = output.terminalWidth();
+    return width < kNarrowest ? 0 : width;
+}
 
 std::string documentOf(const Explanation& explanation, const Options& options, const Output& output) {
     if (options.format == Format::kJson) return json::explanationDocument(explanation);
-    const std::size_t columns = output.terminalWidth();
-    return explanationText(explanation, chooseStyle(options.color, output.isTerminal()),
-                           columns < kFewestColumns ? 0 : columns);
+    return explanationText(explanation, chooseStyle(options.color, output.isTerminal()), widthOf(output));
 }
 
 Explanation explain(const Options& options, const std::vector<std::string>& virtualDevices) {
@@ -36,9 +39,7 @@ Explanation explain(const Options& options, const std::vector<std::string>& virt
 std::vector<std::string> identifiersOf(const refhost::ReferenceHost& host, const std::string& className) {
     std::vector<std::string> identifiers;
     for (const refhost::Instance& instance : host.instances(className))
-        for (const refhost::PropertyValue& property : instance.properties)
-            if (property.declaration->name == diskmgt_col::kDeviceId && !property.isNull)
-                identifiers.push_back(property.elements.front());
+        identifiers.push_back(textOf(instance, diskmgt_col::kDeviceId));
     return identifiers;
 }
 

@@ -5,31 +5,28 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/rights.h"
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
 #include "cli/printers/tree.h"
-#include "cli/wording.h"
 
 namespace diskmgt_cli {
 
 namespace {
 
-/// What is not shown at all, in words; empty when there is something of everything.
-std::string whatIsMissing(const Inventory& inventory) {
+/// What is not shown at all, in words.
+std::vector<std::string> whatIsMissing(const Inventory& inventory) {
     std::vector<std::string> missing;
     if (inventory.drives.empty()) missing.emplace_back("disks");
     if (inventory.partitions.empty()) missing.emplace_back("partitions");
     if (inventory.logicalDisks.empty()) missing.emplace_back("mounted file systems");
-    return joined(missing, ", ");
+    return missing;
 }
 
 /// Says what to do about an inventory that shows less than it could.
 void adviseOn(const Inventory& inventory) {
-    const std::string missing = whatIsMissing(inventory);
-    if (!missing.empty() && ::geteuid() != 0)
-        complain("not root, so these may be out of reach: " + missing + "; run as root to see them");
-    else if (inventory.drives.empty())
-        complain("no disks are reported; \"diskmgt explain\" tells why");
+    mentionRights(whatIsMissing(inventory));
+    if (inventory.drives.empty() && ::geteuid() == 0) complain("no disks are reported; \"diskmgt explain\" tells why");
 }
 
 }  // namespace

@@ -47,16 +47,6 @@ std::string bar(int percent, bool isAscii) {
     return text + " ";
 }
 
-std::string withoutTrailingBlanks(const std::string& lines) {
-    std::string text;
-    text.reserve(lines.size());
-    for (const char letter : lines) {
-        if (letter == '\n') text.resize(text.find_last_not_of(' ') + 1);
-        text += letter;
-    }
-    return text;
-}
-
 class Layout {
 public:
     Layout(const Tree& shown, const TableStyle& chosen, std::size_t width) : tree(shown), style(chosen) {
@@ -177,7 +167,7 @@ private:
 
 std::string printedTree(const Tree& tree, const TableStyle& style, std::size_t width) {
     const Layout layout(tree, style, width);
-    std::string text = tree.rows.empty() ? "" : withoutTrailingBlanks(layout.table());
+    std::string text = tree.rows.empty() ? "" : layout.table();
     const char* separator = text.empty() ? "" : "\n";
     for (const std::string& note : tree.notes) {
         text += separator + paragraph("", note, width);
