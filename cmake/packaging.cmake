@@ -5,9 +5,10 @@ install(DIRECTORY share/man/ DESTINATION share/man)
 install(FILES share/completions/diskmgt.bash DESTINATION share/bash-completion/completions RENAME diskmgt)
 install(FILES share/completions/diskmgt.zsh DESTINATION share/zsh/site-functions RENAME _diskmgt)
 file(GLOB units CONFIGURE_DEPENDS share/systemd/*.service share/systemd/*.timer)
-if(units)
-  install(FILES ${units} DESTINATION lib/systemd/system)  # none is enabled
-endif()
+install(FILES ${units} DESTINATION lib/systemd/system)  # none is enabled
+install(FILES share/inventory.schema.json DESTINATION share/diskmgt)
+install(FILES share/ansible/disks.yml DESTINATION share/diskmgt/ansible)
+install(PROGRAMS share/facts/disks.fact DESTINATION share/diskmgt/facts)
 file(GLOB documents CONFIGURE_DEPENDS docs/*.md)
 install(FILES README.md DESTINATION share/doc/diskmgt)
 install(FILES ${documents} DESTINATION share/doc/diskmgt/docs)  # beside it, as its links have it

@@ -108,9 +108,9 @@ std::vector<std::string> partitionNamesInTable(const std::string& diskPath) {
     return names;
 }
 
-std::string diskOfPartition(const std::string& name, const std::vector<std::string>& diskNames) {
-    for (const std::string& diskName : diskNames)
-        if (name != diskName && isOnDrive(name, diskName)) return diskName;
+std::string diskOfPartition(const std::string& partition, const std::vector<std::string>& disks) {
+    for (const std::string& disk : disks)
+        if (partition != disk && isOnDrive(partition, disk)) return disk;
     return {};
 }
 

@@ -67,6 +67,6 @@ std::vector<std::string> partitionNamesInTable(const std::string& diskPath);
 
 /// The disk among these names that a name like a partition's belongs to, such as sda for sda1 and nvme0n1 for
 /// nvme0n1p1; empty when there is none.
-std::string diskOfPartition(const std::string& name, const std::vector<std::string>& diskNames);
+std::string diskOfPartition(const std::string& partition, const std::vector<std::string>& disks);
 
 }  // namespace diskmgt_cli

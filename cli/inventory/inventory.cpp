@@ -38,6 +38,12 @@ Drive readDrive(const refhost::Instance& instance, const Observations& observati
     return drive;
 }
 
+/// The first byte of a GPT partition, exactly.
+std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes) {
+    constexpr std::uint64_t kSectorSize = 512;
+    return (startingOffset + 1) * kSectorSize - sizeBytes;
+}
+
 Partition readPartition(const refhost::Instance& instance, const Observations& observations) {
     Partition partition;
     partition.instance = &instance;
@@ -158,7 +164,7 @@ void pairPartitions(Inventory& inventory, const PositionsByPath& drives, const P
         const std::string& device = inventory.partitions[partition].device;
         const std::string& driveName = inventory.drives[drive].device;
         const std::string likely = likelyDrive(inventory.drives, device, isPartitionOf);
-        if (likely != driveName) inventory.accidents.push_back({kPartitionPresent, device, driveName, likely});
+        if (likely != driveName) inventory.doubtfulPairs.push_back({kPartitionPresent, device, driveName, likely});
     });
     for (Drive& drive : inventory.drives) nestLogicals(drive, inventory.partitions);
     for (std::size_t i = 0; i < isPlaced.size(); ++i)
@@ -179,7 +185,7 @@ void pairLogicalDisks(Inventory& inventory, const PositionsByPath& drives, const
             if (device == source) return;
             const bool isReported = std::any_of(inventory.logicalDisks.begin(), inventory.logicalDisks.end(),
                                                 [&](const LogicalDisk& other) { return other.source == device; });
-            inventory.accidents.push_back({kLogicalDiskBasedOnPartition, device, source, isReported ? device : ""});
+            inventory.doubtfulPairs.push_back({kLogicalDiskBasedOnPartition, device, source, isReported ? device : ""});
         });
     eachPair(inventory.published, kMediaPresent, drives, logicalDisks, [&](std::size_t drive, std::size_t disk) {
         isPlaced[disk] = true;
@@ -189,13 +195,13 @@ void pairLogicalDisks(Inventory& inventory, const PositionsByPath& drives, const
         const bool isLink = source.find(driveName) == std::string::npos;  // paired by what the link names
         if (isLink) return;
         const std::string likely = likelyDrive(inventory.drives, source, isOnDrive);
-        if (likely != driveName) inventory.accidents.push_back({kMediaPresent, source, driveName, likely});
+        if (likely != driveName) inventory.doubtfulPairs.push_back({kMediaPresent, source, driveName, likely});
     });
     for (std::size_t i = 0; i < isPlaced.size(); ++i)
         if (!isPlaced[i]) inventory.looseLogicalDisks.push_back(i);
 }
 
-std::string hostName() {
+std::string readHostName() {
     char name[256] = "";
     (void)::gethostname(name, sizeof name - 1);  // unknown: empty
     return name;
@@ -217,15 +223,10 @@ SplitOptions splitMountOptions(const std::string& published) {
     return {published.substr(0, mark), std::move(identifier)};
 }
 
-std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes) {
-    constexpr std::uint64_t kSectorSize = 512;
-    return (startingOffset + 1) * kSectorSize - sizeBytes;
-}
-
 Inventory arrangeInventory(Published published, const Observations& observations) {
     Inventory inventory;
     inventory.published = std::move(published);
-    inventory.systemName = hostName();
+    inventory.hostName = readHostName();
     for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskDrive))
         inventory.drives.push_back(readDrive(instance, observations));
     for (const refhost::Instance& instance : instancesOf(inventory.published, kDiskPartition))

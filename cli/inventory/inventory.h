@@ -70,7 +70,7 @@ struct Drive {
 };
 
 /// A pair that exists only because one name begins with, or contains, the other.
-struct PairAccident {
+struct DoubtfulPair {
     std::string association;  // class name
     std::string device;       // the partition or mount source that was paired
     std::string pairedWith;
@@ -79,7 +79,7 @@ struct PairAccident {
 
 struct Inventory {
     Published published;  // owns the instances that the rest points to
-    std::string systemName;
+    std::string hostName;
     std::time_t collectedAt = 0;
     double durationSeconds = 0;
     std::vector<Drive> drives;  // in the order published, as the other lists
@@ -87,7 +87,7 @@ struct Inventory {
     std::vector<LogicalDisk> logicalDisks;
     std::vector<std::size_t> loosePartitions;    // on no reported drive
     std::vector<std::size_t> looseLogicalDisks;  // on no reported drive or partition
-    std::vector<PairAccident> accidents;
+    std::vector<DoubtfulPair> doubtfulPairs;
 
     bool isComplete() const { return published.missingClasses.empty(); }
 };
@@ -101,8 +101,5 @@ struct SplitOptions {
 };
 /// Takes the file-system identifier off the published options of a disk that was measured.
 SplitOptions splitMountOptions(const std::string& published);
-
-/// The first byte of a GPT partition, exactly: (StartingOffset + 1) * 512 - Size.
-std::uint64_t gptStartByte(std::uint64_t startingOffset, std::uint64_t sizeBytes);
 
 }  // namespace diskmgt_cli

@@ -11,39 +11,39 @@ namespace {
 
 struct TypeByte {
     unsigned byte;
-    const char* name;
     Purpose purpose;
+    const char* name;
 };
 
 constexpr TypeByte kTypeBytes[] = {
-    {0x01, "FAT12", Purpose::kData},
-    {0x04, "FAT16 below 32 MB", Purpose::kData},
-    {0x05, "Extended", Purpose::kContainer},
-    {0x06, "FAT16", Purpose::kData},
-    {0x07, "NTFS or exFAT", Purpose::kData},
-    {0x0B, "FAT32", Purpose::kData},
-    {0x0C, "FAT32 LBA", Purpose::kData},
-    {0x0E, "FAT16 LBA", Purpose::kData},
-    {0x0F, "Extended LBA", Purpose::kContainer},
-    {0x12, "Diagnostics", Purpose::kStart},
-    {0x27, "Windows recovery", Purpose::kStart},
-    {0x42, "Windows dynamic disk", Purpose::kPool},
-    {0x82, "Linux swap", Purpose::kSwap},
-    {0x83, "Linux", Purpose::kData},
-    {0x85, "Linux extended", Purpose::kContainer},
-    {0x8E, "Linux LVM", Purpose::kPool},
-    {0xA5, "FreeBSD", Purpose::kData},
-    {0xA6, "OpenBSD", Purpose::kData},
-    {0xA9, "NetBSD", Purpose::kData},
-    {0xAF, "HFS", Purpose::kData},
-    {0xBF, "Solaris", Purpose::kData},
-    {0xDA, "Data without file system", Purpose::kOther},
-    {0xEA, "Boot loader specification", Purpose::kStart},
-    {0xEE, "GPT protective", Purpose::kOther},
-    {0xEF, "EFI system", Purpose::kStart},
-    {0xFB, "VMFS", Purpose::kData},
-    {0xFC, "VMware swap", Purpose::kSwap},
-    {0xFD, "Linux RAID", Purpose::kPool},
+    {0x01, Purpose::kData, "FAT12"},
+    {0x04, Purpose::kData, "FAT16 below 32 MB"},
+    {0x05, Purpose::kContainer, "Extended"},
+    {0x06, Purpose::kData, "FAT16"},
+    {0x07, Purpose::kData, "NTFS or exFAT"},
+    {0x0B, Purpose::kData, "FAT32"},
+    {0x0C, Purpose::kData, "FAT32 LBA"},
+    {0x0E, Purpose::kData, "FAT16 LBA"},
+    {0x0F, Purpose::kContainer, "Extended LBA"},
+    {0x12, Purpose::kStart, "Diagnostics"},
+    {0x27, Purpose::kStart, "Windows recovery"},
+    {0x42, Purpose::kPool, "Windows dynamic disk"},
+    {0x82, Purpose::kSwap, "Linux swap"},
+    {0x83, Purpose::kData, "Linux"},
+    {0x85, Purpose::kContainer, "Linux extended"},
+    {0x8E, Purpose::kPool, "Linux LVM"},
+    {0xA5, Purpose::kData, "FreeBSD"},
+    {0xA6, Purpose::kData, "OpenBSD"},
+    {0xA9, Purpose::kData, "NetBSD"},
+    {0xAF, Purpose::kData, "HFS"},
+    {0xBF, Purpose::kData, "Solaris"},
+    {0xDA, Purpose::kOther, "Data without file system"},
+    {0xEA, Purpose::kStart, "Boot loader specification"},
+    {0xEE, Purpose::kOther, "GPT protective"},
+    {0xEF, Purpose::kStart, "EFI system"},
+    {0xFB, Purpose::kData, "VMFS"},
+    {0xFC, Purpose::kSwap, "VMware swap"},
+    {0xFD, Purpose::kPool, "Linux RAID"},
 };
 
 const TypeByte* findTypeByte(unsigned byte) {

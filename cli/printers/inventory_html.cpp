@@ -38,7 +38,7 @@ private:
             "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
             "<meta name=\"color-scheme\" content=\"light dark\">\n"
             "<meta name=\"generator\" content=\"diskmgt " DISKMGT_VERSION "\">\n<title>Disks of ");
-        out.text(inventory.systemName).raw("</title>\n<style>").raw(kPageStyle).raw("</style>\n</head>\n<body>\n");
+        out.text(inventory.hostName).raw("</title>\n<style>").raw(kPageStyle).raw("</style>\n</head>\n<body>\n");
     }
 
     void figure(const char* name, std::size_t count) {
@@ -47,7 +47,7 @@ private:
 
     void heading() {
         const std::string moment = utcText(inventory.collectedAt);
-        out.raw("<header>\n<h1>Disks of ").text(inventory.systemName).raw("</h1>\n<p class='soft'>Collected ");
+        out.raw("<header>\n<h1>Disks of ").text(inventory.hostName).raw("</h1>\n<p class='soft'>Collected ");
         out.raw("<time datetime='").raw(moment).raw("'>").raw(moment.substr(0, 10)).raw(", ");
         out.raw(moment.size() > 16 ? moment.substr(11, 5) : "").raw(" UTC</time></p>\n<dl class='figures'>");
         std::uint64_t capacity = 0;
@@ -61,7 +61,7 @@ private:
 
     void warnings() {
         const Published& published = inventory.published;
-        if (inventory.isComplete() && published.failures.empty() && inventory.accidents.empty()) return;
+        if (inventory.isComplete() && published.failures.empty() && inventory.doubtfulPairs.empty()) return;
         out.raw("<section class='card warn' aria-labelledby='warnings'><h2 id='warnings'>Worth knowing</h2>\n<ul>");
         if (!inventory.isComplete()) {
             out.raw("<li>This page is not complete: time ran out before these were served: ");
@@ -69,10 +69,10 @@ private:
         }
         for (const ClassFailure& failure : published.failures)
             out.raw("<li>A failure was reported: ").text(failure.text).raw("</li>\n");
-        for (const PairAccident& accident : inventory.accidents) {
-            out.raw("<li>").raw(name(accident.device)).raw(" is paired with ").raw(name(accident.pairedWith));
+        for (const DoubtfulPair& pair : inventory.doubtfulPairs) {
+            out.raw("<li>").raw(name(pair.device)).raw(" is paired with ").raw(name(pair.pairedWith));
             out.raw(" only because their names are alike");
-            if (!accident.likely.empty()) out.raw("; it belongs to ").raw(name(accident.likely));
+            if (!pair.likely.empty()) out.raw("; it belongs to ").raw(name(pair.likely));
             out.raw(".</li>\n");
         }
         out.raw("</ul></section>\n");

@@ -23,7 +23,7 @@ public:
         out.numberField("schema", kSchemaVersion);
         out.key("generator").beginObject();
         out.textField("name", "diskmgt").textField("version", DISKMGT_VERSION).endObject();
-        out.textField("hostName", inventory.systemName);
+        out.textField("hostName", inventory.hostName);
         out.textField("collectedAt", utcText(inventory.collectedAt));
         out.truthField("complete", inventory.isComplete());
         texts("missingClasses", inventory.published.missingClasses);
@@ -117,10 +117,10 @@ private:
 
     void doubtfulPairs() {
         out.key("doubtfulPairs").beginArray();
-        for (const PairAccident& accident : inventory.accidents) {
-            out.beginObject().textField("association", accident.association).textField("device", accident.device);
-            out.textField("pairedWith", accident.pairedWith);
-            if (!accident.likely.empty()) out.textField("likely", accident.likely);
+        for (const DoubtfulPair& pair : inventory.doubtfulPairs) {
+            out.beginObject().textField("association", pair.association).textField("device", pair.device);
+            out.textField("pairedWith", pair.pairedWith);
+            if (!pair.likely.empty()) out.textField("likely", pair.likely);
             out.endObject();
         }
         out.endArray();

@@ -35,11 +35,10 @@ private:
 
     std::string shown(std::uint64_t bytes) const { return choices.bytes ? std::to_string(bytes) : compactSize(bytes); }
 
-    const PairAccident* accidentOf(const std::string& association, const std::string& device,
-                                   const std::string& pairedWith) const {
-        for (const PairAccident& accident : inventory.accidents)
-            if (accident.device == device && accident.pairedWith == pairedWith && accident.association == association)
-                return &accident;
+    const DoubtfulPair* doubtfulPairOf(const std::string& association, const std::string& device,
+                                       const std::string& pairedWith) const {
+        for (const DoubtfulPair& pair : inventory.doubtfulPairs)
+            if (pair.device == device && pair.pairedWith == pairedWith && pair.association == association) return &pair;
         return nullptr;
     }
 
@@ -53,7 +52,7 @@ private:
         std::uint64_t listed = 0;
         for (const std::size_t position : drive.partitions) {
             const Partition& partition = inventory.partitions[position];
-            if (accidentOf(kPartitionPresent, partition.device, drive.device) != nullptr) continue;
+            if (doubtfulPairOf(kPartitionPresent, partition.device, drive.device) != nullptr) continue;
             listed += 1 + partition.logicals.size();
         }
         return listed;
@@ -80,9 +79,9 @@ private:
         row.cells[kTypeColumn] = partition.typeName;
         // A GPT entry has no such mark: what is published for it says nothing.
         if (partition.table == TableKind::kMbr && partition.isBootable) row.cells[kRemarkColumn] = "bootable";
-        const PairAccident* const accident =
-            drive == nullptr ? nullptr : accidentOf(kPartitionPresent, partition.device, drive->device);
-        if (accident != nullptr) markDoubtful(row, accident->likely);
+        const DoubtfulPair* const pair =
+            drive == nullptr ? nullptr : doubtfulPairOf(kPartitionPresent, partition.device, drive->device);
+        if (pair != nullptr) markDoubtful(row, pair->likely);
         for (const std::size_t position : partition.logicalDisks)
             add(inventory.logicalDisks[position], depth + 1, &partition, nullptr);
         for (const std::size_t position : partition.logicals) add(inventory.partitions[position], depth + 1, drive);
@@ -95,11 +94,11 @@ private:
         const std::string holder = partition != nullptr ? partition->device : drive != nullptr ? drive->device : "";
         if (disk.source != holder && disk.source != disk.fileSystem) row.cells[kRemarkColumn] = disk.source;
         if (disk.space) addSpace(row, *disk.space);
-        if (partition != nullptr && accidentOf(kLogicalDiskBasedOnPartition, holder, disk.source) != nullptr)
+        if (partition != nullptr && doubtfulPairOf(kLogicalDiskBasedOnPartition, holder, disk.source) != nullptr)
             markDoubtful(row, isListed(disk.source) ? disk.source : "");
-        const PairAccident* const accident =
-            drive == nullptr ? nullptr : accidentOf(kMediaPresent, disk.source, holder);
-        if (accident != nullptr) markDoubtful(row, accident->likely);
+        const DoubtfulPair* const pair =
+            drive == nullptr ? nullptr : doubtfulPairOf(kMediaPresent, disk.source, holder);
+        if (pair != nullptr) markDoubtful(row, pair->likely);
         for (const std::string& further : disk.furtherMountPoints)
             addRow(depth + 1, further).cells[kTypeColumn] = "mounted here too";
     }

@@ -41,7 +41,7 @@ TEST_F(Inventories, PairsAreFollowedAndNothingElse) {
     EXPECT_THAT(inventory.drives[1].partitions, IsEmpty());
     EXPECT_THAT(devices(inventory, inventory.loosePartitions), ElementsAre("/dev/sdb1"));
     EXPECT_THAT(sources(inventory, inventory.looseLogicalDisks), ElementsAre("/dev/sdb1"));
-    EXPECT_THAT(inventory.accidents, IsEmpty());
+    EXPECT_THAT(inventory.doubtfulPairs, IsEmpty());
 }
 
 TEST_F(Inventories, AFileSystemOnAPartitionIsNotRepeatedOnItsDrive) {
@@ -113,12 +113,12 @@ TEST_F(Inventories, APairMadeByPrefixNamesTheLikelyRightOne) {
     scene.partitionOn("/dev/sda", "/dev/sdaa1");
     scene.partitionOn("/dev/sda", "/dev/sdab1");
     const Inventory inventory = scene.arranged();
-    ASSERT_EQ(inventory.accidents.size(), 2U);
-    EXPECT_EQ(inventory.accidents[0].association, "VEXSG_PartitionPresent");
-    EXPECT_EQ(inventory.accidents[0].device, "/dev/sdaa1");
-    EXPECT_EQ(inventory.accidents[0].pairedWith, "/dev/sda");
-    EXPECT_EQ(inventory.accidents[0].likely, "/dev/sdaa");
-    EXPECT_EQ(inventory.accidents[1].likely, "");
+    ASSERT_EQ(inventory.doubtfulPairs.size(), 2U);
+    EXPECT_EQ(inventory.doubtfulPairs[0].association, "VEXSG_PartitionPresent");
+    EXPECT_EQ(inventory.doubtfulPairs[0].device, "/dev/sdaa1");
+    EXPECT_EQ(inventory.doubtfulPairs[0].pairedWith, "/dev/sda");
+    EXPECT_EQ(inventory.doubtfulPairs[0].likely, "/dev/sdaa");
+    EXPECT_EQ(inventory.doubtfulPairs[1].likely, "");
     EXPECT_THAT(devices(inventory, inventory.drives[0].partitions), ElementsAre("/dev/sdaa1", "/dev/sdab1"));
 }
 
@@ -129,9 +129,9 @@ TEST_F(Inventories, APartitionWithTheBareNumberBehindItsDriveIsNoAccident) {
     scene.partitionOn("/dev/md0", "/dev/md01");
     scene.partitionOn("/dev/md1", "/dev/md1271");
     const Inventory inventory = scene.arranged();
-    ASSERT_EQ(inventory.accidents.size(), 1U);
-    EXPECT_EQ(inventory.accidents[0].device, "/dev/md1271");
-    EXPECT_EQ(inventory.accidents[0].likely, "/dev/md127");
+    ASSERT_EQ(inventory.doubtfulPairs.size(), 1U);
+    EXPECT_EQ(inventory.doubtfulPairs[0].device, "/dev/md1271");
+    EXPECT_EQ(inventory.doubtfulPairs[0].likely, "/dev/md127");
 }
 
 TEST_F(Inventories, ASourceOnThePartitionOfAnotherNameIsAnAccident) {
@@ -141,10 +141,10 @@ TEST_F(Inventories, ASourceOnThePartitionOfAnotherNameIsAnAccident) {
     scene.mountedOnPartition("/dev/sda1", "/dev/sda1");
     scene.mountedOnPartition("/dev/sda10", "/dev/sda1");
     const Inventory inventory = scene.arranged();
-    ASSERT_EQ(inventory.accidents.size(), 1U);
-    EXPECT_EQ(inventory.accidents[0].device, "/dev/sda10");
-    EXPECT_EQ(inventory.accidents[0].pairedWith, "/dev/sda1");
-    EXPECT_EQ(inventory.accidents[0].likely, "");
+    ASSERT_EQ(inventory.doubtfulPairs.size(), 1U);
+    EXPECT_EQ(inventory.doubtfulPairs[0].device, "/dev/sda10");
+    EXPECT_EQ(inventory.doubtfulPairs[0].pairedWith, "/dev/sda1");
+    EXPECT_EQ(inventory.doubtfulPairs[0].likely, "");
 }
 
 TEST_F(Inventories, ASourceOnTheDriveOfAnotherNameIsAnAccidentButNotByALink) {
@@ -155,9 +155,9 @@ TEST_F(Inventories, ASourceOnTheDriveOfAnotherNameIsAnAccidentButNotByALink) {
         scene.mountedOnDrive("/dev/nvme0n1", source);
     }
     const Inventory inventory = scene.arranged();
-    ASSERT_EQ(inventory.accidents.size(), 1U);
-    EXPECT_EQ(inventory.accidents[0].device, "/dev/nvme0n10p1");
-    EXPECT_EQ(inventory.accidents[0].likely, "/dev/nvme0n10");
+    ASSERT_EQ(inventory.doubtfulPairs.size(), 1U);
+    EXPECT_EQ(inventory.doubtfulPairs[0].device, "/dev/nvme0n10p1");
+    EXPECT_EQ(inventory.doubtfulPairs[0].likely, "/dev/nvme0n10");
 }
 
 TEST_F(Inventories, AGptPartitionStartsWhereItsLastBlockAndSizeSay) {
