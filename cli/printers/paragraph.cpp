@@ -19,7 +19,7 @@ std::string paragraph(const std::string& lead, const std::string& text, std::siz
         const std::string word = readable.substr(begin, end - begin);
         const std::size_t wordWidth = displayWidth(word);
         if (begin > 0 && column + 1 + wordWidth > width) {
-            broken += "\n" + indent + word;
+            broken.append("\n").append(indent).append(word);
             column = indent.size() + wordWidth;
         } else {
             broken += (begin == 0 ? "" : " ") + word;
