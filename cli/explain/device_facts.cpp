@@ -8,7 +8,6 @@
 #include <iterator>
 
 #include "base/handles.h"
-#include "collect/linux_disk_info.h"
 #include "collect/partition_table_parser.h"
 #include "collect/sysfs_text.h"
 #include "schema/vocabulary.h"
@@ -53,7 +52,7 @@ void openAndMeasure(DeviceFacts& facts) {
     facts.sizeBytes = measured.sizeBytes;
     if (!measured.sizeBytes) facts.sizeError = measured.error;
     facts.readError = slotReadError(measured.device.get());
-    facts.tableCount = diskmgt_col::LinuxDiskInfo().getPartitionCount(facts.path);
+    facts.tableCount = diskmgt_col::partitionCountOf(facts.path);
 }
 
 bool areDigits(const std::string& text) {
