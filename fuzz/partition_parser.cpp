@@ -25,11 +25,12 @@ constexpr std::size_t kMostBytes = 1 << 16;
 /// for it: the seek fails.
 void boundEntryCount(std::string& disk) {
     const std::size_t place = kCountOffset + (disk.size() < kHeaderOffset ? 0 : kHeaderOffset);
+    if (disk.size() <= place) return;
     std::int32_t count = 0;
-    if (disk.size() < place + sizeof count) return;
-    std::memcpy(&count, disk.data() + place, sizeof count);
+    const std::size_t held = std::min(sizeof count, disk.size() - place);  // a disk may end within it
+    std::memcpy(&count, disk.data() + place, held);
     count = std::min(count, static_cast<std::int32_t>(disk.size() / 128 + 2));
-    std::memcpy(disk.data() + place, &count, sizeof count);
+    std::memcpy(disk.data() + place, &count, held);
 }
 
 }  // namespace

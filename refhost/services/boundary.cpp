@@ -25,12 +25,14 @@ Watch& watch() {
 }  // namespace
 
 std::atomic<unsigned int> Boundary::watched{0};
-std::atomic<std::size_t> Boundary::crossed{0};
+std::atomic<std::size_t> Boundary::numbered{0};
+std::atomic<std::size_t> Boundary::unwatched{0};
 
 void Boundary::reset() {
     clearFaultPlan();
     (void)takeTrace();
-    crossed.store(0, std::memory_order_relaxed);
+    numbered.store(0, std::memory_order_relaxed);
+    unwatched.store(0, std::memory_order_relaxed);
 }
 
 void Boundary::startTrace() {
@@ -49,7 +51,8 @@ void Boundary::setFaultPlan(const FaultPlan& plan) {
     const std::lock_guard<std::mutex> guard(watch().mutex);
     watch().plan = plan;
     watch().planned = true;
-    crossed.store(0, std::memory_order_relaxed);
+    numbered.store(0, std::memory_order_relaxed);
+    unwatched.store(0, std::memory_order_relaxed);
     watched.fetch_or(kFailing, std::memory_order_relaxed);
 }
 

@@ -30,12 +30,19 @@ public:
     static void setFaultPlan(const FaultPlan& plan);
     static void clearFaultPlan();
 
-    static std::size_t crossings() noexcept { return crossed.load(std::memory_order_relaxed); }
+    /// While a plan is set: just those since then that were watched, so that a thread that found nobody watching and
+    /// counts late disturbs no number.
+    static std::size_t crossings() noexcept {
+        const std::size_t exact = numbered.load(std::memory_order_relaxed);
+        return isFailing() ? exact : exact + unwatched.load(std::memory_order_relaxed);
+    }
     /// Counts one crossing by the plug-in and returns its number, the first being 1.
-    static std::size_t numberCrossing() noexcept { return crossed.fetch_add(1, std::memory_order_relaxed) + 1; }
+    static std::size_t numberCrossing() noexcept { return numbered.fetch_add(1, std::memory_order_relaxed) + 1; }
     /// Counts one that nobody watches. Two threads at it may lose one: an increment that cannot would be half of what
     /// the crossing costs.
-    static void countCrossing() noexcept { crossed.store(crossings() + 1, std::memory_order_relaxed); }
+    static void countCrossing() noexcept {
+        unwatched.store(unwatched.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    }
     static bool isWatched() noexcept { return watched.load(std::memory_order_relaxed) != 0; }
     static bool isTracing() noexcept { return (watched.load(std::memory_order_relaxed) & kTracing) != 0; }
 
@@ -47,8 +54,11 @@ private:
     static constexpr unsigned int kTracing = 1;
     static constexpr unsigned int kFailing = 2;
 
+    static bool isFailing() noexcept { return (watched.load(std::memory_order_relaxed) & kFailing) != 0; }
+
     static std::atomic<unsigned int> watched;
-    static std::atomic<std::size_t> crossed;
+    static std::atomic<std::size_t> numbered;
+    static std::atomic<std::size_t> unwatched;
 };
 
 /// One call while it runs: puts its entry into the trace, and completes it when the call ends.

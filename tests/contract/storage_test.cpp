@@ -96,6 +96,7 @@ TEST_F(Storage, Slot1OfTheSecondBaseFreesTheWholeObject) {
 
 /// In a process of its own: the dynamic loader is left in the middle of a load.
 [[noreturn]] void loadIntoAHostThatThrows() {
+    releases = 0;
     Services services;
     services.onRegistration = [](IPluginCallbacks& entry) {
         watched = &entry;

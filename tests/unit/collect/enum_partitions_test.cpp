@@ -94,6 +94,7 @@ TEST(EnumPartitions, AFailedProbeReadSkipsTheDeviceButClosesIt) {
     EXPECT_THAT(partitionsOn(machine, {"/dev/sda"}), IsEmpty());
     EXPECT_THAT(machine.callTexts(), ElementsAre("open(/dev/sda, O_RDONLY)", "fcntl(/dev/sda, FD_CLOEXEC)",
                                                  "lseek(/dev/sda, 446)", "read(/dev/sda, 16)", "close(/dev/sda)"));
+    EXPECT_EQ(diskmgt_col::partitionCountOf("/dev/sda"), 0u);
 }
 
 TEST(EnumPartitions, AFailedProbeSeekMeansMbrAndNoProbeRead) {

@@ -104,6 +104,28 @@ TEST(Concurrency, TraceAndFaultsMayChangeWhileRequestsRun) {
     EXPECT_EQ(setup.host.instances("VEXSG_DiskDrive").size(), static_cast<std::size_t>(kInstances));
 }
 
+TEST(Concurrency, AFaultPlanCountsFromZeroWhateverACallThatBeganBeforeItAdds) {
+    WithHost setup;
+    std::atomic<std::size_t> made{0};
+    std::atomic<bool> running{true};
+    std::thread caller([&] {
+        while (running) {
+            (void)NVEXTAL20::TRootObject::GetCoreLogger();
+            ++made;
+        }
+    });
+    for (int round = 0; round < 300; ++round) {
+        while (made < static_cast<std::size_t>(round) * 10) std::this_thread::yield();  // some that nobody watches
+        const std::size_t before = made;
+        setup.host.setFaultPlan({0, false, refhost::FaultKind::kTalException});  // of a crossing that never comes
+        const std::size_t counted = setup.host.crossings();
+        EXPECT_LE(counted, made - before + 1);
+        setup.host.clearFaultPlan();
+    }
+    running = false;
+    caller.join();
+}
+
 TEST(Concurrency, InstanceMayBeReadWhileItIsWritten) {
     WithHost setup;
     boost::shared_ptr<ICIMInstance> shared;

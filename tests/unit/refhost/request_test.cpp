@@ -55,6 +55,23 @@ TEST(Host, SystemIsNamedAfterTheMachineUnlessToldOtherwise) {
               std::string("VEXSG_ComputerSystem.CreationClassName=\"VEXSG_ComputerSystem\",Name=\"") + name + "\"");
 }
 
+TEST(Host, AnInstanceWithoutAValueShowsNothingOfTheOneBeforeIt) {
+    WithHost setup;
+    ASSERT_EQ(setup.failureOf([](const Namespace& ns) {
+        const auto named = newInstance(ns, "VEXSG_DiskDrive");
+        assign(*named, "ElementName", parsed("string", "first", ns));
+        named->AddToClass({});
+        newInstance(ns, "VEXSG_DiskDrive")->AddToClass({});
+    }),
+              "");
+    std::vector<std::vector<std::string>> captions;
+    setup.host.forEachInstance("VEXSG_DiskDrive", [&captions](const refhost::Instance& instance) {
+        for (const refhost::PropertyValue& property : instance.properties)
+            if (property.declaration->name == "ElementName") captions.push_back(property.elements);
+    });
+    EXPECT_EQ(captions, (std::vector<std::vector<std::string>>{{"first"}, {}}));
+}
+
 TEST(Registration, NullAndSecondTimeAreRefused) {
     const ReferenceHost host;
     EXPECT_TRUE(InProcessPlugin::enter({}));
