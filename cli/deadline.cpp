@@ -44,7 +44,6 @@ struct Deadline::Watch {
     std::mutex lock;  // held while giving up, so that the work cannot be declared done meanwhile
     std::condition_variable changed;
     bool isDone = false;
-    ProgressLine line;
 
     /// Whether the work is done by then; the lock is held.
     bool isDoneBy(std::unique_lock<std::mutex>& hold, Clock::time_point moment) {
@@ -53,7 +52,7 @@ struct Deadline::Watch {
 };
 
 Deadline::Deadline(double limitSeconds, Watched work) {
-    const bool isShown = work.isShown && ProgressLine::isWelcome();
+    const bool isShown = work.isShown && progress_line::isWelcome();
     const bool isLimited = limitSeconds > 0;
     if (!isLimited && !isShown) return;
     const auto start = Clock::now();
@@ -66,10 +65,9 @@ Deadline::Deadline(double limitSeconds, Watched work) {
         for (auto next = start + kSoon; isShown && next < end; next += kStep) {
             if (shared->isDoneBy(hold, next)) return;
             const auto passed = std::chrono::duration_cast<std::chrono::seconds>(next - start);
-            shared->line.show(std::to_string(passed.count()) + " s: " + work.whatIsUnderWay());
+            progress_line::show(std::to_string(passed.count()) + " s: " + work.whatIsUnderWay());
         }
         if (shared->isDoneBy(hold, end)) return;
-        shared->line.erase();
         giveUp(limitSeconds, work);
     }).detach();
 }
@@ -79,7 +77,7 @@ Deadline::~Deadline() {
     {
         const std::lock_guard<std::mutex> hold(watch->lock);
         watch->isDone = true;
-        watch->line.erase();
+        progress_line::erase();
     }
     watch->changed.notify_one();
 }

@@ -6,12 +6,14 @@
 #include <cstdio>
 
 #include "cli/pending_file.h"
+#include "cli/progress_line.h"
 #include "cli/readable_text.h"
 
 namespace diskmgt_cli {
 
 void complain(const std::string& sentence) {
     const std::string line = "diskmgt: " + escapedControls(sentence) + "\n";
+    progress_line::erase();
     // Nobody is left to be told when standard error itself fails.
     (void)std::fwrite(line.data(), 1, line.size(), stderr);
     (void)std::fflush(stderr);

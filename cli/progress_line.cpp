@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -12,9 +13,11 @@
 #include "cli/printers/display_width.h"
 #include "cli/readable_text.h"
 
-namespace diskmgt_cli {
+namespace diskmgt_cli::progress_line {
 
 namespace {
+
+std::atomic<bool> isShown{false};  // shown and erased on different threads
 
 constexpr const char* kFromTheStart = "\r\033[K";
 
@@ -33,19 +36,18 @@ void say(const std::string& text) {
 
 }  // namespace
 
-bool ProgressLine::isWelcome() {
+bool isWelcome() {
     const char* const terminal = std::getenv("TERM");
     return ::isatty(STDERR_FILENO) != 0 && (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
-void ProgressLine::show(const std::string& text) {
+void show(const std::string& text) {
     say(kFromTheStart + shortened("diskmgt: " + escapedControls(text), roomOnTerminal(), Keep::kBeginning));
     isShown = true;
 }
 
-void ProgressLine::erase() {
-    if (isShown) say(kFromTheStart);
-    isShown = false;
+void erase() {
+    if (isShown.exchange(false)) say(kFromTheStart);
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt_cli::progress_line

@@ -1,21 +1,16 @@
-// One line on a terminal about work that takes long. It is gone when the work is done.
+// The one line on a terminal about work that takes long. It is gone when the work is done or something else is said.
 #pragma once
 
 #include <string>
 
-namespace diskmgt_cli {
+namespace diskmgt_cli::progress_line {
 
-class ProgressLine {
-public:
-    /// Whether standard error is a terminal on which a line can be replaced.
-    static bool isWelcome();
+/// Whether standard error is a terminal on which a line can be replaced.
+bool isWelcome();
 
-    /// Takes the place of what was shown before; cut to the width of the terminal.
-    void show(const std::string& text);
-    void erase();
+/// Takes the place of what was shown before; cut to the width of the terminal.
+void show(const std::string& text);
+/// Of no effect when nothing is shown.
+void erase();
 
-private:
-    bool isShown = false;
-};
-
-}  // namespace diskmgt_cli
+}  // namespace diskmgt_cli::progress_line
