@@ -65,7 +65,7 @@ std::string title(const std::string& text, const TableStyle& style) {
 
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
                           const std::vector<std::size_t>& shown, const TableStyle& style) {
-    const std::string heading = title(declaration.name, style) + " (" + counted(instances.size(), "instance") + ")\n";
+    std::string heading = title(declaration.name, style) + " (" + counted(instances.size(), "instance") + ")\n";
     TextTable table(style);
     for (const std::size_t i : shown) {
         const refhost::PropertyDeclaration& property = declaration.properties[i];
