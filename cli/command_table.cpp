@@ -20,11 +20,13 @@ const std::vector<CommandDescription>& commands() {
          0,
          kHasAll | kHasBytes,
          {},
-         "Drives, their partitions and what is mounted on them; also without a command",
-         "Start is where a partition really begins. Free counts what is kept for root, Avail is what users\n"
-         "may still write. A question mark stands behind what cannot be taken as it is; the notes below\n"
-         "the tree say why. On a terminal the columns are made to fit.\n\n"
-         "Past the time limit what the classes served so far give is still shown; the exit status is 4.\n\n"
+         "Drives, their partitions and what is mounted on them",
+         "Start is where a partition really begins. Free counts what is kept for root,\n"
+         "Avail is what users may still write. A question mark stands behind what cannot\n"
+         "be taken as it is; the notes below the tree say why. On a terminal the columns\n"
+         "are made to fit.\n\n"
+         "Past the time limit what the classes served so far give is still shown; the\n"
+         "exit status is 4.\n\n"
          "Examples:\n"
          "  diskmgt\n"
          "  diskmgt --all\n"
@@ -37,13 +39,16 @@ const std::vector<CommandDescription>& commands() {
          kHasExact | kHasColumns,
          {"json", "table", "csv", "mof"},
          "Instances of the named classes, one request, in the order given",
-         "An association class first makes the host publish the classes it relies on, in an earlier\n"
-         "request that is not shown; an association that is named before one of them is served after it.\n"
-         "--exact requests just the named classes in just that order. A class named twice is served\n"
-         "twice, and each mention shows everything published.\n\n"
-         "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes; the elements of\n"
-         "an array are joined by \",\"; null is an empty field, an empty text is \"\".\n"
-         "mof: one \"instance of\" each for a CIM compiler; \"classes --format mof\" gives the classes.\n\n"
+         "An association class first makes the host publish the classes it relies on, in\n"
+         "an earlier request that is not shown; an association that is named before one\n"
+         "of them is served after it. --exact requests just the named classes in just\n"
+         "that order. A class named twice is served twice, and each mention shows\n"
+         "everything published.\n\n"
+         "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes;\n"
+         "the elements of an array are joined by \",\"; null is an empty field, an empty\n"
+         "text is \"\".\n"
+         "mof: one \"instance of\" each for a CIM compiler; \"classes --format mof\" gives\n"
+         "the classes.\n\n"
          "Examples:\n"
          "  diskmgt get VEXSG_DiskDrive\n"
          "  diskmgt get VEXSG_DiskPartition --format table\n"
@@ -57,8 +62,8 @@ const std::vector<CommandDescription>& commands() {
          kNoFlags,
          {"json"},
          "The partitions found in devices or disk images",
-         "Prints every pair of every partition exactly as the partition table parser returns it, also\n"
-         "for disk images. The time limit counts for each file.\n\n"
+         "Prints every pair of every partition exactly as the partition table parser\n"
+         "returns it, also for disk images. The time limit counts for each file.\n\n"
          "Examples:\n"
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
@@ -69,16 +74,20 @@ const std::vector<CommandDescription>& commands() {
          1,
          kNoFlags,
          {},
-         "The whole inventory for other programs: json, prometheus, mof or html",
-         "json: drives with their partitions and logical disks nested, and the plain instances beside them.\n"
-         "The document is fit to be an Ansible local fact and a facter external fact.\n\n"
-         "prometheus: sizes, space and whether the collection succeeded, as gauges for the textfile\n"
-         "collector of the node exporter. Space that cannot be measured has no sample.\n\n"
-         "mof: the schema and every instance, the hosting system's too, for the compiler of a CIM broker.\n"
-         "Of instances with equal keys the first is kept, and standard error says so.\n\n"
-         "html: one page for a browser or for paper, drives drawn to scale with tables beneath. It needs\n"
-         "no network and no scripts.\n\n"
-         "Past the time limit what the classes served so far give is still written; the exit status is 4.\n\n"
+         "The whole inventory for programs: json, prometheus, mof or html",
+         "json: drives with their partitions and logical disks nested, and the plain\n"
+         "instances beside them. The document is fit to be an Ansible local fact and a\n"
+         "facter external fact.\n\n"
+         "prometheus: sizes, space and whether the collection succeeded, as gauges for\n"
+         "the textfile collector of the node exporter. Space that cannot be measured has\n"
+         "no sample.\n\n"
+         "mof: the schema and every instance, the hosting system's too, for the compiler\n"
+         "of a CIM broker. Of instances with equal keys the first is kept, and standard\n"
+         "error says so.\n\n"
+         "html: one page for a browser or for paper, drives drawn to scale with tables\n"
+         "beneath. It needs no network and no scripts.\n\n"
+         "Past the time limit what the classes served so far give is still written; the\n"
+         "exit status is 4.\n\n"
          "Examples:\n"
          "  diskmgt export json\n"
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
@@ -91,10 +100,11 @@ const std::vector<CommandDescription>& commands() {
          kAnyNumber,
          kNoFlags,
          {"table", "json"},
-         "Why each device is or is not reported, naming the rule that dropped it",
-         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point; without it the\n"
-         "whole machine is explained. What is said is compared with the plug-in's answer about drives\n"
-         "and partitions. Network, FUSE and automounted file systems are not touched.\n\n"
+         "Why each device is or is not reported, and the rule that dropped it",
+         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
+         "without it the whole machine is explained. What is said is compared with the\n"
+         "plug-in's answer about drives and partitions. Network, FUSE and automounted\n"
+         "file systems are not touched.\n\n"
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
@@ -107,13 +117,15 @@ const std::vector<CommandDescription>& commands() {
          kHasSpace,
          {"table", "json"},
          "What changed between two documents of \"export json\"",
-         "Drives, partitions and logical disks that came, went or changed, sizes in bytes; \"-\" reads\n"
-         "standard input. No change: a table prints nothing. Without --space these do not count: free and\n"
-         "available space, the file-system identifier, where space was measured, and totals that are\n"
-         "not of the file system itself.\n\n"
-         "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that cannot be\n"
-         "compared, or output that cannot be written; 4 timed out.\n"
-         "What an incomplete document lacks counts as unknown, not as gone, and a line on standard error says so.\n\n"
+         "Drives, partitions and logical disks that came, went or changed, sizes in\n"
+         "bytes; \"-\" reads standard input. No change: a table prints nothing. Without\n"
+         "--space these do not count: free and available space, the file-system\n"
+         "identifier, where space was measured, and totals that are not of the file\n"
+         "system itself.\n\n"
+         "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that\n"
+         "cannot be compared, or output that cannot be written; 4 timed out.\n"
+         "What an incomplete document lacks counts as unknown, not as gone, and a line on\n"
+         "standard error says so.\n\n"
          "Examples:\n"
          "  diskmgt export json --output monday.json\n"
          "  diskmgt diff monday.json tuesday.json\n"
@@ -126,8 +138,8 @@ const std::vector<CommandDescription>& commands() {
          kNoFlags,
          {"table", "json", "mof"},
          "The schema: the class tree, or one class with its properties",
-         "mof prints the whole schema, the public base classes first. In a table, Key marks the\n"
-         "properties that identify an instance, and [] an array.\n\n"
+         "mof prints the whole schema, the public base classes first. In a table, Key\n"
+         "marks the properties that identify an instance, and [] an array.\n\n"
          "Examples:\n"
          "  diskmgt classes\n"
          "  diskmgt classes VEXSG_DiskPartition\n"
@@ -151,8 +163,8 @@ const std::vector<CommandDescription>& commands() {
          kHasExact,
          {"json"},
          "Every crossing of the plug-in boundary, one JSON object a line",
-         "Covers loading the plug-in, the request and unloading. The earlier request for the classes an\n"
-         "association relies on is not shown; --exact leaves it out.\n\n"
+         "Covers loading the plug-in, the request and unloading. The earlier request for\n"
+         "the classes an association relies on is not shown; --exact leaves it out.\n\n"
          "Examples:\n"
          "  diskmgt trace VEXSG_DiskDrive\n"
          "  diskmgt trace VEXSG_LogicalDisk | head\n"},

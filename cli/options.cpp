@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
+#include <memory>
 #include <optional>
 
 #include "cli/command_table.h"
@@ -48,13 +49,35 @@ std::string generalHelp() {
     return help +
            "\nWithout a command: tree.\n"
            "\"diskmgt COMMAND --help\" tells more about a command.\n\n"
-           "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, or the output could not\n"
-           "be written; 2 wrong usage; 3 plug-in not usable; 4 timed out.\n\n"
+           "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, or the\n"
+           "output could not be written; 2 wrong usage; 3 plug-in not usable; 4 timed out.\n\n"
            "Examples:\n"
            "  diskmgt\n"
            "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition\n"
            "  diskmgt probe disk.img\n";
 }
+
+/// "CLASS...", "[CLASS]" or "OLD NEW", with a blank before; empty for a command without operands.
+std::string operandUsage(const CommandDescription& command) {
+    if (command.operand == nullptr) return {};
+    const std::string words = std::string(command.operand) + (command.mostOperands > 2 ? "..." : "");
+    return command.fewestOperands == 0 ? " [" + words + "]" : " " + words;
+}
+
+/// The library's help, but for what it says of operands: to it, every command takes any number of them.
+class HelpFormatter : public CLI::Formatter {
+public:
+    explicit HelpFormatter(const CommandDescription& described) : command(described) {}
+    std::string make_usage(const CLI::App*, std::string) const override {
+        const std::string name = command.name;
+        return "Usage: diskmgt " + (name.empty() ? "[COMMAND]" : name) + " [OPTIONS]" + operandUsage(command) + "\n";
+    }
+    std::string make_positionals(const CLI::App*) const override { return {}; }
+    std::string make_footer(const CLI::App* app) const override { return app->get_footer(); }
+
+private:
+    const CommandDescription& command;
+};
 
 void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
     const auto add = [&app](const char* name, std::optional<std::string>& text, const std::string& help,
@@ -70,21 +93,21 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     const auto flag = [&app, &command](unsigned which, const char* name, bool& isGiven, const char* help) {
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
-    flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association relies on");
-    flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs and network file systems");
+    flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
+    flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs\nand network file systems");
     flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
     if ((command.flags & kHasColumns) != 0)
-        add("--columns", given.columns, "Only these properties, in this order, separated by commas", "NAMES");
+        add("--columns", given.columns, "Only these properties, in this order, separated\nby commas", "NAMES");
     if (command.name[0] == '\0')
         add("--format", given.format, "For the command that follows", "FORMAT");
     else if (!command.formats.empty())
         add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
             "FORMAT");
-    add("--plugin", given.pluginFile, "The plug-in to load (default: $DISKMGT_PLUGIN, else the one installed with it)",
+    add("--plugin", given.pluginFile, "The plug-in to load (default: $DISKMGT_PLUGIN,\nelse the one installed with it)",
         "FILE");
     add("--log-level", given.logLevel,
-        "Show the host's log on standard error: " + joined(kSeverities, ", ") + " or none (default)", "LEVEL");
+        "Show the host's log on standard error:\n" + joined(kSeverities, ", ") + "\nor none (default)", "LEVEL");
     add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
     add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
     add("--color", given.color, "auto (default; honours NO_COLOR), always or never", "WHEN");
@@ -93,7 +116,7 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
            [&given](const std::vector<std::string>& texts) {
                given.virtualDevices.insert(given.virtualDevices.end(), texts.begin(), texts.end());
            },
-           "A further text naming a disk that the management controller presents; repeatable")
+           "A further text naming a disk that the management\ncontroller presents; repeatable")
         ->type_name("TEXT")
         ->allow_extra_args(false);
 }
@@ -107,7 +130,7 @@ std::string seeHelp(const std::string& commandName) {
     for (const CommandDescription& command : commands()) names.emplace_back(command.name);
     const std::vector<std::string> near = nearestNames(name, names);
     wrongUsage("unknown command \"" + name + "\"" + (near.empty() ? "" : ", did you mean " + joinedWithOr(near) + "?") +
-               "; the commands are: " + joined(names, ", "));
+               "; the commands are: " + joined(names, ", ") + seeHelp(""));
 }
 
 /// Reads one stretch of the command line with the options of one command. Returns what it could not place; for the
@@ -117,8 +140,8 @@ std::vector<std::string> readStretch(const CommandDescription& command, std::vec
                                      GivenTexts& given, std::string& shownText) {
     const std::string commandName = command.name;
     const bool isBeforeCommand = commandName.empty();
-    CLI::App app(isBeforeCommand ? "The disks of this server, as the disk plug-in reports them." : command.summary,
-                 isBeforeCommand ? "diskmgt [COMMAND]" : "diskmgt " + commandName);
+    CLI::App app(isBeforeCommand ? "The disks of this server, as the disk plug-in reports them." : command.summary);
+    app.formatter(std::make_shared<HelpFormatter>(command));
     addOptions(app, command, given);
     app.allow_extras();
     if (isBeforeCommand) app.prefix_command();
@@ -135,6 +158,10 @@ std::vector<std::string> readStretch(const CommandDescription& command, std::vec
         wrongUsage(commandName + " needs " +
                    (command.mostOperands > 1 && command.fewestOperands == 1 ? "at least one " : "") + operand +
                    seeHelp(commandName));
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string option = error.what();  // begins with the option's name and a colon
+        wrongUsage((isBeforeCommand ? "" : commandName + ": ") + option.substr(0, option.find(':')) +
+                   " needs a value behind it" + seeHelp(commandName));
     } catch (const CLI::ParseError& error) {
         wrongUsage((isBeforeCommand ? "" : commandName + ": ") + error.what() + seeHelp(commandName));
     }
@@ -196,7 +223,10 @@ void refuseLeftovers(const std::vector<std::string>& leftovers, const CommandDes
     const std::string& word = leftovers.front();
     if (word.size() > 1 && word.front() == '-')
         wrongUsage("unknown option \"" + word + "\"" + meantOption(word, command) + seeHelp(command.name));
-    wrongUsage(std::string(command.name) + " takes no argument \"" + word + "\"" + seeHelp(command.name));
+    const std::string name = command.name;
+    if (command.operand != nullptr)
+        wrongUsage(name + " takes just " + command.operand + ", not also \"" + word + "\"" + seeHelp(name));
+    wrongUsage(name + " takes no argument \"" + word + "\"" + seeHelp(name));
 }
 
 std::vector<std::string> splitAtCommas(const std::string& text) {

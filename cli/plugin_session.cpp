@@ -77,7 +77,8 @@ refhost::PluginIdentity PluginSession::load() {
     } catch (const refhost::PluginError& error) {
         std::string reason = error.what();
         while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
-        complain(reason + "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+        const bool saysWhatToDo = reason.find("; give the path of ") != std::string::npos;
+        complain(reason + (saysWhatToDo ? "" : "; name another plug-in") + " with --plugin FILE or DISKMGT_PLUGIN");
         leaveNow(kPluginUnusable);
     }
 }

@@ -1,7 +1,5 @@
 // explain: why each device is or is not reported, beside what the plug-in answers.
-#include <sys/ioctl.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -21,11 +19,11 @@ namespace {
 
 constexpr const char* kMoreTime = "; allow more with --timeout SECONDS (0: no limit)";
 
-/// The terminal's columns; 0: no terminal, or it does not tell.
+/// The columns to write for; 0: no terminal, or one so narrow that it breaks lines better itself.
 std::size_t widthOf(const Output& output) {
-    winsize window{};
-    if (!output.isTerminal() || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0) return 0;
-    return window.ws_col < 40 ? 0 : window.ws_col;
+    constexpr std::size_t kNarrowest = 40;  // below, little more than a word would stand on a line
+    const std::size_t width = output.terminalWidth();
+    return width < kNarrowest ? 0 : width;
 }
 
 std::string documentOf(const Explanation& explanation, const Options& options, const Output& output) {
@@ -75,6 +73,8 @@ ServedPlan request(PluginSession& session, const std::string& document, Output& 
 }  // namespace
 
 ExitStatus runExplain(const Options& options) {
+    if (std::find(options.operands.begin(), options.operands.end(), "") != options.operands.end())
+        throw CommandError(kWrongUsage, "explain takes the name of a DEVICE, not an empty text");
     PluginSession session(options);
     Output output(options.outputFile);
     {

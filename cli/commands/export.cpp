@@ -1,16 +1,19 @@
 // export: the whole inventory for other programs. Past the time limit the classes served so far are still delivered.
-#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/rights.h"
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
 #include "cli/printers/inventory_html.h"
 #include "cli/printers/inventory_json.h"
 #include "cli/printers/inventory_mof.h"
 #include "cli/printers/inventory_prometheus.h"
+#include "cli/readable_text.h"
 #include "cli/suggestions.h"
+#include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
 
@@ -39,6 +42,23 @@ const ExportForm& formNamed(const std::string& name) {
         kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + R"("; see "diskmgt export --help")");
 }
 
+std::vector<std::string> emptyClasses(const Inventory& inventory) {
+    std::vector<std::string> empty;
+    if (inventory.drives.empty()) empty.emplace_back(diskmgt_col::kDiskDrive);
+    if (inventory.partitions.empty()) empty.emplace_back(diskmgt_col::kDiskPartition);
+    if (inventory.logicalDisks.empty()) empty.emplace_back(diskmgt_col::kLogicalDisk);
+    return empty;
+}
+
+/// Names are chosen by whoever mounts: on a terminal none of their control characters may act.
+std::string harmless(const std::string& lines) {
+    std::string text;
+    std::size_t start = 0;
+    for (std::size_t end = 0; (end = lines.find('\n', start)) != std::string::npos; start = end + 1)
+        text += escapedControls(lines.substr(start, end - start)) + "\n";
+    return text + escapedControls(lines.substr(start));
+}
+
 }  // namespace
 
 ExitStatus runExport(const Options& options) {
@@ -46,13 +66,15 @@ ExitStatus runExport(const Options& options) {
     PluginSession session(options);
     Output output(options.outputFile);
     const auto deliver = [&form, &output](const Inventory& inventory) {
-        output.write(form.write(inventory));
+        const std::string text = form.write(inventory);
+        output.write(output.isTerminal() ? harmless(text) : text);
         output.finish();
         const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
         if (!remark.empty()) complain(remark);
     };
     const Inventory inventory = collectInventory(session, deliver);
     deliver(inventory);
+    mentionRights(emptyClasses(inventory));
     return reportFailures(inventory);
 }
 

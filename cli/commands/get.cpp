@@ -1,10 +1,13 @@
 // get: one request, and what it published.
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "cli/class_plan.h"
 #include "cli/columns.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/rights.h"
+#include "cli/inventory/published.h"
 #include "cli/output.h"
 #include "cli/plugin_session.h"
 #include "cli/printers/csv.h"
@@ -43,6 +46,15 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
     }
 }
 
+/// The classes asked for that may have instances and have none.
+std::vector<std::string> emptyClasses(const refhost::ReferenceHost& host, const std::vector<std::string>& asked) {
+    std::vector<std::string> empty;
+    for (const std::string& name : inventoryClasses())
+        if (std::find(asked.begin(), asked.end(), name) != asked.end() && host.instances(name).empty())
+            empty.push_back(name);
+    return empty;
+}
+
 }  // namespace
 
 ExitStatus runGet(const Options& options) {
@@ -60,6 +72,7 @@ ExitStatus runGet(const Options& options) {
     }
     print(options, session.host(), served, output);
     output.finish();
+    mentionRights(emptyClasses(session.host(), options.operands));
     return reportFailures(served);
 }
 

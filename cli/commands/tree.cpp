@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/rights.h"
 #include "cli/inventory/collection.h"
 #include "cli/output.h"
 #include "cli/printers/tree.h"
@@ -28,7 +29,7 @@ std::string whatIsMissing(const Inventory& inventory) {
 void adviseOn(const Inventory& inventory) {
     const std::string missing = whatIsMissing(inventory);
     if (!missing.empty() && ::geteuid() != 0)
-        complain("not root, so these may be out of reach: " + missing + "; run as root to see them");
+        mentionRights({missing});
     else if (inventory.drives.empty())
         complain("no disks are reported; \"diskmgt explain\" tells why");
 }

@@ -12,6 +12,17 @@ void require(bool succeeded) {
     if (!succeeded) throw std::bad_alloc();  // the only way these calls fail
 }
 
+/// The library fills up to the width of the last column.
+std::string withoutTrailingBlanks(const std::string& lines) {
+    std::string text;
+    text.reserve(lines.size());
+    for (const char letter : lines) {
+        if (letter == '\n') text.resize(text.find_last_not_of(' ') + 1);
+        text += letter;
+    }
+    return text;
+}
+
 }  // namespace
 
 TextTable::TextTable(const TableStyle& style) : table(scols_new_table()), isColored(style.isColored) {
@@ -50,7 +61,7 @@ std::string TextTable::print() const {
     require(result == 0 && printed != nullptr);
     std::string text(printed);
     if (!text.empty() && text.back() != '\n') text += '\n';
-    return text;
+    return withoutTrailingBlanks(text);
 }
 
 }  // namespace diskmgt_cli

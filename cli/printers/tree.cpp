@@ -62,16 +62,6 @@ std::string wrapped(const std::string& sentence, std::size_t width) {
     return text + "\n";
 }
 
-std::string withoutTrailingBlanks(const std::string& lines) {
-    std::string text;
-    text.reserve(lines.size());
-    for (const char letter : lines) {
-        if (letter == '\n') text.resize(text.find_last_not_of(' ') + 1);
-        text += letter;
-    }
-    return text;
-}
-
 class Layout {
 public:
     Layout(const Tree& shown, const TableStyle& chosen, std::size_t width) : tree(shown), style(chosen) {
@@ -192,7 +182,7 @@ private:
 
 std::string printedTree(const Tree& tree, const TableStyle& style, std::size_t width) {
     const Layout layout(tree, style, width);
-    std::string text = tree.rows.empty() ? "" : withoutTrailingBlanks(layout.table());
+    std::string text = tree.rows.empty() ? "" : layout.table();
     const char* separator = text.empty() ? "" : "\n";
     for (const std::string& note : tree.notes) {
         text += separator + wrapped(note, width);

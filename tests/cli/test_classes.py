@@ -12,6 +12,11 @@ def test_tree(run):
     assert dependency.endswith("abstract association")
 
 
+@pytest.mark.parametrize("asked", [[], ["VEXSG_DiskPartition"]])
+def test_no_line_ends_in_blanks(run, asked):
+    assert all(line == line.rstrip() for line in run("classes", *asked).text.splitlines())
+
+
 def test_class_stands_below_its_superclass(run):
     lines = run("classes").text.splitlines()
     parent = next(i for i, line in enumerate(lines) if "─CIM_MediaPresent" in line)

@@ -4,6 +4,8 @@ import os
 
 import pytest
 
+from conftest import on_a_terminal
+
 
 def rules(verdict):
     return [reason["rule"] for reason in verdict["reasons"]]
@@ -14,6 +16,14 @@ def test_the_whole_machine_ends_with_a_diagnosis(run):
     assert done.status == 0, done.stderr
     diagnosis = done.text.partition("\nDiagnosis\n")[2].splitlines()
     assert diagnosis and all(line.startswith("- ") and line.endswith(".") for line in diagnosis)
+
+
+@pytest.mark.parametrize("columns, width", [(None, 60), ("60", 200)])
+def test_sentences_end_where_the_terminal_does(columns, width):
+    status, seen = on_a_terminal("explain", "/dev/no-such-disk", width=width, COLUMNS=columns)
+    lines = seen.decode().splitlines()
+    assert status == 0 and max(map(len, lines)) <= 60
+    assert len(lines) == 3  # the sentence takes two
 
 
 def test_the_document_has_the_stable_shape(run):

@@ -68,6 +68,13 @@ def test_no_format_steers_a_terminal(plugin, chosen):
     assert not [byte for byte in RAW_CONTROLS if byte in seen]
 
 
+@pytest.mark.parametrize("form", ["json", "prometheus", "mof", "html"])
+def test_no_export_steers_a_terminal(plugin, form):
+    status, seen = on_a_terminal("export", form, "--plugin", plugin("publishing"))
+    assert status == 0 and b"sda1" in seen
+    assert not [byte for byte in RAW_CONTROLS if byte in seen]
+
+
 def test_terminal_gets_colour_by_default(plugin):
     arguments = ("get", DISK, "--format", "table", "--plugin", plugin("publishing"))
     assert b"\x1b[1m" in on_a_terminal(*arguments, TERM="xterm", NO_COLOR="")[1]

@@ -13,6 +13,21 @@ def test_help_goes_to_standard_output(run, command, flag):
     assert "Examples:" in done.text
 
 
+@pytest.mark.parametrize("command", [[], *([name] for name in COMMANDS)])
+def test_help_fits_a_terminal(run, command):
+    lines = run(*command, "--help").text.split("\n")
+    for line in lines[:lines.index("Examples:")]:
+        assert len(line) <= 80 and line == line.rstrip()
+    assert lines[-1] == "" != lines[-2]
+
+
+@pytest.mark.parametrize("command, operands", [
+    ("tree", ""), ("get", " CLASS..."), ("probe", " FILE..."), ("explain", " [DEVICE...]"), ("export", " FORMAT"),
+    ("diff", " OLD NEW"), ("classes", " [CLASS]"), ("plugin", ""), ("trace", " CLASS...")])
+def test_help_says_how_many_operands_there_may_be(run, command, operands):
+    assert f"\nUsage: diskmgt {command} [OPTIONS]{operands}\n" in run(command, "--help").text
+
+
 def test_general_help_lists_every_command(run):
     listed = run("--help").text
     for name in COMMANDS:
@@ -36,6 +51,7 @@ def test_unknown_command_names_the_known_ones(run, name):
 def test_unknown_command_names_the_nearest(run):
     assert "did you mean probe?" in run("prob", "disk.img").sentence
     assert "did you mean" not in run("forest").sentence
+    assert run("help").sentence.endswith('; see "diskmgt --help"')
 
 
 @pytest.mark.parametrize("arguments", [["forest", "--help"], ["forest", "--all"], ["--timeout", "5", "forest"]])
@@ -53,9 +69,13 @@ def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
     (["probe"], "probe needs at least one FILE"),
     (["trace"], "trace needs at least one CLASS"),
     (["plugin", "extra"], 'plugin takes no argument "extra"'),
-    (["classes", "VEXSG_DiskDrive", "extra"], 'classes takes no argument "extra"'),
+    (["classes", "VEXSG_DiskDrive", "extra"], 'classes takes just CLASS, not also "extra"; see'),
+    (["export", "json", "mof"], 'export takes just FORMAT, not also "mof"; see'),
+    (["diff", "monday.json", "tuesday.json", "extra"], 'diff takes just OLD NEW, not also "extra"; see'),
     (["probe", "disk.img", "--exact"], 'unknown option "--exact"'),
-    (["get", "VEXSG_DiskDrive", "--timeout"], "--timeout"),
+    (["get", "VEXSG_DiskDrive", "--timeout"], "get: --timeout needs a value behind it; see"),
+    (["--output"], "--output needs a value behind it; see"),
+    (["plugin", "--virtual-device"], "plugin: --virtual-device needs a value behind it; see"),
     (["get", "VEXSG_DiskDrive", "--timeout", "-1"], "--timeout takes a number of seconds"),
     (["get", "VEXSG_DiskDrive", "--timeout", "soon"], "--timeout takes a number of seconds"),
     (["get", "VEXSG_DiskDrive", "--timeout", "nan"], "--timeout takes a number of seconds"),
@@ -78,6 +98,7 @@ def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
     (["--format", "json", "export", "json"], "export has no --format"),
     (["--all", "get", "VEXSG_DiskDrive"], "get has no --all"),
     (["--bytes", "plugin"], "plugin has no --bytes"),
+    (["explain", ""], "explain takes the name of a DEVICE, not an empty text"),
     (["get", "VEXSG_DiskDrive", "--output", ""], "--output needs the name of a file"),
     (["get", "VEXSG_DiskDrive", "--plugin", ""], "--plugin needs the name of a file"),
 ])

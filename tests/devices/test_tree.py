@@ -7,6 +7,8 @@ import pytest
 from machine.session import Session
 
 UTF8 = {"LC_ALL": "C.UTF-8"}
+SERVED = ["VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"]
+FORMS = ["json", "prometheus", "mof", "html"]
 NOBODY = ["setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "--no-new-privs"]
 ON_A_TERMINAL = """
 import os, pty, sys
@@ -135,6 +137,23 @@ def test_user_without_rights_is_told(machine, diskmgt):
     result = session.run([*NOBODY, diskmgt], environment=UTF8)
     assert result.stderr.startswith("diskmgt: not root, so these may be out of reach: ")
     assert "run as root to see them" in result.stderr
+
+
+@pytest.mark.parametrize("arguments", [["get", *SERVED], *(["export", form] for form in FORMS)])
+def test_user_without_rights_is_told_that_an_answer_may_be_empty_for_that(machine, diskmgt, arguments):
+    session = machine("whole-server")
+    if session.run([*NOBODY, "test", "-x", diskmgt], check=False).status:
+        pytest.skip("the build tree cannot be reached by another user")
+    assert session.run([*NOBODY, diskmgt, *arguments]).stderr == (
+        f"diskmgt: not root, so these may be out of reach: {', '.join(SERVED)}; run as root to see them\n")
+    assert session.run([diskmgt, *arguments]).stderr == ""
+
+
+def test_user_without_rights_is_not_told_of_what_never_has_instances(machine, diskmgt):
+    session = machine("whole-server")
+    if session.run([*NOBODY, "test", "-x", diskmgt], check=False).status:
+        pytest.skip("the build tree cannot be reached by another user")
+    assert session.run([*NOBODY, diskmgt, "get", "VEXSG_TapeDrive"]).stderr == ""
 
 
 def test_figures_of_a_mounted_file_system_are_the_kernels(machine, diskmgt):
