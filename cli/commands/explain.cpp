@@ -1,4 +1,5 @@
 // explain: why each device is or is not reported, beside what the plug-in answers.
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -62,6 +63,8 @@ ServedPlan request(PluginSession& session, const std::string& document, Output& 
 }  // namespace
 
 ExitStatus runExplain(const Options& options) {
+    if (std::find(options.operands.begin(), options.operands.end(), "") != options.operands.end())
+        throw CommandError(kWrongUsage, "explain takes the name of a DEVICE, not an empty text");
     PluginSession session(options);
     Output output(options.outputFile);
     {

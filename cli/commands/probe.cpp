@@ -52,7 +52,7 @@ ExitStatus runProbe(const Options& options) {
     for (const std::string& path : options.operands) {
         ProbedFile probed = probe(path, options.timeoutSeconds);
         if (probed.error != 0) {
-            complain("cannot open " + path + ": " + std::strerror(probed.error) +
+            complain("cannot open " + (path.empty() ? "\"\"" : path) + ": " + std::strerror(probed.error) +
                      "; its list is empty, check the name and your rights");
             status = kFailureReported;
         }

@@ -98,6 +98,7 @@ def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
     (["--format", "json", "export", "json"], "export has no --format"),
     (["--all", "get", "VEXSG_DiskDrive"], "get has no --all"),
     (["--bytes", "plugin"], "plugin has no --bytes"),
+    (["explain", ""], "explain takes the name of a DEVICE, not an empty text"),
     (["get", "VEXSG_DiskDrive", "--output", ""], "--output needs the name of a file"),
     (["get", "VEXSG_DiskDrive", "--plugin", ""], "--plugin needs the name of a file"),
 ])
