@@ -65,6 +65,8 @@ void MofLexer::skipBlanksAndComments() {
     while (!atEnd()) {
         if (isBlank(here())) {
             advance();
+        } else if (here() != '/' && here() != '#') {
+            return;
         } else if (startsWith("//") || startsWith("#pragma")) {
             skipLine();
         } else if (startsWith("/*")) {
@@ -110,10 +112,11 @@ MofToken MofLexer::quoted(char quote, MofToken::Kind kind) {
         if (here() == '\n') break;
         if (here() == '\\') {
             appendEscape(token.text, begunAt);
-        } else {
-            token.text += here();
-            ++position;
+            continue;
         }
+        const std::size_t begin = position;
+        while (!atEnd() && here() != quote && here() != '\n' && here() != '\\') ++position;
+        token.text += text.substr(begin, position - begin);
     }
     if (atEnd() || here() != quote) refuse(begunAt, "the text that begins here has no closing quote on its line");
     ++position;
