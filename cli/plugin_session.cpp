@@ -40,6 +40,13 @@ refhost::HostOptions hostOptions(const Options& options) {
     return wanted;
 }
 
+/// The host of this process, which has one session only. Never destroyed: the process ends with the session, and giving
+/// every instance back before that would only take time.
+refhost::ReferenceHost& processHost(refhost::HostOptions options) {
+    static auto& host = *new refhost::ReferenceHost(std::move(options));
+    return host;
+}
+
 std::string secondsText(double seconds) {
     char text[32];
     (void)std::snprintf(text, sizeof text, "%g", seconds);
@@ -51,9 +58,11 @@ std::string secondsText(double seconds) {
 PluginSession::PluginSession(const Options& options)
     : pluginFile(choosePluginFile(options.pluginFile)),
       timeoutSeconds(options.timeoutSeconds),
-      referenceHost(hostOptions(options)) {
+      referenceHost(processHost(hostOptions(options))) {
     if (options.logSeverity >= 0) referenceHost.forwardLog(options.logSeverity);
 }
+
+PluginSession::~PluginSession() { referenceHost.unloadPlugins(); }
 
 Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving) {
     return Deadline(timeoutSeconds, [this, worker = ownThreadFolder(), beforeLeaving = std::move(beforeLeaving)] {
