@@ -65,8 +65,6 @@ void MofLexer::skipBlanksAndComments() {
     while (!atEnd()) {
         if (isBlank(here())) {
             advance();
-        } else if (here() != '/' && here() != '#') {
-            return;
         } else if (startsWith("//") || startsWith("#pragma")) {
             skipLine();
         } else if (startsWith("/*")) {
