@@ -1,5 +1,6 @@
 // The command: reads what is asked, does it, and turns what went wrong into one sentence and an exit status.
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -25,6 +26,7 @@ void occupyClosedStandardDescriptors() {
 
 int main(int argumentCount, char** arguments) {
     occupyClosedStandardDescriptors();
+    (void)::mallopt(M_ARENA_MAX, 1);  // the thread that watches the clock would lay out a heap of its own to end
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
     try {
         const Options options = readOptions(argumentCount, arguments);

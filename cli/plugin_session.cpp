@@ -38,15 +38,24 @@ refhost::HostOptions hostOptions(const Options& options) {
     return wanted;
 }
 
+/// The host of this process, which has one session only. Never destroyed: the process ends with the session, and giving
+/// every instance back before that would only take time.
+refhost::ReferenceHost& processHost(refhost::HostOptions options) {
+    static auto& host = *new refhost::ReferenceHost(std::move(options));
+    return host;
+}
+
 }  // namespace
 
 PluginSession::PluginSession(const Options& options)
     : pluginFile(choosePluginFile(options.pluginFile)),
       timeoutSeconds(options.timeoutSeconds),
       isLogForwarded(options.logSeverity >= 0),
-      referenceHost(hostOptions(options)) {
+      referenceHost(processHost(hostOptions(options))) {
     if (isLogForwarded) referenceHost.forwardLog(options.logSeverity);
 }
+
+PluginSession::~PluginSession() { referenceHost.unloadPlugins(); }
 
 Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving, const std::string& consequence) {
     Deadline::Watched work;

@@ -23,6 +23,10 @@ class PluginSession {
 public:
     /// Makes the host; loads nothing yet.
     explicit PluginSession(const Options& options);
+    PluginSession(const PluginSession&) = delete;
+    PluginSession& operator=(const PluginSession&) = delete;
+    /// Unloads the plug-in.
+    ~PluginSession();
 
     refhost::ReferenceHost& host() { return referenceHost; }
 
@@ -47,7 +51,7 @@ private:
     const std::string pluginFile;
     const double timeoutSeconds;
     const bool isLogForwarded;
-    refhost::ReferenceHost referenceHost;
+    refhost::ReferenceHost& referenceHost;
     std::atomic<bool> isLoading{false};
 };
 

@@ -42,21 +42,21 @@ boost::shared_ptr<const Schema> compiledSchema() {
 void fillIn(Instance& copy, const InstanceObject& published) {
     copy.className = published.declaredClass().name();
     copy.path = published.path();
-    const std::vector<ValuePointer> values = published.values();
-    copy.properties.resize(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        PropertyValue& property = copy.properties[i];
-        property.declaration = published.declaredClass().properties()[i].declaration;
-        property.isNull = !values[i];
-        if (property.isNull) {
-            property.elements.clear();
-        } else if (const auto* const elements = values[i]->elements()) {
-            property.elements = *elements;
+    copy.properties.resize(published.declaredClass().properties().size());
+    auto property = copy.properties.begin();
+    published.forEachValue([&](const DeclaredProperty& declared, const ValuePointer& value) {
+        property->declaration = declared.declaration;
+        property->isNull = !value;
+        if (!value) {
+            property->elements.clear();
+        } else if (const auto* const elements = value->elements()) {
+            property->elements = *elements;
         } else {
-            property.elements.resize(1);
-            property.elements.front() = values[i]->text();
+            property->elements.resize(1);
+            property->elements.front() = value->text();
         }
-    }
+        ++property;
+    });
 }
 
 /// The text of whatever ended the call early.

@@ -8,65 +8,65 @@
 namespace diskmgt_col {
 
 // Instance classes served, in the order of their table.
-const std::string kLogicalDisk = "VEXSG_LogicalDisk";
-const std::string kDynamicExtent = "VEXSG_DynamicExtent";
-const std::string kDiskPartition = "VEXSG_DiskPartition";
-const std::string kDiskDrive = "VEXSG_DiskDrive";
-const std::string kCdromDrive = "VEXSG_CDROMDrive";
-const std::string kDisketteDrive = "VEXSG_DisketteDrive";
-const std::string kDvdDrive = "VEXSG_DVDDrive";
-const std::string kTapeDrive = "VEXSG_TapeDrive";
-const std::string kDynamicDiskGroup = "VEXSG_DynamicDiskGroup";
+inline const std::string kLogicalDisk = "VEXSG_LogicalDisk";
+inline const std::string kDynamicExtent = "VEXSG_DynamicExtent";
+inline const std::string kDiskPartition = "VEXSG_DiskPartition";
+inline const std::string kDiskDrive = "VEXSG_DiskDrive";
+inline const std::string kCdromDrive = "VEXSG_CDROMDrive";
+inline const std::string kDisketteDrive = "VEXSG_DisketteDrive";
+inline const std::string kDvdDrive = "VEXSG_DVDDrive";
+inline const std::string kTapeDrive = "VEXSG_TapeDrive";
+inline const std::string kDynamicDiskGroup = "VEXSG_DynamicDiskGroup";
 
 // Association classes served, in the order of their table.
-const std::string kMediaPresent = "VEXSG_MediaPresent";
-const std::string kPartitionPresent = "VEXSG_PartitionPresent";
-const std::string kLogicalDiskBasedOnExtent = "VEXSG_LogicalDiskBasedOnExtent";
-const std::string kLogicalDiskBasedOnPartition = "VEXSG_LogicalDiskBasedOnPartition";
-const std::string kDynamicVolumeBasedOnExtent = "VEXSG_DynamicVolumeBasedOnExtent";
-const std::string kDynamicExtentBasedOn = "VEXSG_DynamicExtentBasedOn";
-const std::string kDriveInDynamicDiskGroup = "VEXSG_DriveInDynamicDiskGroup";
-const std::string kDynamicExtentInDiskGroup = "VEXSG_DynamicExtentInDiskGroup";
+inline const std::string kMediaPresent = "VEXSG_MediaPresent";
+inline const std::string kPartitionPresent = "VEXSG_PartitionPresent";
+inline const std::string kLogicalDiskBasedOnExtent = "VEXSG_LogicalDiskBasedOnExtent";
+inline const std::string kLogicalDiskBasedOnPartition = "VEXSG_LogicalDiskBasedOnPartition";
+inline const std::string kDynamicVolumeBasedOnExtent = "VEXSG_DynamicVolumeBasedOnExtent";
+inline const std::string kDynamicExtentBasedOn = "VEXSG_DynamicExtentBasedOn";
+inline const std::string kDriveInDynamicDiskGroup = "VEXSG_DriveInDynamicDiskGroup";
+inline const std::string kDynamicExtentInDiskGroup = "VEXSG_DynamicExtentInDiskGroup";
 
 // Queried, never served: its enumeration delivers the drives.
-const std::string kMediaAccessDevice = "VEXSG_MediaAccessDevice";
+inline const std::string kMediaAccessDevice = "VEXSG_MediaAccessDevice";
 
 // Roles of every association.
-const std::string kAntecedent = "Antecedent";  // the supporting element
-const std::string kDependent = "Dependent";    // the element that rests on it
+inline const std::string kAntecedent = "Antecedent";  // the supporting element
+inline const std::string kDependent = "Dependent";    // the element that rests on it
 
 // Identity of the hosting system.
-const std::string kCreationClassName = "CreationClassName";
-const std::string kSystemCreationClassName = "SystemCreationClassName";
-const std::string kSystemName = "SystemName";
-const std::string kCsCreationClassName = "CSCreationClassName";
-const std::string kCsName = "CSName";
+inline const std::string kCreationClassName = "CreationClassName";
+inline const std::string kSystemCreationClassName = "SystemCreationClassName";
+inline const std::string kSystemName = "SystemName";
+inline const std::string kCsCreationClassName = "CSCreationClassName";
+inline const std::string kCsName = "CSName";
 
 // Properties of drives, partitions and logical disks.
-const std::string kDeviceId = "DeviceID";
-const std::string kName = "Name";
-const std::string kElementName = "ElementName";
-const std::string kNoOfPartitions = "NoOfPartitions";
-const std::string kSize = "Size";  // bytes
-const std::string kBootable = "Bootable";
-const std::string kFaultTolerant = "FaultTolerant";
-const std::string kPartitionType = "PartitionType";
-const std::string kPartitionSubType = "PartitionSubType";
-const std::string kStartingOffset = "StartingOffset";
-const std::string kFileSystemName = "FileSystemName";
-const std::string kFreeSpace = "FreeSpace";    // bytes
-const std::string kTotalSpace = "TotalSpace";  // bytes
-const std::string kOtherIdentifyingInfo = "OtherIdentifyingInfo";
-const std::string kMountOptions = "MountOptions";
+inline const std::string kDeviceId = "DeviceID";
+inline const std::string kName = "Name";
+inline const std::string kElementName = "ElementName";
+inline const std::string kNoOfPartitions = "NoOfPartitions";
+inline const std::string kSize = "Size";  // bytes
+inline const std::string kBootable = "Bootable";
+inline const std::string kFaultTolerant = "FaultTolerant";
+inline const std::string kPartitionType = "PartitionType";
+inline const std::string kPartitionSubType = "PartitionSubType";
+inline const std::string kStartingOffset = "StartingOffset";
+inline const std::string kFileSystemName = "FileSystemName";
+inline const std::string kFreeSpace = "FreeSpace";    // bytes
+inline const std::string kTotalSpace = "TotalSpace";  // bytes
+inline const std::string kOtherIdentifyingInfo = "OtherIdentifyingInfo";
+inline const std::string kMountOptions = "MountOptions";
 
 // The context of a class lookup: whose classes are meant.
-const std::string kNspId = "nspID";
-const std::string kPluginContext = "plugin";
+inline const std::string kNspId = "nspID";
+inline const std::string kPluginContext = "plugin";
 
 // The key of an instance whose key property is null.
-const std::string kUnknownKey = "Unknown";
+inline const std::string kUnknownKey = "Unknown";
 
 // Comes before an exception's text.
-const std::string kCollectionEncounteredException = "collection encountered exception: ";
+inline const std::string kCollectionEncounteredException = "collection encountered exception: ";
 
 }  // namespace diskmgt_col

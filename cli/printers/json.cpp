@@ -50,11 +50,10 @@ std::string page(const Json& document) { return written(document, kIndent) + "\n
 
 /// One value of a declared type. The host's canonical texts of numbers and truths are JSON already.
 void writeTyped(JsonWriter& out, const std::string& type, const std::string& text) {
-    const bool isNumber = type.rfind("uint", 0) == 0 || type.rfind("sint", 0) == 0 || type.rfind("real", 0) == 0;
-    if (isNumber || type == "boolean")
-        out.plain(text);
-    else
+    if (type == "string" || type == "reference" || type == "datetime" || type == "char16")
         out.text(text);
+    else
+        out.plain(text);
 }
 
 void writeValue(JsonWriter& out, const refhost::PropertyValue& property) {

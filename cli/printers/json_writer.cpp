@@ -1,6 +1,8 @@
 // Printable ASCII is escaped here; the few texts with anything else are left to the JSON library.
 #include "cli/printers/json_writer.h"
 
+#include <algorithm>
+
 #include "cli/printers/json.h"
 
 namespace diskmgt_cli {
@@ -10,7 +12,17 @@ namespace {
 constexpr std::size_t kPieceSize = 32768;
 constexpr std::size_t kIndent = 2;
 
+constexpr char kLineAndBlanks[] = ",\n                                ";  // for sixteen levels
+constexpr std::size_t kMostBlanks = sizeof kLineAndBlanks - 3;
+
 bool isPrintable(char character) { return character >= ' ' && character < '\x7F'; }
+/// Whether the text can stand between quotes as it is. Looks at every character, which lets it look at many at once.
+bool isPlain(std::string_view text) {
+    unsigned char isOdd = 0;
+    for (const char character : text)
+        isOdd |= static_cast<unsigned char>(!isPrintable(character) || character == '"' || character == '\\');
+    return isOdd == 0;
+}
 
 }  // namespace
 
@@ -69,13 +81,20 @@ void JsonWriter::beginValue() {
 }
 
 void JsonWriter::beginLine() {
-    if (!isFirst) pending += ',';
+    const std::size_t begin = isFirst ? 1 : 0;
+    const std::size_t blanks = kIndent * depth;
     isFirst = false;
-    pending += '\n';
-    pending.append(kIndent * depth, ' ');
+    pending.append(kLineAndBlanks + begin, 2 - begin + std::min(blanks, kMostBlanks));
+    if (blanks > kMostBlanks) pending.append(blanks - kMostBlanks, ' ');
 }
 
 void JsonWriter::appendQuoted(std::string_view value) {
+    if (isPlain(value)) {  // as nearly all are
+        pending += '"';
+        pending += value;
+        pending += '"';
+        return;
+    }
     const std::size_t begin = pending.size();
     pending += '"';
     std::size_t copied = 0;

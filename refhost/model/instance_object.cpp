@@ -88,11 +88,6 @@ ValuePointer InstanceObject::value(std::size_t position) const {
     return slots[position];
 }
 
-std::vector<ValuePointer> InstanceObject::values() const {
-    const std::lock_guard<std::mutex> guard(mutex);
-    return slots;
-}
-
 std::string InstanceObject::path() const {
     std::string text = declared.name();
     char separator = '.';

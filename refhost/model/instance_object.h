@@ -37,7 +37,12 @@ public:
     const DeclaredClass& declaredClass() const { return declared; }
     /// Null for a null property.
     ValuePointer value(std::size_t position) const;
-    std::vector<ValuePointer> values() const;
+    /// `show(declared property, value)` for each in the class's order, as of one moment. It must not come back here.
+    template <typename Show>
+    void forEachValue(const Show& show) const {
+        const std::lock_guard<std::mutex> guard(mutex);
+        for (std::size_t i = 0; i < slots.size(); ++i) show(declared.properties()[i], slots[i]);
+    }
     /// The object path: the keys that are not null, in byte order.
     std::string path() const;
     /// Throws `TTALException` when the class declares no such property or the value does not fit it.

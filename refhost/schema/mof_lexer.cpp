@@ -110,10 +110,11 @@ MofToken MofLexer::quoted(char quote, MofToken::Kind kind) {
         if (here() == '\n') break;
         if (here() == '\\') {
             appendEscape(token.text, begunAt);
-        } else {
-            token.text += here();
-            ++position;
+            continue;
         }
+        const std::size_t begin = position;
+        while (!atEnd() && here() != quote && here() != '\n' && here() != '\\') ++position;
+        token.text += text.substr(begin, position - begin);
     }
     if (atEnd() || here() != quote) refuse(begunAt, "the text that begins here has no closing quote on its line");
     ++position;

@@ -26,7 +26,9 @@ public:
 private:
     bool atEnd() const { return position == text.size(); }
     char here() const { return text[position]; }
-    bool startsWith(std::string_view mark) const { return text.substr(position, mark.size()) == mark; }
+    bool startsWith(std::string_view mark) const {  // not at the end
+        return here() == mark.front() && text.substr(position, mark.size()) == mark;
+    }
     void advance();
     void skipBlanksAndComments();
     void skipLine();

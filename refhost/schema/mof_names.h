@@ -24,4 +24,18 @@ inline bool sameName(std::string_view left, std::string_view right) {
     return true;
 }
 
+/// Orders names, those whose letters differ in case alone as one. By length first, where most comparisons end.
+struct NameLess {
+    bool operator()(std::string_view left, std::string_view right) const {
+        if (left.size() != right.size()) return left.size() < right.size();
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            if (left[i] == right[i]) continue;
+            const char leftLetter = lowerCase(left[i]);
+            const char rightLetter = lowerCase(right[i]);
+            if (leftLetter != rightLetter) return leftLetter < rightLetter;
+        }
+        return false;
+    }
+};
+
 }  // namespace refhost

@@ -17,6 +17,8 @@ bool isShorterOrLess(std::string_view left, std::string_view right) {
 
 DeclaredClass::DeclaredClass(const ClassDeclaration& classDeclaration, std::size_t positionInSchema)
     : declared(&classDeclaration), position(positionInSchema) {
+    byName.reserve(declared->properties.size());
+    propertyList.reserve(declared->properties.size());
     for (const PropertyDeclaration& property : declared->properties) {
         byName.push_back({property.name, propertyList.size()});
         if (property.isKey) keyPositions.push_back(propertyList.size());

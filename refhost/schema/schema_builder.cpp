@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "plugin/host/tal_exception.h"
-#include "refhost/schema/mof_names.h"
 
 namespace refhost {
 
@@ -21,7 +20,8 @@ const std::string kReferenceType = "reference";
 std::vector<ClassDeclaration> SchemaBuilder::build() {
     for (const MofDocument& one : documents) {
         document = &one;
-        for (const std::string& name : one.qualifierNames) qualifierNames.insert(lowerCase(name));
+        qualifierNames.insert(one.qualifierNames.begin(), one.qualifierNames.end());
+        classes.reserve(classes.size() + one.classes.size());
         for (const MofClass& written : one.classes) addClass(written);
     }
     for (const Reference& reference : references) resolve(reference);
@@ -32,8 +32,8 @@ void SchemaBuilder::refuse(std::size_t line, const std::string& why) const {
     throw NVEXTAL20::TTALException(document->source + ", line " + std::to_string(line) + ": " + why);
 }
 
-const ClassDeclaration* SchemaBuilder::findClass(const std::string& name) const {
-    const auto found = positions.find(lowerCase(name));
+const ClassDeclaration* SchemaBuilder::findClass(std::string_view name) const {
+    const auto found = positions.find(name);
     return found == positions.end() ? nullptr : &classes[found->second];
 }
 
@@ -49,14 +49,17 @@ void SchemaBuilder::addClass(const MofClass& written) {
         if (superclass == nullptr)
             refuse(written.line, "the superclass \"" + written.superclass + "\" is not declared");
         declared.superclass = superclass->name;
-        depth += depths.at(positions.at(lowerCase(superclass->name)));
+        depth += depths[static_cast<std::size_t>(superclass - classes.data())];
         if (depth > kGreatestDepth) refuse(written.line, "the class tree is too deep");
     }
+    requireDeclared(written.qualifiers);
     declared.isAbstract = truth(written.qualifiers, "abstract", false);
     declared.isAssociation =
         truth(written.qualifiers, "association", superclass != nullptr && superclass->isAssociation);
     declared.version = text(written.qualifiers, "version", "");
     declared.description = text(written.qualifiers, "description", "");
+    declared.properties.reserve(written.properties.size() +
+                                (superclass == nullptr ? 0 : superclass->properties.size()));
     for (const MofProperty& property : written.properties) addProperty(property, declared);
     if (superclass != nullptr)
         for (const PropertyDeclaration& inherited : superclass->properties)
@@ -65,8 +68,8 @@ void SchemaBuilder::addClass(const MofClass& written) {
                 declared.properties.push_back(inherited);
     propertyCount += declared.properties.size();
     if (propertyCount > kMostProperties) refuse(written.line, "the classes have too many properties");
-    positions.emplace(lowerCase(written.name), classes.size());
-    depths.emplace(classes.size(), depth);
+    positions.emplace(written.name, classes.size());
+    depths.push_back(depth);
     classes.push_back(std::move(declared));
 }
 
@@ -78,6 +81,7 @@ void SchemaBuilder::addProperty(const MofProperty& written, ClassDeclaration& de
     if (!declared.superclass.empty())
         for (const PropertyDeclaration& other : findClass(declared.superclass)->properties)
             if (sameName(other.name, written.name)) inherited = &other;
+    requireDeclared(written.qualifiers);
     PropertyDeclaration property;
     if (inherited != nullptr) {
         checkOverride(written, *inherited);
@@ -158,14 +162,19 @@ void SchemaBuilder::resolve(const Reference& reference) {
     const std::string canonicalName = target->name;
     for (ClassDeclaration& one : classes)
         for (PropertyDeclaration& other : one.properties)
-            if (other.declaredIn == declaringClass && other.name == propertyName) other.referenceClass = canonicalName;
+            if (!other.referenceClass.empty() && other.name == propertyName && other.declaredIn == declaringClass)
+                other.referenceClass = canonicalName;
+}
+
+void SchemaBuilder::requireDeclared(const std::vector<MofQualifier>& qualifiers) const {
+    for (const MofQualifier& qualifier : qualifiers)
+        if (qualifierNames.count(qualifier.name) == 0)
+            refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" is not declared");
 }
 
 const MofQualifier* SchemaBuilder::find(const std::vector<MofQualifier>& qualifiers, const char* lowerName) const {
     const MofQualifier* found = nullptr;
     for (const MofQualifier& qualifier : qualifiers) {
-        if (qualifierNames.count(lowerCase(qualifier.name)) == 0)
-            refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" is not declared");
         if (!sameName(qualifier.name, lowerName)) continue;
         if (found != nullptr) refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" stands here twice");
         found = &qualifier;

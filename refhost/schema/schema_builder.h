@@ -5,10 +5,12 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "refhost/api/reference_host.h"
 #include "refhost/schema/mof_document.h"
+#include "refhost/schema/mof_names.h"
 
 namespace refhost {
 
@@ -36,9 +38,10 @@ private:
     void applyValueNames(const MofProperty& written, PropertyDeclaration& declared) const;
     void resolve(const Reference& reference);
     /// Null when no class has that name, whatever its case.
-    const ClassDeclaration* findClass(const std::string& name) const;
+    const ClassDeclaration* findClass(std::string_view name) const;
     bool isOrLiesBeneath(const ClassDeclaration& one, const std::string& other) const;
 
+    void requireDeclared(const std::vector<MofQualifier>& qualifiers) const;
     /// Null when the qualifier is absent.
     const MofQualifier* find(const std::vector<MofQualifier>& qualifiers, const char* lowerName) const;
     bool truth(const std::vector<MofQualifier>& qualifiers, const char* lowerName, bool otherwise) const;
@@ -47,11 +50,11 @@ private:
     std::vector<std::string> texts(const MofQualifier& qualifier) const;
 
     const std::vector<MofDocument>& documents;
-    const MofDocument* document = nullptr;         // the one being read
-    std::set<std::string> qualifierNames;          // in lower case
-    std::map<std::string, std::size_t> positions;  // of classes, by name in lower case
-    std::map<std::size_t, std::size_t> depths;     // of classes in the tree, by position
-    std::size_t propertyCount = 0;                 // of all classes, inherited ones included
+    const MofDocument* document = nullptr;  // the one being read
+    std::set<std::string_view, NameLess> qualifierNames;
+    std::map<std::string_view, std::size_t, NameLess> positions;  // of classes, by the documents' names
+    std::vector<std::size_t> depths;                              // of classes in the tree, by position
+    std::size_t propertyCount = 0;                                // of all classes, inherited ones included
     std::vector<Reference> references;
     std::vector<ClassDeclaration> classes;
 };

@@ -36,6 +36,8 @@ bool RequestScope::isRunning() { return current != nullptr; }
 
 std::uint64_t RequestScope::currentNumber() { return current == nullptr ? 0 : current->ownNumber; }
 
+RecentValues* RequestScope::recentValues() { return current == nullptr ? nullptr : &current->recent; }
+
 void RequestScope::collect(const LogLine& line) {
     if (current != nullptr) current->lines.push_back(line);
 }

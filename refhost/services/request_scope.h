@@ -8,6 +8,7 @@
 
 #include "refhost/api/reference_host.h"
 #include "refhost/schema/schema.h"
+#include "refhost/value/recent_values.h"
 
 namespace refhost {
 
@@ -44,6 +45,8 @@ public:
     static bool isRunning();
     /// The number of this thread's request; 0 outside.
     static std::uint64_t currentNumber();
+    /// The values that this thread's request made last; null outside.
+    static RecentValues* recentValues();
     /// Adds to the log of this thread's request, if there is one.
     static void collect(const LogLine& line);
     /// Notes that this thread's request now serves the class.
@@ -55,6 +58,7 @@ private:
     RunningRequests& running;
     std::uint64_t ownNumber = 0;
     std::vector<LogLine> lines;
+    RecentValues recent;
     const DeclaredClass* served = nullptr;  // under the lock of `running`, as is the next
     std::uint64_t servedAt = 0;
 };

@@ -6,6 +6,7 @@
 #include "plugin/host/tal_exception.h"
 #include "refhost/model/reference_parser.h"
 #include "refhost/services/boundary.h"
+#include "refhost/services/request_scope.h"
 #include "refhost/value/content.h"
 #include "refhost/value/value_parser.h"
 
@@ -27,7 +28,15 @@ boost::shared_ptr<const TCIMValue::Content> parse(refhost::CimType type, const s
     if (type == refhost::CimType::kReference)
         return boost::make_shared<const TCIMValue::Content>(refhost::parseReference(text, nameSpace.get()));
     if (type == refhost::CimType::kBoolean) return truth(text);
-    return boost::make_shared<const TCIMValue::Content>(type, refhost::parseScalar(type, text));
+    const auto make = [&] {
+        return boost::make_shared<const TCIMValue::Content>(type, refhost::parseScalar(type, text));
+    };
+    refhost::RecentValues* const recent = refhost::RequestScope::recentValues();
+    if (recent == nullptr) return make();
+    refhost::ValuePointer& place = recent->placeOf(type, text);
+    // A canonical text is read as itself, so a value that has this text is what would be made of it.
+    if (!place || place->type != type || place->text() != text) place = make();
+    return place;
 }
 
 boost::shared_ptr<const TCIMValue::Content> gather(refhost::CimType type, const std::vector<TCIMValue>& elements) {

@@ -76,10 +76,16 @@ private:
 }  // namespace
 
 void appendQuoted(std::string& text, std::string_view value) {
+    const auto needsMark = [](char character) { return character == '"' || character == '\\'; };
     text += '"';
-    for (const char character : value) {
-        if (character == '"' || character == '\\') text += '\\';
-        text += character;
+    for (auto rest = value.begin(); rest != value.end();) {
+        const auto end = std::find_if(rest, value.end(), needsMark);
+        text.append(rest, end);
+        rest = end;
+        if (end != value.end()) {
+            text += '\\';
+            text += *rest++;
+        }
     }
     text += '"';
 }

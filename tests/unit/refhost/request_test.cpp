@@ -220,6 +220,40 @@ TEST(Request, InstancesAreCopiesWithEveryDeclaredProperty) {
     }
 }
 
+TEST(Request, EqualTextsMakeTheValueOfTheirOwnType) {
+    WithHost with;
+    EXPECT_EQ(with.failureOf([](const Namespace& nameSpace) {
+        // Twice, since a request remembers values that it made.
+        for (int turn = 0; turn < 2; ++turn) {
+            EXPECT_EQ(std::string(parsed("string", "007", nameSpace)), "007");
+            EXPECT_EQ(std::string(parsed("uint16", "7", nameSpace)), "7");
+            EXPECT_EQ(std::string(parsed("uint16", "007", nameSpace)), "7");
+            for (int number = 0; number < 500; ++number)
+                for (const char* const type : {"string", "uint16", "sint32", "real64"})
+                    EXPECT_EQ(std::string(parsed(type, std::to_string(number), nameSpace)), std::to_string(number));
+            EXPECT_EQ(std::string(parsed("string", "300", nameSpace)), "300");
+            EXPECT_THROW((void)parsed("uint8", "300", nameSpace), NVEXTAL20::TTALException);
+            EXPECT_THROW((void)parsed("uint8", "300", nameSpace), NVEXTAL20::TTALException);
+        }
+    }),
+              "");
+}
+
+TEST(Request, ValuesOfOneTextHaveTheirOwnType) {
+    WithHost with;
+    const RequestResult result = with.request({"VEXSG_DiskDrive"}, [](const Namespace& nameSpace, Classes& classes) {
+        TCIMOptions options;
+        const auto instance = classes.front()->CreateInstance(options);
+        for (const char* const type : {"string", "uint32", "uint64"}) (void)parsed(type, "1", nameSpace);
+        NVEXTAL20::TCIMValue size = parsed("uint64", "1", nameSpace);
+        instance->SetProperty("Size", size, options);
+        NVEXTAL20::TCIMValue count = parsed("uint32", "1", nameSpace);
+        instance->SetProperty("NoOfPartitions", count, options);
+        EXPECT_THROW(instance->SetProperty("NoOfPartitions", size, options), NVEXTAL20::TTALException);
+    });
+    EXPECT_EQ(result.failure, std::nullopt);
+}
+
 TEST(RequestResult, ReportsFailureForExceptionsErrorsAndCaughtExceptions) {
     const auto reports = [](int severity, const std::string& text) {
         return RequestResult{{{severity, text}}, std::nullopt}.reportsFailure();
