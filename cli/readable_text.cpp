@@ -1,12 +1,15 @@
 // One walk over UTF-8 with two ways to treat what is not fit to be shown.
 #include "cli/readable_text.h"
 
-#include <cstddef>
 #include <cstdio>
 
 namespace diskmgt_cli {
 
 namespace {
+
+constexpr std::string_view kReplacement = "\uFFFD";
+constexpr std::string_view kDirectionMarks[] = {"\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
+                                                "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
 
 /// The length of the well-formed UTF-8 character at `position`; 0 when there is none. Overlong forms, surrogates
 /// and numbers past U+10FFFF are not well-formed.
@@ -55,7 +58,7 @@ std::string escapedControls(const std::string& text) {
         const std::size_t length = characterLength(text, at);
         if (length == 0) {
             appendEscaped(escaped, text[at++]);
-        } else if (isControl(text, at, length)) {
+        } else if (isControl(text, at, length) || directionMarkLength(std::string_view(text).substr(at)) != 0) {
             for (const std::size_t end = at + length; at < end; ++at) appendEscaped(escaped, text[at]);
         } else {
             escaped.append(text, at, length);
@@ -71,7 +74,7 @@ std::string asUtf8(const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = characterLength(text, at);
         if (length == 0) {
-            valid += "\xEF\xBF\xBD";
+            valid += kReplacement;
             ++at;
         } else {
             valid.append(text, at, length);
@@ -79,6 +82,28 @@ std::string asUtf8(const std::string& text) {
         }
     }
     return valid;
+}
+
+std::size_t directionMarkLength(std::string_view text) {
+    if (text.empty() || (text[0] != '\xD8' && text[0] != '\xE2')) return 0;  // nearly always
+    for (const std::string_view mark : kDirectionMarks)
+        if (text.substr(0, mark.size()) == mark) return mark.size();
+    return 0;
+}
+
+std::string withoutDirectionMarks(const std::string& text) {
+    std::string shown;
+    shown.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t mark = directionMarkLength(std::string_view(text).substr(at));
+        if (mark == 0) {
+            shown += text[at++];
+        } else {
+            shown += kReplacement;
+            at += mark;
+        }
+    }
+    return shown;
 }
 
 }  // namespace diskmgt_cli

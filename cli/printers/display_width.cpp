@@ -6,6 +6,8 @@
 #include <cwctype>
 #include <vector>
 
+#include "cli/readable_text.h"
+
 namespace diskmgt_cli {
 
 namespace {
@@ -22,6 +24,7 @@ struct Piece {
 Piece firstPiece(const char* text, std::size_t length) {
     if (text[0] >= ' ' && text[0] <= '~' && text[0] != '\\') return {1, 1};         // nearly always
     if (length > 1 && text[0] == '\\' && text[1] == 'x') return {1, kEscapeWidth};  // else it would pass for an escape
+    if (const std::size_t mark = directionMarkLength({text, length})) return {mark, 1};  // replaced in tables
     std::mbstate_t state{};
     wchar_t character = 0;
     const std::size_t bytes = std::mbrtowc(&character, text, length, &state);

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "cli/readable_text.h"
+
 namespace diskmgt_cli {
 
 namespace {
@@ -56,7 +58,7 @@ void TextTable::addRow(const std::vector<std::string>& cells) {
 }
 
 void TextTable::set(libscols_line* row, std::size_t column, const std::string& text) {
-    require(scols_line_set_data(row, column, text.c_str()) == 0);
+    require(scols_line_set_data(row, column, withoutDirectionMarks(text).c_str()) == 0);
 }
 
 void TextTable::paint(libscols_line* row, std::size_t column, const char* color) {

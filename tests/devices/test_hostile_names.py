@@ -58,6 +58,12 @@ def test_table_is_one_line_an_instance(run):
     assert not [letter for line in lines for letter in line if ord(letter) < 32 or 127 <= ord(letter) < 160]
 
 
+def test_nothing_for_people_turns_the_direction_of_writing(run):
+    for arguments in (["tree", "--all"], ["explain"], ["export", "html"], ["get", DISK, "--format", "table"]):
+        assert "turn" in run(*arguments).stdout
+        assert "\u202e" not in run(*arguments).stdout
+
+
 def test_prometheus(run):
     text = run("export", "prometheus").stdout
     assert all(line.startswith(("# HELP diskmgt_", "# TYPE diskmgt_", "diskmgt_")) for line in text.split("\n")[:-1])

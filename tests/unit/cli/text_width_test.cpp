@@ -49,6 +49,7 @@ TEST_F(DisplayWidth, CountsColumnsAndEscapes) {
     EXPECT_EQ(displayWidth("\xC3\xA4"), 1U);
     EXPECT_EQ(displayWidth("\xE6\x97\xA5"), 2U);  // a wide character
     EXPECT_EQ(displayWidth("e\xCC\x81"), 1U);     // a combining one
+    EXPECT_EQ(displayWidth("\u202Ea"), 2U);       // a mark of writing direction, which is replaced
     EXPECT_EQ(displayWidth("\n"), 4U);
     EXPECT_EQ(displayWidth("\xFF"), 4U);
     EXPECT_EQ(displayWidth("\xC2\x9B"), 8U);
