@@ -26,7 +26,7 @@ void occupyClosedStandardDescriptors() {
 
 int main(int argumentCount, char** arguments) {
     occupyClosedStandardDescriptors();
-    (void)::mallopt(M_ARENA_MAX, 1);  // the thread that watches the clock would lay out a heap of its own to end
+    (void)::mallopt(M_ARENA_MAX, 1);      // the thread that watches the clock would lay out a heap of its own to end
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
     try {
         const Options options = readOptions(argumentCount, arguments);
