@@ -1,5 +1,6 @@
 """Everything that is measured inside one prepared machine."""
 
+import random
 import statistics
 import subprocess
 
@@ -44,8 +45,10 @@ def measure(machine, build, runs, wanted):
     for tool, calls in chosen:  # once before the clock runs, so that files are cached
         measured[tool.name].output = at(tool, output_size, calls)
         measured[tool.name].calls = at(tool, calls_of, calls)
+    order = random.Random(1)
     for _ in range(runs):
-        for tool, calls in chosen:
+        # What ran before leaves the processor's caches and the kernel's in its own state.
+        for tool, calls in order.sample(chosen, len(chosen)):
             wall, cpu, memory = at(tool, run_once, watch, calls)
             entry = measured[tool.name]
             entry.wall.append(wall)

@@ -35,13 +35,12 @@ def _introduction(sizes, runs):
     return f"""
 Written by `bench/compare`. {datetime.date.today().isoformat()}; {_machine()}.
 
-{runs} interleaved runs of every command on the same prepared machine:
+{runs} interleaved runs of every command on the same prepared machine, in another order each time:
 
 {machines}
 
-The disks are loop devices with real
-partitions, half of them with a GPT and half with an MBR whose fourth partition is extended; standard output goes to
-/dev/null. `diskmgt` runs from an install tree.
+The disks are loop devices with real partitions, half of them with a GPT and half with an MBR whose fourth partition is
+extended; standard output goes to /dev/null. `diskmgt` runs from an install tree.
 
 {_versions()}
 """
