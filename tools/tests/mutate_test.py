@@ -4,10 +4,12 @@ import contextlib
 import io
 import unittest
 from collections import Counter
+from pathlib import Path
 
 from scratch_tree import ScratchTree
 
 import mutate
+import mutations
 
 
 class Draw(unittest.TestCase):
@@ -56,6 +58,12 @@ class Report(ScratchTree):
 
     def test_reasons_and_blank_lines_are_no_keys(self):
         self.assertEqual(mutate.equivalents("# why\na.cpp | x | y\n\n"), {"a.cpp | x | y"})
+
+    def test_every_change_said_to_change_nothing_can_still_be_made(self):
+        root = Path(__file__).resolve().parents[2]
+        known = mutate.equivalents(mutate.EQUIVALENT.read_text(encoding="utf-8"))
+        self.assertEqual(known - {mutant.key for path in mutate.sources(root) for mutant in
+                                  mutations.find(path, (root / path).read_text(encoding="utf-8"))}, set())
 
     def test_only_the_plug_ins_sources_count(self):
         for path in ("base/text.cpp", "base/os_posix.cpp", "collect/a.cpp", "collect/a.h", "refhost/b.cpp",
