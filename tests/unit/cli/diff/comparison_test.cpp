@@ -218,7 +218,7 @@ RC_GTEST_PROP(Comparison, BackwardsItIsTheMirrorImage, ()) {
     const bool withSpace = *rc::gen::arbitrary<bool>();
     const std::vector<Change> forth = compareInventories(one, two, withSpace);
     const std::vector<Change> back = compareInventories(two, one, withSpace);
-    RC_CLASSIFY(!forth.empty());
+    RC_CLASSIFY(!forth.empty(), "different");
     RC_ASSERT(forth.size() == back.size());
     for (std::size_t i = 0; i < forth.size(); ++i) {
         RC_ASSERT(forth[i].kind == back[i].kind && forth[i].name == back[i].name);
