@@ -44,7 +44,7 @@ TEST(PublicBug, Cve2016_5011_ExtendedRecordThatLinksToItselfAtOffsetZero) {
 // A partition table that contains itself made a reader call itself until its stack was gone.
 TEST(PublicBug, Cve2019_13103_TablesThatContainThemselvesInEverySlot) {
     DiskImage image;
-    for (const std::uint64_t sector : {0, 1, 2, 3})
+    for (std::uint64_t sector = 0; sector < 4; ++sector)
         for (unsigned slot = 0; slot < 4; ++slot) image.slot(slot, 0x05, (slot + 1) % 4, 9, sector);
     EXPECT_THAT(namesOn(image), ElementsAre("/dev/sda1", "/dev/sda2", "/dev/sda3", "/dev/sda4"));
 }
