@@ -5,6 +5,8 @@ import library
 
 # What a C++ program gets from its compiler, sanitizers and coverage included.
 RUN_TIME = re.compile(r"(libstdc\+\+|libgcc_s|libc|libm|libasan|libubsan|libtsan|ld-linux-[\w-]+)\.so\.\d+")
+# What the compilers call the functions that make constants at load time: of a source file, or of one inline constant.
+STATIC_CONSTANTS = re.compile(r"_GLOBAL__sub_I_|__cxx_global_var_init")
 
 
 def test_asks_for_the_hosts_two_libraries():
@@ -49,7 +51,7 @@ def test_registers_before_any_static_constant_exists():
     constructors = library.load_time_constructors()
     registration = [place for place, names in enumerate(constructors)
                     if any(re.search(r"registerPlugin\w*$", name) for name in names)]
-    constants = [place for place, names in enumerate(constructors) if any("_GLOBAL__sub_I_" in name for name in names)]
+    constants = [place for place, names in enumerate(constructors) if any(STATIC_CONSTANTS.search(name) for name in names)]
     assert len(registration) == 1
     assert constants, "no unit with static constants: nothing is shown"
     assert registration[0] < min(constants)
