@@ -215,3 +215,15 @@ def test_sizes_are_sectors_or_texts_with_a_unit():
 @pytest.mark.parametrize("folder", sorted(MACHINES.iterdir()), ids=lambda folder: folder.name)
 def test_every_machine_folder_can_be_read(folder):
     assert read_machine(folder).about.endswith(".")
+
+
+def test_chroot_whose_root_is_no_mount_point_is_named_as_what_is_missing(tmp_path):
+    (tmp_path / "proc").mkdir()
+    # The codec is loaded while its file is within reach.
+    asked = ("import encodings.ascii, os, sys; sys.path.insert(0, sys.argv[1]); from machine import kernel; "
+             "os.chroot(sys.argv[2]); print(kernel.missing_privilege())")
+    seen = subprocess.run(["unshare", "--mount", "sh", "-c", 'mount -t proc proc "$3/proc" && exec "$0" -B -c "$@"',
+                           sys.executable, asked, Path(IN_MACHINE).parent, tmp_path],
+                          capture_output=True, text=True, check=True)
+    assert seen.stdout.strip() == ("described machines need a root directory that is a mount point: "
+                                   "bind this chroot onto itself")

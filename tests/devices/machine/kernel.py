@@ -132,8 +132,17 @@ def missing_privilege():
     for name, bit in (("CAP_SYS_ADMIN", 21), ("CAP_MKNOD", 27)):
         if not effective & (1 << bit):
             return f"described machines need {name}"
+    if not _root_is_mount_point():
+        return "described machines need a root directory that is a mount point: bind this chroot onto itself"
     try:
         os.close(os.open("/dev/loop-control", os.O_RDWR | os.O_CLOEXEC))
     except OSError as failure:
         return f"described machines need loop devices: /dev/loop-control: {failure.strerror}"
     return ""
+
+
+def _root_is_mount_point():
+    """Within a chroot to a plain folder no mount can be made private, since the one that holds the folder is out of
+    reach."""
+    with open("/proc/self/mountinfo", encoding="ascii") as mounts:
+        return any(line.split()[4] == "/" for line in mounts)
