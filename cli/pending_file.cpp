@@ -15,6 +15,8 @@ namespace diskmgt_cli::pending_file {
 
 namespace {
 
+constexpr int kInterruptions[] = {SIGHUP, SIGINT, SIGTERM};
+
 char pendingPath[PATH_MAX];
 volatile std::sig_atomic_t isPending = 0;
 
@@ -28,12 +30,28 @@ void catchInterruptions() {
     struct sigaction action {};
     action.sa_handler = removeAndDie;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int signalNumber : {SIGHUP, SIGINT, SIGTERM}) {
+    for (const int signalNumber : kInterruptions) {
         struct sigaction present {};
         // Whoever started us with a signal ignored (nohup does) wants it to stay so.
         if (::sigaction(signalNumber, nullptr, &present) == 0 && present.sa_handler != SIG_IGN)
             (void)::sigaction(signalNumber, &action, nullptr);  // cannot fail for these three
     }
+}
+
+/// Makes the file of `pendingPath`. An interruption has to wait: between the file and the note that it is there, nobody
+/// would remove it.
+int create() {
+    sigset_t interruptions;
+    (void)::sigemptyset(&interruptions);
+    for (const int signalNumber : kInterruptions) (void)::sigaddset(&interruptions, signalNumber);
+    sigset_t before;
+    (void)::pthread_sigmask(SIG_BLOCK, &interruptions, &before);
+    const int fd = ::mkostemp(pendingPath, O_CLOEXEC);
+    if (fd >= 0) isPending = 1;
+    const int error = errno;
+    (void)::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    errno = error;
+    return fd;
 }
 
 }  // namespace
@@ -46,9 +64,7 @@ int createBeside(const std::string& target) {
     }
     std::memcpy(pendingPath, pattern.c_str(), pattern.size() + 1);
     catchInterruptions();
-    const int fd = ::mkostemp(pendingPath, O_CLOEXEC);
-    if (fd >= 0) isPending = 1;
-    return fd;
+    return create();
 }
 
 int renameTo(const std::string& target) {

@@ -1,5 +1,7 @@
 """Failing plug-ins: the exit status, one sentence, and nothing half-written."""
+import itertools
 import os
+import shutil
 import stat
 import subprocess
 
@@ -118,6 +120,18 @@ def test_interruption_leaves_nothing_behind(plugin, tmp_path):
     running.communicate(timeout=60)
     assert running.returncode == -15
     assert os.listdir(tmp_path) == []
+
+
+@pytest.mark.skipif(not shutil.which("strace"), reason="strace is missing")
+def test_interruption_at_any_opening_of_a_file_leaves_nothing_half_written(tmp_path):
+    for opening in itertools.count(1):
+        interrupted = subprocess.run(["strace", "-f", "-qq", "-o", "/dev/null", "-e",
+                                      f"inject=openat:signal=TERM:when={opening}", COMMAND, "classes", "--output", "out"],
+                                     cwd=tmp_path, env=environment(ASAN_OPTIONS="detect_leaks=0"), check=False)
+        if interrupted.returncode == 0:
+            break
+        assert (interrupted.returncode, os.listdir(tmp_path)) == (-15, [])
+    assert os.listdir(tmp_path) == ["out"]
 
 
 def test_log_is_forwarded_from_the_chosen_level_on(run, plugin):
