@@ -1,6 +1,7 @@
 // One walk over UTF-8 with two ways to treat what is not fit to be shown.
 #include "cli/readable_text.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace diskmgt_cli {
@@ -10,6 +11,8 @@ namespace {
 constexpr std::string_view kReplacement = "\uFFFD";
 constexpr std::string_view kDirectionMarks[] = {"\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C",
                                                 "\u202D", "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"};
+
+constexpr std::string_view kMarkBeginnings = "\xD8\xE2";  // the first bytes of these
 
 /// The length of the well-formed UTF-8 character at `position`; 0 when there is none. Overlong forms, surrogates
 /// and numbers past U+10FFFF are not well-formed.
@@ -85,7 +88,7 @@ std::string asUtf8(const std::string& text) {
 }
 
 std::size_t directionMarkLength(std::string_view text) {
-    if (text.empty() || (text[0] != '\xD8' && text[0] != '\xE2')) return 0;  // nearly always
+    if (text.empty() || kMarkBeginnings.find(text[0]) == kMarkBeginnings.npos) return 0;  // nearly always
     for (const std::string_view mark : kDirectionMarks)
         if (text.substr(0, mark.size()) == mark) return mark.size();
     return 0;
@@ -93,15 +96,11 @@ std::size_t directionMarkLength(std::string_view text) {
 
 std::string withoutDirectionMarks(const std::string& text) {
     std::string shown;
-    shown.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t mark = directionMarkLength(std::string_view(text).substr(at));
-        if (mark == 0) {
-            shown += text[at++];
-        } else {
-            shown += kReplacement;
-            at += mark;
-        }
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t mark = directionMarkLength(rest);
+        const std::size_t taken = mark != 0 ? mark : std::min(rest.find_first_of(kMarkBeginnings, 1), rest.size());
+        shown += mark != 0 ? kReplacement : rest.substr(0, taken);
+        rest.remove_prefix(taken);
     }
     return shown;
 }

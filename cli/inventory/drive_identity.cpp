@@ -1,25 +1,42 @@
 // Where sysfs keeps the identity depends on the kind of drive: every place is tried.
 #include "cli/inventory/drive_identity.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
-#include <fstream>
 #include <initializer_list>
 #include <string_view>
 
+#include "base/handles.h"
 #include "collect/device_rules.h"
 
 namespace diskmgt_cli {
 
 namespace {
 
-/// At most a page, as sysfs has it; empty when it cannot be read.
-std::string contents(const std::string& path) {
-    char page[4096];
-    std::ifstream file(path, std::ios::binary);
-    if (!file.is_open()) return {};
-    file.read(page, sizeof page);
-    return std::string(page, static_cast<std::size_t>(file.gcount()));
-}
+using namespace diskmgt_col;
+
+/// A folder of sysfs. What is in it is found from the folder on: the way to it leads over links.
+class Folder {
+public:
+    explicit Folder(const std::string& path) : folder(::open(path.c_str(), kFlags)) {}
+    Folder(const Folder& parent, const char* name)
+        : folder(parent.folder.valid() ? ::openat(parent.folder.get(), name, kFlags) : -1) {}
+
+    /// At most a page, as sysfs has it; empty when it cannot be read.
+    std::string contents(const char* name) const {
+        if (!folder.valid()) return {};
+        const UniqueFd file(::openat(folder.get(), name, O_RDONLY | O_CLOEXEC));
+        char page[4096];
+        const ssize_t got = file.valid() ? os::readSome(file.get(), page, sizeof page) : 0;
+        return got > 0 ? std::string(page, static_cast<std::size_t>(got)) : std::string();
+    }
+
+private:
+    static constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+
+    UniqueFd folder;
+};
 
 /// Without the blanks and zeros that fill the fields of a drive's answer.
 std::string trimmed(const std::string& text) {
@@ -29,18 +46,22 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(fill) - first + 1);
 }
 
-std::string firstOf(const std::string& directory, std::initializer_list<const char*> names) {
-    for (const char* const name : names) {
-        std::string text = trimmed(contents(directory + name));
+struct Place {
+    const Folder& folder;
+    const char* name;
+};
+
+std::string firstOf(std::initializer_list<Place> places) {
+    for (const Place& place : places) {
+        std::string text = trimmed(place.folder.contents(place.name));
         if (!text.empty()) return text;
     }
     return {};
 }
 
 /// The serial number of a SCSI or SATA drive, from the page of its own data that the kernel keeps.
-std::string serialOfPage(const std::string& path) {
+std::string serialOfPage(const std::string& page) {
     constexpr std::size_t kHeaderSize = 4;  // device type, page number, length
-    const std::string page = contents(path);
     return page.size() > kHeaderSize ? trimmed(page.substr(kHeaderSize)) : std::string();
 }
 
@@ -51,12 +72,13 @@ DriveIdentity readDriveIdentity(const std::string& device) {
     if (device.compare(0, kFolder.size(), kFolder) != 0) return {};
     std::string name = device.substr(kFolder.size());
     std::replace(name.begin(), name.end(), '/', '!');  // as sysfs writes names with a slash
-    const std::string directory = diskmgt_col::kBlockDirectory + name + "/";
+    const Folder entry(kBlockDirectory + name);
+    const Folder hardware(entry, "device");
     DriveIdentity identity;
-    identity.model = firstOf(directory, {"device/model", "device/name"});
-    identity.serial = firstOf(directory, {"device/serial", "serial"});
-    if (identity.serial.empty()) identity.serial = serialOfPage(directory + "device/vpd_pg80");
-    identity.wwid = firstOf(directory, {"wwid", "device/wwid"});
+    identity.model = firstOf({{hardware, "model"}, {hardware, "name"}});
+    identity.serial = firstOf({{hardware, "serial"}, {entry, "serial"}});
+    if (identity.serial.empty()) identity.serial = serialOfPage(hardware.contents("vpd_pg80"));
+    identity.wwid = firstOf({{entry, "wwid"}, {hardware, "wwid"}});
     return identity;
 }
 

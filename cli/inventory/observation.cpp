@@ -3,14 +3,12 @@
 
 #include <sys/statvfs.h>
 
-#include <cstdio>
-#include <memory>
-
 #include "base/handles.h"
 #include "cli/inventory/device_names.h"
 #include "cli/inventory/instance_values.h"
 #include "collect/device_rules.h"
 #include "collect/mount_rules.h"
+#include "collect/sysfs_text.h"
 #include "schema/vocabulary.h"
 
 namespace diskmgt_cli {
@@ -34,10 +32,9 @@ std::map<std::string, std::vector<std::string>> readMountPoints() {
 std::optional<std::uint64_t> observedStart(const std::string& device) {
     const std::string name = sysfsNameOf(device);
     const std::string path = kBlockDirectory + driveNameOf(name) + "/" + name + "/start";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"), &std::fclose);
-    unsigned long long sector = 0;
-    if (file == nullptr || std::fscanf(file.get(), "%llu", &sector) != 1) return std::nullopt;
-    return sector * 512;  // sysfs counts in 512 bytes whatever the device's sectors are
+    const std::optional<std::string> sector = firstLineOf(path);
+    if (!sector) return std::nullopt;
+    return std::uint64_t{sectorCountFrom(*sector)} * 512;  // counted in 512 bytes whatever the device's sectors are
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // The few libsmartcols calls that the tables need.
 #include "cli/printers/text_table.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <string_view>
 
 #include "cli/readable_text.h"
 
@@ -14,13 +16,15 @@ void require(bool succeeded) {
     if (!succeeded) throw std::bad_alloc();  // the only way these calls fail
 }
 
-/// The library fills up to the width of the last column.
-std::string withoutTrailingBlanks(const std::string& lines) {
+/// Whole lines. The library fills up to the width of the last column.
+std::string withoutTrailingBlanks(std::string_view lines) {
     std::string text;
     text.reserve(lines.size());
-    for (const char letter : lines) {
-        if (letter == '\n') text.resize(text.find_last_not_of(' ') + 1);
-        text += letter;
+    while (!lines.empty()) {
+        const std::string_view line = lines.substr(0, lines.find('\n'));
+        text += line.substr(0, line.find_last_not_of(' ') + 1);
+        text += '\n';
+        lines.remove_prefix(std::min(line.size() + 1, lines.size()));
     }
     return text;
 }
@@ -70,9 +74,7 @@ std::string TextTable::print() const {
     const int result = scols_print_table_to_string(table.get(), &printed);
     const std::unique_ptr<char, decltype(&std::free)> owner(printed, &std::free);
     require(result == 0 && printed != nullptr);
-    std::string text(printed);
-    if (!text.empty() && text.back() != '\n') text += '\n';
-    return withoutTrailingBlanks(text);
+    return withoutTrailingBlanks(printed);
 }
 
 }  // namespace diskmgt_cli
