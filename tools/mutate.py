@@ -27,7 +27,7 @@ CONTRACT = "-Concurrency.*:Request.*:RunningMachine.*:Silence.*:*PropertyRefusal
 SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds*:*.ReadsARichDisk*:"
         "*.AGptWithAllTheEntries*")
 # The fault sweeps take minutes; these of them notice what nothing before them does.
-FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*"
+FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*:Soak.*"
 GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
 # (program, arguments), those that kill most and fastest first.
 TESTS = [

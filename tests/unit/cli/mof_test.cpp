@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "cli/printers/inventory_mof.h"
+#include "tests/unit/cli/published_scene.h"
+
 namespace diskmgt_cli {
 namespace {
 
@@ -70,6 +73,19 @@ TEST(MofInstances, AnArrayWithoutElementsIsLeftOut) {
 }
 
 TEST(MofInstances, NoneGiveNoText) { EXPECT_EQ(mofInstances({}), ""); }
+
+TEST(MofOfAnInventory, NamesWhatItLeavesOut) {
+    PublishedScene scene;
+    scene.mounted("/dev/sda1", {"/"});
+    EXPECT_EQ(mofRemark(scene.arranged()), "");
+    scene.mounted("/dev/sda1", {"/home"});
+    EXPECT_EQ(mofRemark(scene.arranged()),
+              "left out, because another instance has the same keys: VEXSG_LogicalDisk.DeviceID=\"/dev/sda1\"");
+    scene.mounted("/dev/sda1", {"/srv"});
+    EXPECT_EQ(mofRemark(scene.arranged()),
+              "left out, because other instances have the same keys: VEXSG_LogicalDisk.DeviceID=\"/dev/sda1\" and 1 "
+              "more");
+}
 
 }  // namespace
 }  // namespace diskmgt_cli

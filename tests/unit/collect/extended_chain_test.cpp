@@ -220,15 +220,16 @@ TEST(ExtendedChain, AnAbsurdChainEndsAndKeepsWhatItCollected) {
 
 TEST(ExtendedChain, TheBoundsCountForAllChainsOfADiskTogether) {
     FakeOs machine;
+    // Four extended partitions. Two begin in sector 1, and from there on every record links to the next sector; the
+    // others begin with a partition.
+    constexpr std::uint32_t kElsewhere = 1U << 30;
     machine.keepNoTexts().device("/dev/sda", std::uint64_t{1} << 41,
                                  [](std::uint64_t offset, char* buffer, std::size_t size) {
                                      std::memset(buffer, 0, size);
-                                     // Four extended partitions that begin in sector 1, and from there on a link to
-                                     // the next sector in every one.
                                      const auto sector = static_cast<std::uint32_t>(offset / 512);
-                                     const std::uint32_t start = sector == 0 ? 1 : sector;
                                      for (unsigned slot = 0; slot < 4 && slot * 16 + 16 <= size; ++slot) {
-                                         buffer[slot * 16 + 4] = '\x05';
+                                         const std::uint32_t start = sector != 0 ? sector : slot < 2 ? 1 : kElsewhere;
+                                         buffer[slot * 16 + 4] = sector < kElsewhere ? '\x05' : '\x83';
                                          std::memcpy(buffer + slot * 16 + 8, &start, sizeof start);
                                      }
                                  });

@@ -233,6 +233,14 @@ TEST(PartitionTableParser, NothingIsReadBehindAPieceThatCameShort) {
     EXPECT_EQ(readsOf(machine), (std::vector<std::string>{"16", "512", "1048576"}));
 }
 
+TEST(PartitionTableParser, NothingIsReadBehindAPieceThatCouldNotBeRead) {
+    FakeOs machine;
+    machine.device("/dev/sda", DiskImage(8 << 20).gpt(16384).gptEntry(1, kSwap, 1, 2).gptEntry(8193, kLinux, 3, 4));
+    machine.failCallsLike("read(/dev/sda, 1048576)", Effect::failsWith(EIO));
+    EXPECT_THAT(partitionsOn(machine, {"/dev/sda"}), IsEmpty());
+    EXPECT_EQ(readsOf(machine), (std::vector<std::string>{"16", "512", "1048576"}));
+}
+
 TEST(PartitionTableParser, AUsualGptArrayCostsOneRead) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage().gpt(128).gptEntry(1, kLinux, 1, 2));
