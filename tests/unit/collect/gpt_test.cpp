@@ -193,6 +193,17 @@ TEST(PartitionTableParser, TheBudgetCountsUsedEntriesNotSlots) {
     EXPECT_EQ(valueOf(maps.back(), "DeviceID"), "/dev/sda99999");
 }
 
+TEST(PartitionTableParser, AnOpenDeviceIsReadAsGptWhateverItsFirstSectorSays) {
+    FakeOs machine;
+    machine.device("/dev/sda", DiskImage().gpt(4).gptEntry(2, kLinux, 1, 2).slot(0, 0x83, 1, 7));
+    const int fd = diskmgt_col::os::openFile("/dev/sda", 0);
+    std::string path = "/dev/sda";
+    const auto maps = diskmgt_col::PartitionTableParser().parsePartitionTablesGPT(fd, path);
+    EXPECT_EQ(diskmgt_col::os::closeFile(fd), 0);
+    EXPECT_THAT(valuesOf(maps, "DeviceID"), ElementsAre("/dev/sda2"));
+    EXPECT_EQ(path, "/dev/sda");
+}
+
 TEST(PartitionTableParser, AnArrayThatIsReadInPiecesIsReadWhole) {
     constexpr unsigned kPieceSlots = (1U << 20) / 128;
     for (const unsigned slot : {kPieceSlots, kPieceSlots + 1, 2 * kPieceSlots, 3 * kPieceSlots + 1}) {

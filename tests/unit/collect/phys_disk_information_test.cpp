@@ -279,10 +279,20 @@ TEST(SysfsText, GroupedDigitsOfTheProcessLocaleAreNotRead) {
 TEST(SysfsText, TheFirstLineIsReadInAsManyPiecesAsItTakes) {
     FakeOs machine;
     machine.file("/sys/block/sda/size", "123456\nrest\n");
-    machine.failCallsLike("read(", Effect::readsAtMost(2));
-    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), "123456");
-    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/none"), std::nullopt);
+    for (const std::size_t piece : {1U, 2U, 100U}) {
+        machine.heal();
+        machine.failCallsLike("read(", Effect::readsAtMost(piece));
+        EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), "123456");
+    }
     EXPECT_EQ(machine.openHandles(), 0);
+}
+
+TEST(SysfsText, AFileThatIsMissingOrEmptyHasNoFirstLine) {
+    FakeOs machine;
+    machine.file("/sys/block/sda/size", "").file("/sys/block/sdb/size", "\n");
+    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/none/size"), std::nullopt);
+    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), std::nullopt);
+    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sdb/size"), "");
 }
 
 }  // namespace
