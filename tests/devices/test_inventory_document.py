@@ -6,6 +6,7 @@ import json
 import pytest
 
 from conftest import MACHINES
+from machine.session import Session
 
 jsonschema = pytest.importorskip("jsonschema", reason="python3-jsonschema is missing")
 
@@ -157,3 +158,24 @@ def test_options_and_file_system_identifier_stand_apart(export):
 def test_drives_tell_model_as_the_kernel_does_without_filling_blanks(export):
     drives = export("management-controller-over-usb")["diskmgt"]["drives"]
     assert {drive["device"]: drive.get("model") for drive in drives}["/dev/sda"] == "Virtual Disk"
+
+
+def test_identity_is_found_where_each_kind_of_drive_keeps_it(tmp_path, diskmgt):
+    files = {"sda": {"device/model": " Disk 7  \n", "device/vpd_pg80": "\x00\udc80\x00\x08  WD-1  \n",
+                     "device/wwid": "naa.5000\n"},
+             "sdb": {"device/model": "\n", "device/vpd_pg80": "\x00\udc80\x00\x00"},
+             "nvme0n1": {"device/model": "Fast\n", "device/serial": "  S55  \n", "wwid": "eui.0025\n",
+                         "device/wwid": "not this one\n"},
+             "mmcblk0": {"device/name": "SD128\n", "device/serial": "0x12\n"},
+             "vda": {"serial": "given by hand"}}
+    description = {"about": "drives with identities",
+                   "disks": [{"name": name, "size": 2048} for name in files],
+                   "sys_block": [{"name": name, "size": 2048, "dev": f"8:{16 * number}", "files": of_drive}
+                                 for number, (name, of_drive) in enumerate(files.items())]}
+    (tmp_path / "machine.json").write_text(json.dumps(description), encoding="utf-8")
+    with Session(tmp_path) as session:
+        drives = session.run([diskmgt, "export", "json"]).json()["diskmgt"]["drives"]
+    told = {drive["device"][len("/dev/"):]: [drive.get(key) for key in ("model", "serial", "wwid")] for drive in drives}
+    assert told == {"sda": ["Disk 7", "WD-1", "naa.5000"], "sdb": [None, None, None],
+                    "nvme0n1": ["Fast", "S55", "eui.0025"], "mmcblk0": ["SD128", "0x12", None],
+                    "vda": [None, "given by hand", None]}
