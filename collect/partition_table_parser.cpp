@@ -245,7 +245,7 @@ std::size_t partitionCountOf(const std::string& devicePath) {
     std::size_t count = 0;
     switch (layoutOf(device.get(), devicePath)) {
         case Layout::kUnreadable:
-            return 0;
+            break;
         case Layout::kFloppy:
             return 1;
         case Layout::kMbr:
