@@ -2,7 +2,6 @@
 #include "provider/disk_info_associator.h"
 
 #include <boost/function.hpp>
-#include <cstdint>
 #include <string_view>
 
 #include "base/os.h"
@@ -66,11 +65,9 @@ ReferenceMap association(ICIMInstance& antecedent, ICIMInstance& dependent) {
 
 /// Where the path links to, one level, unresolved; empty when it is no link.
 std::string linkTargetOf(const std::string& path) {
-    char target[kMaxLinkTarget + 1] = {};  // one more, so that a full buffer stays terminated
-    const auto length = static_cast<std::int16_t>(os::readLink(path, target, kMaxLinkTarget));
-    if (length <= 0) return std::string();
-    target[length] = '\0';
-    return std::string(target);
+    char target[kMaxLinkTarget];  // a longer one is cut
+    const ssize_t length = os::readLink(path, target, sizeof target);
+    return length > 0 ? std::string(target, static_cast<std::size_t>(length)) : std::string();
 }
 
 }  // namespace
