@@ -4,9 +4,11 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <boost/make_shared.hpp>
 #include <stdexcept>
 
 #include "tests/support/association_scene.h"
+#include "tests/support/renamed_class.h"
 
 namespace diskmgt_col {
 namespace {
@@ -15,6 +17,7 @@ using diskmgt_test::AssociationScene;
 using diskmgt_test::callsByPlugin;
 using diskmgt_test::Classes;
 using diskmgt_test::crossingOf;
+using diskmgt_test::RenamedClass;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -191,6 +194,34 @@ TEST(DiskInfoAssociator, ANullClassOrPropertyThrowsAStandardException) {
         scene.session.host.clearFaultPlan();
         expectRefusal(boost::shared_ptr<NVEXTAL20::ICIMNamespace>(), "the host gave no namespace");
     });
+}
+
+/// Of any name, with one instance that is null.
+class HollowClass final : public RenamedClass {
+public:
+    HollowClass() : RenamedClass(nullptr, "") {}
+    void EnumerateInstances(boost::function<bool(boost::shared_ptr<NVEXTAL20::ICIMInstance>)> callback, int /*flag*/,
+                            NVEXTAL20::TCIMOptions& /*options*/) override {
+        (void)callback(nullptr);
+    }
+};
+
+class HollowNamespace final : public NVEXTAL20::ICIMNamespace {
+public:
+    boost::shared_ptr<NVEXTAL20::ICIMClass> GetClass(const std::string& /*className*/,
+                                                     NVEXTAL20::TCIMOptions& options) override {
+        for (const auto& [name, value] : options) lookupOptions.emplace_back(name, static_cast<std::string>(value));
+        return boost::make_shared<HollowClass>();
+    }
+
+    std::vector<std::pair<std::string, std::string>> lookupOptions;
+};
+
+TEST(DiskInfoAssociator, LooksClassesUpInTheContextOfThePluginAndRefusesANullInstance) {
+    const auto hollow = boost::make_shared<HollowNamespace>();
+    EXPECT_THAT([&] { (void)DiskInfoAssociator().enumerateLogicalDriveNames(hollow); },
+                ::testing::ThrowsMessage<std::runtime_error>("the host enumerated no instance"));
+    EXPECT_THAT(hollow->lookupOptions, ElementsAre(Pair("nspID", "plugin")));
 }
 
 TEST(DiskInfoAssociator, AFilledStoreChangesNothing) {
