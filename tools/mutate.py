@@ -27,7 +27,7 @@ CONTRACT = "-Concurrency.*:Request.*:RunningMachine.*:Silence.*:*PropertyRefusal
 SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds*:*.ReadsARichDisk*:"
         "*.AGptWithAllTheEntries*")
 # The fault sweeps take minutes; these of them notice what nothing before them does.
-FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*:Soak.*"
+FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*"
 GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
 # (program, arguments), those that kill most and fastest first.
 TESTS = [
@@ -36,6 +36,7 @@ TESTS = [
     ("replay_partition_parser", ["tests/fuzz_replay/corpus/partition_parser", "3000"]),
     ("unit_tests", [*GTEST, f"--gtest_filter={SLOW}"]),
     ("fault_tests", [*GTEST, f"--gtest_filter={FAULTS}"]),
+    ("soak_test", GTEST),
 ]
 ENVIRONMENT = {"RC_PARAMS": "seed=1 max_success=100", "CCACHE_DISABLE": "1"}
 MEMORY_LIMIT_KIB = 4 << 20
