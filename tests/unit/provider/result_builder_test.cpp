@@ -167,12 +167,16 @@ TEST_F(ResultBuilding, AFailureInAnySubStepSkipsThePropertyAndCommitsTheRest) {
 TEST_F(ResultBuilding, ANullPropertyOrNamespaceLeavesTheBuilderAsAStandardException) {
     const PropertyMap map = {{"Size", "1"}};
     const auto trace = cleanTrace(map);
-    for (const char* const step : {"getProperty", "classNamespace"}) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"getProperty", "the host gave no property"},
+        {"classNamespace", "the host gave no namespace for a class"},
+    };
+    for (const auto& [step, text] : cases) {
         SCOPED_TRACE(step);
         session.host.setFaultPlan({crossingOf(trace, step), false, FaultKind::kNullResult});
         (void)build(map);
         session.host.clearFaultPlan();
-        EXPECT_TRUE(result.failure.has_value());
+        EXPECT_EQ(result.failure, text);
         EXPECT_THAT(session.host.instances(kClass), IsEmpty());
     }
 }
