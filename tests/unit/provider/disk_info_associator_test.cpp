@@ -16,7 +16,6 @@ namespace {
 using diskmgt_test::AssociationScene;
 using diskmgt_test::callsByPlugin;
 using diskmgt_test::Classes;
-using diskmgt_test::crossingOf;
 using diskmgt_test::RenamedClass;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
