@@ -24,7 +24,7 @@ constexpr unsigned kPermissionBits = 0777;
 
 /// The permissions that a newly made file gets.
 unsigned newFileMode() {
-    const mode_t mask = ::umask(0);  // can only be read by setting it; no other thread runs yet
+    const mode_t mask = ::umask(0);  // can only be read by setting it; no other thread makes files
     (void)::umask(mask);
     return 0666U & ~static_cast<unsigned>(mask);
 }

@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -15,12 +16,18 @@ namespace diskmgt_cli::pending_file {
 
 namespace {
 
-constexpr int kInterruptions[] = {SIGHUP, SIGINT, SIGTERM};
+enum class State { kNone, kBeingMade, kThere };
 
 char pendingPath[PATH_MAX];
-volatile std::sig_atomic_t isPending = 0;
+std::atomic<State> state{State::kNone};
+std::atomic<int> interruption{0};  // the signal that came while the file was being made
+static_assert(std::atomic<State>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
 void removeAndDie(int signalNumber) {
+    if (state == State::kBeingMade) {
+        interruption = signalNumber;
+        if (state == State::kBeingMade) return;  // nobody can tell whether it is there: its maker does the rest
+    }
     remove();
     // The handler was installed with SA_RESETHAND: the second time the signal ends the process as it would have.
     (void)::raise(signalNumber);
@@ -30,28 +37,12 @@ void catchInterruptions() {
     struct sigaction action {};
     action.sa_handler = removeAndDie;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int signalNumber : kInterruptions) {
+    for (const int signalNumber : {SIGHUP, SIGINT, SIGTERM}) {
         struct sigaction present {};
         // Whoever started us with a signal ignored (nohup does) wants it to stay so.
         if (::sigaction(signalNumber, nullptr, &present) == 0 && present.sa_handler != SIG_IGN)
             (void)::sigaction(signalNumber, &action, nullptr);  // cannot fail for these three
     }
-}
-
-/// Makes the file of `pendingPath`. An interruption has to wait: between the file and the note that it is there, nobody
-/// would remove it.
-int create() {
-    sigset_t interruptions;
-    (void)::sigemptyset(&interruptions);
-    for (const int signalNumber : kInterruptions) (void)::sigaddset(&interruptions, signalNumber);
-    sigset_t before;
-    (void)::pthread_sigmask(SIG_BLOCK, &interruptions, &before);
-    const int fd = ::mkostemp(pendingPath, O_CLOEXEC);
-    if (fd >= 0) isPending = 1;
-    const int error = errno;
-    (void)::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    errno = error;
-    return fd;
 }
 
 }  // namespace
@@ -63,20 +54,26 @@ int createBeside(const std::string& target) {
         return -1;
     }
     std::memcpy(pendingPath, pattern.c_str(), pattern.size() + 1);
+    state = State::kBeingMade;
     catchInterruptions();
-    return create();
+    const int fd = ::mkostemp(pendingPath, O_CLOEXEC);
+    const int error = errno;
+    state = fd >= 0 ? State::kThere : State::kNone;
+    if (interruption != 0) removeAndDie(interruption);
+    errno = error;
+    return fd;
 }
 
 int renameTo(const std::string& target) {
     const int result = std::rename(pendingPath, target.c_str());
-    if (result == 0) isPending = 0;
+    if (result == 0) state = State::kNone;
     return result;
 }
 
 void remove() noexcept {
-    if (isPending == 0) return;
-    isPending = 0;
+    if (state != State::kThere) return;
     (void)::unlink(pendingPath);  // already gone is as good
+    state = State::kNone;
 }
 
 }  // namespace diskmgt_cli::pending_file

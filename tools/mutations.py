@@ -1,7 +1,8 @@
 """Small wrong changes of C++ text: comparisons, numbers, conditions, statements, texts. Knows nothing of builds."""
 
 import re
-from dataclasses import dataclass
+from collections import Counter
+from dataclasses import dataclass, replace
 
 import source_tree
 
@@ -17,6 +18,7 @@ class Mutant:
     line: int
     before: str  # what stood there
     context: str  # the line that it begins in
+    rank: str = ""  # "2 of 3": of the places in the file where the same change of the same line can be made
 
     def applied_to(self, content):
         return content[:self.begin] + self.text + content[self.end:]
@@ -27,8 +29,8 @@ class Mutant:
 
     @property
     def key(self):
-        """Names the change also when lines are added above it."""
-        return f"{self.path} | {self.context} | {self.change}"
+        """Names the change, and no other, also when lines are added above it."""
+        return " | ".join(part for part in (self.path, self.context, self.change, self.rank) if part)
 
     def __str__(self):
         return f"{self.path}:{self.line}: {self.change}"
@@ -93,7 +95,18 @@ def find(path, content):
         dropped = ";" if content[end - 1] == ";" else ""
         add("dropped", begin, end, dropped)
     _add_texts(content, code, add)
-    return sorted(found, key=lambda mutant: (mutant.begin, mutant.end, mutant.text))
+    return _ranked(sorted(found, key=lambda mutant: (mutant.begin, mutant.end, mutant.text)))
+
+
+def _ranked(found):
+    total = Counter(mutant.key for mutant in found)
+    seen = Counter()
+    ranked = []
+    for mutant in found:
+        seen[mutant.key] += 1
+        rank = f"{seen[mutant.key]} of {total[mutant.key]}" if total[mutant.key] > 1 else ""
+        ranked.append(replace(mutant, rank=rank))
+    return ranked
 
 
 def _add_texts(content, code, add):

@@ -3,6 +3,9 @@
 
 #include <sys/statvfs.h>
 
+#include <charconv>
+#include <system_error>
+
 #include "base/handles.h"
 #include "cli/inventory/device_names.h"
 #include "cli/inventory/instance_values.h"
@@ -32,9 +35,10 @@ std::map<std::string, std::vector<std::string>> readMountPoints() {
 std::optional<std::uint64_t> observedStart(const std::string& device) {
     const std::string name = sysfsNameOf(device);
     const std::string path = kBlockDirectory + driveNameOf(name) + "/" + name + "/start";
-    const std::optional<std::string> sector = firstLineOf(path);
-    if (!sector) return std::nullopt;
-    return std::uint64_t{sectorCountFrom(*sector)} * 512;  // counted in 512 bytes whatever the device's sectors are
+    const std::string line = firstLineOf(path).value_or("");
+    std::uint64_t sector = 0;
+    if (std::from_chars(line.data(), line.data() + line.size(), sector).ec != std::errc()) return std::nullopt;
+    return sector * 512;  // counted in 512 bytes whatever the device's sectors are
 }
 
 }  // namespace

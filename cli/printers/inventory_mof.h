@@ -11,7 +11,7 @@ namespace diskmgt_cli {
 /// A broker refuses a second instance with the keys of another, so only the first of such stands in the text.
 std::string inventoryMof(const Inventory& inventory);
 
-/// Which instances the text leaves out, in one sentence for people; empty when none.
+/// The first instance that the text leaves out and how many more, in one sentence for people; empty when none.
 std::string mofRemark(const Inventory& inventory);
 
 }  // namespace diskmgt_cli

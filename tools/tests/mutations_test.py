@@ -77,6 +77,12 @@ class Names(unittest.TestCase):
         other, = [m for m in mutations.find("a.cpp", "\n\n  x = true;") if m.kind == "truth"]
         self.assertEqual((one.key, one.line, other.line), (other.key, 1, 3))
 
+    def test_no_two_changes_have_one_key(self):
+        keys = [m.key for m in mutations.find("a.cpp", "f(true, true);\nx = 2;\nf(true, true);\n")]
+        self.assertEqual(len(keys), len(set(keys)))
+        self.assertIn("a.cpp | f(true, true); | truth: `true` becomes `false` | 3 of 4", keys)
+        self.assertIn("a.cpp | x = 2; | number: `2` becomes `3`", keys)
+
     def test_changes_come_in_the_order_of_their_places(self):
         begins = [mutant.begin for mutant in mutations.find("a.cpp", 'if (a < 1) f("x"); else g(2, true);')]
         self.assertEqual(begins, sorted(begins))

@@ -144,5 +144,5 @@ def missing_privilege():
 def _root_is_mount_point():
     """Within a chroot to a plain folder no mount can be made private, since the one that holds the folder is out of
     reach."""
-    with open("/proc/self/mountinfo", encoding="ascii") as mounts:
-        return any(line.split()[4] == "/" for line in mounts)
+    with open("/proc/self/mountinfo", "rb") as mounts:  # mount points have any bytes
+        return any(line.split()[4] == b"/" for line in mounts)

@@ -100,6 +100,13 @@ TEST(DiskInfoAssociator, ALinkTargetIsCutAt256Bytes) {
     EXPECT_THAT(scene.pairs(kDiskOnDrive), ElementsAre(Pair("VEXSG_DiskDrive /dev/sda", "VEXSG_LogicalDisk /fits")));
 }
 
+TEST(DiskInfoAssociator, ALinkTargetOfOneLetterCounts) {
+    AssociationScene scene;
+    scene.logicalDisks({"/dev/root"}).drives({"q"});
+    scene.machine.link("/dev/root", "q");
+    EXPECT_THAT(scene.pairs(kDiskOnDrive), ElementsAre(Pair("VEXSG_DiskDrive q", "VEXSG_LogicalDisk /dev/root")));
+}
+
 TEST(DiskInfoAssociator, TheLinkIsAskedForWith256BytesAndOnlyWhenNoDriveMatches) {
     AssociationScene scene;
     scene.logicalDisks({"/dev/sda1", "proc"}).drives({"/dev/sda"});
