@@ -179,3 +179,15 @@ def test_identity_is_found_where_each_kind_of_drive_keeps_it(tmp_path, diskmgt):
     assert told == {"sda": ["Disk 7", "WD-1", "naa.5000"], "sdb": [None, None, None],
                     "nvme0n1": ["Fast", "S55", "eui.0025"], "mmcblk0": ["SD128", "0x12", None],
                     "vda": [None, "given by hand", None]}
+
+
+def test_start_that_sysfs_does_not_tell_is_not_known(tmp_path, diskmgt):
+    starts = {"sda1": "2048\n", "sda2": "\n", "sda3": "later\n"}
+    description = {"about": "starts", "disks": [{"name": "sda", "size": 32768, "patches": [
+        {"sector": 0, "slots": ["83 2048 1", "83 2049 1", "83 2050 1"]}, {"sector": 0, "offset": 510, "hex": "55aa"}]}],
+                   "sys_block": [{"name": "sda", "size": 32768, "dev": "8:0", "directories": list(starts),
+                                  "files": {f"{name}/start": start for name, start in starts.items()}}]}
+    (tmp_path / "machine.json").write_text(json.dumps(description), encoding="utf-8")
+    with Session(tmp_path) as session:
+        drive, = session.run([diskmgt, "export", "json"]).json()["diskmgt"]["drives"]
+    assert [partition.get("start") for partition in drive["partitions"]] == [1048576, None, None]
