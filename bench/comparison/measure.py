@@ -8,6 +8,7 @@ from . import stopwatch
 from .tools import THREE_CLASSES, TOOLS, installed, why_missing
 
 TIMED_REQUESTS = 101
+TIMED_STARTS = 5
 # Start-up in steps: what each command does beyond the one before it is what that step costs.
 PHASES = [
     ("start of the process, options", ["--version"]),
@@ -89,9 +90,10 @@ def _in_process(build):
         """System calls of one more repeat, less its two looks at the clock."""
         return stopwatch.system_calls([command(3)]) - stopwatch.system_calls([command(2)]) - 2
 
+    starts = [stopwatch.nanoseconds_of([*timer, "1", *THREE_CLASSES])[0] for _ in range(TIMED_STARTS)]
     requests = stopwatch.nanoseconds_of([*timer, str(TIMED_REQUESTS), *THREE_CLASSES])
     return {
-        "load": requests[0] / 1e6,
+        "load": milliseconds(starts),
         "request": milliseconds(requests[2:]),
         "floor": milliseconds(stopwatch.nanoseconds_of([floor, str(TIMED_REQUESTS)])[1:]),
         "request_calls": further_calls(lambda repeats: [*timer, str(repeats), *THREE_CLASSES]),
