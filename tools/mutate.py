@@ -26,7 +26,7 @@ EQUIVALENT = Path(__file__).resolve().parent / "equivalent_mutants.txt"
 CONTRACT = "-Concurrency.*:Request.*:RunningMachine.*:Silence.*:*PropertyRefusal.*:Building.*"
 SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds*:*.ReadsARichDisk*:"
         "*.AGptWithAllTheEntries*")
-# Those of the requests whose host has its own disks.
+# Those of the requests that nobody else on the machine disturbs.
 SEEDED = "Request.ArraysAreSetWithTheFlag256:Request.EveryOptionsMap*"
 # The fault sweeps take minutes; these of them notice what nothing before them does.
 FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*"
