@@ -1,5 +1,6 @@
 """What all tests on described machines share: the command under test, running machines, requests to it."""
 
+import json
 import os
 import sys
 from collections import OrderedDict
@@ -15,6 +16,12 @@ from machine.session import Session  # noqa: E402
 
 MACHINES = Path(__file__).resolve().parent.parent / "machines"
 KEPT_RUNNING = 4  # machines
+
+
+def write_machine(folder, **description):
+    """Describes a machine of one test's own; answers the folder."""
+    (folder / "machine.json").write_text(json.dumps({"about": "a test", **description}), encoding="utf-8")
+    return folder
 
 
 def _machine_name(item):

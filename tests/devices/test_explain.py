@@ -5,7 +5,7 @@ import sys
 
 import pytest
 
-from conftest import MACHINES
+from conftest import MACHINES, write_machine
 from machine.expectation import read_expectation
 from machine.session import Session
 
@@ -231,8 +231,8 @@ finally:
 
 
 def test_a_file_system_that_never_answers_is_not_touched(tmp_path, diskmgt):
-    (tmp_path / "machine.json").write_text(json.dumps({"about": "A FUSE mount that never answers.", "mtab": [
-        "silent /media/silent fuse.silent rw 0 0", "beneath /media/silent/deeper ext4 rw 0 0"]}), encoding="utf-8")
+    write_machine(tmp_path, mtab=["silent /media/silent fuse.silent rw 0 0",
+                                  "beneath /media/silent/deeper ext4 rw 0 0"])
     with Session(tmp_path) as session:
         done = session.run([sys.executable, "-c", SILENT, diskmgt], check=False)
     if done.status != 0 and done.stderr.startswith("mount: "):

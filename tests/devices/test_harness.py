@@ -12,16 +12,11 @@ from pathlib import Path
 
 import pytest
 
-from conftest import MACHINES
+from conftest import MACHINES, write_machine
 from machine.description import DescriptionError, read_machine, size_in_bytes
 from machine.session import IN_MACHINE, MachineFailure, Session, loops_in_use
 
 GONE_WITHIN = 20  # seconds; the kernel frees a name space and its loop devices on its own time
-
-
-def write_machine(folder, **description):
-    (folder / "machine.json").write_text(json.dumps({"about": "a test", **description}), encoding="utf-8")
-    return folder
 
 
 def in_machine(folder, *command, **options):

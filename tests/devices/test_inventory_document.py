@@ -5,7 +5,7 @@ import json
 
 import pytest
 
-from conftest import MACHINES
+from conftest import MACHINES, write_machine
 from machine.session import Session
 
 jsonschema = pytest.importorskip("jsonschema", reason="python3-jsonschema is missing")
@@ -168,11 +168,9 @@ def test_identity_is_found_where_each_kind_of_drive_keeps_it(tmp_path, diskmgt):
                          "device/wwid": "not this one\n"},
              "mmcblk0": {"device/name": "SD128\n", "device/serial": "0x12\n"},
              "vda": {"serial": "given by hand"}}
-    description = {"about": "drives with identities",
-                   "disks": [{"name": name, "size": 2048} for name in files],
-                   "sys_block": [{"name": name, "size": 2048, "dev": f"8:{16 * number}", "files": of_drive}
-                                 for number, (name, of_drive) in enumerate(files.items())]}
-    (tmp_path / "machine.json").write_text(json.dumps(description), encoding="utf-8")
+    write_machine(tmp_path, disks=[{"name": name, "size": 2048} for name in files],
+                  sys_block=[{"name": name, "size": 2048, "dev": f"8:{16 * number}", "files": of_drive}
+                             for number, (name, of_drive) in enumerate(files.items())])
     with Session(tmp_path) as session:
         drives = session.run([diskmgt, "export", "json"]).json()["diskmgt"]["drives"]
     told = {drive["device"][len("/dev/"):]: [drive.get(key) for key in ("model", "serial", "wwid")] for drive in drives}
@@ -183,11 +181,10 @@ def test_identity_is_found_where_each_kind_of_drive_keeps_it(tmp_path, diskmgt):
 
 def test_start_that_sysfs_does_not_tell_is_not_known(tmp_path, diskmgt):
     starts = {"sda1": "2048\n", "sda2": "\n", "sda3": "later\n"}
-    description = {"about": "starts", "disks": [{"name": "sda", "size": 32768, "patches": [
+    write_machine(tmp_path, disks=[{"name": "sda", "size": 32768, "patches": [
         {"sector": 0, "slots": ["83 2048 1", "83 2049 1", "83 2050 1"]}, {"sector": 0, "offset": 510, "hex": "55aa"}]}],
-                   "sys_block": [{"name": "sda", "size": 32768, "dev": "8:0", "directories": list(starts),
-                                  "files": {f"{name}/start": start for name, start in starts.items()}}]}
-    (tmp_path / "machine.json").write_text(json.dumps(description), encoding="utf-8")
+                  sys_block=[{"name": "sda", "size": 32768, "dev": "8:0", "directories": list(starts),
+                              "files": {f"{name}/start": start for name, start in starts.items()}}])
     with Session(tmp_path) as session:
         drive, = session.run([diskmgt, "export", "json"]).json()["diskmgt"]["drives"]
     assert [partition.get("start") for partition in drive["partitions"]] == [1048576, None, None]

@@ -7,6 +7,7 @@ from pathlib import Path
 
 import pytest
 
+from conftest import write_machine
 from machine.session import Session
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
@@ -64,14 +65,13 @@ def test_unknown_starts_are_said(page):
 
 def test_overlap_and_overhang_are_said_and_drawn_once(tmp_path, diskmgt):
     starts = {"sda1": 2048, "sda2": 4096, "sda3": 30000}
-    (tmp_path / "machine.json").write_text(json.dumps({
-        "about": "Partitions that overlap and that reach past the end.",
-        "disks": [{"name": "sda", "size": 32768,
-                   "patches": [{"sector": 0, "slots": ["83 2048 8192", "83 4096 8192", "83 30000 8192"]},
-                               {"sector": 0, "offset": 510, "hex": "55aa"}]}],
-        "sys_block": [{"name": "sda", "size": 32768, "dev": "8:0", "directories": list(starts),
-                       "files": {f"{name}/start": f"{start}\n" for name, start in starts.items()}}],
-    }))
+    write_machine(
+        tmp_path,
+        disks=[{"name": "sda", "size": 32768,
+                "patches": [{"sector": 0, "slots": ["83 2048 8192", "83 4096 8192", "83 30000 8192"]},
+                            {"sector": 0, "offset": 510, "hex": "55aa"}]}],
+        sys_block=[{"name": "sda", "size": 32768, "dev": "8:0", "directories": list(starts),
+                    "files": {f"{name}/start": f"{start}\n" for name, start in starts.items()}}])
     with Session(tmp_path) as session:
         shown = Page(session.run([diskmgt, "export", "html"]).stdout)
     assert "/dev/sda2 overlaps what lies before it." in shown.text

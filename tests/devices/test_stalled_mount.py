@@ -7,6 +7,7 @@ from pathlib import Path
 
 import pytest
 
+from conftest import write_machine
 from machine.session import Session
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
@@ -30,8 +31,7 @@ pytestmark = pytest.mark.skipif(not os.path.exists("/dev/fuse"), reason="the ker
 def stalled(tmp_path_factory):
     """The machine with the mount in its own name space; the holder ends with it, whatever ends the test."""
     folder = tmp_path_factory.mktemp("stalled")
-    (folder / "machine.json").write_text(json.dumps(DESCRIPTION))
-    with Session(folder) as session:
+    with Session(write_machine(folder, **DESCRIPTION)) as session:
         session.holder = session.run([sys.executable, "-B", HERE / "dead_mount.py", "/media/dead"]).stdout.strip()
         yield session
 

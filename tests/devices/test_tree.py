@@ -4,6 +4,7 @@ import json
 import sys
 
 import pytest
+from conftest import write_machine
 from machine.session import Session
 
 UTF8 = {"LC_ALL": "C.UTF-8"}
@@ -14,6 +15,7 @@ ON_A_TERMINAL = """
 import os, pty, sys
 child, leader = pty.fork()
 if child == 0:
+    os.dup2(os.open("/dev/null", os.O_WRONLY), 2)  # on a busy machine progress would be shown there
     os.execv(sys.argv[1], sys.argv[1:])
 seen = b""
 while True:
@@ -199,8 +201,7 @@ class TestHandMade:
 
     @staticmethod
     def running(folder, description):
-        (folder / "machine.json").write_text(json.dumps({"about": "made for one test", **description}))
-        return Session(folder)
+        return Session(write_machine(folder, **description))
 
     def test_start_of_an_mbr_partition_is_what_sysfs_says(self, diskmgt, tmp_path):
         description = {

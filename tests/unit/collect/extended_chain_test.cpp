@@ -238,6 +238,27 @@ TEST(ExtendedChain, TheBoundsCountForAllChainsOfADiskTogether) {
     EXPECT_LE(machine.calls(), 3 * (1 << 20));  // a seek and a read for each link of one chain, not of four
 }
 
+TEST(ExtendedChain, TheBoundsCountNoLinkThatLeadsOutOfTheDisk) {
+    // The first chain has one link less than the bound allows, and then one to where the disk ends.
+    constexpr std::uint32_t kChain = 1U << 21;
+    constexpr std::uint64_t kEnd = std::uint64_t{kChain} + diskmgt_col::kMaxChainLinks;
+    FakeOs machine;
+    machine.keepNoTexts().device("/dev/sda", kEnd * 512 + 446,
+                                 [](std::uint64_t offset, char* buffer, std::size_t size) {
+                                     std::memset(buffer, 0, size);
+                                     const auto sector = static_cast<std::uint32_t>(offset / 512);
+                                     const auto put = [&](unsigned slot, char type, std::uint32_t start) {
+                                         if (slot * 16 + 16 > size) return;
+                                         buffer[slot * 16 + 4] = type;
+                                         std::memcpy(buffer + slot * 16 + 8, &start, sizeof start);
+                                     };
+                                     if (sector == 0) put(0, '\x05', kChain), put(1, '\x05', 1);
+                                     if (sector == 1) put(0, '\x83', 1);
+                                     if (sector >= kChain) put(0, '\x05', sector - kChain + 1);
+                                 });
+    EXPECT_THAT(valuesOf(partitionsOn(machine, {"/dev/sda"}), "PartitionType"), ElementsAre("2", "3", "2"));
+}
+
 TEST(ExtendedChain, ALinkPastTheEndOfTheDiskEndsTheWalk) {
     EXPECT_THAT(chainOf(DiskImage(102 * 512).slot(0, 0x83, 1, 11, 100).slot(1, 0x05, 1000, 1, 100), 100),
                 ElementsAre(11U));
