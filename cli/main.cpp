@@ -10,6 +10,7 @@
 
 #include "cli/failure.h"
 #include "cli/options.h"
+#include "cli/uninterrupted.h"
 
 namespace {
 
@@ -28,6 +29,8 @@ int main(int argumentCount, char** arguments) {
     occupyClosedStandardDescriptors();
     (void)::mallopt(M_ARENA_MAX, 1);      // the thread that watches the clock would lay out a heap of its own to end
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
+    (void)std::signal(SIGXFSZ, SIG_IGN);  // so is a file that would exceed "ulimit -f"
+    endOnSignalsAsFirstProcess();
     try {
         const Options options = readOptions(argumentCount, arguments);
         return options.run(options);

@@ -1,0 +1,219 @@
+"""Whatever signal ends the command, and whenever: the target is whole or as it was, and nothing lies beside it."""
+import itertools
+import os
+import resource
+import shutil
+import signal
+import subprocess
+import time
+
+import pytest
+from conftest import COMMAND, environment
+
+CLASS = "VEXSG_DiskDrive"
+ENDING = [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGABRT, signal.SIGUSR1, signal.SIGUSR2, signal.SIGALRM,
+          signal.SIGTERM, signal.SIGXCPU, signal.SIGVTALRM, signal.SIGPROF, signal.SIGIO, signal.SIGRTMIN]
+MOF = ["classes", "--format", "mof", "--output", "out"]
+
+
+def has_unnamed_files(folder):
+    try:
+        os.close(os.open(folder, os.O_TMPFILE | os.O_RDWR))
+    except OSError:
+        return False
+    return True
+
+
+def open_files():
+    """What any process has open, as the kernel names it."""
+    for process in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            for descriptor in os.scandir(f"/proc/{process}/fd"):
+                yield os.readlink(descriptor.path)
+        except OSError:  # gone meanwhile, or another user's
+            continue
+
+
+@pytest.fixture
+def stuck(plugin, tmp_path):
+    """Starts the command, which never ends by itself, and waits until its output file is open."""
+    if not has_unnamed_files(tmp_path):
+        pytest.skip("the file system of the test's folder has no unnamed files, so nothing shows when to begin")
+    started = []
+
+    def start():
+        running = subprocess.Popen([COMMAND, "get", CLASS, "--plugin", plugin("sleeping"), "--timeout", "60", "--output",
+                                    "out"], cwd=tmp_path, env=environment(), stderr=subprocess.DEVNULL,
+                                   preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+        started.append(running)
+        while not any(name.startswith(f"{tmp_path}/") for name in open_files()):
+            assert running.poll() is None
+        return running
+
+    yield start
+    for running in started:
+        running.kill()
+        running.wait()
+
+
+@pytest.mark.parametrize("number", ENDING, ids=lambda number: number.name)
+def test_signal_ends_the_command_and_leaves_nothing_behind(stuck, tmp_path, number):
+    running = stuck()
+    running.send_signal(number)
+    running.wait(timeout=60)
+    assert running.returncode == -number
+    assert os.listdir(tmp_path) == []
+
+
+def test_second_signal_overtakes_no_cleaning_up(stuck, tmp_path):
+    for _ in range(20):
+        running = stuck()
+        for _ in range(2):
+            running.terminate()
+        running.wait(timeout=60)
+        assert (running.returncode, os.listdir(tmp_path)) == (-signal.SIGTERM, [])
+
+
+def test_two_signals_at_many_instants(tmp_path):
+    target = tmp_path / "out"
+    subprocess.run([COMMAND, *MOF], cwd=tmp_path, env=environment(), check=True)
+    whole = target.read_bytes()
+    start = time.monotonic()
+    subprocess.run([COMMAND, *MOF], cwd=tmp_path, env=environment(), check=True)
+    lasts = time.monotonic() - start
+    for step, number in itertools.product(range(20), (signal.SIGTERM, signal.SIGQUIT)):
+        for former in (None, b"former"):
+            target.unlink(missing_ok=True)
+            if former:
+                target.write_bytes(former)
+            running = subprocess.Popen([COMMAND, *MOF], cwd=tmp_path, env=environment(), stderr=subprocess.DEVNULL,
+                                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+            time.sleep(lasts * step / 20)
+            for _ in range(2):
+                running.send_signal(number)
+            running.wait(timeout=60)
+            assert set(os.listdir(tmp_path)) <= {"out"}
+            assert (target.read_bytes() if target.exists() else None) in (former, whole)
+
+
+def can_trace():
+    return shutil.which("strace") and subprocess.run(["strace", "-qq", "-o", "/dev/null", "true"], check=False,
+                                                     stderr=subprocess.DEVNULL).returncode == 0
+
+
+class Traced:
+    """The command under strace, which makes calls fail or sends signals at them. Calls are counted for each process."""
+
+    def __init__(self, folder):
+        self.folder = folder
+
+    def run(self, *injections, only_folder=False):
+        where = ["-P", str(self.folder)] if only_folder else []
+        expressions = [word for text in injections for word in ("-e", text)]
+        return subprocess.run(["strace", "-f", "-qq", "-o", "/dev/null", *where, *expressions, COMMAND, *MOF],
+                              cwd=self.folder, env=environment(ASAN_OPTIONS="detect_leaks=0"), check=False, timeout=60,
+                              stderr=subprocess.DEVNULL)
+
+    def without_unnamed_files(self):
+        """The injection that makes the folder's file system one without such files."""
+        trace = subprocess.run(["strace", "-f", "-qq", "-o", "/dev/stderr", "-P", str(self.folder), "-e", "trace=openat",
+                                COMMAND, *MOF], cwd=self.folder, env=environment(ASAN_OPTIONS="detect_leaks=0"),
+                               stderr=subprocess.PIPE, check=True, timeout=60).stderr.decode()
+        (self.folder / "out").unlink()
+        opened = [line.split(maxsplit=1) for line in trace.splitlines()]
+        process, = (process for process, call in opened if "O_TMPFILE" in call)
+        calls = [call for by, call in opened if by == process]
+        place, = (place for place, call in enumerate(calls, 1) if "O_TMPFILE" in call)
+        return f"inject=openat:error=EOPNOTSUPP:when={place}"
+
+
+@pytest.fixture
+def traced(tmp_path):
+    if not can_trace():
+        pytest.skip("strace is missing or not allowed to trace")
+    if not has_unnamed_files(tmp_path):
+        pytest.skip("the file system of the test's folder has no unnamed files")
+    return Traced(tmp_path)
+
+
+CALLS = ["openat", "linkat", "renameat", "fsync", "fchmod", "pwrite64", "unlinkat"]
+
+
+@pytest.mark.parametrize("former", [None, b"former"], ids=["new", "replaced"])
+@pytest.mark.parametrize("has_unnamed", [True, False], ids=["unnamed", "named"])
+def test_signal_at_each_file_call_leaves_the_target_whole_or_as_it_was(traced, tmp_path, has_unnamed, former):
+    target = tmp_path / "out"
+    whole = subprocess.run([COMMAND, *MOF[:-2]], capture_output=True, env=environment(), check=True).stdout
+    failing = [] if has_unnamed else [traced.without_unnamed_files()]
+    for call in CALLS:
+        if call == "openat" and failing:
+            continue  # one call takes one injection; the test above this one has them all
+        for when in range(1, 100):
+            target.unlink(missing_ok=True)
+            if former:
+                target.write_bytes(former)
+            done = traced.run(*failing, f"inject={call}:signal=TERM:when={when}", only_folder=True)
+            assert set(os.listdir(tmp_path)) <= {"out"}, call
+            assert (target.read_bytes() if target.exists() else None) in (former, whole), call
+            if done.returncode == 0:
+                break
+            assert done.returncode == -signal.SIGTERM
+        assert target.read_bytes() == whole
+
+
+@pytest.mark.parametrize("former", [None, "former"])
+@pytest.mark.parametrize("injection", ["linkat:error=ENOENT", "linkat:error=EPERM", "without unnamed files",
+                                       "linkat:error=EEXIST:when=1..5"])
+def test_text_arrives_where_unnamed_files_cannot_be_had_or_named(run, traced, tmp_path, injection, former):
+    text = traced.without_unnamed_files() if injection == "without unnamed files" else f"inject={injection}"
+    if former:
+        (tmp_path / "out").write_text(former)
+        (tmp_path / "out").chmod(0o604)
+    assert traced.run(text, only_folder=True).returncode == 0
+    assert os.listdir(tmp_path) == ["out"]
+    assert (tmp_path / "out").read_bytes() == run("classes", "--format", "mof").stdout
+    assert not former or (tmp_path / "out").stat().st_mode & 0o777 == 0o604
+
+
+@pytest.mark.parametrize("call", ["fsync", "renameat", "pwrite64"])
+@pytest.mark.parametrize("has_unnamed", [True, False], ids=["unnamed", "named"])
+def test_call_that_fails_leaves_nothing_and_what_was_there(traced, tmp_path, has_unnamed, call):
+    if has_unnamed and call == "pwrite64":
+        pytest.skip("an unnamed file is not copied")
+    failing = [] if has_unnamed else [traced.without_unnamed_files()]
+    (tmp_path / "out").write_text("former")
+    assert traced.run(*failing, f"inject={call}:error=EIO", only_folder=True).returncode == 1
+    assert os.listdir(tmp_path) == ["out"]
+    assert (tmp_path / "out").read_text() == "former"
+
+
+@pytest.mark.parametrize("target", [["--output", "out"], []])
+def test_size_limit_is_one_sentence(tmp_path, target):
+    with open(tmp_path / "printed", "wb") as printed:
+        done = subprocess.run([COMMAND, "classes", "--format", "mof", *target], cwd=tmp_path, env=environment(),
+                              stdout=printed, stderr=subprocess.PIPE, check=False,
+                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1024, 1024)))
+    assert done.returncode == 1
+    assert done.stderr.count(b"\n") == 1 and b"File too large" in done.stderr
+    assert os.listdir(tmp_path) == ["printed"]
+
+
+@pytest.mark.parametrize("target", [["--output", "out"], []])
+def test_signal_ends_process_1_too(plugin, tmp_path, target):
+    container = ["unshare", "--pid", "--fork", "--kill-child"]
+    if subprocess.run([*container, "true"], check=False, stderr=subprocess.DEVNULL).returncode != 0:
+        pytest.skip("no right to make a process namespace")
+    outer = subprocess.Popen([*container, COMMAND, "get", CLASS, "--plugin", plugin("sleeping"), "--timeout", "30",
+                              "--log-level", "debug", *target], cwd=tmp_path, env=environment(), stderr=subprocess.PIPE)
+    first = ""
+    while not first:
+        with open(f"/proc/{outer.pid}/task/{outer.pid}/children", encoding="ascii") as children:
+            first = children.read().strip()
+    while os.readlink(f"/proc/{first}/exe") != os.path.realpath(COMMAND):
+        time.sleep(0.01)
+    while not any("sleeping" in line for line in open(f"/proc/{first}/maps", encoding="utf-8")):
+        time.sleep(0.01)  # it has not yet come as far as its plug-in
+    os.kill(int(first), signal.SIGTERM)
+    outer.communicate(timeout=60)
+    assert outer.returncode == 128 + signal.SIGTERM
+    assert os.listdir(tmp_path) == []
