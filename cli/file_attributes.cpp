@@ -1,3 +1,4 @@
+// What is not allowed is left out, one attribute at a time.
 #include "cli/file_attributes.h"
 
 #include <sys/stat.h>

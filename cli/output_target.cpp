@@ -1,3 +1,4 @@
+// Every step is taken from an open folder, so nothing can be exchanged between looking and acting.
 #include "cli/output_target.h"
 
 #include <fcntl.h>

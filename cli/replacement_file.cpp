@@ -1,3 +1,4 @@
+// First a file without a name, then a named copy, then the target itself: the first that works.
 #include "cli/replacement_file.h"
 
 #include <fcntl.h>
@@ -25,7 +26,7 @@ using diskmgt_col::UniqueFd;
 constexpr mode_t kOwnersAlone = 0600;  // until the former file's permissions are set
 constexpr mode_t kAsMaskAllows = 0666;
 constexpr int kMostNames = 100;
-constexpr std::size_t kPiece = 256 * 1024;
+constexpr std::size_t kPiece = 1U << 18U;
 
 /// Short, whatever the target's name, and hidden from programs that read all files of a folder.
 std::string temporaryName() {

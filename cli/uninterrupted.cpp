@@ -1,3 +1,4 @@
+// One handler for all signals that end a process. It only remembers the first, so a second one overtakes nothing.
 #include "cli/uninterrupted.h"
 
 #include <unistd.h>

@@ -58,12 +58,11 @@ def test_signal_ends_the_command_and_leaves_nothing_behind(stuck, tmp_path, numb
     assert os.listdir(tmp_path) == []
 
 
-def test_second_signal_overtakes_no_cleaning_up(stuck, tmp_path):
-    for _ in range(20):
+def test_further_signals_overtake_no_cleaning_up(stuck, tmp_path):
+    for _ in range(10):
         running = stuck()
-        for _ in range(2):
+        while running.poll() is None:  # two at once would be taken as one
             running.terminate()
-        running.wait(timeout=60)
         assert (running.returncode, os.listdir(tmp_path)) == (-signal.SIGTERM, [])
 
 
