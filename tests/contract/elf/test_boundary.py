@@ -49,8 +49,11 @@ def test_registers_before_any_static_constant_exists():
     assert registration[0] < min(constants)
 
 
-def test_is_looked_for_in_no_current_directory():
-    """An empty entry of the run path means the directory the process happens to be in."""
-    [line] = [line for line in library.output_of("readelf", "-dW", library.PLUGIN).splitlines() if "PATH)" in line]
-    places = re.search(r"\[(.*)\]", line).group(1).split(":")
-    assert all(place.startswith("$ORIGIN") for place in places)
+def test_has_no_run_path():
+    """It takes the host libraries that the process has, and never brings others along."""
+    assert library.run_path() == []
+
+
+def test_only_the_command_has_a_run_path_to_the_host_libraries():
+    assert library.run_path(library.COMMAND) == ["$ORIGIN/../lib/diskmgt"]
+    assert [library.run_path(path) for path in library.HOST_LIBRARIES] == [[], []]
