@@ -55,7 +55,7 @@ void logSkippedProperty(ICIMClass& cls, const std::string& name, const std::stri
     tellOrLose([&] {
         log->writeDebug("Error processing property " + name + ". With value " + text + " from class " + nameOf(cls));
     });
-    tellOrLose([&] { log->writeError(failure.what()); });
+    tellOrLose([&] { log->writeError(dataToString<const char*>(failure.what())); });
 }
 
 }  // namespace
