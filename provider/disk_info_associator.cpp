@@ -59,16 +59,17 @@ private:
     std::vector<ICIMInstance*> instances;  // the index's
 };
 
-TCIMValue referenceTo(ICIMInstance& instance) {
+TCIMReference referenceTo(ICIMInstance& instance) {
     TCIMOptions options;
-    TCIMReference reference = instance.GetReference(options);
-    return TCIMValue(reference);
+    return instance.GetReference(options);
 }
 
 ReferenceMap association(ICIMInstance& antecedent, ICIMInstance& dependent) {
+    TCIMReference antecedentReference = referenceTo(antecedent);
+    TCIMReference dependentReference = referenceTo(dependent);
     ReferenceMap references;
-    references.emplace(kAntecedent, referenceTo(antecedent));
-    references.emplace(kDependent, referenceTo(dependent));
+    references.emplace(kAntecedent, TCIMValue(antecedentReference));
+    references.emplace(kDependent, TCIMValue(dependentReference));
     return references;
 }
 
