@@ -1,12 +1,11 @@
 """Failing plug-ins: the exit status, one sentence, and nothing half-written."""
 import itertools
 import os
-import shutil
 import stat
 import subprocess
 
 import pytest
-from conftest import COMMAND, environment, on_a_terminal
+from conftest import COMMAND, can_trace, environment, on_a_terminal
 
 CLASS = "VEXSG_DiskDrive"
 
@@ -109,11 +108,6 @@ def test_time_limit_covers_a_file_that_never_answers(run, tmp_path):
     assert "silent" in done.sentence
     assert os.listdir(tmp_path) == ["silent"]
     assert stat.S_ISFIFO((tmp_path / "silent").stat().st_mode)
-
-
-def can_trace():
-    return shutil.which("strace") and subprocess.run(["strace", "-qq", "-o", "/dev/null", "true"], check=False,
-                                                     stderr=subprocess.DEVNULL).returncode == 0
 
 
 @pytest.mark.skipif(not can_trace(), reason="strace is missing or not allowed to trace")

@@ -2,13 +2,12 @@
 import itertools
 import os
 import resource
-import shutil
 import signal
 import subprocess
 import time
 
 import pytest
-from conftest import COMMAND, environment
+from conftest import COMMAND, can_trace, environment
 from file_systems import NUMBER_OF_OPENAT, forbid_unnamed_files, has_unnamed_files
 
 CLASS = "VEXSG_DiskDrive"
@@ -86,11 +85,6 @@ def test_two_signals_at_many_instants(tmp_path):
             running.wait(timeout=60)
             assert set(os.listdir(tmp_path)) <= {"out"}
             assert (target.read_bytes() if target.exists() else None) in (former, whole)
-
-
-def can_trace():
-    return shutil.which("strace") and subprocess.run(["strace", "-qq", "-o", "/dev/null", "true"], check=False,
-                                                     stderr=subprocess.DEVNULL).returncode == 0
 
 
 @pytest.fixture(params=["unnamed", "named"])

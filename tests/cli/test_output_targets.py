@@ -2,13 +2,14 @@
 import errno
 import os
 import shlex
+import signal
 import socket
 import stat
 import struct
 import subprocess
 
 import pytest
-from conftest import COMMAND, environment
+from conftest import COMMAND, can_trace, environment
 
 NAMELESS = 65534
 MOF = ["classes", "--format", "mof"]
@@ -167,6 +168,24 @@ class TestInPlace:
                       f"mount -o remount,bind,ro folder; exec {shlex.join([COMMAND, *MOF])} --output folder/out")
         assert (done.returncode, done.stderr) == (0, b"")
         assert (tmp_path / "source").read_bytes() == whole
+
+    @pytest.mark.parametrize("injection, status, left, said", [
+        ("fallocate:error=ENOSPC", 1, b"former", b"cannot write out: No space left on device; name another"),
+        ("pwrite64:error=EIO", 1, b"former", b"Input/output error; it can only be written in place and is incomplete now;"),
+        ("fsync:error=EIO:when=2", 1, None, b"incomplete now"),
+        ("pwrite64:signal=TERM", -signal.SIGTERM, None, b""), ("fallocate:signal=INT", -signal.SIGINT, None, b"")])
+    def test_failure_is_said_and_signals_wait(self, tmp_path, whole, injection, status, left, said):
+        if not can_trace():
+            pytest.skip("strace is missing or not allowed to trace")
+        (tmp_path / "source").write_text("former")
+        (tmp_path / "out").touch()
+        traced = ["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"inject={injection}", COMMAND, *MOF]
+        done = in_mount_namespace(tmp_path, f"mount --bind source out || exit 99; "
+                                            f"ASAN_OPTIONS=detect_leaks=0 exec {shlex.join(traced)} --output out")
+        assert done.returncode == status
+        assert said in done.stderr and done.stderr.count(b"\n") == (1 if said else 0)
+        assert (tmp_path / "source").read_bytes() == (whole if left is None else left)
+        assert sorted(os.listdir(tmp_path)) == ["out", "source"]
 
     @pytest.mark.parametrize("former", ["short", "long " * 20000])
     def test_writable_file_in_a_closed_folder(self, open_to_all, whole, former):
