@@ -15,6 +15,7 @@
 
 #include "cli/failure.h"
 #include "cli/pending_file.h"
+#include "cli/worker/standard_output.h"
 
 namespace diskmgt_cli {
 
@@ -71,7 +72,10 @@ Output::~Output() {
     if (stream != nullptr && stream != stdout) (void)std::fclose(stream);  // given up: what is lost does not matter
 }
 
-bool Output::isTerminal() const { return stream != nullptr && ::isatty(::fileno(stream)) != 0; }
+bool Output::isTerminal() const {
+    if (stream == stdout) return standard_output::isTerminal();
+    return stream != nullptr && ::isatty(::fileno(stream)) != 0;
+}
 
 std::size_t Output::terminalWidth() const {
     constexpr std::size_t kUsual = 80;
@@ -80,6 +84,7 @@ std::size_t Output::terminalWidth() const {
     if (const char* const given = std::getenv("COLUMNS"))
         (void)std::from_chars(given, given + std::strlen(given), columns);  // stays 0 when it is no number
     if (columns > 0) return columns;
+    if (stream == stdout) return standard_output::columns() == 0 ? kUsual : standard_output::columns();
     winsize size{};
     if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
     return size.ws_col;
@@ -96,7 +101,8 @@ void Output::finish() {
     bool isComplete = std::fflush(finished) == 0;
     // The new content must be on disk before the name is: a power failure must not leave an empty file behind it.
     if (isComplete && !pendingTarget.empty()) isComplete = ::fsync(::fileno(finished)) == 0;
-    const int flushError = errno;
+    int flushError = errno;
+    if (isComplete && finished == stdout && (flushError = standard_output::settle()) != 0) isComplete = false;
     const bool isClosed = std::fclose(finished) == 0;  // network file systems report a full disk only now
     if (!isComplete) fail(flushError);
     if (!isClosed) fail(errno);
@@ -104,6 +110,7 @@ void Output::finish() {
 }
 
 void Output::fail(int errorNumber) const {
+    if (path.empty()) errorNumber = standard_output::errorBehind(errorNumber);
     pending_file::remove();                                   // a constructor that throws runs no destructor
     if (errorNumber == EPIPE) throw CommandError(kDone, "");  // the reader has what it wanted
     const std::string reason = errorNumber == 0 ? "unknown error" : std::strerror(errorNumber);

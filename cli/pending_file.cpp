@@ -2,11 +2,9 @@
 #include "cli/pending_file.h"
 
 #include <fcntl.h>
-#include <limits.h>
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -16,17 +14,15 @@ namespace diskmgt_cli::pending_file {
 
 namespace {
 
-enum class State { kNone, kBeingMade, kThere };
-
-char pendingPath[PATH_MAX];
-std::atomic<State> state{State::kNone};
+Place ownPlace;
+Place* place = &ownPlace;
 std::atomic<int> interruption{0};  // the signal that came while the file was being made
 static_assert(std::atomic<State>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
 void removeAndDie(int signalNumber) {
-    if (state == State::kBeingMade) {
+    if (place->state == State::kBeingMade) {
         interruption = signalNumber;
-        if (state == State::kBeingMade) return;  // nobody can tell whether it is there: its maker does the rest
+        if (place->state == State::kBeingMade) return;  // nobody can tell whether it is there: its maker does the rest
     }
     remove();
     // The handler was installed with SA_RESETHAND: the second time the signal ends the process as it would have.
@@ -47,33 +43,37 @@ void catchInterruptions() {
 
 }  // namespace
 
+void keepIn(Place& shared) { place = &shared; }
+
+bool isThere() noexcept { return place->state == State::kThere; }
+
 int createBeside(const std::string& target) {
     const std::string pattern = target + ".XXXXXX";
-    if (pattern.size() >= sizeof pendingPath) {
+    if (pattern.size() >= sizeof place->path) {
         errno = ENAMETOOLONG;
         return -1;
     }
-    std::memcpy(pendingPath, pattern.c_str(), pattern.size() + 1);
-    state = State::kBeingMade;
+    std::memcpy(place->path, pattern.c_str(), pattern.size() + 1);
+    place->state = State::kBeingMade;
     catchInterruptions();
-    const int fd = ::mkostemp(pendingPath, O_CLOEXEC);
+    const int fd = ::mkostemp(place->path, O_CLOEXEC);
     const int error = errno;
-    state = fd >= 0 ? State::kThere : State::kNone;
+    place->state = fd >= 0 ? State::kThere : State::kNone;
     if (interruption != 0) removeAndDie(interruption);
     errno = error;
     return fd;
 }
 
 int renameTo(const std::string& target) {
-    const int result = std::rename(pendingPath, target.c_str());
-    if (result == 0) state = State::kNone;
+    const int result = std::rename(place->path, target.c_str());
+    if (result == 0) place->state = State::kNone;
     return result;
 }
 
 void remove() noexcept {
-    if (state != State::kThere) return;
-    (void)::unlink(pendingPath);  // already gone is as good
-    state = State::kNone;
+    if (place->state != State::kThere) return;
+    (void)::unlink(place->path);  // already gone is as good
+    place->state = State::kNone;
 }
 
 }  // namespace diskmgt_cli::pending_file
