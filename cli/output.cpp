@@ -16,6 +16,7 @@
 #include "cli/output_target.h"
 #include "cli/replacement_file.h"
 #include "cli/write_error.h"
+#include "cli/worker/standard_output.h"
 
 namespace diskmgt_cli {
 
@@ -60,7 +61,10 @@ Output::~Output() {
     if (stream != nullptr && stream != stdout && !replacement) (void)std::fclose(stream);  // given up: nothing to lose
 }
 
-bool Output::isTerminal() const { return stream != nullptr && ::isatty(::fileno(stream)) != 0; }
+bool Output::isTerminal() const {
+    if (stream == stdout) return standard_output::isTerminal();
+    return stream != nullptr && ::isatty(::fileno(stream)) != 0;
+}
 
 std::size_t Output::terminalWidth() const {
     constexpr std::size_t kUsual = 80;
@@ -69,6 +73,7 @@ std::size_t Output::terminalWidth() const {
     if (const char* const given = std::getenv("COLUMNS"))
         (void)std::from_chars(given, given + std::strlen(given), columns);  // stays 0 when it is no number
     if (columns > 0) return columns;
+    if (stream == stdout) return standard_output::columns() == 0 ? kUsual : standard_output::columns();
     winsize size{};
     if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
     return size.ws_col;
@@ -89,14 +94,16 @@ void Output::finish() {
         }
         return;
     }
-    const bool isFlushed = std::fflush(finished) == 0;
-    const int flushError = errno;
+    bool isFlushed = std::fflush(finished) == 0;
+    int flushError = errno;
+    if (isFlushed && finished == stdout && (flushError = standard_output::settle()) != 0) isFlushed = false;
     const bool isClosed = std::fclose(finished) == 0;  // network file systems report a full disk only now
     if (!isFlushed) fail(flushError);
     if (!isClosed) fail(errno);
 }
 
 void Output::fail(int errorNumber) const {
+    if (path.empty()) errorNumber = standard_output::errorBehind(errorNumber);
     if (errorNumber == EPIPE) throw CommandError(kDone, "");  // the reader has what it wanted
     fail(WriteError(errorNumber).what());
 }
