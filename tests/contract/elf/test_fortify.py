@@ -1,5 +1,6 @@
-"""Whether the project's compiler flags turn copies into checked ones. The plug-in itself hands every buffer with its
-own length to the kernel, so it may import no checked function; a probe with an unchecked copy shows the flags at work.
+"""Whether the project's compiler flags turn copies into checked ones. The plug-in hands every buffer with its own length
+to the kernel, so which checked functions it imports is the compiler's choice; a probe with an unchecked copy shows the flags
+at work, at their highest level.
 """
 import os
 
