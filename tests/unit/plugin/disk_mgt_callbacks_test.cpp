@@ -3,12 +3,15 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
 #include <stdexcept>
 
 #include "plugin/host/tal_exception.h"
 #include "plugin/log/log_message.h"
 #include "tests/support/fake_os.h"
 #include "tests/support/host_session.h"
+#include "tests/support/renamed_class.h"
 
 namespace diskmgt_col {
 namespace {
@@ -99,6 +102,40 @@ TEST(TDiskMgtCallbacks, ANullClassEndsTheRequestWithAnException) {
         EXPECT_THAT([&] { entry->GetData(nameSpace, requested); },
                     ::testing::ThrowsMessage<std::runtime_error>("the host requested a null class"));
     });
+}
+
+/// Answers the association query into its options too, and looks at its name query whether that answer is still held.
+class AnsweringClass final : public diskmgt_test::RenamedClass {
+public:
+    explicit AnsweringClass(boost::shared_ptr<NVEXTAL20::ICIMClass> original)
+        : RenamedClass(std::move(original), "Unserved") {}
+    bool IsAssociation(NVEXTAL20::TCIMOptions& options) override {
+        const NVEXTAL20::TCIMValue value(std::string("an answer"));
+        answer = value.content();
+        options.emplace("answer", value);
+        return RenamedClass::IsAssociation(options);
+    }
+    std::string GetName(NVEXTAL20::TCIMOptions& options) override {
+        isHeldWhenServed.push_back(!answer.expired());
+        return RenamedClass::GetName(options);
+    }
+
+    boost::weak_ptr<const NVEXTAL20::TCIMValue::Content> answer;
+    std::vector<bool> isHeldWhenServed;
+};
+
+TEST(TDiskMgtCallbacks, WhatTheHostAnsweredToTheAssociationQueryIsDiscardedBeforeTheClassIsServed) {
+    HostSession session;
+    (void)session.insideRequest({"VEXSG_DynamicExtent", "VEXSG_PartitionPresent"},
+                                [](auto nameSpace, Classes& classes) {
+                                    auto* const entry = new TDiskMgtCallbacks;  // the host's from here on
+                                    for (const auto& cls : classes) {
+                                        const auto answering = boost::make_shared<AnsweringClass>(cls);
+                                        Classes requested = {answering};
+                                        entry->GetData(nameSpace, requested);
+                                        EXPECT_THAT(answering->isHeldWhenServed, ElementsAre(false));
+                                    }
+                                });
 }
 
 TEST(TDiskMgtCallbacks, WithoutAPluginManagerItStaysUnregisteredAndSilent) {
