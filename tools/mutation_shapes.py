@@ -9,8 +9,8 @@ JUMP = re.compile(r"(?:return|continue|break|throw)\b")
 COMPOUND = re.compile(r"(if|for|while)\b[^(;{}]*\(")
 WORDS = re.compile(r"(?:if|for|while|switch|catch|return|sizeof|decltype|alignof|static_assert|defined)$")
 PARAMETER = re.compile(r"^(?:const\s+)?[\w:]+(?:<.*>)?(?:\s+const)?[\s*&]+\w*(?:\s*=.*)?$", re.DOTALL)
-NAME_TYPE = re.compile(r"(?:const|constexpr|static|auto|unsigned|struct|std::\w+|[A-Z]\w+(?:<.*>)?|int|bool|char|mntent)\b"
-                       r"[\s\w:<>,*&]*[\s*&]\w+\s*(?:[;={(]|$)")
+NAME_TYPE = re.compile(r"(?:const|constexpr|static|auto|unsigned|struct|std::\w+|[A-Z]\w+(?:<.*>)?|int|bool|char|\w+_t|mntent)\b"
+                       r"[\s\w:<>,*&]*[\s*&]\w+\s*(?:[;={(\[]|$)")
 RELATION = re.compile(r" (<|<=) ")
 
 

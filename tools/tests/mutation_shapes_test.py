@@ -25,6 +25,7 @@ class Swapped(unittest.TestCase):
     def test_a_declaration_is_a_neighbour_but_two_of_them_are_none(self):
         self.assertEqual(applied("{ const int x = f(); log(a); }", "swapped"), ["{ log(a); const int x = f(); }"])
         self.assertEqual(applied("{ const int x = f(); std::string y(text); }", "swapped"), [])
+        self.assertEqual(applied("{ char page[4]; ssize_t got = 0; }", "swapped"), [])
 
     def test_jumps_and_equal_neighbours_stay(self):
         self.assertEqual(applied("{ log(a); return b; }", "swapped"), [])
