@@ -1,6 +1,7 @@
 // Sysfs texts against the standard library's own reading of lines and numbers.
 #include "collect/sysfs_text.h"
 
+#include <algorithm>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -42,6 +43,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool isEmpty = stream.peek() == std::istringstream::traits_type::eof();
     std::string line;
     std::getline(stream, line);
+    line.resize(std::min(line.size(), diskmgt_col::kSysfsTextSize));
     const std::optional<std::string> found = diskmgt_col::firstLineOf("/sys/block/sda/size");
     require(found.has_value() == !isEmpty, "an empty file has no line, every other one has");
     require(found.value_or("") == line, "both read the same line");

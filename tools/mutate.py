@@ -213,6 +213,7 @@ def parse(arguments):
     parser.add_argument("count", nargs="?", default="100", help="how many, drawn at random, or all (default 100)")
     parser.add_argument("--seed", type=int, default=1, help="of the draw (default 1)")
     parser.add_argument("--files", default="*", metavar="PATTERN", help="only sources like this: 'collect/*'")
+    parser.add_argument("--kinds", default="", metavar="KIND,...", help="only changes of these kinds")
     parser.add_argument("--like", default="", metavar="TEXT", help="only changes of lines that contain this")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="for the first build")
     parser.add_argument("--list", action="store_true", help="print the mutants and build nothing")
@@ -228,7 +229,7 @@ def main(arguments, root=Path(__file__).resolve().parent.parent):
     contents = {path: (root / path).read_text(encoding="utf-8") for path in sources(root)
                 if fnmatch.fnmatch(path, options.files)}
     every = [mutant for path, content in contents.items() for mutant in mutations.find(path, content)
-             if options.like in mutant.context]
+             if options.like in mutant.context and (not options.kinds or mutant.kind in options.kinds.split(","))]
     chosen = choose(every, options.count, options.seed)
     if options.list:
         print("\n".join(map(str, chosen)))

@@ -4,6 +4,7 @@ import re
 from collections import Counter
 from dataclasses import dataclass, replace
 
+import mutation_shapes
 import source_tree
 
 
@@ -95,6 +96,7 @@ def find(path, content):
         dropped = ";" if content[end - 1] == ";" else ""
         add("dropped", begin, end, dropped)
     _add_texts(content, code, add)
+    mutation_shapes.add_all(content, code, add)
     return _ranked(sorted(found, key=lambda mutant: (mutant.begin, mutant.end, mutant.text)))
 
 
