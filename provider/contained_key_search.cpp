@@ -62,7 +62,6 @@ public:
             }
             if (batchStates + newStates(key) + kStatesPerKey * (batch.size() + 1) > mostStates) searchBatch();
             batchStates += newStates(key);
-            shortestKey = std::min(shortestKey, key.size());
             batch.push_back(key);
             batchRanks.push_back(rank);
         }
@@ -82,13 +81,12 @@ private:
         if (batch.empty()) return;
         const KeyAutomaton automaton(batch, batchStates);
         settle([&](std::string_view text) {
-            const std::uint32_t first = text.size() < shortestKey ? KeyAutomaton::kNone : automaton.firstWithin(text);
+            const std::uint32_t first = automaton.firstWithin(text);
             return first == KeyAutomaton::kNone ? kNone : batchRanks[first];
         });
         batch.clear();
         batchRanks.clear();
         batchStates = kStartState;
-        shortestKey = kNone;
     }
 
     /// Asks about every open text and closes those that have an answer.
@@ -107,7 +105,6 @@ private:
     std::vector<std::string_view> batch;  // keys that are searched for together
     std::vector<std::size_t> batchRanks;
     std::size_t batchStates = kStartState;
-    std::size_t shortestKey = kNone;
 };
 
 ContainedKeySearch::ContainedKeySearch(std::vector<std::string_view> sortedKeys) : keys(std::move(sortedKeys)) {
