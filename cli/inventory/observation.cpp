@@ -47,7 +47,7 @@ Observations observe(const Published& published) {
     Observations observations;
     for (const refhost::Instance& instance : instancesOf(published, kDiskDrive)) {
         const std::string& device = textOf(instance, kDeviceId);
-        observations.identities[device] = readDriveIdentity(device);
+        observations.identities[device] = diskmgt_machine::readDriveIdentity(device);
     }
     observations.mountPoints = readMountPoints();
     for (const refhost::Instance& instance : instancesOf(published, kLogicalDisk)) {
