@@ -1,3 +1,4 @@
+// Depth first; what waits is a list of its own, so that no graph is too deep.
 #include "machine/arrangement.h"
 
 namespace diskmgt_machine {

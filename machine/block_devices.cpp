@@ -1,3 +1,4 @@
+// Names, identifiers and their order; nothing is read.
 #include "machine/block_devices.h"
 
 #include <algorithm>

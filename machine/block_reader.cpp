@@ -1,3 +1,4 @@
+// One folder of /sys/block after the other; at the end names become positions.
 #include "machine/block_reader.h"
 
 #include <algorithm>
@@ -69,17 +70,16 @@ private:
     std::vector<std::string> listed;
 };
 
+/// By what sysfs shows and by the names that the drivers give, which do not change; numbers may be anything.
 Kind kindOf(const BlockDevice& device, const Entry& entry) {
-    const std::uint32_t driver = device.number ? device.number->majorNumber : 0;
-    constexpr std::uint32_t kMemory = 1, kFloppy = 2, kLoop = 7, kArray = 9, kOptical = 11;
     if (device.isHidden) return Kind::kPath;
-    if (entry.has("dm") || startsWith(device.name, "dm-")) return volumeKindFrom(device.volumeUuid).kind;
-    if (entry.has("loop") || driver == kLoop || isDriverNumbered(device.name, "loop")) return Kind::kLoop;
-    if (entry.has("md") || driver == kArray) return Kind::kRaid;
+    if (entry.has("dm") || isDriverNumbered(device.name, "dm-")) return volumeKindFrom(device.volumeUuid).kind;
+    if (entry.has("loop") || isDriverNumbered(device.name, "loop")) return Kind::kLoop;
+    if (entry.has("md") || isDriverNumbered(device.name, "md")) return Kind::kRaid;
     if (isDriverNumbered(device.name, "zram")) return Kind::kCompressedMemory;
-    if (driver == kMemory || isDriverNumbered(device.name, "ram")) return Kind::kMemory;
-    if (driver == kOptical || isDriverNumbered(device.name, "sr")) return Kind::kOptical;
-    if (driver == kFloppy || isDriverNumbered(device.name, "fd")) return Kind::kFloppy;
+    if (isDriverNumbered(device.name, "ram")) return Kind::kMemory;
+    if (isDriverNumbered(device.name, "sr")) return Kind::kOptical;
+    if (isDriverNumbered(device.name, "fd")) return Kind::kFloppy;
     return Kind::kDisk;
 }
 

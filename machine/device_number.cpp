@@ -1,3 +1,4 @@
+// Two decimal numbers with a colon between.
 #include "machine/device_number.h"
 
 #include <limits>

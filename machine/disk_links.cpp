@@ -1,3 +1,4 @@
+// Links are read, not followed.
 #include "machine/disk_links.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// Reading through base/os.h.
 #include "machine/files.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Devices first, then what uses them.
 #include "machine/machine.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Lines, and the walk along their parents.
 #include "machine/mounts.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Columns of /proc/swaps.
 #include "machine/swaps.h"
 
 #include <limits>

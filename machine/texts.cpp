@@ -1,3 +1,4 @@
+// Splitting, numbers and escapes.
 #include "machine/texts.h"
 
 #include <charconv>

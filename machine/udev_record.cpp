@@ -1,3 +1,4 @@
+// Which key goes where.
 #include "machine/udev_record.h"
 
 #include <limits>

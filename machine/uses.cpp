@@ -1,3 +1,4 @@
+// Numbers and names become positions once; each question walks up from there.
 #include "machine/uses.h"
 
 #include <algorithm>
