@@ -1,0 +1,30 @@
+// What the kernel's account says of the use of a device, for explanations.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "cli/explain/device_facts.h"
+#include "cli/explain/explanation.h"
+#include "machine/uses.h"
+
+namespace diskmgt_cli {
+
+class DeviceUse {
+public:
+    /// Reads the account. No device is opened and no file system touched.
+    DeviceUse() : machine(diskmgt_machine::readMachine()), uses(machine) {}
+
+    void addTo(DeviceExplanation& explanation) const;
+    /// Notes what keeps the kernel from reading the device's table again.
+    void addTo(DeviceFacts& facts) const;
+
+private:
+    /// A path as the explanation writes it: with sysfs's "!" in the name.
+    std::optional<std::size_t> find(const std::string& path) const;
+
+    const diskmgt_machine::Machine machine;
+    const diskmgt_machine::Uses uses;
+};
+
+}  // namespace diskmgt_cli
