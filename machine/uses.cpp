@@ -72,7 +72,7 @@ void Uses::placeMounts() {
     }
 }
 
-InUse Uses::of(std::size_t device) const {
+InUse Uses::walk(std::size_t device, bool withPartitions) const {
     InUse use;
     const std::vector<BlockDevice>& devices = account.blocks.devices;
     // A hidden path is used as the disk is that it leads to.
@@ -89,7 +89,8 @@ InUse Uses::of(std::size_t device) const {
     if (isPath) reach(*devices[device].disk);
     for (std::size_t next = 0; next < reached.size(); ++next) {
         const std::size_t current = reached[next];
-        for (const std::size_t upper : devices[current].carries) reach(upper);
+        for (const std::size_t upper : devices[current].carries)
+            if (withPartitions || devices[upper].disk != device) reach(upper);
         for (const std::size_t loop : itself[current].loops) reach(loop);
         append(use.mounts, itself[current].mounts);
         append(use.swaps, itself[current].swaps);

@@ -31,7 +31,9 @@ public:
     explicit Uses(const Machine& machine);
 
     /// Through every layer. A cycle in what lies on what ends.
-    InUse of(std::size_t device) const;
+    InUse of(std::size_t device) const { return walk(device, true); }
+    /// The same without what lies on the device's partitions alone.
+    InUse ofItself(std::size_t device) const { return walk(device, false); }
 
     /// The devices that a mount lies on: several for btrfs, none for a file system without a device.
     const std::vector<std::size_t>& devicesOf(std::size_t mount) const { return mountDevices[mount]; }
@@ -51,6 +53,7 @@ private:
 
     void placeBtrfs();
     void placeMounts();
+    InUse walk(std::size_t device, bool withPartitions) const;
 
     const Machine& account;
     std::vector<OfDevice> itself;

@@ -7,14 +7,8 @@
 
 namespace diskmgt_cli {
 
-std::optional<std::size_t> DeviceUse::find(const std::string& path) const {
-    std::string belowDev = path;
-    std::replace(belowDev.begin(), belowDev.end(), '!', '/');
-    return uses.deviceNamed(belowDev);
-}
-
 void DeviceUse::addTo(DeviceExplanation& explanation) const {
-    const auto device = find(explanation.path);
+    const auto device = deviceOf(uses, explanation.path);
     if (!device) return;
     const diskmgt_machine::InUse use = uses.of(*device);
     DeviceUsage& usage = explanation.usage;
@@ -27,7 +21,7 @@ void DeviceUse::addTo(DeviceExplanation& explanation) const {
 }
 
 void DeviceUse::addTo(DeviceFacts& facts) const {
-    const auto position = find(facts.path);
+    const auto position = deviceOf(uses, facts.path);
     if (!position) return;
     const diskmgt_machine::BlockDevice& device = machine.blocks.devices[*position];
     facts.isHiddenPath = device.kind == diskmgt_machine::Kind::kPath;

@@ -1,9 +1,6 @@
 // What the kernel's account says of the use of a device, for explanations.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "cli/explain/device_facts.h"
 #include "cli/explain/explanation.h"
 #include "machine/uses.h"
@@ -20,9 +17,6 @@ public:
     void addTo(DeviceFacts& facts) const;
 
 private:
-    /// A path as the explanation writes it: with sysfs's "!" in the name.
-    std::optional<std::size_t> find(const std::string& path) const;
-
     const diskmgt_machine::Machine machine;
     const diskmgt_machine::Uses uses;
 };

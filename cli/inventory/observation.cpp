@@ -9,6 +9,7 @@
 #include "base/handles.h"
 #include "cli/inventory/device_names.h"
 #include "cli/inventory/instance_values.h"
+#include "cli/inventory/use_text.h"
 #include "collect/device_rules.h"
 #include "collect/mount_rules.h"
 #include "collect/sysfs_text.h"
@@ -41,6 +42,25 @@ std::optional<std::uint64_t> observedStart(const std::string& device) {
     return sector * 512;  // counted in 512 bytes whatever the device's sectors are
 }
 
+std::map<std::string, DriveUse> observedUses(const Published& published) {
+    const diskmgt_machine::Machine machine = diskmgt_machine::readMachine();
+    const diskmgt_machine::Uses uses(machine);
+    std::map<std::string, DriveUse> found;
+    for (const refhost::Instance& instance : instancesOf(published, kDiskDrive)) {
+        const std::string& drive = textOf(instance, kDeviceId);
+        const auto device = deviceOf(uses, drive);
+        if (!device) continue;
+        DriveUse& use = found[drive] = {};
+        use.text = useText(machine, uses.of(*device));
+        use.ofWhole = useText(machine, uses.ofItself(*device));
+        for (const std::size_t upper : machine.blocks.devices[*device].carries) {
+            const diskmgt_machine::BlockDevice& part = machine.blocks.devices[upper];
+            if (part.disk == device) use.partitions.push_back({part.startBytes, part.sizeBytes});
+        }
+    }
+    return found;
+}
+
 }  // namespace
 
 Observations observe(const Published& published) {
@@ -49,6 +69,7 @@ Observations observe(const Published& published) {
         const std::string& device = textOf(instance, kDeviceId);
         observations.identities[device] = diskmgt_machine::readDriveIdentity(device);
     }
+    observations.uses = observedUses(published);
     observations.mountPoints = readMountPoints();
     for (const refhost::Instance& instance : instancesOf(published, kLogicalDisk)) {
         if (find(instance, kTotalSpace) == nullptr) continue;

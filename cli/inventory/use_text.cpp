@@ -1,6 +1,7 @@
 // Volumes first, then what is mounted, then the rest.
 #include "cli/inventory/use_text.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "cli/wording.h"
@@ -9,6 +10,12 @@ namespace diskmgt_cli {
 
 std::string nameWithVolume(const diskmgt_machine::BlockDevice& device) {
     return device.volume.empty() ? device.name : device.name + " (" + device.volume + ")";
+}
+
+std::optional<std::size_t> deviceOf(const diskmgt_machine::Uses& uses, const std::string& path) {
+    std::string belowDev = path;
+    std::replace(belowDev.begin(), belowDev.end(), '!', '/');
+    return uses.deviceNamed(belowDev);
 }
 
 std::vector<std::string> mountPointsOf(const diskmgt_machine::Machine& machine, const diskmgt_machine::InUse& use) {
