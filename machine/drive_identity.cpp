@@ -1,7 +1,6 @@
 // Where sysfs keeps the identity depends on the kind of drive: every place is tried.
 #include "machine/drive_identity.h"
 
-#include <algorithm>
 #include <initializer_list>
 #include <string_view>
 
@@ -40,15 +39,6 @@ DriveIdentity readDriveIdentity(const Folder& folder, const std::string& path) {
     if (identity.serial.empty()) identity.serial = serialOfPage(hardware.page("vpd_pg80"));
     identity.wwid = firstOf({{folder, "wwid"}, {hardware, "wwid"}});
     return identity;
-}
-
-DriveIdentity readDriveIdentity(const std::string& device) {
-    constexpr std::string_view kFolder = "/dev/";
-    if (device.compare(0, kFolder.size(), kFolder) != 0) return {};
-    std::string name = device.substr(kFolder.size());
-    std::replace(name.begin(), name.end(), '/', '!');  // as sysfs writes names with a slash
-    const std::string path = "/sys/block/" + name;
-    return readDriveIdentity(Folder(path), path);
 }
 
 }  // namespace diskmgt_machine

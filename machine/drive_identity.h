@@ -16,7 +16,5 @@ struct DriveIdentity {
 
 /// Reads sysfs; the drive itself is not asked. `path` is the folder's.
 DriveIdentity readDriveIdentity(const Folder& folder, const std::string& path);
-/// The same for a path below /dev; nothing for any other.
-DriveIdentity readDriveIdentity(const std::string& device);
 
 }  // namespace diskmgt_machine
