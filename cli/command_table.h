@@ -16,7 +16,9 @@ enum CommandFlags : unsigned {
     kHasAll = 2,
     kHasBytes = 4,
     kHasSpace = 8,
-    kHasColumns = 16
+    kHasColumns = 16,
+    kHasCsvSafe = 32,
+    kLoadsPlugin = 64  // --plugin, --log-level and --virtual-device: they are for the host and what it loads
 };
 
 struct CommandDescription {
