@@ -9,6 +9,7 @@
 
 #include "cli/explain/progress.h"
 #include "collect/device_rules.h"
+#include "collect/partition_table_parser.h"
 
 namespace diskmgt_cli {
 
@@ -38,6 +39,7 @@ struct DeviceFacts {
     bool hasSysfsDirectory = false;
     std::vector<std::string> kernelPartitions;  // names that sysfs shows beneath the device
     unsigned long tableCount = 0;               // partitions in the device's own tables
+    diskmgt_col::TableReading table;            // what reading them ran into
     unsigned long logicalSectorSize = 0;        // bytes; 0: unknown
     bool isHeld = false;                        // a volume or array lies on it directly
     bool isHiddenPath = false;                  // to a multipath disk, which has no node of its own

@@ -71,6 +71,9 @@ struct LogLine {
     std::string text;
 };
 
+/// Takes a log line, on the thread that logged it. Called for one line after the other; must not throw or use the host.
+using LogSink = std::function<void(const LogLine& line)>;
+
 struct PluginIdentity {
     std::string file;
     std::string name;
@@ -163,8 +166,9 @@ public:
 
     /// Everything logged since the host was made, outside requests too.
     std::vector<LogLine> log() const;
-    /// Writes later log lines of this severity or a graver one to standard error too; negative: none (the default).
-    void forwardLog(int fromSeverity);
+    /// Hands later log lines of this severity or a graver one to the sink too, as they were logged: nothing in them is
+    /// escaped. A negative severity or no sink: none (the default).
+    void forwardLog(int fromSeverity, LogSink sink = {});
 
     /// Starts recording crossings; costs nothing while off.
     void startTrace();
