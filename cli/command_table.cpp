@@ -184,8 +184,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tree = {"", &runTree, nullptr,          0, 0, kHasAll | kHasBytes | kLoadsPlugin, {},
-                                            "", "",       &deliverKnownTree};
+    static const CommandDescription tree = {
+        "", &runTree, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin, {}, "", "", &deliverKnownTree};
     return tree;
 }
 

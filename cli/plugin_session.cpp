@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "cli/log_lines.h"
+
 namespace diskmgt_cli {
 
 namespace {
