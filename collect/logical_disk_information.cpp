@@ -53,8 +53,12 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
     std::vector<char> line(kMountLineSize);
     mntent mount;
     while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize)) {
-        // Looked up before measuring: a later mount of the same source is never touched.
-        if (isLaterMount(mountsByDevice, mount.mnt_fsname)) continue;
+        if (isLaterMount(mountsByDevice, mount.mnt_fsname)) {
+            // For its effect alone: these figures go with the entry.
+            struct statfs unused;
+            if (isMeasuredThoughLater(mount.mnt_type)) (void)measureMount(mount.mnt_dir, mount.mnt_fsname, unused);
+            continue;
+        }
         mountsByDevice.emplace(mount.mnt_fsname, describe(mount));
     }
     disks.reserve(mountsByDevice.size());

@@ -7,6 +7,8 @@
 
 namespace diskmgt_col {
 
+bool isMeasuredThoughLater(const char* type) { return std::strcmp(type, "autofs") == 0; }
+
 MeasuredPath measureMount(const char* mountPoint, const char* source, struct statfs& statistics) {
     std::memset(&statistics, 0, sizeof statistics);
     const int atMountPoint = os::fileSystemStatistics(mountPoint, statistics);

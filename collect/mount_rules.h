@@ -20,6 +20,11 @@ bool isLaterMount(const Kept& kept, const std::string& source) {
     return kept.find(source) != kept.end();
 }
 
+/// Whether an entry that does not count is measured all the same. Measuring an idle automount mounts it, and the table
+/// that is being read goes on with what was mounted; all automounts of a service manager have one source. A later mount
+/// of any other type is left alone, because it may not answer.
+bool isMeasuredThoughLater(const char* type);
+
 /// Whose figures are taken as those of a mount.
 enum class MeasuredPath { kMountPoint, kSource, kNothing };
 /// Measures the file system at the mount point or, failing that, the one that holds the source's path. With

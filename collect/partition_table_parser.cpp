@@ -1,9 +1,12 @@
 // Reading of partition tables, naming of partitions.
 #include "collect/partition_table_parser.h"
 
+#define BOOST_LEXICAL_CAST_ASSUME_C_LOCALE  // a host's locale must not group the digits
 #include <algorithm>
+#include <boost/lexical_cast.hpp>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <unordered_set>
 #include <utility>
@@ -36,24 +39,38 @@ std::int64_t slotsOffsetOf(std::int64_t sector) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(sector) * kSectorSize + kSlotsOffset);
 }
 
-/// The slots of one table. Bytes behind a short read are zero.
-struct SlotBytes {
-    unsigned char bytes[kSlotsSize];
+/// Reads tables, one at a time. Knows where each read began, and how far the chains of the disk have been walked.
+class TableReader {
+public:
+    explicit TableReader(int descriptor) : fd(descriptor) {}
 
-    /// Reads at the descriptor's position; false at the end of the device or when the read fails.
-    bool readFrom(int fd) {
-        std::memset(bytes, 0, sizeof bytes);
-        return os::readSome(fd, bytes, sizeof bytes) > 0;
+    /// Goes to the slots of a table. Intended: the seek is unchecked. Past the end of the device the next read goes on
+    /// where the last one ended. Held by PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails
+    /// and ExtendedChain.ALinkPastTheEndOfTheDiskIsReadWhereTheLastReadEnded.
+    void seek(std::int64_t offset) {
+        if (os::seekTo(fd, offset) >= 0) position = offset;
     }
-    PartitionDescriptor at(std::size_t index) const { return slotAt(ByteView(bytes, sizeof bytes), index); }
-};
+    /// The byte where the next read begins; a negative number while no seek has succeeded.
+    std::int64_t nextRead() const { return position; }
+    /// False at the end of the device or when the read fails. Bytes behind a short read are zero.
+    bool readSlots() {
+        std::memset(bytes, 0, sizeof bytes);
+        const ssize_t got = os::readSome(fd, bytes, sizeof bytes);
+        if (got > 0) position += got;
+        return got > 0;
+    }
+    PartitionDescriptor slot(std::size_t index) const { return slotAt(ByteView(bytes, sizeof bytes), index); }
 
-/// How far the chains of one disk have been walked.
-struct ChainUse {
+    void countLink() { ++links; }
+    void countEntry() { ++entries; }
+    bool isExhausted() const { return links >= kMaxChainLinks || entries >= kMaxChainEntries; }
+
+private:
+    int fd;
+    std::int64_t position = std::numeric_limits<std::int64_t>::min();
+    unsigned char bytes[kSlotsSize] = {};
     std::size_t links = 0;
     std::size_t entries = 0;
-
-    bool isExhausted() const { return links >= kMaxChainLinks || entries >= kMaxChainEntries; }
 };
 
 /// The device name of partition `number`. NVMe devices, recognised by the marker in their path, take the first name
@@ -81,7 +98,7 @@ PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::stri
     add(kFaultTolerant, "false");
     add(kPartitionSubType, dataToString<unsigned int>(entry.partitionTypeId));
     add(kPartitionType, dataToString<int>(kind));
-    add(kSize, dataToString<unsigned long>(sizeBytes));
+    add(kSize, boost::lexical_cast<std::string>(sizeBytes));
     add(kStartingOffset, dataToString<unsigned int>(startingOffset));
     return map;
 }
@@ -150,32 +167,28 @@ std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count) {
     return used;
 }
 
-std::vector<PartitionDescriptor> readEntries(int fd, std::int64_t offset, bool inExtended, ChainUse& chains) {
+std::vector<PartitionDescriptor> readEntries(TableReader& table, std::int64_t offset, bool inExtended) {
     std::vector<PartitionDescriptor> found;
-    if (inExtended && chains.isExhausted()) return found;
-    SlotBytes table;
-    // Intended: unchecked. Past the end of what can be addressed, the read goes on where the last one ended. Held by
-    // PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails.
-    (void)os::seekTo(fd, offset);
-    if (!table.readFrom(fd)) return found;
+    if (inExtended && table.isExhausted()) return found;
+    table.seek(offset);
+    // By where reads really begin: those past the end go on through the device, and only a seek that succeeds returns.
+    std::unordered_set<std::int64_t> begun{table.nextRead()};
+    if (!table.readSlots()) return found;
 
     const std::int64_t baseSector = (offset - kSlotsOffset) / kSectorSize;
-    std::unordered_set<std::int64_t> linkedSectors;
     for (std::size_t slot = 0; slot < kSlotCount;) {
-        const PartitionDescriptor entry = table.at(slot);
+        const PartitionDescriptor entry = table.slot(slot);
         if (inExtended && entry.isExtended()) {
-            const std::int64_t nextSector = entry.startSector + baseSector;
-            const bool isUnread = nextSector != baseSector && linkedSectors.insert(nextSector).second;
-            if (!isUnread || chains.isExhausted()) break;
-            // Unlike the first seek this one is checked: a table that cannot be reached ends the chain.
-            if (os::seekTo(fd, slotsOffsetOf(nextSector)) < 0 || !table.readFrom(fd)) break;
-            ++chains.links;
+            if (table.isExhausted()) break;
+            table.seek(slotsOffsetOf(entry.startSector + baseSector));
+            if (!begun.insert(table.nextRead()).second || !table.readSlots()) break;
+            table.countLink();
             slot = 0;
             continue;
         }
         if (entry.isUsed()) {
             found.push_back(entry);
-            if (inExtended) ++chains.entries;
+            if (inExtended) table.countEntry();
         }
         ++slot;
     }
@@ -185,12 +198,12 @@ std::vector<PartitionDescriptor> readEntries(int fd, std::int64_t offset, bool i
 /// Visits every partition of the table in sector `startSector` with its entry, kind and number; those inside an
 /// extended one come before it.
 template <typename Visit>
-void walkTables(int fd, std::int64_t startSector, bool inExtended, ChainUse& chains, const Visit& visit) {
+void walkTables(TableReader& table, std::int64_t startSector, bool inExtended, const Visit& visit) {
     unsigned int number = inExtended ? kNumberBeforeFirstLogical : static_cast<unsigned int>(startSector) * 4;
-    for (const PartitionDescriptor& entry : readEntries(fd, slotsOffsetOf(startSector), inExtended, chains)) {
+    for (const PartitionDescriptor& entry : readEntries(table, slotsOffsetOf(startSector), inExtended)) {
         int kind = startSector == 0 ? kPrimaryKind : kLogicalKind;
         if (entry.isExtended()) {
-            walkTables(fd, startSector + entry.startSector, true, chains, visit);
+            walkTables(table, startSector + entry.startSector, true, visit);
             kind = kExtendedKind;
         }
         ++number;
@@ -200,8 +213,8 @@ void walkTables(int fd, std::int64_t startSector, bool inExtended, ChainUse& cha
 
 void appendPartitions(int fd, const std::string& path, std::int64_t startSector, bool inExtended,
                       std::vector<PropertyMap>& all) {
-    ChainUse chains;
-    walkTables(fd, startSector, inExtended, chains, [&](const PartitionDescriptor& entry, int kind, int number) {
+    TableReader table(fd);
+    walkTables(table, startSector, inExtended, [&](const PartitionDescriptor& entry, int kind, int number) {
         all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", number)));
     });
 }
@@ -241,16 +254,17 @@ std::string partTypeNumParser(GUID_t type) { return dataToString<unsigned long>(
 std::size_t partitionCountOf(const std::string& devicePath) {
     const UniqueFd device = openDevice(devicePath);
     if (!device.valid()) return 0;
-    ChainUse chains;
     std::size_t count = 0;
     switch (layoutOf(device.get(), devicePath)) {
         case Layout::kUnreadable:
             break;
         case Layout::kFloppy:
             return 1;
-        case Layout::kMbr:
-            walkTables(device.get(), 0, false, chains, [&count](const auto&, int, int) { ++count; });
+        case Layout::kMbr: {
+            TableReader table(device.get());
+            walkTables(table, 0, false, [&count](const auto&, int, int) { ++count; });
             return count;
+        }
         case Layout::kGpt:
             return readGpt(device.get()).size();
     }
@@ -293,8 +307,8 @@ std::vector<PropertyMap> PartitionTableParser::parsePartitionTablesGPT(int fd, s
 }
 
 std::vector<PartitionDescriptor> PartitionTableParser::readPartitionEntries(int fd, long long offset, bool inExtended) {
-    ChainUse chains;
-    return readEntries(fd, offset, inExtended, chains);
+    TableReader table(fd);
+    return readEntries(table, offset, inExtended);
 }
 
 }  // namespace diskmgt_col

@@ -34,11 +34,11 @@ std::optional<std::string> firstLineOf(const std::string& path) {
     const UniqueFd file(os::openFile(path, O_RDONLY | O_CLOEXEC));
     if (!file.valid()) return std::nullopt;
     std::string content;
-    char piece[4096];  // sysfs texts are no longer than a page
+    char page[kSysfsTextSize];
     ssize_t got = 0;
-    while ((got = os::readSome(file.get(), piece, sizeof piece)) > 0) {
+    while (content.size() < sizeof page && (got = os::readSome(file.get(), page, sizeof page - content.size())) > 0) {
         const std::size_t searchedUpTo = content.size();
-        content.append(piece, static_cast<std::size_t>(got));
+        content.append(page, static_cast<std::size_t>(got));
         const std::size_t lineEnd = content.find('\n', searchedUpTo);
         if (lineEnd != std::string::npos) return content.substr(0, lineEnd);
     }

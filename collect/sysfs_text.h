@@ -1,12 +1,17 @@
 // The small texts of sysfs: first lines, and the numbers in them.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
 namespace diskmgt_col {
 
+/// What is read of a text at the most: the kernel makes none longer than a page.
+constexpr std::size_t kSysfsTextSize = 4096;
+
 /// The first line of a text file, without its line end; nothing when the file is missing, unreadable or empty.
+/// A line that does not end within `kSysfsTextSize` bytes is cut there.
 std::optional<std::string> firstLineOf(const std::string& path);
 
 /// The number of 512-byte sectors in the line of a "size" file; 0 when there is none or it does not fit.

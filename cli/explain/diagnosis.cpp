@@ -103,14 +103,20 @@ void tellOfMounts(const MountTableFacts& table, Sentences& told) {
         told.push_back(
             std::string("The mount table ") + diskmgt_col::kMountTable +
             " cannot be opened for update, so no logical disk is reported: " + failureText(table.updateError) + ".");
+    Names automounts;
     Names unasked;
     for (const MountFacts& mount : table.mounts)
-        if (!mount.isLater && (mount.kind != FileSystemKind::kLocal || mount.isBelowUntouchable))
+        if (mount.kind == FileSystemKind::kAutomount)
+            automounts.push_back(mount.mountPoint);
+        else if (!mount.isLater && (mount.kind != FileSystemKind::kLocal || mount.isBelowUntouchable))
             unasked.push_back(mount.mountPoint + " (" + mount.type + ")");
+    if (!automounts.empty())
+        told.push_back("Automounts: " + listed(automounts) +
+                       ". They were left alone here, but asking for VEXSG_LogicalDisk mounts those that are idle.");
     if (!unasked.empty())
         told.push_back("Measuring " + listed(unasked) +
-                       " may block or mount something. Nothing was asked of them here, but the plug-in measures them "
-                       "for VEXSG_LogicalDisk; --timeout ends that.");
+                       " may block. Nothing was asked of them here, but the plug-in measures them for "
+                       "VEXSG_LogicalDisk; --timeout ends that.");
 }
 
 }  // namespace

@@ -21,11 +21,16 @@ Reason mayBlock(const std::string& rule, const std::string& brief, const std::st
             what + " It was therefore not measured here; the plug-in does measure it for VEXSG_LogicalDisk."};
 }
 
+Reason automount() {
+    return {"automount", "automount, not measured here",
+            "It is an automount: asking for VEXSG_LogicalDisk mounts it when it is idle. It was therefore not measured "
+            "here."};
+}
+
 void addUnaskedReason(const MountFacts& mount, std::vector<Reason>& reasons) {
     switch (mount.kind) {
         case FileSystemKind::kAutomount:
-            reasons.push_back(
-                mayBlock("automount", "automount", "Measuring an automount point can block or mount something."));
+            reasons.push_back(automount());
             return;
         case FileSystemKind::kNetwork:
             reasons.push_back(mayBlock("network", "network",
@@ -80,6 +85,7 @@ MountExplanation explainMount(const MountFacts& mount, int updateError) {
         reasons.push_back({"later-mount", "same source as " + mount.firstMountPoint,
                            "An earlier entry of the mount table, " + mount.firstMountPoint +
                                ", has the same source; only the first one counts."});
+        if (diskmgt_col::isMeasuredThoughLater(mount.type.c_str())) reasons.push_back(automount());
     } else {
         addSpaceReason(mount, reasons);
     }

@@ -75,7 +75,7 @@ std::string mountTable(const std::vector<MountExplanation>& mounts, const TableS
         const bool isDevice = mount.source.rfind("/dev/", 0) == 0;
         if (!isDevice && reasons.empty())
             ++plain;
-        else if (!isDevice && reasons.front().rule == "later-mount")
+        else if (!isDevice && reasons.back().rule == "later-mount")
             ++repeated;
         else
             table.addRow({mount.source, mount.mountPoint, mount.type, mount.logicalDisk.isReported ? "yes" : "no",

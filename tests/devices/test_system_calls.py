@@ -81,6 +81,20 @@ def test_mount_table_is_opened_once_and_for_update(request_calls):
     assert [call.flags - {"O_CLOEXEC"} for call in opened] == [{"O_RDWR"}]
 
 
+@pytest.mark.parametrize("name", MACHINES)
+def test_devices_are_opened_to_read_and_with_no_other_flag(request_calls, name):
+    opened = [call for call in request_calls(name) if call.path in CANDIDATES and call.name in seen.OPENING]
+    assert len(opened) >= len(CANDIDATES)
+    assert [call for call in opened if call.flags != {"O_RDONLY"}] == []
+
+
+def test_nodes_of_partitions_are_asked_for_their_existence_and_nothing_else(request_calls):
+    asked = [call for call in request_calls("whole-server") if call.name in {"access", "faccessat", "faccessat2"}
+             and "/dev/nvme" in call.text]
+    assert asked
+    assert [call for call in asked if not re.search(r'"/dev/nvme\w+", F_OK(, 0)?\) +=', call.text)] == []
+
+
 # What each rule is there to find, done by somebody who does it.
 OFFENCES = [
     (seen.opened_to_write, "open('/media/made', 'w').close()"),

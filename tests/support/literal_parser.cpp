@@ -24,6 +24,9 @@ public:
         return true;
     }
 
+    /// Where the next read begins.
+    std::uint64_t place() const { return position; }
+
     /// What is left, at most `size` bytes.
     std::string read(std::uint64_t size) {
         if (position >= disk.bytes.size()) return "";
@@ -73,9 +76,9 @@ std::string readTable(Cursor& cursor) {
 /// The sixteen-byte entries of the table in that sector; with `inExtended` those of the whole chain.
 std::vector<std::string> entriesOf(Cursor& cursor, std::uint64_t sector, bool inExtended) {
     std::vector<std::string> entries;
-    (void)cursor.seek(sector * 512 + 446);  // a first table that cannot be sought is read from where the cursor stands
+    (void)cursor.seek(sector * 512 + 446);  // a table that cannot be sought is read from where the cursor stands
+    std::set<std::uint64_t> placesRead{cursor.place()};
     std::string table = readTable(cursor);
-    std::set<std::uint64_t> tablesRead{sector};
     while (!table.empty()) {
         bool linked = false;
         std::uint64_t next = 0;
@@ -90,7 +93,9 @@ std::vector<std::string> entriesOf(Cursor& cursor, std::uint64_t sector, bool in
                 entries.push_back(entry);
             }
         }
-        if (!linked || !tablesRead.insert(next).second || !cursor.seek(next * 512 + 446)) break;
+        if (!linked) break;
+        (void)cursor.seek(next * 512 + 446);
+        if (!placesRead.insert(cursor.place()).second) break;
         table = readTable(cursor);
     }
     return entries;

@@ -18,8 +18,8 @@ struct LiteralDisk {
     std::set<std::string> existingPaths;  // what a question for existence finds
 };
 
-/// What the disk contributes to an enumeration. A walk through extended boot records ends at a table it has read.
-/// Takes any positive number of GPT entries as allocatable.
+/// What the disk contributes to an enumeration. A walk through extended boot records ends where a read has begun
+/// before. Takes any positive number of GPT entries as allocatable.
 std::vector<diskmgt_col::PropertyMap> literalPartitions(const LiteralDisk& disk);
 
 /// The "PartitionType" of a GPT entry by the sixteen bytes of its type.

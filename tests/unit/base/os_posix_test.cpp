@@ -73,7 +73,8 @@ TEST_F(PosixOs, AnswersTheKernelsErrorsUnchanged) {
 TEST_F(PosixOs, OpensWithTheGivenFlagsAndKeepsFromChildrenOnRequest) {
     const UniqueFd file(os::openFile(write("plain", "x"), O_RDONLY));
     EXPECT_EQ(::fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
-    EXPECT_EQ(::fcntl(file.get(), F_GETFL) & O_ACCMODE, O_RDONLY);
+    const UniqueFd witness(::open((directory + "/plain").c_str(), O_RDONLY));  // the kernel adds flags of its own
+    EXPECT_EQ(::fcntl(file.get(), F_GETFL), ::fcntl(witness.get(), F_GETFL));
     EXPECT_GE(os::setCloseOnExec(file.get()), 0);
     EXPECT_NE(::fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
 }
@@ -97,6 +98,9 @@ TEST_F(PosixOs, TellsWhetherAPathExists) {
     EXPECT_LT(os::checkAccess(directory + "/missing"), 0);
     std::filesystem::create_symlink("missing", directory + "/dangling");
     EXPECT_LT(os::checkAccess(directory + "/dangling"), 0);
+    const std::string closed = write("closed", "");
+    std::filesystem::permissions(closed, std::filesystem::perms::none);
+    EXPECT_EQ(os::checkAccess(closed), 0);  // whatever may be done with it
 }
 
 TEST_F(PosixOs, ReadsLinksWithoutATerminator) {
@@ -148,6 +152,24 @@ TEST_F(PosixOs, ReadsMountTables) {
     EXPECT_STREQ(entry.mnt_fsname, "proc");
     EXPECT_FALSE(os::nextMountEntry(opened.get(), entry, line, sizeof line));
     EXPECT_EQ(os::openMountTable((directory + "/missing").c_str(), "r+"), nullptr);
+}
+
+TEST_F(PosixOs, AMountEntryLiesInTheCallersBufferAndMayFillIt) {
+    const std::string longOptions(20000, 'o');
+    const std::string table = write("mtab", "x /a ext4 " + longOptions + " 0 0\ny /b xfs rw 0 0\n");
+    const UniqueMountTable opened(os::openMountTable(table.c_str(), "r+"));
+    ASSERT_NE(opened, nullptr);
+    mntent first;
+    std::vector<char> firstLine(65536);
+    ASSERT_TRUE(os::nextMountEntry(opened.get(), first, firstLine.data(), static_cast<int>(firstLine.size())));
+    mntent second;
+    std::vector<char> secondLine(65536);
+    ASSERT_TRUE(os::nextMountEntry(opened.get(), second, secondLine.data(), static_cast<int>(secondLine.size())));
+    EXPECT_EQ(first.mnt_opts, longOptions);  // the next entry has overwritten nothing
+    EXPECT_STREQ(first.mnt_fsname, "x");
+    EXPECT_STREQ(second.mnt_fsname, "y");
+    for (const char* const field : {first.mnt_fsname, first.mnt_dir, first.mnt_type, first.mnt_opts})
+        EXPECT_TRUE(field >= firstLine.data() && field < firstLine.data() + firstLine.size());
 }
 
 }  // namespace

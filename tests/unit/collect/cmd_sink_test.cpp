@@ -230,6 +230,22 @@ TEST_F(CmdSinkOnHost, FilesAreAddedToWhatWasCaptured) {
     std::filesystem::remove(path);
 }
 
+TEST_F(CmdSinkOnHost, ExceptionsOfTheHostsFileFunctionsPassToTheCaller) {
+    (void)capture(sink, "a\n");
+    std::string path = "/etc/passwd";
+    for (const std::size_t crossing : {1U, 2U}) {  // whether the file exists, then its contents
+        host.setFaultPlan({crossing, false, refhost::FaultKind::kTalException});
+        EXPECT_THROW((void)sink.readFile(path), NVEXTAL20::TTALException) << crossing;
+        host.setFaultPlan({crossing, false, refhost::FaultKind::kStandardException});
+        EXPECT_THROW((void)sink.readFile(path), std::runtime_error) << crossing;
+        host.setFaultPlan({crossing, false, refhost::FaultKind::kForeignException});
+        EXPECT_THROW((void)sink.readFile(path), int) << crossing;
+        EXPECT_EQ(host.crossings(), crossing);
+    }
+    host.clearFaultPlan();
+    EXPECT_THAT(linesOf(sink), ElementsAre("a"));
+}
+
 TEST_F(CmdSinkOnHost, AMissingFileEmptiesTheCapture) {
     (void)capture(sink, "a\nb\n");
     std::string path = "/nonexistent/file";

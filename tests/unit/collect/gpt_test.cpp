@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include "tests/unit/collect/partition_fixture.h"
@@ -226,6 +227,22 @@ TEST(PartitionTableParser, AnArrayOfExactlyAMebibyteIsReadAtOnce) {
     machine.device("/dev/sda", DiskImage(8 << 20).gpt(8192));
     EXPECT_THAT(partitionsOn(machine, {"/dev/sda"}), IsEmpty());
     EXPECT_EQ(readsOf(machine), (std::vector<std::string>{"16", "512", "1048576"}));
+}
+
+TEST(PartitionTableParser, WhatOneReadOfTheKernelGivesIsReadAndNoMore) {
+    constexpr std::uint64_t kMostBytes = 0x7ffff000;  // of one read(2), however much is asked for
+    constexpr unsigned kLastSlot = kMostBytes / 128;
+    FakeOs machine;
+    machine.keepNoTexts().device(
+        "/dev/sda", std::uint64_t{1} << 40, [](std::uint64_t offset, char* buffer, std::size_t size) {
+            DiskImage disk(kMostBytes + 4096);
+            disk.gpt(kLastSlot + 1).gptEntry(kLastSlot, kLinux, 1, 2).gptEntry(kLastSlot + 1, kLinux, 3, 4);
+            const bool isFilled = offset < 1024 || offset + size > kMostBytes;
+            if (!isFilled) std::memset(buffer, 0, size);
+            if (isFilled) (void)disk.readAt(offset, buffer, size);
+        });
+    EXPECT_THAT(valuesOf(partitionsOn(machine, {"/dev/sda"}), "DeviceID"),
+                ElementsAre("/dev/sda" + std::to_string(kLastSlot)));
 }
 
 TEST(PartitionTableParser, APieceThatIsCutShortEndsTheArrayAndKeepsNothingOfTheOneBefore) {

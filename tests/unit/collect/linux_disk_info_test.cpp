@@ -182,6 +182,28 @@ TEST(LinuxDiskInfo, WithoutPartitionsInSysfsTheTableIsNotRead) {
                             "closedir(/sys/block/sda)", "close(/dev/sda)"));
 }
 
+TEST(LinuxDiskInfo, TheDirectoryIsReadToTheFirstPartition) {
+    const refhost::ReferenceHost host(hostWith());
+    FakeOs machine;
+    machine.directory("/sys/block/sda", {"size", "sda1", "sda2", "queue"});
+    EXPECT_TRUE(LinuxDiskInfo().HasPartitions("/dev/sda"));
+    EXPECT_THAT(machine.callTexts(),
+                ElementsAre("opendir(/sys/block/sda)", "readdir(/sys/block/sda)", "readdir(/sys/block/sda)",
+                            "readdir(/sys/block/sda)", "readdir(/sys/block/sda)", "closedir(/sys/block/sda)"));
+}
+
+TEST(LinuxDiskInfo, CountingReadsTheTablesAndAsksForNoNode) {
+    const refhost::ReferenceHost host(hostWith());
+    FakeOs machine;
+    machine.device("/dev/nvme0n1", DiskImage().slot(0, 0x83, 1, 1).slot(1, 0x05, 10, 1).slot(0, 0x83, 1, 1, 10));
+    EXPECT_EQ(LinuxDiskInfo().getPartitionCount("/dev/nvme0n1"), 3U);
+    EXPECT_THAT(machine.callTexts(),
+                ElementsAre("open(/dev/nvme0n1, O_RDONLY)", "fcntl(/dev/nvme0n1, FD_CLOEXEC)",
+                            "lseek(/dev/nvme0n1, 446)", "read(/dev/nvme0n1, 16)", "lseek(/dev/nvme0n1, 0)",
+                            "lseek(/dev/nvme0n1, 446)", "read(/dev/nvme0n1, 66)", "lseek(/dev/nvme0n1, 5566)",
+                            "read(/dev/nvme0n1, 66)", "close(/dev/nvme0n1)"));
+}
+
 TEST(LinuxDiskInfo, ThePartitionsAreCountedWhileTheDeviceIsStillOpen) {
     const refhost::ReferenceHost host(hostWith());
     FakeOs machine;

@@ -115,6 +115,36 @@ TEST_F(LogicalDisks, AMountThatWillBeDiscardedIsNeverMeasured) {
     EXPECT_THAT(machine.callTexts(), ::testing::Not(::testing::Contains("statfs(/dead)")));
 }
 
+TEST_F(LogicalDisks, AnAutomountThatWillBeDiscardedIsMeasuredAllTheSame) {
+    machine.fileSystem("/one", SpaceFigures{1, 1, 1, 1, 0, 0}).fileSystem("/two", SpaceFigures{1, 2, 2, 2, 0, 0});
+    machine.file("/etc/mtab", "auto /one autofs rw 0 0\nauto /two autofs rw 0 0\nauto /gone autofs rw 0 0\n");
+    const auto maps = enumerate();
+    EXPECT_THAT(machine.callTexts(),
+                ElementsAre("setmntent(/etc/mtab, r+)", "getmntent(/etc/mtab)", "statfs(/one)", "getmntent(/etc/mtab)",
+                            "statfs(/two)", "getmntent(/etc/mtab)", "statfs(/gone)", "statfs(auto)",
+                            "getmntent(/etc/mtab)", "endmntent(/etc/mtab)"));
+    EXPECT_THAT(valuesOf(maps, "OtherIdentifyingInfo"), ElementsAre("/one,"));
+    EXPECT_THAT(valuesOf(maps, "TotalSpace"), ElementsAre("1"));
+}
+
+TEST_F(LogicalDisks, ItIsTheTypeOfTheLaterEntryThatMakesAnAutomount) {
+    machine.file("/etc/mtab",
+                 "auto /one autofs rw 0 0\nauto /two nfs rw 0 0\nauto /three autofs4 rw 0 0\nauto /four AUTOFS rw 0 0\n"
+                 "server:/x /five nfs rw 0 0\nserver:/x /six autofs rw 0 0\n");
+    (void)enumerate();
+    const auto calls = machine.callTexts();
+    for (const char* const untouched : {"statfs(/two)", "statfs(/three)", "statfs(/four)"})
+        EXPECT_THAT(calls, ::testing::Not(::testing::Contains(untouched)));
+    EXPECT_THAT(calls, ::testing::Contains("statfs(/six)"));
+}
+
+TEST_F(LogicalDisks, ARelativeMountPointIsMeasuredAsItStands) {
+    machine.fileSystem("place", SpaceFigures{1, 5, 5, 5, 0, 0}).fileSystem("/dev/sda1", SpaceFigures{1, 7, 7, 7, 0, 0});
+    EXPECT_EQ(valueOf(only("/dev/sda1 place ext4 rw 0 0\n"), "TotalSpace"), "5");
+    EXPECT_THAT(machine.callTexts(), ::testing::Contains("statfs(place)"));
+    EXPECT_THAT(machine.callTexts(), ::testing::Not(::testing::Contains("statfs(/dev/sda1)")));
+}
+
 TEST_F(LogicalDisks, AFailedMeasurementLeavesNoFiguresOfAnEarlierOneBehind) {
     machine.fileSystem("/a", SpaceFigures{4096, 9, 8, 7, 6, 5});
     machine.file("/etc/mtab", "/dev/sda1 /a ext4 rw 0 0\n/dev/sda2 /b ext4 ro 0 0\n");

@@ -1,6 +1,8 @@
 // Primary, extended and logical partitions of MBR disks.
 #include <gmock/gmock.h>
 
+#include <locale>
+
 #include "tests/unit/collect/partition_fixture.h"
 
 namespace {
@@ -25,6 +27,20 @@ TEST(PartitionTableParser, DescribesAnMbrPartitionWithEightPairs) {
                                {"Bootable", "true"},          {"DeviceID", "/dev/sda1"},   {"ElementName", "/dev/sda1"},
                                {"StartingOffset", "1049022"}, {"FaultTolerant", "false"}};
     EXPECT_THAT(partitionsOf(DiskImage().slot(0, 0x83, 2048, 1048576, 0, 0x80)), ElementsAre(expected));
+}
+
+TEST(PartitionTableParser, MbrNumbersHaveNoGroupsWhateverTheProcessLocale) {
+    struct Grouped : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const auto image = DiskImage().slot(0, 0x83, 2048, 1048576, 0, 0x80);
+    const auto plain = partitionsOf(image);
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouped));
+    const auto grouped = partitionsOf(image);
+    std::locale::global(before);
+    EXPECT_EQ(grouped, plain);
+    EXPECT_THAT(valuesOf(grouped, "Size"), ElementsAre("536870912"));
 }
 
 TEST(PartitionTableParser, MbrStartingOffsetWrapsAt32BitsAndAdds446) {

@@ -215,7 +215,8 @@ INSTANTIATE_TEST_SUITE_P(
                       SizeTextCase{"the_largest_number", "18446744073709551615\n", true},
                       SizeTextCase{"one_more_than_the_largest", "18446744073709551616\n", false},
                       SizeTextCase{"an_absurd_number", std::string(400, '9') + "\n", false},
-                      SizeTextCase{"a_line_longer_than_a_page", std::string(5000, ' ') + "3\n", true}),
+                      SizeTextCase{"a_number_at_the_end_of_a_page", std::string(4095, ' ') + "3\n", true},
+                      SizeTextCase{"a_number_behind_a_page", std::string(4096, ' ') + "3\n", false}),
     [](const auto& row) { return std::string(row.param.label); });
 
 struct MajorTextCase {
@@ -285,6 +286,19 @@ TEST(SysfsText, TheFirstLineIsReadInAsManyPiecesAsItTakes) {
         EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), "123456");
     }
     EXPECT_EQ(machine.openHandles(), 0);
+}
+
+TEST(SysfsText, NothingIsReadBehindAPage) {
+    FakeOs machine;
+    machine.file("/sys/block/sda/size", std::string(4095, ' ') + "123\n");
+    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), std::string(4095, ' ') + "1");
+    EXPECT_EQ(machine.callTexts().at(1), "read(/sys/block/sda/size, 4096)");
+    EXPECT_THAT(machine.callTexts(), SizeIs(3));  // open, read, close
+    machine.heal();
+    machine.failCallsLike("read(", Effect::readsAtMost(4000));
+    EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), std::string(4095, ' ') + "1");
+    EXPECT_EQ(machine.callTexts().at(2), "read(/sys/block/sda/size, 96)");
+    EXPECT_THAT(machine.callTexts(), SizeIs(4));
 }
 
 TEST(SysfsText, AFileThatIsMissingOrEmptyHasNoFirstLine) {

@@ -166,6 +166,18 @@ TEST(TDiskMgtCallbacks, AnExceptionOfTheRegistrationLeavesTheConstructor) {
     }
 }
 
+TEST(TDiskMgtCallbacks, WhatItGaveTheLogStaysWhenItIsGone) {
+    HostSession session;
+    LogMessage::setPluginInstance(nullptr);
+    auto* const entry = new TDiskMgtCallbacks;  // registered: the log has the handle
+    (void)session.insideRequest({}, [](auto, Classes&) {});
+    LogMessage::getInstance()->writeStatus("while it is there");
+    session.host.unloadPlugins();  // frees it through PrepareForUnload
+    (void)entry;
+    LogMessage::getInstance()->writeStatus("afterwards");
+    EXPECT_THAT(linesOf(session.host.log()), ElementsAre("2 while it is there", "2 afterwards"));
+}
+
 TEST(TDiskMgtCallbacks, InitAndDeInitDoNothing) {
     FakeOs machine;
     PluginSession session;
