@@ -1,4 +1,4 @@
-// Allocations of the whole process, counted by replaced operators new.
+// Allocations of the whole process, counted and measured by replaced operators new and delete.
 #pragma once
 
 #include <cstdint>
@@ -7,5 +7,15 @@ namespace diskmgt_bench {
 
 /// Calls of operator new since the process began, those of the shared libraries included.
 std::uint64_t allocationCount();
+
+/// The most bytes that operator new has handed out and not got back, above those at its construction. One at a time.
+class PeakBytes {
+public:
+    PeakBytes();
+    std::int64_t bytes() const;
+
+private:
+    std::int64_t before;
+};
 
 }  // namespace diskmgt_bench

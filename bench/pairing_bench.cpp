@@ -42,15 +42,63 @@ std::vector<std::string> sorted(std::vector<std::string> names) {
     return names;
 }
 
+/// One search of all keys in all texts; its peak of memory in MiB, beside keys and texts.
+void searchEach(benchmark::State& state, const std::vector<std::string>& sortedKeys,
+                const std::vector<std::string>& texts) {
+    const std::vector<std::string_view> keyViews(sortedKeys.begin(), sortedKeys.end());
+    const std::vector<std::string_view> textViews(texts.begin(), texts.end());
+    const auto search = [&] { return ContainedKeySearch(keyViews).firstWithinEach(textViews); };
+    const diskmgt_bench::PeakBytes peak;
+    (void)search();
+    state.counters["peak MiB"] = static_cast<double>(peak.bytes()) / (1 << 20);
+    for (auto iteration : state) benchmark::DoNotOptimize(search());
+}
+
 /// As many keys as texts: logical disks against partitions.
 void quickSearch(benchmark::State& state) {
     const std::vector<std::string> names = sorted(partitionNames(static_cast<std::size_t>(state.range(0))));
-    const std::vector<std::string_view> keys(names.begin(), names.end());
-    for (auto iteration : state) {
-        const ContainedKeySearch search(keys);
-        for (const std::string& text : names) benchmark::DoNotOptimize(search.firstWithin(text));
-    }
+    searchEach(state, names, names);
     state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+/// That many different texts of that length, in byte order, that share their first bytes and no more.
+std::vector<std::string> longNames(std::size_t count, std::size_t length) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string name = "/mnt/" + std::to_string(1000000 + i) + "/";
+        for (std::size_t byte = i; name.size() < length; byte = byte * 31 + 7)
+            name += static_cast<char>('a' + byte % 26);
+        names.push_back(name);
+    }
+    return names;
+}
+
+/// Sources that a user chose against the partitions' names.
+void longKeys(benchmark::State& state, std::size_t longestName) {
+    const auto keys = longNames(static_cast<std::size_t>(state.range(0)), static_cast<std::size_t>(state.range(1)));
+    std::vector<std::string> texts = longNames(10000, 15);
+    if (longestName != 0) texts.push_back(longNames(1, longestName).front());
+    searchEach(state, keys, texts);
+}
+
+/// Drives against such sources.
+void longTexts(benchmark::State& state) { searchEach(state, sorted(driveNames(1000)), longNames(4000, 4000)); }
+
+/// Sources against each other: no key can be left out, and each fits a text but for its last byte.
+void longKeysInLongTexts(benchmark::State& state) {
+    const std::vector<std::string> texts = longNames(4000, 4000);
+    std::vector<std::string> keys = texts;
+    for (std::string& key : keys) key.back() = '~';
+    searchEach(state, keys, texts);
+}
+
+/// Targets of links, which come one at a time; the longest that are read.
+void linkTargets(benchmark::State& state) {
+    std::vector<std::string> keys;
+    for (std::size_t i = 0; i < 10000; ++i) keys.push_back(std::string(200, 'a') + std::to_string(10000 + i));
+    const ContainedKeySearch search(std::vector<std::string_view>(keys.begin(), keys.end()));
+    const std::string target(256, 'a');
+    for (auto iteration : state) benchmark::DoNotOptimize(search.firstWithin(target));
 }
 
 void plainSearch(benchmark::State& state) {
@@ -92,6 +140,20 @@ void pairing(benchmark::State& state, const std::string& className) {
 }  // namespace
 
 BENCHMARK(quickSearch)->Name("pairing/search")->RangeMultiplier(10)->Range(1000, 100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(longKeys, names, 0)
+    ->Name("pairing/long_keys")
+    ->Args({4000, 4000})
+    ->Args({100000, 100})
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(longKeys, one_long_name, 200)
+    ->Name("pairing/long_keys_and_one_name_of_200_bytes")
+    ->Args({50000, 100})
+    ->Args({100000, 100})
+    ->Args({200000, 100})
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(longTexts)->Name("pairing/drives_in_long_texts")->Unit(benchmark::kMicrosecond);
+BENCHMARK(longKeysInLongTexts)->Name("pairing/long_keys_in_long_texts")->Unit(benchmark::kMicrosecond);
+BENCHMARK(linkTargets)->Name("pairing/longest_link_target")->Unit(benchmark::kMicrosecond);
 // Quadratic: at 100,000 it would take minutes.
 BENCHMARK(plainSearch)->Name("pairing/plain_search")->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(pairing, partition_present, "VEXSG_PartitionPresent")

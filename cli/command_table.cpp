@@ -32,7 +32,8 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt\n"
          "  diskmgt --all\n"
-         "  diskmgt tree --bytes\n"},
+         "  diskmgt tree --bytes\n",
+         &deliverKnownTree},
         {"get",
          &runGet,
          "CLASS",
@@ -84,7 +85,8 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n"},
+         "  diskmgt explain --format json\n",
+         &deliverKnownExplanation},
         {"diff",
          &runDiff,
          "OLD NEW",
@@ -131,13 +133,14 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt export json\n"
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
          "  diskmgt export prometheus --output /var/lib/prometheus/node-exporter/diskmgt.prom\n"
-         "  diskmgt export html --output disks.html\n"},
+         "  diskmgt export html --output disks.html\n",
+         &deliverKnownExport},
         {"classes",
          &runClasses,
          "CLASS",
          0,
          1,
-         kNoFlags,
+         kTouchesNothing,
          {"table", "json", "mof"},
          "The schema: the class tree, or one class with its properties",
          "mof prints the whole schema, the public base classes first. In a table, Key\n"
@@ -181,7 +184,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tree = {"", &runTree, nullptr, 0, 0, kHasAll | kHasBytes, {}, "", ""};
+    static const CommandDescription tree = {"", &runTree, nullptr,          0, 0, kHasAll | kHasBytes, {},
+                                            "", "",       &deliverKnownTree};
     return tree;
 }
 

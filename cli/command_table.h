@@ -16,7 +16,8 @@ enum CommandFlags : unsigned {
     kHasAll = 2,
     kHasBytes = 4,
     kHasSpace = 8,
-    kHasColumns = 16
+    kHasColumns = 16,
+    kTouchesNothing = 32  // neither devices nor files nor a plug-in
 };
 
 struct CommandDescription {
@@ -29,6 +30,7 @@ struct CommandDescription {
     std::vector<std::string> formats;  // the first is the default; none: the command has no --format
     const char* summary;
     const char* details;  // what stands below the options in its help
+    DeliverFunction deliverKnown = nullptr;
 };
 
 const std::vector<CommandDescription>& commands();

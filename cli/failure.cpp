@@ -5,9 +5,9 @@
 
 #include <cstdio>
 
-#include "cli/pending_file.h"
 #include "cli/progress_line.h"
 #include "cli/readable_text.h"
+#include "cli/uninterrupted.h"
 
 namespace diskmgt_cli {
 
@@ -20,7 +20,7 @@ void complain(const std::string& sentence) {
 }
 
 void leaveNow(ExitStatus status) {
-    pending_file::remove();
+    Uninterrupted::awaitEnd();
     ::_exit(status);
 }
 

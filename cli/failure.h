@@ -28,8 +28,8 @@ private:
 /// Writes "diskmgt: " and the sentence as one line to standard error; control characters are escaped.
 void complain(const std::string& sentence);
 
-/// Ends the process at once: the half-written output is removed, and nothing is unwound, unloaded or joined. For
-/// when other threads or the loader are in a state that no destructor may touch.
+/// Ends the process at once: nothing is unwound, unloaded or joined, and only a file that is being put in place is
+/// waited for. For when other threads or the loader are in a state that no destructor may touch.
 [[noreturn]] void leaveNow(ExitStatus status);
 
 }  // namespace diskmgt_cli

@@ -1,15 +1,15 @@
-// The command: reads what is asked, does it, and turns what went wrong into one sentence and an exit status.
+// The command: reads what is asked and does it, in a process of its own where the work may never come back.
 #include <fcntl.h>
-#include <malloc.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <exception>
-#include <new>
 #include <string>
 
 #include "cli/failure.h"
 #include "cli/options.h"
+#include "cli/supervise.h"
+#include "cli/uninterrupted.h"
 
 namespace {
 
@@ -26,18 +26,17 @@ void occupyClosedStandardDescriptors() {
 
 int main(int argumentCount, char** arguments) {
     occupyClosedStandardDescriptors();
-    (void)::mallopt(M_ARENA_MAX, 1);      // the thread that watches the clock would lay out a heap of its own to end
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
+    (void)std::signal(SIGXFSZ, SIG_IGN);  // so is a file that would exceed "ulimit -f"
+    endOnSignalsAsFirstProcess();
     try {
         const Options options = readOptions(argumentCount, arguments);
-        return options.run(options);
+        return options.mayStall ? runSupervised(options) : runHere(options);
     } catch (const CommandError& error) {
-        if (*error.what() != '\0') complain(error.what());
+        complain(error.what());
         return error.status();
-    } catch (const std::bad_alloc&) {
-        complain("out of memory; ask for fewer classes or files at once");
     } catch (const std::exception& error) {
-        complain(std::string("stopped by an unexpected failure: ") + error.what() + "; nothing was written completely");
+        complain(std::string("cannot read the command line: ") + error.what());
     }
     return kFailureReported;
 }

@@ -250,6 +250,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     refuseForeignOptions(given, command);
     Options options;
     options.run = command.run;
+    options.deliverKnown = command.deliverKnown;
     options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
@@ -268,6 +269,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     if (given.outputFile && given.outputFile->empty())
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
+    options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
     if (given.pluginFile && given.pluginFile->empty())
         wrongUsage("--plugin needs the name of a file, not an empty text");
     const char* const named = std::getenv("DISKMGT_PLUGIN");
@@ -278,6 +280,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
 Options showing(const std::string& text) {
     Options options;
     options.run = &runShowText;
+    options.mayStall = false;
     options.text = text;
     return options;
 }

@@ -14,15 +14,19 @@ enum class ColorChoice { kAuto, kAlways, kNever };
 struct Options;
 /// Does what a command is for: see commands.h.
 using CommandFunction = ExitStatus (*)(const Options& options);
+/// Writes what was made known before time ran out.
+using DeliverFunction = void (*)(const Options& options, const std::string& known);
 
 struct Options {
     CommandFunction run = nullptr;
-    std::vector<std::string> operands;  // class names or files, in the order given
-    bool exact = false;                 // no earlier request for the classes an association relies on
-    bool all = false;                   // tree: what is on no drive too
-    bool bytes = false;                 // tree: sizes in bytes
-    bool space = false;                 // diff: free space too
-    std::vector<std::string> columns;   // get: only these properties, in this order; empty: all
+    DeliverFunction deliverKnown = nullptr;  // null: nothing is delivered past the limit
+    bool mayStall = true;                    // the work may never come back
+    std::vector<std::string> operands;       // class names or files, in the order given
+    bool exact = false;                      // no earlier request for the classes an association relies on
+    bool all = false;                        // tree: what is on no drive too
+    bool bytes = false;                      // tree: sizes in bytes
+    bool space = false;                      // diff: free space too
+    std::vector<std::string> columns;        // get: only these properties, in this order; empty: all
     Format format = Format::kJson;
     std::string pluginFile;      // empty: the one that belongs to this command
     int logSeverity = -1;        // forward the host's log from this severity on; negative: not at all

@@ -1,17 +1,21 @@
-// Where the data goes: standard output, or a file that appears whole or not at all.
+// Where the data goes: standard output, something that is open or written as it is, or a file that appears whole or not
+// at all.
 #pragma once
 
 #include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 namespace diskmgt_cli {
 
+class ReplacementFile;
+
 /// Every operation throws `CommandError` when the data cannot be written; when the reader has gone away, a quiet one.
 class Output {
 public:
-    /// An empty path means standard output. A regular file is written under a temporary name beside it until
-    /// `finish`, and a symbolic link to one stays a link; devices and pipes are written as they are.
+    /// An empty path means standard output. A regular file is replaced in `finish`, and a symbolic link to one stays a
+    /// link; devices, pipes and paths to an open descriptor, such as /dev/stdout, are written as they are.
     explicit Output(const std::string& filePath);
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
@@ -26,12 +30,13 @@ public:
     void finish();
 
 private:
-    void openReplacement(const std::string& target, unsigned mode);
+    void open();
     [[noreturn]] void fail(int errorNumber) const;
+    [[noreturn]] void fail(const std::string& reason) const;
 
-    std::string path;           // as given; empty for standard output
-    std::string pendingTarget;  // the name that `finish` gives; empty when written in place
-    std::FILE* stream = nullptr;
+    std::string path;                              // as given; empty for standard output
+    std::unique_ptr<ReplacementFile> replacement;  // null: written as it is
+    std::FILE* stream = nullptr;                   // the replacement's own when there is one
 };
 
 }  // namespace diskmgt_cli

@@ -1,4 +1,4 @@
-// Finds the plug-in, drives the host, and gives up when the time limit has passed.
+// Finds the plug-in and drives the host.
 #include "cli/plugin_session.h"
 
 #include <limits.h>
@@ -6,8 +6,6 @@
 
 #include <cstddef>
 #include <utility>
-
-#include "cli/stalled_call.h"
 
 namespace diskmgt_cli {
 
@@ -35,6 +33,7 @@ std::string choosePluginFile(const std::string& named) {
 refhost::HostOptions hostOptions(const Options& options) {
     refhost::HostOptions wanted;
     wanted.virtualDevices = options.virtualDevices;
+    wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
     return wanted;
 }
 
@@ -57,20 +56,20 @@ PluginSession::PluginSession(const Options& options)
 
 PluginSession::~PluginSession() { referenceHost.unloadPlugins(); }
 
-Deadline PluginSession::startTimeLimit(std::function<void()> beforeLeaving, const std::string& consequence) {
+Deadline PluginSession::startTimeLimit(bool deliversKnown, const std::string& consequence) {
     Deadline::Watched work;
-    work.whatIsUnderWay = [this, worker = ownThreadFolder()] { return whatIsUnderWay(worker); };
-    work.beforeLeaving = std::move(beforeLeaving);
     work.consequence = consequence;
     work.isShown = !isLogForwarded;
-    return Deadline(timeoutSeconds, std::move(work));
+    work.ofPlugin = true;
+    work.deliversKnown = deliversKnown;
+    return {timeoutSeconds, work};
 }
 
 refhost::PluginIdentity PluginSession::load() {
-    isLoading = true;
+    Deadline::nowAt("loading " + pluginFile);
     try {
         refhost::PluginIdentity identity = referenceHost.loadPlugin(pluginFile);
-        isLoading = false;
+        Deadline::nowAt("");
         return identity;
     } catch (const refhost::PluginError& error) {
         std::string reason = error.what();
@@ -82,10 +81,14 @@ refhost::PluginIdentity PluginSession::load() {
 }
 
 refhost::RequestResult PluginSession::requestEarlier(const ClassPlan& plan) {
-    return plan.earlier.empty() ? refhost::RequestResult() : referenceHost.request(plan.earlier);
+    return plan.earlier.empty() ? refhost::RequestResult() : request(plan.earlier);
 }
 
-refhost::RequestResult PluginSession::request(const ClassPlan& plan) { return referenceHost.request(plan.request); }
+refhost::RequestResult PluginSession::request(const std::vector<std::string>& classNames) {
+    refhost::RequestResult result = referenceHost.request(classNames);
+    Deadline::nowAt("");
+    return result;
+}
 
 std::string PluginSession::failureOf(const refhost::RequestResult& result) {
     if (!result.reportsFailure()) return {};
@@ -95,14 +98,6 @@ std::string PluginSession::failureOf(const refhost::RequestResult& result) {
     for (const refhost::LogLine& line : result.log)
         if (line.text.find("exception") != std::string::npos) return "an exception was logged: " + line.text;
     return "the log tells more";
-}
-
-std::string PluginSession::whatIsUnderWay(const std::string& workerFolder) const {
-    if (isLoading) return "loading " + pluginFile;
-    const std::string className = referenceHost.classBeingServed();
-    const std::string call = stalledCallOf(workerFolder);
-    if (className.empty()) return call.empty() ? "waiting for the plug-in" : call;
-    return "serving " + className + (call.empty() ? "" : ": " + call);
 }
 
 ExitStatus reportFailures(const ServedPlan& served) {

@@ -1,9 +1,8 @@
 // One host with one plug-in in it, used under a time limit.
 #pragma once
 
-#include <atomic>
-#include <functional>
 #include <string>
+#include <vector>
 
 #include "cli/class_plan.h"
 #include "cli/deadline.h"
@@ -30,29 +29,26 @@ public:
 
     refhost::ReferenceHost& host() { return referenceHost; }
 
-    /// Limits what follows, which may load, request and unload, for as long as the answer lives. `beforeLeaving` runs
-    /// past the limit, on another thread than the work that is still stuck; `consequence` continues the sentence about
-    /// it.
-    Deadline startTimeLimit(std::function<void()> beforeLeaving = {}, const std::string& consequence = "");
+    /// Limits what follows, which may load, request and unload, for as long as the answer lives. `deliversKnown`: past
+    /// the limit what was made known by then is delivered; `consequence` continues the sentence about giving up.
+    Deadline startTimeLimit(bool deliversKnown = false, const std::string& consequence = "");
 
     /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
     /// a state in which nothing can be unwound safely.
     refhost::PluginIdentity load();
     /// The earlier request, when the plan has one.
     refhost::RequestResult requestEarlier(const ClassPlan& plan);
-    refhost::RequestResult request(const ClassPlan& plan);
+    refhost::RequestResult request(const std::vector<std::string>& classNames);
+    refhost::RequestResult request(const ClassPlan& plan) { return request(plan.request); }
 
     /// The text of the first failure that a request reports; empty when there is none.
     static std::string failureOf(const refhost::RequestResult& result);
 
 private:
-    std::string whatIsUnderWay(const std::string& workerFolder) const;
-
     const std::string pluginFile;
     const double timeoutSeconds;
     const bool isLogForwarded;
     refhost::ReferenceHost& referenceHost;
-    std::atomic<bool> isLoading{false};
 };
 
 /// Says in one sentence what failed while a plan was served, if anything did; the exit status that follows.

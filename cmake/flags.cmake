@@ -4,6 +4,7 @@
 # and the product under test keeps its own flags.
 define_property(TARGET PROPERTY DISKMGT_TEST_CODE INITIALIZE_FROM_VARIABLE DISKMGT_TEST_CODE)
 set(is_test_code $<BOOL:$<TARGET_PROPERTY:DISKMGT_TEST_CODE>>)
+set(is_product_code $<NOT:${is_test_code}>)
 
 add_library(diskmgt_flags INTERFACE)
 target_compile_options(diskmgt_flags INTERFACE
@@ -12,14 +13,39 @@ target_compile_options(diskmgt_flags INTERFACE
 target_compile_options(diskmgt_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_link_options(diskmgt_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
 
+include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
+check_cxx_compiler_flag(-fstack-clash-protection HAS_STACK_CLASH_PROTECTION)
+if(HAS_STACK_CLASH_PROTECTION)
+  target_compile_options(diskmgt_flags INTERFACE $<${is_product_code}:-fstack-clash-protection>)
+endif()
+check_cxx_compiler_flag(-fcf-protection=full HAS_CONTROL_FLOW_PROTECTION)  # x86 only
+if(HAS_CONTROL_FLOW_PROTECTION)
+  target_compile_options(diskmgt_flags INTERFACE $<${is_product_code}:-fcf-protection=full>)
+  # For a shared library. Debian's start-up files are without the note, so the linker leaves it out. What they lack is a
+  # landing mark on `_init` and `_fini`; a library in which the loader calls neither needs none, and ours does all in
+  # arrays of constructors and destructors.
+  set(DISKMGT_CONTROL_FLOW_NOTE -Wl,-z,ibt,-z,shstk -Wl,-init=none_is_called -Wl,-fini=none_is_called)
+endif()
+
 if(DISKMGT_SANITIZE)
   target_compile_options(diskmgt_flags INTERFACE
       -fsanitize=${DISKMGT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
   target_link_options(diskmgt_flags INTERFACE -fsanitize=${DISKMGT_SANITIZE})
 else()
-  # glibc's checked copies need an optimising build; sanitizers check more and do not mix with them.
+  # glibc's checked copies need an optimising build; sanitizers check more and do not mix with them. Level 3 checks
+  # buffers too whose size is only known at run time.
+  set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
+  check_cxx_source_compiles("
+      #include <features.h>
+      #if __USE_FORTIFY_LEVEL < 3
+      #error \"treated like a lower level\"
+      #endif
+      int main() {}" HAS_FORTIFY_3)
+  unset(CMAKE_REQUIRED_FLAGS)
+  set(fortify_level $<IF:$<BOOL:${HAS_FORTIFY_3}>,3,2>)
   target_compile_options(diskmgt_flags INTERFACE
-      $<$<AND:$<CONFIG:Release,RelWithDebInfo>,$<NOT:${is_test_code}>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+      $<$<AND:$<CONFIG:Release,RelWithDebInfo>,${is_product_code}>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${fortify_level}>)
 endif()
 if(DISKMGT_COVERAGE)
   target_compile_options(diskmgt_flags INTERFACE --coverage -fprofile-update=atomic)

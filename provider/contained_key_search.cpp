@@ -1,59 +1,139 @@
-// Building and running of the automaton (Aho and Corasick's, with the lowest rank kept in place of every match).
+// Choice of what is searched for in what. The keys are taken in batches, in the order of their ranks: a text in which
+// a batch found a key is done with.
 #include "provider/contained_key_search.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "provider/key_automaton.h"
 
 namespace diskmgt_col {
 
-ContainedKeySearch::ContainedKeySearch(const std::vector<std::string_view>& keys) : states(1) {
-    struct Step {
-        std::uint32_t from;
-        std::uint32_t to;
-        char byte;
-    };
-    std::vector<std::vector<Step>> stepsByDepth;
-    for (std::size_t rank = 0; rank < keys.size(); ++rank) {
-        const std::string_view key = keys[rank];
-        if (stepsByDepth.size() < key.size()) stepsByDepth.resize(key.size());
-        std::uint32_t state = kStart;
-        for (std::size_t depth = 0; depth < key.size(); ++depth) {
-            const auto fresh = static_cast<std::uint32_t>(states.size());
-            const auto [child, isNew] = children.try_emplace(edge(state, key[depth]), fresh);
-            if (isNew) {
-                states.emplace_back();
-                stepsByDepth[depth].push_back({state, fresh, key[depth]});
+namespace {
+
+// An automaton has at most one state for so many bytes of the texts: what it takes is then bounded by the texts, and
+// no text is passed over more often than once for so many times the texts' bytes in keys.
+constexpr std::size_t kTextBytesPerState = 8;
+constexpr std::size_t kFewStates = std::size_t{1} << 18;   // 3.25 MiB: always allowed
+constexpr std::size_t kManyStates = std::size_t{1} << 31;  // more are never numbered
+constexpr std::size_t kStatesPerKey = 8;                   // what the list of a batch's keys takes, as so many states
+
+bool beginsWith(std::string_view text, std::string_view beginning) {
+    return text.substr(0, beginning.size()) == beginning;
+}
+
+bool contains(std::string_view text, std::string_view key) {
+    return key.empty() || memmem(text.data(), text.size(), key.data(), key.size()) != nullptr;  // linear, unlike find
+}
+
+std::size_t commonLength(std::string_view one, std::string_view other) {
+    const auto shorter = std::min(one.size(), other.size());
+    return static_cast<std::size_t>(
+        std::mismatch(one.begin(), one.begin() + static_cast<std::ptrdiff_t>(shorter), other.begin()).first -
+        one.begin());
+}
+
+}  // namespace
+
+/// One search in many texts.
+class ContainedKeySearch::Pass {
+public:
+    Pass(const ContainedKeySearch& owner, const std::vector<std::string_view>& searched)
+        : search(owner), texts(searched), found(searched.size(), kNone) {
+        std::size_t bytes = 0;
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            open.push_back(i);
+            longestText = std::max(longestText, texts[i].size());
+            bytes += texts[i].size();
+        }
+        mostStates = std::min(std::max(kFewStates, bytes / kTextBytesPerState), kManyStates);
+    }
+
+    std::vector<std::size_t> run() {
+        for (const std::size_t rank : search.leading) {
+            if (open.empty()) break;
+            const std::string_view key = search.keys[rank];
+            if (key.size() > longestText) continue;
+            if (key.empty() || kStartState + key.size() + kStatesPerKey > mostStates) {
+                searchBatch();
+                settle([&](std::string_view text) { return contains(text, key) ? rank : kNone; });
+                continue;
             }
-            state = child->second;
+            if (batchStates + newStates(key) + kStatesPerKey * (batch.size() + 1) > mostStates) searchBatch();
+            batchStates += newStates(key);
+            shortestKey = std::min(shortestKey, key.size());
+            batch.push_back(key);
+            batchRanks.push_back(rank);
         }
-        states[state].bestRank = std::min(states[state].bestRank, rank);  // of equal keys the first counts
+        searchBatch();
+        return std::move(found);
     }
-    // A suffix is shorter than what it is a suffix of, so going by depth finds its state complete.
-    for (const std::vector<Step>& steps : stepsByDepth) {
-        for (const Step& step : steps) {
-            State& state = states[step.to];
-            if (step.from != kStart) state.longestSuffix = advance(states[step.from].longestSuffix, step.byte);
-            state.bestRank = std::min(state.bestRank, states[state.longestSuffix].bestRank);
-        }
+
+private:
+    static constexpr std::size_t kStartState = 1;
+
+    /// How many states the key adds to those of the batch.
+    std::size_t newStates(std::string_view key) const {
+        return key.size() - (batch.empty() ? 0 : commonLength(batch.back(), key));
     }
+
+    void searchBatch() {
+        if (batch.empty()) return;
+        const KeyAutomaton automaton(batch, batchStates);
+        settle([&](std::string_view text) {
+            const std::uint32_t first = text.size() < shortestKey ? KeyAutomaton::kNone : automaton.firstWithin(text);
+            return first == KeyAutomaton::kNone ? kNone : batchRanks[first];
+        });
+        batch.clear();
+        batchRanks.clear();
+        batchStates = kStartState;
+        shortestKey = kNone;
+    }
+
+    /// Asks about every open text and closes those that have an answer.
+    template <typename RankIn>
+    void settle(const RankIn& rankIn) {
+        const auto isSettled = [&](std::size_t i) { return (found[i] = rankIn(texts[i])) != kNone; };
+        open.erase(std::remove_if(open.begin(), open.end(), isSettled), open.end());
+    }
+
+    const ContainedKeySearch& search;
+    const std::vector<std::string_view>& texts;
+    std::vector<std::size_t> found;  // ranks, by text
+    std::vector<std::size_t> open;   // texts without an answer
+    std::size_t longestText = 0;
+    std::size_t mostStates = 0;
+    std::vector<std::string_view> batch;  // keys that are searched for together
+    std::vector<std::size_t> batchRanks;
+    std::size_t batchStates = kStartState;
+    std::size_t shortestKey = kNone;
+};
+
+ContainedKeySearch::ContainedKeySearch(std::vector<std::string_view> sortedKeys) : keys(std::move(sortedKeys)) {
+    for (std::size_t rank = 0; rank < keys.size(); ++rank) {
+        // In byte order, what begins with a key comes right after it.
+        if (leading.empty() || !beginsWith(keys[rank], keys[leading.back()])) leading.push_back(rank);
+    }
+}
+
+std::vector<std::size_t> ContainedKeySearch::firstWithinEach(const std::vector<std::string_view>& texts) const {
+    return Pass(*this, texts).run();
 }
 
 std::size_t ContainedKeySearch::firstWithin(std::string_view text) const {
-    std::uint32_t state = kStart;
-    std::size_t best = states[kStart].bestRank;
-    for (const char byte : text) {
-        state = advance(state, byte);
-        best = std::min(best, states[state].bestRank);
+    std::size_t best = kNone;
+    for (std::size_t begin = 0; begin <= text.size(); ++begin) {
+        const std::string_view rest = text.substr(begin);
+        // Of the leading keys only the last one that is not greater can begin here.
+        const auto next =
+            std::upper_bound(leading.begin(), leading.end(), rest,
+                             [&](std::string_view wanted, std::size_t rank) { return wanted < keys[rank]; });
+        if (next == leading.begin()) continue;
+        const std::size_t rank = *std::prev(next);
+        if (rank < best && beginsWith(rest, keys[rank])) best = rank;
     }
     return best;
-}
-
-std::uint32_t ContainedKeySearch::advance(std::uint32_t state, char byte) const {
-    for (;;) {
-        const auto child = children.find(edge(state, byte));
-        if (child != children.end()) return child->second;
-        if (state == kStart) return kStart;
-        state = states[state].longestSuffix;
-    }
 }
 
 }  // namespace diskmgt_col

@@ -25,6 +25,14 @@ namespace {
 constexpr int kWithSubclasses = 1;
 constexpr std::size_t kMaxLinkTarget = 256;
 
+/// The keys of an index, in its order. They stay the index's.
+std::vector<std::string_view> keysOf(const InstanceIndex& index) {
+    std::vector<std::string_view> keys;
+    keys.reserve(index.size());
+    for (const auto& [key, instance] : index) keys.emplace_back(key);
+    return keys;
+}
+
 /// The entries of an index, found by the keys they hold.
 class Candidates {
 public:
@@ -32,34 +40,36 @@ public:
         for (const auto& [key, instance] : index) instances.push_back(instance.get());
     }
 
-    /// The first instance in key order whose key lies within the text; null when none does.
-    ICIMInstance* firstWithin(std::string_view text) const {
-        const std::size_t rank = search.firstWithin(text);
-        return rank == ContainedKeySearch::kNone ? nullptr : instances[rank];
+    /// For each key of the other index the first instance, in key order, whose key lies within it; null when none does.
+    std::vector<ICIMInstance*> firstWithinEach(const InstanceIndex& containing) const {
+        std::vector<ICIMInstance*> found;
+        for (const std::size_t rank : search.firstWithinEach(keysOf(containing))) found.push_back(ranked(rank));
+        return found;
     }
 
+    /// The same for one short text.
+    ICIMInstance* firstWithin(std::string_view text) const { return ranked(search.firstWithin(text)); }
+
 private:
-    static std::vector<std::string_view> keysOf(const InstanceIndex& index) {
-        std::vector<std::string_view> keys;
-        keys.reserve(index.size());
-        for (const auto& [key, instance] : index) keys.emplace_back(key);
-        return keys;
+    ICIMInstance* ranked(std::size_t rank) const {
+        return rank == ContainedKeySearch::kNone ? nullptr : instances[rank];
     }
 
     ContainedKeySearch search;
     std::vector<ICIMInstance*> instances;  // the index's
 };
 
-TCIMValue referenceTo(ICIMInstance& instance) {
+TCIMReference referenceTo(ICIMInstance& instance) {
     TCIMOptions options;
-    TCIMReference reference = instance.GetReference(options);
-    return TCIMValue(reference);
+    return instance.GetReference(options);
 }
 
 ReferenceMap association(ICIMInstance& antecedent, ICIMInstance& dependent) {
+    TCIMReference antecedentReference = referenceTo(antecedent);
+    TCIMReference dependentReference = referenceTo(dependent);
     ReferenceMap references;
-    references.emplace(kAntecedent, referenceTo(antecedent));
-    references.emplace(kDependent, referenceTo(dependent));
+    references.emplace(kAntecedent, TCIMValue(antecedentReference));
+    references.emplace(kDependent, TCIMValue(dependentReference));
     return references;
 }
 
@@ -122,10 +132,11 @@ std::vector<ReferenceMap> DiskInfoAssociator::enumerateDiskBasedOnPartitionAssoc
     boost::shared_ptr<ICIMNamespace> nameSpace) {
     const InstanceIndex partitions = enumeratePhysicalDrivePartitions(nameSpace);
     const InstanceIndex logicalDisks = enumerateLogicalDriveNames(nameSpace);
-    const Candidates candidates(logicalDisks);
+    const std::vector<ICIMInstance*> matches = Candidates(logicalDisks).firstWithinEach(partitions);
+    auto match = matches.begin();
     std::vector<ReferenceMap> associations;
     for (const auto& [key, partition] : partitions) {
-        ICIMInstance* const logicalDisk = candidates.firstWithin(key);
+        ICIMInstance* const logicalDisk = *match++;
         if (logicalDisk != nullptr) associations.push_back(association(*partition, *logicalDisk));
     }
     return associations;
@@ -135,10 +146,11 @@ std::vector<ReferenceMap> DiskInfoAssociator::enumeratePartitionPresentAssociati
     boost::shared_ptr<ICIMNamespace> nameSpace) {
     const InstanceIndex partitions = enumeratePhysicalDrivePartitions(nameSpace);
     const InstanceIndex drives = enumeratePhysicalDriveNames(nameSpace);
-    const Candidates candidates(drives);
+    const std::vector<ICIMInstance*> matches = Candidates(drives).firstWithinEach(partitions);
+    auto match = matches.begin();
     std::vector<ReferenceMap> associations;
     for (const auto& [key, partition] : partitions) {
-        ICIMInstance* const drive = candidates.firstWithin(key);
+        ICIMInstance* const drive = *match++;
         if (drive != nullptr) associations.push_back(association(*drive, *partition));
     }
     return associations;
@@ -149,9 +161,11 @@ std::vector<ReferenceMap> DiskInfoAssociator::enumerateMediaPresentAssociations(
     const InstanceIndex logicalDisks = enumerateLogicalDriveNames(nameSpace);
     const InstanceIndex drives = enumeratePhysicalDriveNames(nameSpace);
     const Candidates candidates(drives);
+    const std::vector<ICIMInstance*> matches = candidates.firstWithinEach(logicalDisks);
+    auto match = matches.begin();
     std::vector<ReferenceMap> associations;
     for (const auto& [key, logicalDisk] : logicalDisks) {
-        ICIMInstance* drive = candidates.firstWithin(key);
+        ICIMInstance* drive = *match++;
         if (drive == nullptr) {
             const std::string target = linkTargetOf(key);
             if (target.empty()) continue;

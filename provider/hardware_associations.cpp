@@ -1,6 +1,8 @@
 // Serving of the association classes.
 #include "provider/hardware_associations.h"
 
+#include <cxxabi.h>
+
 #include <exception>
 #include <utility>
 
@@ -53,6 +55,8 @@ int HardwareAssociations::associate(boost::shared_ptr<ICIMClass> cls) {
                 className + " " + kCollectionEncounteredException + dataToString<const char*>(failure.what());
             (void)text;
         }
+    } catch (abi::__forced_unwind&) {
+        throw;  // the host's thread is being cancelled or exits: who stops that ends the process
     } catch (...) {
         // Intended: every other failure ends here too, without a text. Held by
         // HardwareAssociationsOn.AFailureLeavesNoLineAndNoException.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -38,8 +39,9 @@ void tellOrLose(const Telling& telling) {
 /// Logs that an instance was given up.
 inline void logFailedCreation(NVEXTAL20::ICIMClass& cls, const NVEXTAL20::TTALException& failure) {
     tellOrLose([&] {
-        LogMessage::getInstance()->writeDebug("Attempted creation of instance for " + nameOf(cls) +
-                                              " threw exception " + failure.what());
+        std::ostringstream text;  // takes a failure without a text too
+        text << "Attempted creation of instance for " << nameOf(cls) << " threw exception " << failure.what();
+        LogMessage::getInstance()->writeDebug(text.str());
     });
 }
 

@@ -26,15 +26,14 @@ boost::shared_ptr<ICIMNamespace> namespaceOf(ICIMClass& cls) {
     return required(cls.GetNamespace(options), "the host gave no namespace for a class");
 }
 
-TCIMValue arrayOf(const TCIMValue::TCIMType& type, std::string& text, ICIMClass& cls) {
+/// Elements are of the type that the declared one's name makes; only the array itself is of the declared type.
+void setArray(TCIMValue& value, const TCIMValue::TCIMType& type, std::string& text, ICIMClass& cls) {
     std::vector<std::string> pieces = multiStringTok(text, ',');
     const TCIMValue::TCIMType elementType(type.ToString());
     std::vector<TCIMValue> elements;
     elements.reserve(pieces.size());
     for (std::string& piece : pieces) elements.emplace_back(elementType, piece, namespaceOf(cls));
-    TCIMValue value;
     value.Set(type, kSetFlags, elements);
-    return value;
 }
 
 void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std::string& text) {
@@ -42,9 +41,13 @@ void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std
     const auto property = required(instance.GetProperty(name, lookupOptions), "the host gave no property");
     TCIMOptions typeOptions;
     const TCIMValue::TCIMType type = property->GetType(typeOptions);
+    TCIMValue value;
     TCIMOptions arrayOptions;
-    TCIMValue value =
-        property->IsArray(arrayOptions) ? arrayOf(type, text, cls) : TCIMValue(type, text, namespaceOf(cls));
+    if (property->IsArray(arrayOptions)) {
+        setArray(value, type, text, cls);
+    } else {
+        value = TCIMValue(type, text, namespaceOf(cls));
+    }
     TCIMOptions assignOptions;
     instance.SetProperty(name, value, assignOptions);
 }
@@ -55,7 +58,7 @@ void logSkippedProperty(ICIMClass& cls, const std::string& name, const std::stri
     tellOrLose([&] {
         log->writeDebug("Error processing property " + name + ". With value " + text + " from class " + nameOf(cls));
     });
-    tellOrLose([&] { log->writeError(failure.what()); });
+    tellOrLose([&] { log->writeError(dataToString<const char*>(failure.what())); });
 }
 
 }  // namespace

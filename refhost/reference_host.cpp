@@ -91,7 +91,8 @@ struct ReferenceHost::State {
     explicit State(const HostOptions& options)
         : schema(compiledSchema()),
           nameSpace(boost::make_shared<NamespaceObject>(schema)),
-          manager(boost::make_shared<PluginManager>()) {
+          manager(boost::make_shared<PluginManager>()),
+          running(options.whenServing) {
         publishSystem(nameSpace, options.systemName.empty() ? machineName() : options.systemName);
     }
 

@@ -15,6 +15,7 @@ CODE = re.compile(r"`[^`\n]*`")
 HEADING = re.compile(r"^#{1,6} +(?P<text>.+?) *$", re.MULTILINE)
 DECISION = re.compile(r"^(?P<number>\d{4})-[a-z0-9-]+\.md$")
 COMMAND = re.compile(r"\btools/dev (?P<name>[a-z]+)\b")
+TEST_ARGUMENT = re.compile(r"\btools/dev test +(?P<argument>[^\s`#]+)(?=`| *\n| +#)")  # in code, not a sentence's next word
 # The top-level folders that need no README of their own: the documents, and CMake's two files.
 WITHOUT_README = {"docs", "cmake"}
 
@@ -90,6 +91,9 @@ def check_commands(root, path, text):
     for match in COMMAND.finditer(text):
         if match["name"] not in known:
             yield path, text.count("\n", 0, match.start()) + 1, f"there is no `tools/dev {match['name']}`"
+    for match in TEST_ARGUMENT.finditer(text):
+        if match["argument"] != "all":
+            yield path, text.count("\n", 0, match.start()) + 1, f"there is no `tools/dev test {match['argument']}`"
 
 
 def check(root):

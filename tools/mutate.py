@@ -22,8 +22,9 @@ FOLDERS = ("plugin", "collect", "provider")
 FILES = ("base/text.cpp",)
 EQUIVALENT = Path(__file__).resolve().parent / "equivalent_mutants.txt"
 
-# What needs the machine to itself is left out: others on it must kill nothing.
-CONTRACT = "-Concurrency.*:Request.*:RunningMachine.*:Silence.*:*PropertyRefusal.*:Building.*"
+# What needs the machine to itself is left out: others on it must kill nothing. ctest knows which, by their label.
+ALONE = "alone"
+BUT_ALONE = "--gtest_filter=-ALONE"  # stands for them in the list below
 SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds*:*.ReadsARichDisk*:"
         "*.AGptWithAllTheEntries*")
 # Those of the requests that nobody else on the machine disturbs.
@@ -34,7 +35,7 @@ GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
 # (program, arguments), those that kill most and fastest first.
 TESTS = [
     ("unit_tests", [*GTEST, f"--gtest_filter=-{SLOW}"]),
-    ("contract_tests", [*GTEST, f"--gtest_filter={CONTRACT}"]),
+    ("contract_tests", [*GTEST, BUT_ALONE]),
     ("contract_tests", [*GTEST, f"--gtest_filter={SEEDED}"]),
     ("replay_partition_parser", ["tests/fuzz_replay/corpus/partition_parser", "3000"]),
     ("unit_tests", [*GTEST, f"--gtest_filter={SLOW}"]),
@@ -75,6 +76,16 @@ def _resident_kib(pid):
     return int(found.group(1)) if found else 0
 
 
+def alone_filter(listed, program):
+    """The filter that leaves out which cases of a program need the machine to themselves. `listed`: what
+    `ctest --show-only=json-v1` says of all such tests."""
+    filters = [argument.partition("=")[2] for test in listed["tests"] for argument in test.get("command", [])[1:]
+               if Path(test["command"][0]).name == program and argument.startswith("--gtest_filter=")]
+    if not filters:
+        sys.exit(f'mutate: no test of {program} bears the label "{ALONE}"')
+    return "--gtest_filter=-" + ":".join(filters)
+
+
 class Workshop:
     """The build of the unchanged sources, and what it takes to exchange one object of it."""
 
@@ -95,9 +106,16 @@ class Workshop:
         self.links = {name: self._link_command(name) for name in [*targets, "diskmgt_plugin"]}
         self.pristine = self.plugin.read_bytes()
         self.limits = []
+        self.tests = self._tests()
 
     def _call(self, command):
         subprocess.run(command, check=True, stdout=sys.stderr)
+
+    def _tests(self):
+        listed = json.loads(subprocess.run(["ctest", "--test-dir", str(self.directory), "--show-only=json-v1", "-L",
+                                            f"^{ALONE}$"], check=True, capture_output=True, text=True).stdout)
+        return [(program, [alone_filter(listed, program) if argument == BUT_ALONE else argument
+                           for argument in arguments]) for program, arguments in TESTS]
 
     def _link_command(self, target):
         listed = subprocess.run(["ninja", "-C", str(self.directory), "-t", "commands", target], check=True,
@@ -107,7 +125,7 @@ class Workshop:
 
     def measure_clean(self):
         """How long the tests of the unchanged sources take; they must pass."""
-        for program, arguments in TESTS:
+        for program, arguments in self.tests:
             began = time.monotonic()
             if not run_limited([f"bin/{program}", *arguments], self.directory, 600):
                 sys.exit(f"mutate: {program} fails on unchanged sources")
@@ -134,7 +152,7 @@ class Workshop:
         if not run_limited([*command, "-D_GLIBCXX_ASSERTIONS", str(source)], self.directory, 120):
             return "does not compile"
         linked = set()
-        for (program, arguments), limit in zip(TESTS, self.limits):
+        for (program, arguments), limit in zip(self.tests, self.limits):
             needed, binary = program, f"bin/mutant_{program}"
             if program == "contract_tests":  # loads the plug-in from its place
                 needed, binary = "diskmgt_plugin", f"bin/{program}"

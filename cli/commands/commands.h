@@ -2,6 +2,8 @@
 // early is thrown as `CommandError`.
 #pragma once
 
+#include <string>
+
 #include "cli/failure.h"
 #include "cli/options.h"
 
@@ -18,5 +20,10 @@ ExitStatus runProbe(const Options& options);
 ExitStatus runShowText(const Options& options);
 ExitStatus runTrace(const Options& options);
 ExitStatus runTree(const Options& options);
+
+// What is written when time ran out, from what was made known by then.
+void deliverKnownExplanation(const Options& options, const std::string& known);
+void deliverKnownExport(const Options& options, const std::string& known);
+void deliverKnownTree(const Options& options, const std::string& known);
 
 }  // namespace diskmgt_cli

@@ -71,7 +71,7 @@ Documents readDocuments(const Options& options) {
     const std::string& after = options.operands[1];
     if (before == kStandardInput && after == kStandardInput)
         throw CommandError(kTrouble, "standard input holds one document only; name a file for the other");
-    const Deadline limit(options.timeoutSeconds, {[] { return std::string("reading the documents"); }, {}});
+    const Deadline limit(options.timeoutSeconds, {"reading the documents"});
     Documents documents;
     documents.before = readDocument(before);
     documents.after = readDocument(after);

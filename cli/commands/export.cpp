@@ -59,21 +59,28 @@ std::string harmless(const std::string& lines) {
     return text + escapedControls(lines.substr(start));
 }
 
+void deliver(const Inventory& inventory, const ExportForm& form, Output& output) {
+    const std::string text = form.write(inventory);
+    output.write(output.isTerminal() ? harmless(text) : text);
+    output.finish();
+    const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
+    if (!remark.empty()) complain(remark);
+}
+
 }  // namespace
+
+void deliverKnownExport(const Options& options, const std::string& known) {
+    PluginSession session(options);
+    Output output(options.outputFile);
+    deliver(knownInventory(session, known), formNamed(options.operands.front()), output);
+}
 
 ExitStatus runExport(const Options& options) {
     const ExportForm& form = formNamed(options.operands.front());
     PluginSession session(options);
     Output output(options.outputFile);
-    const auto deliver = [&form, &output](const Inventory& inventory) {
-        const std::string text = form.write(inventory);
-        output.write(output.isTerminal() ? harmless(text) : text);
-        output.finish();
-        const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
-        if (!remark.empty()) complain(remark);
-    };
-    const Inventory inventory = collectInventory(session, deliver);
-    deliver(inventory);
+    const Inventory inventory = collectInventory(session);
+    deliver(inventory, form, output);
     mentionRights(emptyClasses(inventory));
     return reportFailures(inventory);
 }

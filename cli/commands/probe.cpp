@@ -35,7 +35,7 @@ struct ProbedFile {
 };
 
 ProbedFile probe(const std::string& path, double timeoutSeconds) {
-    const Deadline limit(timeoutSeconds, {[&path] { return "reading " + path; }, {}});
+    const Deadline limit(timeoutSeconds, {"reading " + path});
     ProbedFile probed;
     probed.error = openError(path);
     if (probed.error == 0) probed.partitions = diskmgt_col::PartitionTableParser().enumPartitions({path});

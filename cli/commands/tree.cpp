@@ -29,19 +29,26 @@ void adviseOn(const Inventory& inventory) {
     if (inventory.drives.empty() && ::geteuid() == 0) complain("no disks are reported; \"diskmgt explain\" tells why");
 }
 
+void deliver(const Inventory& inventory, const Options& options, Output& output) {
+    const TableStyle style = chooseStyle(options.color, output.isTerminal());
+    const TreeChoices choices{options.all, options.bytes};
+    output.write(printedTree(arrangeTree(inventory, choices), style, output.terminalWidth()));
+    output.finish();
+}
+
 }  // namespace
+
+void deliverKnownTree(const Options& options, const std::string& known) {
+    PluginSession session(options);
+    Output output(options.outputFile);
+    deliver(knownInventory(session, known), options, output);
+}
 
 ExitStatus runTree(const Options& options) {
     PluginSession session(options);
     Output output(options.outputFile);
-    const TableStyle style = chooseStyle(options.color, output.isTerminal());
-    const TreeChoices choices{options.all, options.bytes};
-    const auto deliver = [&](const Inventory& inventory) {
-        output.write(printedTree(arrangeTree(inventory, choices), style, output.terminalWidth()));
-        output.finish();
-    };
-    const Inventory inventory = collectInventory(session, deliver);
-    deliver(inventory);
+    const Inventory inventory = collectInventory(session);
+    deliver(inventory, options, output);
     adviseOn(inventory);
     return reportFailures(inventory);
 }

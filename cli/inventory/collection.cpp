@@ -2,61 +2,78 @@
 #include "cli/inventory/collection.h"
 
 #include <algorithm>
-#include <chrono>
-#include <mutex>
+#include <utility>
 
 #include "cli/inventory/observation.h"
+#include "cli/inventory/packed_classes.h"
+#include "cli/worker/worker.h"
 
 namespace diskmgt_cli {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 const char* const kHostingSystem = "VEXSG_ComputerSystem";
 
-/// What is there already, for whoever asks on another thread.
+/// What is known by and by.
 struct Collected {
-    std::mutex lock;
     Published published;
-    const std::time_t startTime = std::time(nullptr);
-    const Clock::time_point start = Clock::now();
+    Beginning beginning;
 
-    Inventory arranged(Published from, const Observations& observations) const {
-        Inventory inventory = arrangeInventory(std::move(from), observations);
-        inventory.collectedAt = startTime;
-        inventory.durationSeconds = std::chrono::duration<double>(Clock::now() - start).count();
+    Inventory arranged(const Observations& observations) {
+        Inventory inventory = arrangeInventory(std::move(published), observations);
+        inventory.collectedAt = beginning.time;
+        inventory.durationSeconds = beginning.secondsAgo();
         return inventory;
     }
 };
 
-void serve(PluginSession& session, const std::string& className, Collected& collected) {
-    const std::string failure = session.failureOf(session.host().request({className}));
-    PublishedClass cls{session.host().findClass(className), session.host().instances(className)};
-    const std::lock_guard<std::mutex> hold(collected.lock);
-    collected.published.classes.push_back(std::move(cls));
-    if (!failure.empty()) collected.published.failures.push_back({className, failure});
-    std::vector<std::string>& missing = collected.published.missingClasses;
-    missing.erase(std::remove(missing.begin(), missing.end(), className), missing.end());
+Collected nothingYet(PluginSession& session) {
+    Collected collected;
+    collected.published.systems = session.host().instances(kHostingSystem);
+    collected.published.missingClasses = inventoryClasses();
+    return collected;
+}
+
+void add(ServedClass served, Published& published) {
+    const std::string& name = served.published.declaration->name;
+    std::vector<std::string>& missing = published.missingClasses;
+    missing.erase(std::remove(missing.begin(), missing.end(), name), missing.end());
+    if (!served.failure.empty()) published.failures.push_back({name, std::move(served.failure)});
+    published.classes.push_back(std::move(served.published));
+}
+
+ServedClass serve(PluginSession& session, const std::string& className) {
+    ServedClass served;
+    served.failure = PluginSession::failureOf(session.request({className}));
+    served.published = {session.host().findClass(className), session.host().instances(className)};
+    return served;
 }
 
 }  // namespace
 
-Inventory collectInventory(PluginSession& session, const std::function<void(const Inventory&)>& deliverPart) {
-    Collected collected;
-    collected.published.systems = session.host().instances(kHostingSystem);
-    collected.published.missingClasses = inventoryClasses();
+Inventory collectInventory(PluginSession& session) {
+    Collected collected = nothingYet(session);
+    worker::makeKnown(packed(collected.beginning));
     Observations observations;
     {
-        const Deadline limit = session.startTimeLimit([&collected, &deliverPart] {
-            const std::lock_guard<std::mutex> hold(collected.lock);
-            deliverPart(collected.arranged(collected.published, {}));
-        });
+        const Deadline limit = session.startTimeLimit(true);
         (void)session.load();
-        for (const std::string& className : inventoryClasses()) serve(session, className, collected);
+        for (const std::string& className : inventoryClasses()) {
+            ServedClass served = serve(session, className);
+            worker::makeKnown(packed(served));
+            add(std::move(served), collected.published);
+        }
         observations = observe(collected.published);
     }
-    return collected.arranged(std::move(collected.published), observations);
+    return collected.arranged(observations);
+}
+
+Inventory knownInventory(PluginSession& session, const std::string& known) {
+    Collected collected = nothingYet(session);
+    const auto declarationOf = [&session](const std::string& name) { return session.host().findClass(name); };
+    for (ServedClass& served : unpacked(known, collected.beginning, declarationOf))
+        add(std::move(served), collected.published);
+    return collected.arranged({});
 }
 
 ExitStatus reportFailures(const Inventory& inventory) {

@@ -1,17 +1,19 @@
 // Collects an inventory class by class, under the time limit.
 #pragma once
 
-#include <functional>
+#include <string>
 
 #include "cli/inventory/inventory.h"
 #include "cli/plugin_session.h"
 
 namespace diskmgt_cli {
 
-/// Loads the plug-in and collects the inventory, which is valid as long as the session. When the time limit passes,
-/// `deliverPart` gets what the classes served so far give, on another thread while the work is still stuck, and the
-/// process ends with `kTimedOut`.
-Inventory collectInventory(PluginSession& session, const std::function<void(const Inventory&)>& deliverPart);
+/// Loads the plug-in and collects the inventory, which is valid as long as the session. What each class gives is made
+/// known to the process that watches this worker.
+Inventory collectInventory(PluginSession& session);
+
+/// What the classes served before the time limit give, from what was made known. The session needs no plug-in.
+Inventory knownInventory(PluginSession& session, const std::string& known);
 
 /// Says in one sentence what failed while the inventory was collected, if anything did; the exit status that follows.
 ExitStatus reportFailures(const Inventory& inventory);

@@ -11,6 +11,15 @@
 
 namespace diskmgt_col {
 
+namespace {
+
+bool isAssociation(NVEXTAL20::ICIMClass& cls) {
+    NVEXTAL20::TCIMOptions options;
+    return cls.IsAssociation(options);
+}
+
+}  // namespace
+
 using NVEXTAL20::ICIMClass;
 using NVEXTAL20::ICIMNamespace;
 using NVEXTAL20::TPluginManagerNamespace;
@@ -44,8 +53,7 @@ void TDiskMgtCallbacks::GetData(boost::shared_ptr<ICIMNamespace> nameSpace,
     HardwareAssociations associations(nameSpace);
     for (const boost::shared_ptr<ICIMClass>& cls : classes) {
         if (cls == nullptr) throw std::runtime_error("the host requested a null class");
-        NVEXTAL20::TCIMOptions options;
-        if (cls->IsAssociation(options)) {
+        if (isAssociation(*cls)) {
             (void)associations.associate(cls);
         } else {
             (void)instances.enumerateInstances(cls);

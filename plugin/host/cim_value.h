@@ -41,7 +41,7 @@ public:
         explicit TCIMType(boost::shared_ptr<const Content> content);
         TCIMType(const TCIMType& other);
         TCIMType& operator=(const TCIMType& other);
-        ~TCIMType();
+        // The destructor is implicit, so a plug-in contains it: that `held` is the one member is binary interface.
         /// The type's name. For the type of an array property, the name of the element type.
         std::string ToString() const;
         /// For the host: what the type holds.

@@ -117,6 +117,8 @@ struct HostOptions {
     std::string systemName;                   // empty: the machine's host name
     std::vector<std::string> virtualDevices;  // added to those of the management controller
     bool discoverVirtualDevices = true;       // ask sysfs for those of the management controller
+    /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
+    std::function<void(const std::string& className)> whenServing;
 };
 
 /// A complete in-memory host with the one namespace root/cimv2. One may exist at a time in a process: it is what

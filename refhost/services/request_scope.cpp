@@ -44,6 +44,7 @@ void RequestScope::collect(const LogLine& line) {
 
 void RequestScope::noteServed(const DeclaredClass& declared) {
     if (current == nullptr) return;
+    if (current->running.announce) current->running.announce(declared.name());
     const std::lock_guard<std::mutex> guard(current->running.mutex);
     current->served = &declared;
     current->servedAt = ++current->running.clock;

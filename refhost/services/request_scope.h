@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -17,12 +18,15 @@ class RequestScope;
 /// The requests that run now.
 class RunningRequests {
 public:
+    explicit RunningRequests(std::function<void(const std::string&)> whenServing) : announce(std::move(whenServing)) {}
+
     /// The class that a running request last asked for; empty when none runs.
     std::string lastServed() const;
 
 private:
     friend class RequestScope;
 
+    const std::function<void(const std::string&)> announce;  // may be empty
     mutable std::mutex mutex;
     std::vector<const RequestScope*> scopes;
     std::uint64_t clock = 0;  // orders the questions

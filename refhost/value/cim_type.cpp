@@ -66,7 +66,6 @@ TCIMValue::TCIMType::TCIMType(std::string name)
 TCIMValue::TCIMType::TCIMType(boost::shared_ptr<const Content> content) : held(std::move(content)) {}
 TCIMValue::TCIMType::TCIMType(const TCIMType& other) = default;
 TCIMValue::TCIMType& TCIMValue::TCIMType::operator=(const TCIMType& other) = default;
-TCIMValue::TCIMType::~TCIMType() = default;
 
 std::string TCIMValue::TCIMType::ToString() const { return held->name; }
 

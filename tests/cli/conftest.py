@@ -2,6 +2,7 @@
 import json
 import os
 import pty
+import shutil
 import subprocess
 import termios
 from pathlib import Path
@@ -42,6 +43,12 @@ def environment(**changes):
     plain["LC_ALL"] = "C.UTF-8"
     plain.update(changes)
     return {key: value for key, value in plain.items() if value is not None}
+
+
+def can_trace():
+    """Whether strace is there and works."""
+    return shutil.which("strace") and subprocess.run(["strace", "-qq", "-o", "/dev/null", "true"], check=False,
+                                                     stderr=subprocess.DEVNULL).returncode == 0
 
 
 def on_a_terminal(*arguments, width=None, errors_too=False, **changes):

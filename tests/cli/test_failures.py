@@ -1,12 +1,11 @@
 """Failing plug-ins: the exit status, one sentence, and nothing half-written."""
 import itertools
 import os
-import shutil
 import stat
 import subprocess
 
 import pytest
-from conftest import COMMAND, environment, on_a_terminal
+from conftest import COMMAND, can_trace, environment, on_a_terminal
 
 CLASS = "VEXSG_DiskDrive"
 
@@ -109,22 +108,6 @@ def test_time_limit_covers_a_file_that_never_answers(run, tmp_path):
     assert "silent" in done.sentence
     assert os.listdir(tmp_path) == ["silent"]
     assert stat.S_ISFIFO((tmp_path / "silent").stat().st_mode)
-
-
-def test_interruption_leaves_nothing_behind(plugin, tmp_path):
-    running = subprocess.Popen([COMMAND, "get", CLASS, "--plugin", plugin("sleeping"), "--timeout", "60", "--output",
-                                "out"], cwd=tmp_path, env=environment(), stderr=subprocess.PIPE)
-    while not os.listdir(tmp_path):  # until the temporary file is there
-        assert running.poll() is None
-    running.terminate()
-    running.communicate(timeout=60)
-    assert running.returncode == -15
-    assert os.listdir(tmp_path) == []
-
-
-def can_trace():
-    return shutil.which("strace") and subprocess.run(["strace", "-qq", "-o", "/dev/null", "true"], check=False,
-                                                     stderr=subprocess.DEVNULL).returncode == 0
 
 
 @pytest.mark.skipif(not can_trace(), reason="strace is missing or not allowed to trace")

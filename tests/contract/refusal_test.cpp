@@ -153,6 +153,19 @@ TEST_F(Building, ANullNamespaceOfTheClassEndsTheClass) {
     expectOneLineAndNothingPublished();
 }
 
+bool isLineThatBegins(const Call& call, const std::string& start) {
+    return call.operation == "Log" && call.argument.rfind(start, 0) == 0;
+}
+
+TEST_F(Building, AStandardExceptionWhileAPropertysFailureIsLoggedEndsTheClass) {
+    loaded.host.refuse([](const Call& call) {
+        if (call.operation == "SetProperty") return Refusal::kTalException;
+        return isLineThatBegins(call, "Error processing property") ? Refusal::kStandardException : Refusal::kNone;
+    });
+    request();
+    expectOneLineAndNothingPublished();
+}
+
 class Pairs : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -225,6 +238,16 @@ TEST_F(Pairs, AStandardExceptionOnTheSecondKeepsTheFirstAndNeverBuildsTheThird) 
     expectOnlyTheClassLines();
 }
 
+TEST_F(Pairs, AStandardExceptionWhileAFailureIsLoggedEndsTheClassInSilence) {
+    loaded.host.refuse([](const Call& call) {
+        if (call.operation == "CommitToClass") return Refusal::kTalException;
+        return isLineThatBegins(call, "Attempted creation") ? Refusal::kStandardException : Refusal::kNone;
+    });
+    EXPECT_NO_THROW(request());
+    EXPECT_EQ(loaded.calls("CommitToClass").size(), 1U);
+    expectOnlyTheClassLines();
+}
+
 const Log kExtentLine = {{3, "Dynamic Extent information.."}};
 
 TEST(RequestRefusal, ANullClassInTheListEndsTheRequestThere) {
@@ -265,6 +288,27 @@ TEST(RequestRefusal, ARefusedNameOrAssociationQueryPassesToTheHost) {
             EXPECT_TRUE(loaded.host.log().empty());
         }
     }
+}
+
+/// Two classes whose only work is a line; the host refuses to log the first, and the line about that failure too.
+void requestWithAFailureWhileAFailureIsLogged(Loaded& loaded, Refusal refusal) {
+    int lines = 0;
+    loaded.host.refuse(
+        [=](const Call& call) mutable { return call.operation == "Log" && ++lines <= 2 ? refusal : Refusal::kNone; });
+    loaded.request({"VEXSG_DynamicExtent", "VEXSG_DynamicExtent"});
+}
+
+TEST(RequestRefusal, AStandardExceptionWhileAFailureIsLoggedEndsTheRequest) {
+    Loaded loaded;
+    EXPECT_THROW(requestWithAFailureWhileAFailureIsLogged(loaded, Refusal::kStandardException), std::runtime_error);
+    EXPECT_EQ(loaded.calls("Log").size(), 2U);
+    EXPECT_EQ(loaded.calls("IsAssociation").size(), 1U);
+}
+
+TEST(RequestRefusal, AHostExceptionWhileAFailureIsLoggedCostsOnlyTheLine) {
+    Loaded loaded;
+    EXPECT_NO_THROW(requestWithAFailureWhileAFailureIsLogged(loaded, Refusal::kTalException));
+    EXPECT_EQ(loaded.host.log(), kExtentLine);  // of the second class
 }
 
 TEST(Silence, WithoutALoggerEveryLineIsDroppedAndTheRestServed) {

@@ -124,6 +124,7 @@ TEST(Request, ADriveIsBuiltPropertyByPropertyInByteOrderThenCommitted) {
             }
             expected.push_back("GetNamespace VEXSG_DiskDrive");
             expected.push_back("parse " + drive->text(property).value_or("null"));
+            expected.push_back("assignToNull " + drive->text(property).value_or("null"));
             expected.push_back(std::string("SetProperty VEXSG_DiskDrive ") + property);
         }
         expected.push_back("CommitToClass VEXSG_DiskDrive");
@@ -137,7 +138,7 @@ TEST(Request, AnAssociationIndexesBothClassesThenPairsThenBuilds) {
     loaded.nameSpace->seed("VEXSG_DiskPartition", {{"DeviceID", "/dev/sdq2"}});
     loaded.nameSpace->seed("VEXSG_DiskPartition", {{"DeviceID", "/dev/sdq1"}});
     loaded.request({"VEXSG_PartitionPresent"});
-    const Lines references = {"GetReference VEXSG_DiskDrive", "GetReference VEXSG_DiskPartition"};
+    const Lines references = {"GetReference VEXSG_DiskDrive", "GetReference VEXSG_DiskPartition", "wrap", "wrap"};
     const Lines building = {
         "CreateInstance VEXSG_PartitionPresent",         "GetProperty VEXSG_PartitionPresent Antecedent",
         "SetProperty VEXSG_PartitionPresent Antecedent", "GetProperty VEXSG_PartitionPresent Dependent",
@@ -196,6 +197,16 @@ TEST(Request, ArraysAreSetWithTheFlag256) {
     ASSERT_EQ(settings.size(), loaded.nameSpace->instances("VEXSG_LogicalDisk").size());
     ASSERT_FALSE(settings.empty());
     for (const Call& call : settings) EXPECT_EQ(call.argument, "256");
+}
+
+TEST(Request, ElementsAreOfTheElementTypeAndTheArrayIsOfTheDeclaredOne) {
+    Loaded loaded;
+    const auto cls = loaded.nameSpace->find("VEXSG_LogicalDisk");
+    if (!mountTableIsOpenToUs()) GTEST_SKIP() << "the mount table cannot be opened for update";
+    loaded.request({"VEXSG_LogicalDisk"});
+    ASSERT_FALSE(cls->committed().empty());
+    for (const auto& instance : cls->committed()) EXPECT_TRUE(instance->elements("OtherIdentifyingInfo").has_value());
+    EXPECT_EQ(loaded.host.log(), (std::vector<LogLine>{{3, "Logical disk information.."}}));
 }
 
 TEST(Request, EveryInstanceIsStampedWithItsClassAndTheHostsIdentity) {

@@ -58,6 +58,13 @@ class Documents(ScratchTree):
         self.put("tools/dev", "case $1 in\n    test) run ;;\n    help | -h) usage ;;\nesac\n")
         self.assertEqual(self.findings(), ["there is no `tools/dev dance`"])
 
+    def test_an_argument_of_test_that_does_not_exist_is_found(self):
+        self.put("tools/dev", "case $1 in\n    test) run ;;\nesac\n")
+        self.put("tools/README.md", "# tools\n\n`tools/dev test` and `tools/dev test all`; `tools/dev test asan`\n\n```sh\n"
+                                    "tools/dev test   # all\ntools/dev test all   # more\ntools/dev test tsan  # less\n"
+                                    "tools/dev test --clang\n```\n\nRun tools/dev test after a change.\n")
+        self.assertEqual(self.findings(), [f"there is no `tools/dev test {name}`" for name in ("asan", "tsan", "--clang")])
+
 
 if __name__ == "__main__":
     unittest.main()

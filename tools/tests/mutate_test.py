@@ -32,6 +32,25 @@ class Draw(unittest.TestCase):
             mutate.parse(["some"])
 
 
+class Alone(unittest.TestCase):
+    LISTED = {"tests": [
+        {"name": "contract.Request.A", "command": ["/b/bin/contract_tests", "--gtest_filter=Request.A", "--more"]},
+        {"name": "contract.Silence.B", "command": ["/b/bin/contract_tests", "--gtest_filter=Silence.B"]},
+        {"name": "Soak.C", "command": ["/b/bin/soak_test", "--gtest_filter=Soak.C"]},
+        {"name": "soak_test_NOT_BUILT"}]}
+
+    def test_cases_of_the_program_are_left_out(self):
+        self.assertEqual(mutate.alone_filter(self.LISTED, "contract_tests"), "--gtest_filter=-Request.A:Silence.B")
+
+    def test_a_label_that_no_case_bears_is_an_error(self):
+        with self.assertRaises(SystemExit):
+            mutate.alone_filter(self.LISTED, "unit_tests")
+
+    def test_each_case_that_asks_for_the_list_gets_it(self):
+        self.assertEqual([program for program, arguments in mutate.TESTS if mutate.BUT_ALONE in arguments],
+                         ["contract_tests"])
+
+
 class Limits(ScratchTree):
     def test_success_and_failure_are_told_apart(self):
         self.assertTrue(mutate.run_limited(["true"], self.root, 10))

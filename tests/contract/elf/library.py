@@ -1,9 +1,12 @@
-"""The built plug-in as an ELF file, read with readelf and nm. Its path is in DISKMGT_PLUGIN_FILE."""
+"""The built plug-in as an ELF file, read with readelf and nm. Its path is in DISKMGT_PLUGIN_FILE, those of the host's two
+libraries in DISKMGT_HOST_LIBRARIES, that of the command in DISKMGT_COMMAND_FILE."""
 import os
 import re
 import subprocess
 
 PLUGIN = os.environ["DISKMGT_PLUGIN_FILE"]
+HOST_LIBRARIES = os.environ["DISKMGT_HOST_LIBRARIES"].split(":")
+COMMAND = os.environ["DISKMGT_COMMAND_FILE"]
 
 
 def output_of(*command):
@@ -30,6 +33,24 @@ def imports(path=PLUGIN):
     """Mangled names of the symbols that the file takes from others, without versions."""
     listing = output_of("nm", "-D", "--undefined-only", path)
     return {re.sub(r"@.*", "", line.split()[-1]) for line in listing.splitlines()}
+
+
+def defined(path):
+    """Mangled names of the symbols that the file offers to others."""
+    listing = output_of("nm", "-D", "--defined-only", path)
+    return {re.sub(r"@.*", "", line.split()[-1]) for line in listing.splitlines()}
+
+
+def readable(names):
+    """The mangled names as C++ writes them."""
+    listing = subprocess.run(["c++filt"], input="\n".join(names), check=True, capture_output=True, text=True).stdout
+    return set(listing.splitlines())
+
+
+def run_path(path=PLUGIN):
+    """The folders that the file has the loader search for its libraries, of either kind of entry."""
+    found = [value for tag, value in dynamic_tags(path) if tag in ("RUNPATH", "RPATH")]
+    return [folder for value in found for folder in re.search(r"\[(.*)\]", value)[1].split(":")]
 
 
 def exports(path=PLUGIN):

@@ -35,14 +35,6 @@ def test_shows_only_the_host_types_that_are_cast_and_caught():
     assert [name for _, name in library.exports() if not host_type.fullmatch(name)] == []
 
 
-def test_everything_it_takes_from_the_host_is_in_the_hosts_namespace():
-    """A missing C++ symbol would otherwise only show when the library is loaded into another host."""
-    readable = library.output_of("nm", "-DC", "--undefined-only", library.PLUGIN)
-    of_the_host = [line for line in readable.splitlines() if "NVEXTAL20::" in line]
-    assert len(of_the_host) >= 20
-    assert [line for line in readable.splitlines() if "refhost" in line] == []
-
-
 def test_imports_no_thread_and_no_shell():
     assert library.imports() & {"pthread_create", "thrd_create", "system", "popen", "fork", "execve"} == set()
 
@@ -57,8 +49,11 @@ def test_registers_before_any_static_constant_exists():
     assert registration[0] < min(constants)
 
 
-def test_is_looked_for_in_no_current_directory():
-    """An empty entry of the run path means the directory the process happens to be in."""
-    [line] = [line for line in library.output_of("readelf", "-dW", library.PLUGIN).splitlines() if "PATH)" in line]
-    places = re.search(r"\[(.*)\]", line).group(1).split(":")
-    assert all(place.startswith("$ORIGIN") for place in places)
+def test_has_no_run_path():
+    """It takes the host libraries that the process has, and never brings others along."""
+    assert library.run_path() == []
+
+
+def test_only_the_command_has_a_run_path_to_the_host_libraries():
+    assert library.run_path(library.COMMAND) == ["$ORIGIN/../lib/diskmgt"]
+    assert [library.run_path(path) for path in library.HOST_LIBRARIES] == [[], []]

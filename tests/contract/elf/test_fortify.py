@@ -8,7 +8,7 @@ import library
 PROBE = os.environ["FORTIFY_PROBE_FILE"]
 
 
-def test_a_copy_of_unknown_length_is_checked():
+def test_a_copy_into_memory_of_a_size_known_at_run_time_is_checked():
     assert "__memcpy_chk" in library.imports(PROBE)
 
 

@@ -1,4 +1,9 @@
 """How the plug-in is linked and compiled to withstand its input: it runs as root in somebody else's process."""
+import platform
+import re
+
+import pytest
+
 import library
 
 
@@ -24,3 +29,16 @@ def test_code_needs_no_relocation():
 
 def test_stack_frames_are_guarded():
     assert "__stack_chk_fail" in library.imports()
+
+
+@pytest.mark.skipif(platform.machine() != "x86_64", reason="the note is of x86 processors")
+def test_is_marked_for_control_flow_protection():
+    notes = library.output_of("readelf", "-nW", library.PLUGIN)
+    [features] = re.findall(r"x86 feature: (.*)$", notes, re.MULTILINE)
+    assert {"IBT", "SHSTK"} <= set(features.split(", "))
+
+
+@pytest.mark.skipif(platform.machine() != "x86_64", reason="the note is of x86 processors")
+def test_the_loader_calls_no_start_up_code_without_a_landing_mark():
+    """The two functions of the system's start-up files have none, which would make the note a lie."""
+    assert {"INIT", "FINI"} & {tag for tag, _ in library.dynamic_tags()} == set()

@@ -1,6 +1,8 @@
 // Records, refusals and registration of the second host.
 #include "tests/contract/second_host/host.h"
 
+#include <pthread.h>
+
 #include <cstdlib>
 #include <stdexcept>
 #include <utility>
@@ -31,6 +33,12 @@ void raise(Refusal refusal) {
             throw std::runtime_error(kRefusalText);
         case Refusal::kForeignException:
             throw 42;
+        case Refusal::kThreadExit:
+            pthread_exit(nullptr);
+        case Refusal::kThreadCancelled:
+            (void)pthread_cancel(pthread_self());
+            pthread_testcancel();
+            break;
         case Refusal::kNone:
         case Refusal::kNull:
             break;

@@ -36,6 +36,8 @@ enum class Refusal {
     kTalException,
     kStandardException,
     kForeignException,  // neither of the two; an int
+    kThreadExit,        // the calling thread ends there, its stack unwound
+    kThreadCancelled,
 };
 
 /// The text of every exception that a refusal raises.

@@ -34,8 +34,9 @@ using Held = std::variant<std::string, bool, std::uint16_t, std::uint32_t, std::
 namespace NVEXTAL20 {
 
 struct TCIMValue::TCIMType::Content {
-    explicit Content(second_host::Kind typeKind) : kind(typeKind) {}
+    Content(second_host::Kind typeKind, bool isOfArray) : kind(typeKind), isArray(isOfArray) {}
     second_host::Kind kind;
+    bool isArray;  // an array's type and that of its elements have one name and are two types
 };
 
 struct TCIMReference::Content {

@@ -25,7 +25,7 @@ bool isAnsweredNull(const char* operation, const std::string& className, const s
                     TCIMOptions& options) {
     Call call{operation, className, argument, {}};
     for (const auto& [name, value] : options) call.options.emplace(name, static_cast<std::string>(value));
-    options["used"] = TCIMValue(std::string(operation));
+    options.emplace("used", TCIMValue(std::string(operation)));
     return SecondHost::current().isAnsweredNull(std::move(call));
 }
 
@@ -36,7 +36,7 @@ public:
 
     TCIMValue::TCIMType GetType(TCIMOptions& options) override {
         (void)isAnsweredNull("GetType", instance->className(), row->name, options);
-        return TCIMValue::TCIMType(boost::make_shared<TCIMValue::TCIMType::Content>(row->kind));
+        return TCIMValue::TCIMType(boost::make_shared<TCIMValue::TCIMType::Content>(row->kind, row->isArray));
     }
     bool IsArray(TCIMOptions& options) override {
         (void)isAnsweredNull("IsArray", instance->className(), row->name, options);
@@ -67,7 +67,8 @@ boost::shared_ptr<ICIMProperty> Instance::GetProperty(const std::string& name, T
 void Instance::SetProperty(const std::string& name, TCIMValue& value, TCIMOptions& options) {
     (void)isAnsweredNull("SetProperty", className(), name, options);
     if (!fits(declaration(name), value)) throw TTALException("the value does not fit " + name);
-    values[name] = value;
+    values.erase(name);  // this host never assigns to a value, so that every assignment is the plug-in's
+    values.emplace(name, value);
 }
 
 TCIMReference Instance::GetReference(TCIMOptions& options) {
@@ -111,7 +112,8 @@ std::map<std::string, std::string> Instance::texts() const {
 
 void Instance::seed(const std::string& name, const std::string& text) {
     (void)declaration(name);
-    values[name] = TCIMValue(text);
+    values.erase(name);
+    values.emplace(name, TCIMValue(text));
 }
 
 const PropertyRow& Instance::declaration(const std::string& name) const {

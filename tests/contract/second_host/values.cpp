@@ -87,11 +87,10 @@ TCIMReference::TCIMReference(const TCIMReference& other) = default;
 TCIMReference& TCIMReference::operator=(const TCIMReference& other) = default;
 TCIMReference::~TCIMReference() = default;
 
-TCIMValue::TCIMType::TCIMType(std::string name) : held(boost::make_shared<Content>(kindNamed(name))) {}
+TCIMValue::TCIMType::TCIMType(std::string name) : held(boost::make_shared<Content>(kindNamed(name), false)) {}
 TCIMValue::TCIMType::TCIMType(boost::shared_ptr<const Content> content) : held(std::move(content)) {}
 TCIMValue::TCIMType::TCIMType(const TCIMType& other) = default;
 TCIMValue::TCIMType& TCIMValue::TCIMType::operator=(const TCIMType& other) = default;
-TCIMValue::TCIMType::~TCIMType() = default;
 
 std::string TCIMValue::TCIMType::ToString() const {
     for (const KindName& row : kKindNames) {
@@ -103,19 +102,27 @@ std::string TCIMValue::TCIMType::ToString() const {
 TCIMValue::TCIMValue() = default;
 TCIMValue::TCIMValue(std::string text) : held(boost::make_shared<Content>(Held(std::move(text)))) {}
 TCIMValue::TCIMValue(TCIMReference& reference)
-    : held(boost::make_shared<Content>(Held(reference.content()->instance))) {}
+    : held(boost::make_shared<Content>(Held(reference.content()->instance))) {
+    (void)SecondHost::current().isAnsweredNull({"wrap", "", "", {}});
+}
 TCIMValue::TCIMValue(TCIMType type, std::string& text, boost::shared_ptr<ICIMNamespace> nameSpace) {
     (void)SecondHost::current().isAnsweredNull({"parse", "", text, {}});
     if (nameSpace == nullptr) throw TTALException("a value needs a namespace");
+    if (type.content()->isArray) throw TTALException("a single value cannot be of an array's type");
     held = boost::make_shared<Content>(parse(type.content()->kind, text));
 }
 TCIMValue::TCIMValue(boost::shared_ptr<const Content> content) : held(std::move(content)) {}
 TCIMValue::TCIMValue(const TCIMValue& other) = default;
-TCIMValue& TCIMValue::operator=(const TCIMValue& other) = default;
+TCIMValue& TCIMValue::operator=(const TCIMValue& other) {
+    if (held == nullptr) (void)SecondHost::current().isAnsweredNull({"assignToNull", "", other, {}});
+    held = other.held;
+    return *this;
+}
 TCIMValue::~TCIMValue() = default;
 
 void TCIMValue::Set(TCIMType type, unsigned int flags, const std::vector<TCIMValue>& elements) {
     (void)SecondHost::current().isAnsweredNull({"Set", "", std::to_string(flags), {}});
+    if (!type.content()->isArray) throw TTALException("an array cannot be of the type of its elements");
     const Kind kind = type.content()->kind;
     for (const TCIMValue& element : elements) {
         if (element.IsNull() || element.held->isArray() || element.held->kind() != kind) {

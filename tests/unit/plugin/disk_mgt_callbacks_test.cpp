@@ -3,12 +3,15 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
 #include <stdexcept>
 
 #include "plugin/host/tal_exception.h"
 #include "plugin/log/log_message.h"
 #include "tests/support/fake_os.h"
 #include "tests/support/host_session.h"
+#include "tests/support/renamed_class.h"
 
 namespace diskmgt_col {
 namespace {
@@ -101,6 +104,40 @@ TEST(TDiskMgtCallbacks, ANullClassEndsTheRequestWithAnException) {
     });
 }
 
+/// Answers the association query into its options too, and looks at its name query whether that answer is still held.
+class AnsweringClass final : public diskmgt_test::RenamedClass {
+public:
+    explicit AnsweringClass(boost::shared_ptr<NVEXTAL20::ICIMClass> original)
+        : RenamedClass(std::move(original), "Unserved") {}
+    bool IsAssociation(NVEXTAL20::TCIMOptions& options) override {
+        const NVEXTAL20::TCIMValue value(std::string("an answer"));
+        answer = value.content();
+        options.emplace("answer", value);
+        return RenamedClass::IsAssociation(options);
+    }
+    std::string GetName(NVEXTAL20::TCIMOptions& options) override {
+        isHeldWhenServed.push_back(!answer.expired());
+        return RenamedClass::GetName(options);
+    }
+
+    boost::weak_ptr<const NVEXTAL20::TCIMValue::Content> answer;
+    std::vector<bool> isHeldWhenServed;
+};
+
+TEST(TDiskMgtCallbacks, WhatTheHostAnsweredToTheAssociationQueryIsDiscardedBeforeTheClassIsServed) {
+    HostSession session;
+    (void)session.insideRequest({"VEXSG_DynamicExtent", "VEXSG_PartitionPresent"},
+                                [](auto nameSpace, Classes& classes) {
+                                    auto* const entry = new TDiskMgtCallbacks;  // the host's from here on
+                                    for (const auto& cls : classes) {
+                                        const auto answering = boost::make_shared<AnsweringClass>(cls);
+                                        Classes requested = {answering};
+                                        entry->GetData(nameSpace, requested);
+                                        EXPECT_THAT(answering->isHeldWhenServed, ElementsAre(false));
+                                    }
+                                });
+}
+
 TEST(TDiskMgtCallbacks, WithoutAPluginManagerItStaysUnregisteredAndSilent) {
     HostSession session;
     session.host.setFaultPlan({1, false, FaultKind::kNullResult});
@@ -127,6 +164,18 @@ TEST(TDiskMgtCallbacks, AnExceptionOfTheRegistrationLeavesTheConstructor) {
         session.host.setFaultPlan({crossing, false, FaultKind::kTalException});
         EXPECT_THROW(TDiskMgtCallbacks(), NVEXTAL20::TTALException) << crossing;
     }
+}
+
+TEST(TDiskMgtCallbacks, WhatItGaveTheLogStaysWhenItIsGone) {
+    HostSession session;
+    LogMessage::setPluginInstance(nullptr);
+    auto* const entry = new TDiskMgtCallbacks;  // registered: the log has the handle
+    (void)session.insideRequest({}, [](auto, Classes&) {});
+    LogMessage::getInstance()->writeStatus("while it is there");
+    session.host.unloadPlugins();  // frees it through PrepareForUnload
+    (void)entry;
+    LogMessage::getInstance()->writeStatus("afterwards");
+    EXPECT_THAT(linesOf(session.host.log()), ElementsAre("2 while it is there", "2 afterwards"));
 }
 
 TEST(TDiskMgtCallbacks, InitAndDeInitDoNothing) {

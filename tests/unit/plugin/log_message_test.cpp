@@ -10,6 +10,7 @@
 namespace diskmgt_col {
 namespace {
 
+using diskmgt_test::callsByPlugin;
 using diskmgt_test::HostSession;
 using diskmgt_test::linesOf;
 using ::testing::ElementsAre;
@@ -40,6 +41,18 @@ TEST(LogMessage, BeforeRegistrationEveryWriteIsDropped) {
     LogMessage::getInstance()->writeError("unheard");
     LogMessage::getInstance()->writeDebug("unheard");
     EXPECT_THAT(session.host.log(), IsEmpty());
+}
+
+TEST(LogMessage, NoLoggerIsAskedForWhenNothingIsToBeWritten) {
+    HostSession session;
+    session.host.startTrace();
+    LogMessage::getInstance()->writeError("");
+    LogMessage::getInstance()->writeWin32Error(2);
+    EXPECT_THAT(callsByPlugin(session.host.takeTrace()), IsEmpty());
+    LogMessage::setPluginInstance(nullptr);
+    session.host.startTrace();
+    LogMessage::getInstance()->writeError("unheard");
+    EXPECT_THAT(callsByPlugin(session.host.takeTrace()), IsEmpty());
 }
 
 TEST(LogMessage, AHostWithoutALoggerDropsTheLine) {

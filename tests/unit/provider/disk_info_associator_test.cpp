@@ -9,6 +9,7 @@
 
 #include "tests/support/association_scene.h"
 #include "tests/support/renamed_class.h"
+#include "tests/support/scripted_instance.h"
 
 namespace diskmgt_col {
 namespace {
@@ -17,6 +18,7 @@ using diskmgt_test::AssociationScene;
 using diskmgt_test::callsByPlugin;
 using diskmgt_test::Classes;
 using diskmgt_test::RenamedClass;
+using diskmgt_test::ScriptedInstance;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -121,6 +123,29 @@ TEST(DiskInfoAssociator, WithoutDrivesEveryLogicalDiskStillReadsItsLink) {
     EXPECT_THAT(scene.machine.callTexts(), SizeIs(2));
 }
 
+TEST(DiskInfoAssociator, BothQueriesRunInTheirOrderThoughTheFirstFindsNothing) {
+    struct Row {
+        AssociationScene::Operation operation;
+        const char* outer;
+        const char* inner;
+    };
+    for (const Row& row : {Row{kOnPartition, "VEXSG_DiskPartition", "VEXSG_LogicalDisk"},
+                           Row{kPartitionOnDrive, "VEXSG_DiskPartition", "VEXSG_MediaAccessDevice"},
+                           Row{kDiskOnDrive, "VEXSG_LogicalDisk", "VEXSG_MediaAccessDevice"}}) {
+        AssociationScene scene;
+        std::vector<refhost::TraceEntry> trace;
+        (void)scene.publish([&](auto nameSpace, Classes&) {
+            scene.session.host.startTrace();
+            EXPECT_THAT((DiskInfoAssociator().*row.operation)(nameSpace), IsEmpty());
+            trace = scene.session.host.takeTrace();
+        });
+        ASSERT_THAT(callsByPlugin(trace),
+                    ElementsAre("getClass", "enumerateInstances", "getClass", "enumerateInstances"));
+        EXPECT_EQ(std::get<std::string>(trace[0].arguments[0].second), row.outer);
+        EXPECT_EQ(std::get<std::string>(trace[2].arguments[0].second), row.inner);
+    }
+}
+
 TEST(DiskInfoAssociator, WithoutLogicalDisksTheDriveQueryStillRuns) {
     AssociationScene scene;
     scene.drives({"/dev/sda"});
@@ -200,6 +225,53 @@ TEST(DiskInfoAssociator, ANullClassOrPropertyThrowsAStandardException) {
         scene.session.host.clearFaultPlan();
         expectRefusal(boost::shared_ptr<NVEXTAL20::ICIMNamespace>(), "the host gave no namespace");
     });
+}
+
+class KeyProperty final : public NVEXTAL20::ICIMProperty {
+public:
+    NVEXTAL20::TCIMValue::TCIMType GetType(NVEXTAL20::TCIMOptions& /*options*/) override {
+        return NVEXTAL20::TCIMValue::TCIMType("string");
+    }
+    bool IsArray(NVEXTAL20::TCIMOptions& /*options*/) override { return false; }
+    NVEXTAL20::TCIMValue GetValue(NVEXTAL20::TCIMOptions& /*options*/) override { return {}; }
+};
+
+/// Has three instances, and notes what it delivers and which keys are asked for.
+class WatchedClass final : public RenamedClass {
+public:
+    WatchedClass() : RenamedClass(nullptr, "") {}
+    void EnumerateInstances(boost::function<bool(boost::shared_ptr<NVEXTAL20::ICIMInstance>)> callback, int /*flag*/,
+                            NVEXTAL20::TCIMOptions& /*options*/) override {
+        for (int i = 0; i < 3; ++i) {
+            const auto instance = boost::make_shared<ScriptedInstance>();
+            instance->onGetProperty = [this](const std::string& key) {
+                events.push_back("key " + key);
+                return boost::make_shared<KeyProperty>();
+            };
+            EXPECT_TRUE(callback(instance));
+            events.emplace_back("instance");
+        }
+        events.emplace_back("end");
+    }
+
+    std::vector<std::string> events;
+};
+
+class WatchedNamespace final : public NVEXTAL20::ICIMNamespace {
+public:
+    boost::shared_ptr<NVEXTAL20::ICIMClass> GetClass(const std::string& /*className*/,
+                                                     NVEXTAL20::TCIMOptions& /*options*/) override {
+        return cls;
+    }
+
+    const boost::shared_ptr<WatchedClass> cls = boost::make_shared<WatchedClass>();
+};
+
+TEST(DiskInfoAssociator, TheWholeEnumerationIsGatheredBeforeAnyKeyIsRead) {
+    const auto watched = boost::make_shared<WatchedNamespace>();
+    EXPECT_THAT(DiskInfoAssociator().enumeratePhysicalDriveNames(watched), SizeIs(3));
+    EXPECT_THAT(watched->cls->events,
+                ElementsAre("instance", "instance", "instance", "end", "key Name", "key Name", "key Name"));
 }
 
 /// Of any name, with one instance that is null.

@@ -5,11 +5,14 @@
 
 #include "provider/reference_builder.h"
 #include "tests/support/association_scene.h"
+#include "tests/support/scripted_instance.h"
+#include "tests/support/silent_failure.h"
 
 namespace diskmgt_col {
 namespace {
 
 using diskmgt_test::AssociationScene;
+using diskmgt_test::callsByPlugin;
 using diskmgt_test::Classes;
 using diskmgt_test::column;
 using diskmgt_test::crossingOf;
@@ -18,6 +21,10 @@ using diskmgt_test::FakeOs;
 using diskmgt_test::HostSession;
 using diskmgt_test::linesOf;
 using diskmgt_test::PluginSession;
+using diskmgt_test::ScriptedClass;
+using diskmgt_test::ScriptedInstance;
+using diskmgt_test::SilentHostFailure;
+using diskmgt_test::SilentStandardFailure;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -164,6 +171,69 @@ TEST(HardwareAssociations, TheTableHasEightRowsAndEveryResultIsZero) {
                                 });
     EXPECT_THAT(linesOf(session.host.log()),
                 ElementsAre("3 PartitionPresent associations...", "3 DynamicExtentBasedOn associations... "));
+}
+
+TEST(HardwareAssociations, TheResultIsZeroAfterAFailureToo) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda1"}).drives({"/dev/sda"});
+    (void)scene.publish([](auto, Classes&) {});
+    for (const FaultKind kind :
+         {FaultKind::kTalException, FaultKind::kStandardException, FaultKind::kForeignException}) {
+        int answer = -1;
+        bool isRaised = false;
+        (void)scene.session.insideRequest({"VEXSG_PartitionPresent"}, [&](auto nameSpace, Classes& classes) {
+            HardwareAssociations provider(nameSpace);
+            scene.session.host.startTrace();
+            (void)provider.associate(classes[0]);
+            const auto lookup = crossingOf(scene.session.host.takeTrace(), "getClass");
+            isRaised = lookup > 0;
+            scene.session.host.setFaultPlan({lookup, false, kind});
+            answer = provider.associate(classes[0]);
+            scene.session.host.clearFaultPlan();
+        });
+        EXPECT_TRUE(isRaised);
+        EXPECT_EQ(answer, 0);
+        EXPECT_THAT(scene.session.host.instances("VEXSG_PartitionPresent"), SizeIs(1));  // the first call's
+    }
+}
+
+TEST(HardwareAssociations, AFailureWithoutATextEndsTheClassInSilence) {
+    AssociationScene scene;
+    scene.partitions({"/dev/sda1"}).drives({"/dev/sda"});
+    (void)scene.publish([](auto, Classes&) {});
+    const auto result = scene.session.insideRequest({"VEXSG_PartitionPresent"}, [&](auto nameSpace, Classes& classes) {
+        const auto cls = boost::make_shared<ScriptedClass>(
+            classes[0], "VEXSG_PartitionPresent",
+            []() -> boost::shared_ptr<NVEXTAL20::ICIMInstance> { throw SilentStandardFailure(); });
+        EXPECT_EQ(HardwareAssociations(nameSpace).associate(cls), 0);
+    });
+    EXPECT_FALSE(result.failure.has_value());
+    EXPECT_THAT(linesOf(result.log), ElementsAre("3 PartitionPresent associations..."));
+}
+
+TEST(ReferenceBuilder, AnInstanceIsAskedForEvenForAnEmptyMap) {
+    AssociationScene scene;
+    (void)scene.session.insideRequest({"VEXSG_PartitionPresent"}, [&](auto, Classes& classes) {
+        ReferenceMap empty;
+        scene.session.host.startTrace();
+        EXPECT_FALSE(ReferenceBuilder()(classes[0], empty));
+        EXPECT_THAT(callsByPlugin(scene.session.host.takeTrace()), ElementsAre("createInstance"));
+    });
+}
+
+TEST(ReferenceBuilder, AFailureWithoutATextIsLoggedWithoutIt) {
+    AssociationScene scene;
+    const auto result = scene.session.insideRequest({"VEXSG_PartitionPresent"}, [&](auto, Classes& classes) {
+        const auto instance = boost::make_shared<ScriptedInstance>();
+        instance->onCommit = [] { throw SilentHostFailure(); };
+        const auto cls =
+            boost::make_shared<ScriptedClass>(classes[0], "VEXSG_PartitionPresent", [&] { return instance; });
+        ReferenceMap references = {{"Antecedent", NVEXTAL20::TCIMValue()}};
+        EXPECT_FALSE(ReferenceBuilder()(cls, references));
+    });
+    EXPECT_FALSE(result.failure.has_value());
+    EXPECT_THAT(linesOf(result.log),
+                ElementsAre("3 Attempted creation of instance for VEXSG_PartitionPresent threw exception "));
 }
 
 TEST(ReferenceBuilder, AnEmptyMapOrARefusedInstanceCreatesNothingAndSaysNothing) {

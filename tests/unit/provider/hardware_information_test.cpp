@@ -7,6 +7,8 @@
 
 #include "tests/support/fake_os.h"
 #include "tests/support/host_session.h"
+#include "tests/support/scripted_instance.h"
+#include "tests/support/silent_failure.h"
 
 namespace diskmgt_col {
 namespace {
@@ -19,6 +21,10 @@ using diskmgt_test::FakeOs;
 using diskmgt_test::HostSession;
 using diskmgt_test::linesOf;
 using diskmgt_test::PluginSession;
+using diskmgt_test::RenamedClass;
+using diskmgt_test::ScriptedClass;
+using diskmgt_test::SilentHostFailure;
+using diskmgt_test::SilentStandardFailure;
 using diskmgt_test::textsOf;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
@@ -61,6 +67,20 @@ TEST_F(HardwareInformationOn, TheThreeInstanceClassesLogTheirLinesInTheOrderAske
     EXPECT_THAT(column(session.host, "VEXSG_DiskPartition", "DeviceID"), ElementsAre("/dev/sda1", "/dev/sda2"));
     EXPECT_THAT(column(session.host, "VEXSG_LogicalDisk", "DeviceID"), ElementsAre("/dev/sda1", "proc"));
     EXPECT_THAT(column(session.host, "VEXSG_LogicalDisk", "OtherIdentifyingInfo"), ElementsAre("/", "/proc"));
+}
+
+TEST_F(HardwareInformationOn, EachClassLogsItsLineBeforeTheKernelIsAskedAnything) {
+    for (const char* const className : {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"}) {
+        SCOPED_TRACE(className);
+        session.host.startTrace();
+        (void)session.host.request({className});
+        const auto line = crossingOf(session.host.takeTrace(), "log");
+        machine.forgetCalls();
+        session.host.setFaultPlan({line, false, FaultKind::kStandardException});  // which ends the class there
+        (void)session.host.request({className});
+        session.host.clearFaultPlan();
+        EXPECT_EQ(machine.calls(), 0);
+    }
 }
 
 TEST_F(HardwareInformationOn, TheOtherDriveClassesLogTheirNameAndStayEmpty) {
@@ -199,6 +219,34 @@ TEST_F(HardwareInformationAlone, TheStampStandsBesideEntriesOfTheSameName) {
                                          Pair("CreationClassName", "VEXSG_DiskDrive")));
     });
     EXPECT_FALSE(result.failure.has_value());
+}
+
+TEST_F(HardwareInformationAlone, AClassThatIsNotServedIsTheCurrentOneAllTheSame) {
+    with([&](HardwareInformation& provider) {
+        EXPECT_FALSE(provider.enumerateInstances(boost::make_shared<RenamedClass>(served, "Unserved")));
+        PropertyMap device;
+        provider.addLogicalDeviceParams(device);
+        EXPECT_THAT(device, ElementsAre(Pair("CreationClassName", "Unserved"),
+                                        Pair("SystemCreationClassName", testing::_), Pair("SystemName", testing::_)));
+    });
+    EXPECT_THAT(result.log, IsEmpty());
+}
+
+TEST_F(HardwareInformationAlone, AFailureWithoutATextEndsTheClassAndItsLineHasNone) {
+    machine.sysfsDisk("sda", 8, "8:0", {}).device("/dev/sda", DiskImage());
+    using Creation = std::function<boost::shared_ptr<NVEXTAL20::ICIMInstance>()>;
+    const Creation failures[] = {
+        []() -> boost::shared_ptr<NVEXTAL20::ICIMInstance> { throw SilentHostFailure(); },
+        []() -> boost::shared_ptr<NVEXTAL20::ICIMInstance> { throw SilentStandardFailure(); },
+    };
+    for (const Creation& failure : failures) {
+        with([&](HardwareInformation& provider) {
+            (void)provider.enumerateInstances(boost::make_shared<ScriptedClass>(served, "VEXSG_DiskDrive", failure));
+        });
+        EXPECT_FALSE(result.failure.has_value());
+        EXPECT_THAT(linesOf(result.log), ElementsAre("3 Physical disk information.. VEXSG_DiskDrive",
+                                                     "3 VEXSG_DiskDrivecollection encountered exception: "));
+    }
 }
 
 TEST_F(HardwareInformationAlone, AHostThatFailsWhileAFailureIsLoggedLosesOnlyTheLine) {

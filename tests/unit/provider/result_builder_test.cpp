@@ -7,6 +7,8 @@
 
 #include "plugin/host/tal_exception.h"
 #include "tests/support/host_session.h"
+#include "tests/support/scripted_instance.h"
+#include "tests/support/silent_failure.h"
 
 namespace diskmgt_col {
 namespace {
@@ -16,6 +18,9 @@ using diskmgt_test::Classes;
 using diskmgt_test::crossingOf;
 using diskmgt_test::HostSession;
 using diskmgt_test::linesOf;
+using diskmgt_test::ScriptedClass;
+using diskmgt_test::ScriptedInstance;
+using diskmgt_test::SilentHostFailure;
 using diskmgt_test::textsOf;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
@@ -43,6 +48,16 @@ protected:
         return session.host.takeTrace();
     }
 
+    /// Builds into an instance of the test's own.
+    bool buildInto(const boost::shared_ptr<ScriptedInstance>& instance, PropertyMap map) {
+        bool nothingCommitted = false;
+        result = session.insideRequest({kClass}, [&](auto, Classes& classes) {
+            const auto cls = boost::make_shared<ScriptedClass>(classes[0], kClass, [&] { return instance; });
+            nothingCommitted = ResultBuilder()(cls, map);
+        });
+        return nothingCommitted;
+    }
+
     HostSession session;
     refhost::RequestResult result;
 };
@@ -60,6 +75,10 @@ TEST_F(ResultBuilding, AnEmptyMapCreatesNoInstanceAndReturnsTrue) {
     EXPECT_TRUE(build({}));
     EXPECT_THAT(session.host.instances(kClass), IsEmpty());
     EXPECT_THAT(result.log, IsEmpty());
+}
+
+TEST_F(ResultBuilding, AnInstanceIsAskedForEvenForAnEmptyMap) {
+    EXPECT_THAT(callsByPlugin(cleanTrace({})), ElementsAre("createInstance"));
 }
 
 TEST_F(ResultBuilding, ARefusedInstanceReturnsTrueWithoutAMessage) {
@@ -87,6 +106,13 @@ TEST_F(ResultBuilding, OneBadPropertyOfFourCostsOnlyItselfAndTwoLines) {
     EXPECT_THAT(
         linesOf(result.log),
         ElementsAre("3 Error processing property Size. With value many from class VEXSG_DiskDrive", StartsWith("0 ")));
+}
+
+TEST_F(ResultBuilding, AnInstanceIsCommittedEvenWhenEveryPropertyIsRefused) {
+    EXPECT_FALSE(build({{"Colour", "red"}, {"Size", "many"}}));
+    ASSERT_THAT(session.host.instances(kClass), SizeIs(1));
+    EXPECT_THAT(textsOf(session.host.instances(kClass)[0]), IsEmpty());
+    EXPECT_THAT(result.log, SizeIs(4));
 }
 
 TEST_F(ResultBuilding, AnUndeclaredPropertyIsSkippedAndLogged) {
@@ -200,6 +226,34 @@ TEST_F(ResultBuilding, AFailedCommitIsLoggedAndReturnsTrue) {
     EXPECT_THAT(session.host.instances(kClass), IsEmpty());
     EXPECT_THAT(linesOf(result.log),
                 ElementsAre(StartsWith("3 Attempted creation of instance for VEXSG_DiskDrive threw exception ")));
+}
+
+TEST_F(ResultBuilding, AFailureWithoutATextCostsThePropertyAndHasNoLineOfItsOwn) {
+    const auto instance = boost::make_shared<ScriptedInstance>();
+    instance->onGetProperty = [](const std::string&) -> boost::shared_ptr<NVEXTAL20::ICIMProperty> {
+        throw SilentHostFailure();
+    };
+    int commits = 0;
+    instance->onCommit = [&] { ++commits; };
+    EXPECT_FALSE(buildInto(instance, {{"Size", "1"}}));
+    EXPECT_EQ(commits, 1);
+    EXPECT_FALSE(result.failure.has_value());
+    EXPECT_THAT(linesOf(result.log),
+                ElementsAre("3 Error processing property Size. With value 1 from class VEXSG_DiskDrive"));
+}
+
+TEST_F(ResultBuilding, AFailedCommitWithoutATextIsLoggedWithoutIt) {
+    const auto instance = boost::make_shared<ScriptedInstance>();
+    instance->onGetProperty = [](const std::string&) -> boost::shared_ptr<NVEXTAL20::ICIMProperty> {
+        throw NVEXTAL20::TTALException("no such property");
+    };
+    instance->onCommit = [] { throw SilentHostFailure(); };
+    EXPECT_TRUE(buildInto(instance, {{"Size", "1"}}));
+    EXPECT_FALSE(result.failure.has_value());
+    EXPECT_THAT(
+        linesOf(result.log),
+        ElementsAre("3 Error processing property Size. With value 1 from class VEXSG_DiskDrive", "0 no such property",
+                    "3 Attempted creation of instance for VEXSG_DiskDrive threw exception "));
 }
 
 TEST_F(ResultBuilding, AHostThatFailsWhileItsFailureIsLoggedLosesOnlyLines) {

@@ -1,0 +1,180 @@
+// The worker's outcome in words, and what is delivered of work that was given up.
+#include "cli/supervise.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <functional>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/worker/standard_output.h"
+#include "cli/worker/watch.h"
+
+namespace diskmgt_cli {
+
+namespace {
+
+using worker::Outcome;
+using worker::Stage;
+using worker::Worker;
+
+constexpr double kDeliverySeconds = 5;  // to write what is known by the limit, which is there already
+
+int endedInWords(const std::function<ExitStatus()>& work) {
+    try {
+        return work();
+    } catch (const CommandError& error) {
+        if (*error.what() != '\0') complain(error.what());
+        return error.status();
+    } catch (const std::bad_alloc&) {
+        complain("out of memory; ask for fewer classes or files at once");
+    } catch (const std::exception& error) {
+        complain(std::string("stopped by an unexpected failure: ") + error.what() + "; nothing was written completely");
+    }
+    return kFailureReported;
+}
+
+/// The descriptor of this process that the path means.
+std::optional<int> descriptorNamed(std::string_view path) {
+    if (path == "/dev/stdin" || path == "-") return STDIN_FILENO;
+    if (path == "/dev/stdout") return STDOUT_FILENO;
+    if (path == "/dev/stderr") return STDERR_FILENO;
+    for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (path.substr(0, folder.size()) != folder) continue;
+        int number = -1;
+        (void)std::from_chars(path.data() + folder.size(), path.data() + path.size(), number);
+        if (number >= 0) return number;
+    }
+    return std::nullopt;
+}
+
+std::vector<int> descriptorsNamed(const Options& options) {
+    std::vector<int> kept;
+    const auto keep = [&kept](const std::string& path) {
+        if (const auto descriptor = descriptorNamed(path)) kept.push_back(*descriptor);
+    };
+    for (const std::string& operand : options.operands) keep(operand);
+    keep(options.outputFile);
+    keep(options.pluginFile);
+    std::sort(kept.begin(), kept.end());
+    return kept;
+}
+
+/// A reader of standard output has all the time it wants; a file is written within the limit.
+Stage writing(const Options& options, double limitSeconds) {
+    const auto descriptor = descriptorNamed(options.outputFile);
+    Stage stage;
+    stage.namesCall = true;
+    const bool isStandard = descriptor && (*descriptor == STDOUT_FILENO || *descriptor == STDERR_FILENO);
+    if (!options.outputFile.empty() && !isStandard) stage.limitSeconds = limitSeconds;
+    return stage;
+}
+
+class Supervision {
+public:
+    explicit Supervision(const Options& asked) : options(asked) {}
+
+    int run() {
+        const Outcome outcome = watched([this] { return runHere(options); }, options.timeoutSeconds, true);
+        switch (outcome.how) {
+            case Outcome::How::kInterrupted:
+                signals.dieBy(outcome.signalNumber);
+            case Outcome::How::kGivenUp:
+                return leave(outcome);
+            case Outcome::How::kEnded:
+                break;
+        }
+        return statusOf(outcome);
+    }
+
+private:
+    Outcome watched(const std::function<int()>& work, double limitSeconds, bool isFirst) {
+        Worker::Wants wants;
+        wants.makesKnown = isFirst && options.deliverKnown != nullptr;
+        wants.keptDescriptors = descriptorsNamed(options);
+        wants.prepare = [this] { signals.restore(); };
+        worker::account().reset(writing(options, limitSeconds), "writing " + options.outputFile);
+        Worker started(work, wants);
+        return worker::Watch(started, signals).run();
+    }
+
+    int leave(const Outcome& outcome) {
+        sayGaveUp(outcome);
+        if (options.deliverKnown == nullptr || !outcome.stage.deliversKnown) return kTimedOut;
+        const auto deliver = [this, &outcome] {
+            return endedInWords([&] {
+                options.deliverKnown(options, outcome.known);
+                return kTimedOut;
+            });
+        };
+        const Outcome delivery = watched(deliver, kDeliverySeconds, false);
+        if (delivery.how == Outcome::How::kGivenUp) sayGaveUp(delivery);
+        if (delivery.how == Outcome::How::kInterrupted) signals.dieBy(delivery.signalNumber);
+        return kTimedOut;
+    }
+
+    static void sayGaveUp(const Outcome& outcome) {
+        char seconds[32];
+        (void)std::snprintf(seconds, sizeof seconds, "%g s", outcome.stage.limitSeconds);
+        complain("gave up after " + std::string(seconds) + " while " + outcome.whatWasDone + outcome.stage.consequence +
+                 "; allow more with --timeout SECONDS (0: no limit)");
+    }
+
+    int statusOf(const Outcome& outcome) {
+        if (WIFSIGNALED(outcome.waitStatus)) return sayCrash(outcome, WTERMSIG(outcome.waitStatus));
+        const int status = WEXITSTATUS(outcome.waitStatus);
+        const int error = worker::account().outputError;
+        if (status != kDone || error == 0 || error == EPIPE) return status;
+        complain(std::string("cannot write to standard output: ") + std::strerror(error) +
+                 "; send it elsewhere with --output FILE");
+        return kFailureReported;
+    }
+
+    int sayCrash(const Outcome& outcome, int signalNumber) {
+        const std::string how = ::strsignal(signalNumber);
+        if (worker::SignalInbox::asksToEnd(signalNumber)) signals.dieBy(signalNumber);
+        if (signalNumber == SIGKILL) {
+            complain(
+                "the process that did the work was killed, perhaps because memory ran out; what was written is "
+                "not complete, ask for fewer classes or files at once");
+            return kFailureReported;
+        }
+        const std::string during = outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
+        if (outcome.isInStage && outcome.stage.ofPlugin) {
+            complain("the plug-in crashed" + during + ": " + how +
+                     "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+            return kPluginUnusable;
+        }
+        complain("crashed" + during + ": " + how + "; what was written is not complete, please report it");
+        return kFailureReported;
+    }
+
+    const Options& options;
+    const worker::SignalInbox signals;
+};
+
+}  // namespace
+
+int runHere(const Options& options) {
+    return endedInWords([&options] { return options.run(options); });
+}
+
+int runSupervised(const Options& options) {
+    return endedInWords([&options] {
+        worker::shareAccount();
+        standard_output::learn();
+        return static_cast<ExitStatus>(Supervision(options).run());
+    });
+}
+
+}  // namespace diskmgt_cli

@@ -1,0 +1,10 @@
+// A run of the plug-in in whatever host libraries this function is linked with.
+#pragma once
+
+/// Makes a host, loads the plug-in into it, asks it for one association, and unloads it. Prints what happened, a line
+/// for each fact:
+///   refused TEXT      the loader's reason
+///   published N       associations
+///   logged TEXT
+///   mapped FILE       each file that the process had mapped while the plug-in was open, or after it was refused
+extern "C" __attribute__((visibility("default"))) void runPluginInThisHost(const char* pluginFile);

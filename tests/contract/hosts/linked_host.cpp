@@ -1,0 +1,8 @@
+// A host whose program is linked with its libraries. `linked_host PLUGIN`.
+#include "tests/contract/hosts/host_run.h"
+
+int main(int count, char** words) {
+    if (count != 2) return 2;
+    runPluginInThisHost(words[1]);
+    return 0;
+}

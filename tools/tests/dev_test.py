@@ -1,0 +1,65 @@
+"""What the script promises, and what the documents say of it, is what it does."""
+
+import re
+import subprocess
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+SCRIPT = (ROOT / "tools/dev").read_text(encoding="utf-8")
+TESTING = (ROOT / "docs/TESTING.md").read_text(encoding="utf-8")
+
+
+def call(*arguments):
+    return subprocess.run([ROOT / "tools/dev", *arguments], capture_output=True, text=True, timeout=60, check=False,
+                          stdin=subprocess.DEVNULL)
+
+
+def suites(text):
+    return re.findall(r"^ *suite ([a-z]+)", text, re.MULTILINE)
+
+
+def packages(purpose):
+    listed = re.search(rf"^        {purpose}\) echo (.*?);;$", SCRIPT, re.MULTILINE | re.DOTALL)
+    return listed.group(1).replace("\\\n", " ").split()
+
+
+class Test(unittest.TestCase):
+    def test_a_wrong_argument_is_refused_before_anything_is_done(self):
+        for arguments in (["some"], ["all", "of", "it"], ["--all"], [""]):
+            with self.subTest(arguments=arguments):
+                done = call("test", *arguments)
+                self.assertEqual((done.returncode, done.stdout, done.stderr),
+                                 (2, "", "tools/dev: test takes no argument but all\n"))
+
+    def test_without_an_argument_only_the_first_suite_runs(self):
+        body = re.search(r"^run_tests\(\) \{\n(.*?)^\}", SCRIPT, re.MULTILINE | re.DOTALL).group(1)
+        unconditional = re.sub(r"^    if [^\n]*then$.*?^    fi$", "", body, flags=re.MULTILINE | re.DOTALL)
+        self.assertEqual(suites(unconditional), ["dev"])
+
+    def test_the_document_lists_the_suites(self):
+        self.assertEqual(re.findall(r"^\| `([a-z]+)` \|", TESTING, re.MULTILINE), suites(SCRIPT))
+
+    def test_the_second_compiler_comes_with_the_command_that_needs_it(self):
+        self.assertEqual([purpose for purpose in ("run", "test", "test_all", "check") if "clang" in packages(purpose)],
+                         ["test_all", "check"])
+
+    def test_the_build_server_runs_the_checks_and_last_every_suite(self):
+        lines = (ROOT / ".ci/run").read_text(encoding="utf-8").splitlines()
+        self.assertEqual([line for line in lines if line.startswith("tools/dev")],
+                         ["tools/dev check", "tools/dev test all"])
+        self.assertEqual(lines[-1], "tools/dev test all")
+
+
+class Help(unittest.TestCase):
+    def test_every_command_is_listed(self):
+        commands = re.search(r"^case \$command in\n(.*)^esac", SCRIPT, re.MULTILINE | re.DOTALL).group(1)
+        listed = set(re.findall(r"^  ([a-z]+)\b", call("help").stdout, re.MULTILINE))
+        self.assertEqual(listed, set(re.findall(r"^    ([a-z]+)\)", commands, re.MULTILINE)))
+
+    def test_no_or_an_unknown_command_ends_with_2(self):
+        self.assertEqual((call().returncode, call("dance").returncode, call("dance").stdout), (2, 2, ""))
+
+
+if __name__ == "__main__":
+    unittest.main()
