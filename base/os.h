@@ -36,6 +36,8 @@ DIR* openDirectory(const std::string& path);
 /// The next entry's name, "." and ".." included, valid until the next call; null at the end.
 const char* nextEntryName(DIR* directory);
 int closeDirectory(DIR* directory);
+/// openat(2) from an open directory on, with these flags and no others; the descriptor, or negative.
+int openBelow(DIR* directory, const std::string& path, int flags);
 
 /// setmntent(3); null on failure.
 std::FILE* openMountTable(const char* path, const char* mode);

@@ -42,6 +42,10 @@ const char* nextEntryName(DIR* directory) {
 
 int closeDirectory(DIR* directory) { return ::closedir(directory); }
 
+int openBelow(DIR* directory, const std::string& path, int flags) {
+    return ::openat(::dirfd(directory), path.c_str(), flags);
+}
+
 std::FILE* openMountTable(const char* path, const char* mode) { return ::setmntent(path, mode); }
 
 bool nextMountEntry(std::FILE* table, mntent& entry, char* buffer, int bufferSize) {

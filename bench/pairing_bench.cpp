@@ -50,7 +50,7 @@ void searchEach(benchmark::State& state, const std::vector<std::string>& sortedK
     const auto search = [&] { return ContainedKeySearch(keyViews).firstWithinEach(textViews); };
     const diskmgt_bench::PeakBytes peak;
     (void)search();
-    state.counters["peak MiB"] = static_cast<double>(peak.bytes()) / (1 << 20);
+    state.counters["peak_MiB"] = static_cast<double>(peak.bytes()) / (1 << 20);
     for (auto iteration : state) benchmark::DoNotOptimize(search());
 }
 

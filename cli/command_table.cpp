@@ -20,7 +20,7 @@ const std::vector<CommandDescription>& commands() {
          nullptr,
          0,
          0,
-         kHasAll | kHasBytes,
+         kHasAll | kHasBytes | kLoadsPlugin,
          {},
          "Drives, their partitions and what is mounted on them",
          "Start is where a partition really begins. Free counts what is kept for root,\n"
@@ -39,7 +39,7 @@ const std::vector<CommandDescription>& commands() {
          "CLASS",
          1,
          kAnyNumber,
-         kHasExact | kHasColumns,
+         kHasExact | kHasColumns | kHasCsvSafe | kLoadsPlugin,
          {"json", "table", "csv", "mof"},
          "Instances of the named classes, one request, in the order given",
          "An association class first makes the host publish the classes it relies on, in\n"
@@ -49,7 +49,7 @@ const std::vector<CommandDescription>& commands() {
          "everything published.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes;\n"
          "the elements of an array are joined by \",\"; null is an empty field, an empty\n"
-         "text is \"\".\n"
+         "text is \"\". A spreadsheet may take a text for a formula: --csv-safe.\n"
          "mof: one \"instance of\" each for a CIM compiler; \"classes --format mof\" gives\n"
          "the classes.\n\n"
          "Examples:\n"
@@ -75,7 +75,7 @@ const std::vector<CommandDescription>& commands() {
          "DEVICE",
          0,
          kAnyNumber,
-         kNoFlags,
+         kLoadsPlugin,
          {"table", "json"},
          "Why each device is or is not reported, and the rule that dropped it",
          "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
@@ -113,7 +113,7 @@ const std::vector<CommandDescription>& commands() {
          "FORMAT",
          1,
          1,
-         kNoFlags,
+         kLoadsPlugin,
          {},
          "The whole inventory for programs: json, prometheus, mof or html",
          "json: drives with their partitions and logical disks nested, and the plain\n"
@@ -154,7 +154,7 @@ const std::vector<CommandDescription>& commands() {
          "CLASS",
          1,
          kAnyNumber,
-         kHasExact,
+         kHasExact | kLoadsPlugin,
          {"json"},
          "Every crossing of the plug-in boundary, one JSON object a line",
          "Covers loading the plug-in, the request and unloading. The earlier request for\n"
@@ -167,7 +167,7 @@ const std::vector<CommandDescription>& commands() {
          nullptr,
          0,
          0,
-         kNoFlags,
+         kLoadsPlugin,
          {"table", "json"},
          "Name, version, interface version, type and file of the plug-in",
          "Examples:\n"
@@ -184,8 +184,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tree = {"", &runTree, nullptr,          0, 0, kHasAll | kHasBytes, {},
-                                            "", "",       &deliverKnownTree};
+    static const CommandDescription tree = {
+        "", &runTree, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin, {}, "", "", &deliverKnownTree};
     return tree;
 }
 

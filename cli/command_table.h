@@ -17,7 +17,9 @@ enum CommandFlags : unsigned {
     kHasBytes = 4,
     kHasSpace = 8,
     kHasColumns = 16,
-    kTouchesNothing = 32  // neither devices nor files nor a plug-in
+    kTouchesNothing = 32,  // neither devices nor files nor a plug-in
+    kHasCsvSafe = 64,
+    kLoadsPlugin = 128  // --plugin, --log-level and --virtual-device: they are for the host and what it loads
 };
 
 struct CommandDescription {

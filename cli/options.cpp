@@ -16,6 +16,7 @@
 #include "cli/command_table.h"
 #include "cli/commands/commands.h"
 #include "cli/failure.h"
+#include "cli/log_lines.h"
 #include "cli/suggestions.h"
 #include "cli/wording.h"
 
@@ -23,14 +24,12 @@ namespace diskmgt_cli {
 
 namespace {
 
-const std::vector<std::string> kSeverities = {"error", "warning", "status", "debug", "verbose"};  // by their number
-
 /// The texts of the options, where given.
 struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false, all = false, bytes = false, space = false;
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false;
 };
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
@@ -75,11 +74,31 @@ private:
     const CommandDescription& command;
 };
 
+/// Of an option that is given more than once the last counts.
+void addOption(CLI::App& app, const char* name, std::optional<std::string>& text, const std::string& help,
+               const char* placeholder) {
+    app.add_option(name, text, help)->type_name(placeholder)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+void addPluginOptions(CLI::App& app, GivenTexts& given) {
+    addOption(app, "--plugin", given.pluginFile,
+              "The plug-in to load (default: $DISKMGT_PLUGIN,\nelse the one installed with it)", "FILE");
+    addOption(app, "--log-level", given.logLevel,
+              "Show the host's log on standard error:\n" + joined(severityNames(), ", ") + "\nor none (default)",
+              "LEVEL");
+    app.add_option_function<std::vector<std::string>>(
+           "--virtual-device",
+           [&given](const std::vector<std::string>& texts) {
+               given.virtualDevices.insert(given.virtualDevices.end(), texts.begin(), texts.end());
+           },
+           "A further text naming a disk that the management\ncontroller presents; repeatable")
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
+}
+
 void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
     const auto add = [&app](const char* name, std::optional<std::string>& text, const std::string& help,
-                            const char* placeholder) {
-        app.add_option(name, text, help)->type_name(placeholder)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-    };
+                            const char* placeholder) { addOption(app, name, text, help, placeholder); };
     if (command.operand != nullptr) {
         CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
         if (command.fewestOperands > 0 && given.plainOperands.empty()) operands->required();
@@ -93,6 +112,7 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs\nand network file systems");
     flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
+    flag(kHasCsvSafe, "--csv-safe", given.csvSafe, "For csv: no field that a spreadsheet takes for a\nformula");
     if ((command.flags & kHasColumns) != 0)
         add("--columns", given.columns, "Only these properties, in this order, separated\nby commas", "NAMES");
     if (command.name[0] == '\0')
@@ -100,21 +120,10 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     else if (!command.formats.empty())
         add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
             "FORMAT");
-    add("--plugin", given.pluginFile, "The plug-in to load (default: $DISKMGT_PLUGIN,\nelse the one installed with it)",
-        "FILE");
-    add("--log-level", given.logLevel,
-        "Show the host's log on standard error:\n" + joined(kSeverities, ", ") + "\nor none (default)", "LEVEL");
+    if ((command.flags & kLoadsPlugin) != 0) addPluginOptions(app, given);
     add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
     add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
     add("--color", given.color, "auto (default; honours NO_COLOR), always or never", "WHEN");
-    app.add_option_function<std::vector<std::string>>(
-           "--virtual-device",
-           [&given](const std::vector<std::string>& texts) {
-               given.virtualDevices.insert(given.virtualDevices.end(), texts.begin(), texts.end());
-           },
-           "A further text naming a disk that the management\ncontroller presents; repeatable")
-        ->type_name("TEXT")
-        ->allow_extra_args(false);
 }
 
 std::string seeHelp(const std::string& commandName) {
@@ -175,10 +184,10 @@ double readTimeout(const std::string& text) {
 
 int readSeverity(const std::string& text) {
     if (text == "none") return -1;
-    const auto found = std::find(kSeverities.begin(), kSeverities.end(), text);
-    if (found == kSeverities.end())
-        wrongUsage("--log-level takes " + joined(kSeverities, ", ") + " or none, not \"" + text + "\"");
-    return static_cast<int>(std::distance(kSeverities.begin(), found));
+    const std::vector<std::string>& names = severityNames();
+    const auto found = std::find(names.begin(), names.end(), text);
+    if (found == names.end()) wrongUsage("--log-level takes " + joined(names, ", ") + " or none, not \"" + text + "\"");
+    return static_cast<int>(std::distance(names.begin(), found));
 }
 
 Format readFormat(const std::string& text, const CommandDescription& command) {
@@ -241,6 +250,11 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
     const auto refuse = [&name](const char* option) { wrongUsage(name + " has no " + option + seeHelp(name)); };
     if (given.all && (command.flags & kHasAll) == 0) refuse("--all");
     if (given.bytes && (command.flags & kHasBytes) == 0) refuse("--bytes");
+    if ((command.flags & kLoadsPlugin) == 0) {
+        if (given.pluginFile) refuse("--plugin");
+        if (given.logLevel) refuse("--log-level");
+        if (!given.virtualDevices.empty()) refuse("--virtual-device");
+    }
     if (!given.format || !command.formats.empty()) return;
     if (name != "tree") refuse("--format");
     wrongUsage("tree has no --format; \"diskmgt export json\" gives the same to programs");
@@ -262,6 +276,9 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
         if (options.format == Format::kJson || options.format == Format::kMof)
             wrongUsage("--columns needs --format table or csv; json and mof carry every property");
     }
+    if (given.csvSafe && options.format != Format::kCsv)
+        wrongUsage("--csv-safe needs --format csv; no other format is read as formulas");
+    options.csvSafe = given.csvSafe;
     if (given.logLevel) options.logSeverity = readSeverity(*given.logLevel);
     if (given.timeout) options.timeoutSeconds = readTimeout(*given.timeout);
     if (given.color) options.color = readColor(*given.color);

@@ -27,6 +27,7 @@ struct Options {
     bool bytes = false;                      // tree: sizes in bytes
     bool space = false;                      // diff: free space too
     std::vector<std::string> columns;        // get: only these properties, in this order; empty: all
+    bool csvSafe = false;                    // get: no field that a spreadsheet takes for a formula
     Format format = Format::kJson;
     std::string pluginFile;      // empty: the one that belongs to this command
     int logSeverity = -1;        // forward the host's log from this severity on; negative: not at all

@@ -15,8 +15,8 @@
 #include "cli/failure.h"
 #include "cli/output_target.h"
 #include "cli/replacement_file.h"
-#include "cli/write_error.h"
 #include "cli/worker/standard_output.h"
+#include "cli/write_error.h"
 
 namespace diskmgt_cli {
 

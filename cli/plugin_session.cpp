@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <utility>
 
+#include "cli/log_lines.h"
+
 namespace diskmgt_cli {
 
 namespace {
@@ -51,7 +53,7 @@ PluginSession::PluginSession(const Options& options)
       timeoutSeconds(options.timeoutSeconds),
       isLogForwarded(options.logSeverity >= 0),
       referenceHost(processHost(hostOptions(options))) {
-    if (isLogForwarded) referenceHost.forwardLog(options.logSeverity);
+    if (isLogForwarded) referenceHost.forwardLog(options.logSeverity, &showLogLine);
 }
 
 PluginSession::~PluginSession() { referenceHost.unloadPlugins(); }

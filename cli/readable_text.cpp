@@ -52,6 +52,18 @@ void appendEscaped(std::string& escaped, char byte) {
     escaped += form;
 }
 
+template <typename Shown>
+std::string withDirectionMarksAs(const std::string& text, const Shown& shownOf) {
+    std::string shown;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t mark = directionMarkLength(rest);
+        const std::size_t taken = mark != 0 ? mark : std::min(rest.find_first_of(kMarkBeginnings, 1), rest.size());
+        shown += mark != 0 ? shownOf(rest.substr(0, taken)) : std::string(rest.substr(0, taken));
+        rest.remove_prefix(taken);
+    }
+    return shown;
+}
+
 }  // namespace
 
 std::string escapedControls(const std::string& text) {
@@ -95,14 +107,17 @@ std::size_t directionMarkLength(std::string_view text) {
 }
 
 std::string withoutDirectionMarks(const std::string& text) {
-    std::string shown;
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t mark = directionMarkLength(rest);
-        const std::size_t taken = mark != 0 ? mark : std::min(rest.find_first_of(kMarkBeginnings, 1), rest.size());
-        shown += mark != 0 ? kReplacement : rest.substr(0, taken);
-        rest.remove_prefix(taken);
-    }
-    return shown;
+    return withDirectionMarksAs(text, [](std::string_view) { return std::string(kReplacement); });
+}
+
+std::string withCodedDirectionMarks(const std::string& text, const char* prefix) {
+    return withDirectionMarksAs(text, [prefix](std::string_view mark) {
+        unsigned code = static_cast<unsigned char>(mark[0]) & (mark.size() == 2 ? 0x1FU : 0x0FU);
+        for (const char byte : mark.substr(1)) code = code << 6U | (static_cast<unsigned char>(byte) & 0x3FU);
+        char digits[9];
+        (void)std::snprintf(digits, sizeof digits, "%04x", code);
+        return prefix + std::string(digits);
+    });
 }
 
 }  // namespace diskmgt_cli

@@ -16,6 +16,9 @@ std::size_t directionMarkLength(std::string_view text);
 /// The text with U+FFFD in place of every mark of writing direction.
 std::string withoutDirectionMarks(const std::string& text);
 
+/// The text with every mark of writing direction as four hexadecimal digits behind `prefix`, such as "\\u202e".
+std::string withCodedDirectionMarks(const std::string& text, const char* prefix);
+
 /// The text with U+FFFD in place of every byte that is not part of well-formed UTF-8.
 std::string asUtf8(const std::string& text);
 

@@ -38,6 +38,12 @@ std::string counted(std::uint64_t count, const std::string& noun) {
     return (count == 0 ? "no" : std::to_string(count)) + " " + noun + (count == 1 ? "" : "s");
 }
 
+std::string refusalOfCount(std::int32_t entryCount) {
+    std::string count = "it says that it has " + std::to_string(entryCount) + " entries";
+    if (entryCount >= 0) count += ", and more of them are used than any disk has (773), or they are beyond memory";
+    return count;
+}
+
 std::string didYouMean(const std::vector<std::string>& proposals) {
     return proposals.empty() ? "" : ", did you mean " + joinedWithOr(proposals) + "?";
 }

@@ -18,6 +18,9 @@ std::string listed(const std::vector<std::string>& texts);
 /// "no disks", "1 disk", "2 disks".
 std::string counted(std::uint64_t count, const std::string& noun);
 
+/// Why a GPT with this number of entries is not taken for one: "it says that it has -1 entries".
+std::string refusalOfCount(std::int32_t entryCount);
+
 /// ", did you mean A or B?"; empty when there is nothing to propose.
 std::string didYouMean(const std::vector<std::string>& proposals);
 

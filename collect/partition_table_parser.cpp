@@ -4,6 +4,7 @@
 #define BOOST_LEXICAL_CAST_ASSUME_C_LOCALE  // a host's locale must not group the digits
 #include <algorithm>
 #include <boost/lexical_cast.hpp>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -39,10 +40,17 @@ std::int64_t slotsOffsetOf(std::int64_t sector) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(sector) * kSectorSize + kSlotsOffset);
 }
 
+/// The first error counts: what follows may come of it.
+void noteError(TableReading& reading, std::int64_t offset) {
+    if (reading.error != 0) return;
+    reading.error = errno;
+    reading.errorOffset = offset;
+}
+
 /// Reads tables, one at a time. Knows where each read began, and how far the chains of the disk have been walked.
 class TableReader {
 public:
-    explicit TableReader(int descriptor) : fd(descriptor) {}
+    TableReader(int descriptor, TableReading& told) : fd(descriptor), reading(told) {}
 
     /// Goes to the slots of a table. Intended: the seek is unchecked. Past the end of the device the next read goes on
     /// where the last one ended. Held by PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails
@@ -57,6 +65,7 @@ public:
         std::memset(bytes, 0, sizeof bytes);
         const ssize_t got = os::readSome(fd, bytes, sizeof bytes);
         if (got > 0) position += got;
+        if (got < 0) noteError(reading, position);
         return got > 0;
     }
     PartitionDescriptor slot(std::size_t index) const { return slotAt(ByteView(bytes, sizeof bytes), index); }
@@ -67,6 +76,7 @@ public:
 
 private:
     int fd;
+    TableReading& reading;
     std::int64_t position = std::numeric_limits<std::int64_t>::min();
     unsigned char bytes[kSlotsSize] = {};
     std::size_t links = 0;
@@ -140,27 +150,40 @@ bool scanGptEntries(const ByteView& entries, int slot, std::vector<UsedGptEntry>
 
 /// The used ones of `count` entries that begin at the descriptor's position; none when the count is beyond memory or
 /// beyond the pair budget. Entries behind a short read count as unused.
-std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count) {
+std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count, TableReading& reading) {
     std::vector<UsedGptEntry> used;
+    if (count < 0) reading.refusedCount = count;
     if (count <= 0) return used;
     const auto entryCount = static_cast<std::size_t>(count);
     // Whether so many entries fit is the allocator's to say. Only the pages that are read into cost memory.
     const std::unique_ptr<unsigned char, Freer> block(
         static_cast<unsigned char*>(std::calloc(entryCount, kGptEntrySize)));
-    if (block == nullptr) return used;
+    if (block == nullptr) {
+        reading.refusedCount = count;
+        return used;
+    }
 
     std::size_t remaining = std::min(entryCount * kGptEntrySize, kMaxReadSize);
+    std::int64_t position = kGptHeaderOffset + std::int64_t{kGptHeaderSize};
     int slot = 1;
     while (remaining > 0) {
         const std::size_t pieceSize = std::min(remaining, kGptPieceSize);
         const ssize_t got = os::readSome(fd, block.get(), pieceSize);
+        if (got < 0) noteError(reading, position);
         if (got <= 0) break;
         const auto bytesRead = static_cast<std::size_t>(got);
         const std::size_t entriesRead = (bytesRead + kGptEntrySize - 1) / kGptEntrySize;
         const std::size_t scanned = entriesRead * kGptEntrySize;
         std::memset(block.get() + bytesRead, 0, scanned - bytesRead);  // the rest of an entry that was cut
-        if (!scanGptEntries(ByteView(block.get(), scanned), slot, used)) return {};
-        if (bytesRead < pieceSize) break;
+        if (!scanGptEntries(ByteView(block.get(), scanned), slot, used)) {
+            reading.refusedCount = count;
+            return {};
+        }
+        position += got;
+        if (bytesRead < pieceSize) {
+            reading.cutAt = position;
+            break;
+        }
         slot += static_cast<int>(entriesRead);
         remaining -= pieceSize;
     }
@@ -212,22 +235,22 @@ void walkTables(TableReader& table, std::int64_t startSector, bool inExtended, c
 }
 
 void appendPartitions(int fd, const std::string& path, std::int64_t startSector, bool inExtended,
-                      std::vector<PropertyMap>& all) {
-    TableReader table(fd);
+                      std::vector<PropertyMap>& all, TableReading& reading) {
+    TableReader table(fd, reading);
     walkTables(table, startSector, inExtended, [&](const PartitionDescriptor& entry, int kind, int number) {
         all.push_back(describe(entry, kind, partitionName(path, "dev/nvme", number)));
     });
 }
 
-std::vector<UsedGptEntry> readGpt(int fd) {
+std::vector<UsedGptEntry> readGpt(int fd, TableReading& reading) {
     unsigned char header[kGptHeaderSize] = {};
     (void)os::seekTo(fd, kGptHeaderOffset);  // unchecked, like the read: a header that stays zero has no entries
-    (void)os::readSome(fd, header, sizeof header);
-    return readUsedGptEntries(fd, gptEntryCount(ByteView(header, sizeof header)));
+    if (os::readSome(fd, header, sizeof header) < 0) noteError(reading, kGptHeaderOffset);
+    return readUsedGptEntries(fd, gptEntryCount(ByteView(header, sizeof header)), reading);
 }
 
-void appendGptPartitions(int fd, const std::string& path, std::vector<PropertyMap>& all) {
-    const std::vector<UsedGptEntry> entries = readGpt(fd);
+void appendGptPartitions(int fd, const std::string& path, std::vector<PropertyMap>& all, TableReading& reading) {
+    const std::vector<UsedGptEntry> entries = readGpt(fd, reading);
     for (const UsedGptEntry& used : entries) {
         const bool isFirst = &used == &entries.front();
         all.push_back(isFirst ? PropertyMap() : PropertyMap(all.back()));
@@ -238,76 +261,92 @@ void appendGptPartitions(int fd, const std::string& path, std::vector<PropertyMa
 /// What a device is read as.
 enum class Layout { kUnreadable, kFloppy, kMbr, kGpt };
 
-Layout layoutOf(int fd, const std::string& path) {
+Layout layoutOf(int fd, const std::string& path, TableReading& reading) {
     if (path.find("/dev/fd") != std::string::npos) return Layout::kFloppy;  // counts as one partition, unread
     unsigned char firstSlot[kFirstSlotSize] = {};
-    if (os::seekTo(fd, kSlotsOffset) >= 0 && os::readSome(fd, firstSlot, sizeof firstSlot) < 0)
+    if (os::seekTo(fd, kSlotsOffset) >= 0 && os::readSome(fd, firstSlot, sizeof firstSlot) < 0) {
+        noteError(reading, kSlotsOffset);
         return Layout::kUnreadable;
+    }
     (void)os::seekTo(fd, 0);  // where it ends changes nothing: both parsers seek for themselves
     return isProtective(ByteView(firstSlot, sizeof firstSlot)) ? Layout::kGpt : Layout::kMbr;
+}
+
+void appendPartitionsOf(const std::string& path, std::vector<PropertyMap>& all, TableReading& reading) {
+    const UniqueFd device = openDevice(path);
+    if (!device.valid()) return;
+    switch (layoutOf(device.get(), path, reading)) {
+        case Layout::kUnreadable:
+            break;
+        case Layout::kFloppy:
+            all.emplace_back();
+            break;
+        case Layout::kMbr:
+            appendPartitions(device.get(), path, 0, false, all, reading);
+            break;
+        case Layout::kGpt:
+            appendGptPartitions(device.get(), path, all, reading);
+            break;
+    }
 }
 
 }  // namespace
 
 std::string partTypeNumParser(GUID_t type) { return dataToString<unsigned long>(gptTypeNumber(type)); }
 
-std::size_t partitionCountOf(const std::string& devicePath) {
+std::size_t partitionCountOf(const std::string& devicePath, TableReading* reading) {
+    TableReading unasked;
+    TableReading& told = reading == nullptr ? unasked : *reading;
     const UniqueFd device = openDevice(devicePath);
     if (!device.valid()) return 0;
     std::size_t count = 0;
-    switch (layoutOf(device.get(), devicePath)) {
+    switch (layoutOf(device.get(), devicePath, told)) {
         case Layout::kUnreadable:
             break;
         case Layout::kFloppy:
             return 1;
         case Layout::kMbr: {
-            TableReader table(device.get());
+            TableReader table(device.get(), told);
             walkTables(table, 0, false, [&count](const auto&, int, int) { ++count; });
             return count;
         }
         case Layout::kGpt:
-            return readGpt(device.get()).size();
+            return readGpt(device.get(), told).size();
     }
     return 0;
 }
 
+std::vector<PropertyMap> partitionsOf(const std::string& devicePath, TableReading& reading) {
+    std::vector<PropertyMap> all;
+    appendPartitionsOf(devicePath, all, reading);
+    return all;
+}
+
 std::vector<PropertyMap> PartitionTableParser::enumPartitions(std::vector<std::string> devicePaths) {
     std::vector<PropertyMap> all;
-    for (const std::string& path : devicePaths) {
-        const UniqueFd device = openDevice(path);
-        if (!device.valid()) continue;
-        switch (layoutOf(device.get(), path)) {
-            case Layout::kUnreadable:
-                break;
-            case Layout::kFloppy:
-                all.emplace_back();
-                break;
-            case Layout::kMbr:
-                appendPartitions(device.get(), path, 0, false, all);
-                break;
-            case Layout::kGpt:
-                appendGptPartitions(device.get(), path, all);
-                break;
-        }
-    }
+    TableReading unasked;
+    for (const std::string& path : devicePaths) appendPartitionsOf(path, all, unasked);
     return all;
 }
 
 std::vector<PropertyMap> PartitionTableParser::parsePartitionTables(int fd, std::string& path, long long startSector,
                                                                     bool inExtended) {
     std::vector<PropertyMap> all;
-    appendPartitions(fd, path, startSector, inExtended, all);
+    TableReading unasked;
+    appendPartitions(fd, path, startSector, inExtended, all, unasked);
     return all;
 }
 
 std::vector<PropertyMap> PartitionTableParser::parsePartitionTablesGPT(int fd, std::string& path) {
     std::vector<PropertyMap> all;
-    appendGptPartitions(fd, path, all);
+    TableReading unasked;
+    appendGptPartitions(fd, path, all, unasked);
     return all;
 }
 
 std::vector<PartitionDescriptor> PartitionTableParser::readPartitionEntries(int fd, long long offset, bool inExtended) {
-    TableReader table(fd);
+    TableReading unasked;
+    TableReader table(fd, unasked);
     return readEntries(table, offset, inExtended);
 }
 

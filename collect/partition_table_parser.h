@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,9 +26,21 @@ constexpr std::size_t kMaxGptPairs = std::size_t{1} << 21;
 /// The "PartitionType" number of a GPT type GUID, in decimal: "0" when unknown.
 std::string partTypeNumParser(GUID_t type);
 
+/// What reading the tables of a device ran into. What was found does not show it.
+struct TableReading {
+    int error = 0;                 // of the first read that failed; 0: none did
+    std::int64_t errorOffset = 0;  // where that read began, in bytes
+    /// Where the GPT's entries ended before their count: the end of the device, or a part that cannot be read.
+    std::optional<std::int64_t> cutAt;
+    /// The GPT's entry count, when it was taken as corrupt: negative, beyond memory or beyond the pair budget.
+    std::optional<std::int32_t> refusedCount;
+};
+
 /// How many partitions `enumPartitions` finds on the device, told without describing or naming one: the same tables are
 /// read, under the same bounds. 0 when the device cannot be opened or read.
-std::size_t partitionCountOf(const std::string& devicePath);
+std::size_t partitionCountOf(const std::string& devicePath, TableReading* reading = nullptr);
+/// What `enumPartitions` gives for this one device.
+std::vector<PropertyMap> partitionsOf(const std::string& devicePath, TableReading& reading);
 
 /// Keeps no state, logs nothing and throws nothing of its own; a device that cannot be opened or read contributes
 /// nothing. Descriptors passed in stay the caller's; paths are not changed.

@@ -12,8 +12,8 @@ namespace diskmgt_col {
 
 namespace {
 
-// An automaton has at most one state for so many bytes of the texts: what it takes is then bounded by the texts, and
-// no text is passed over more often than once for so many times the texts' bytes in keys.
+// An automaton has at most one state for so many bytes of the texts, so its memory is bounded by theirs. The texts are
+// passed over once for each automaton, so that costs at most so many steps for each byte of the keys.
 constexpr std::size_t kTextBytesPerState = 8;
 constexpr std::size_t kFewStates = std::size_t{1} << 18;   // 3.25 MiB: always allowed
 constexpr std::size_t kManyStates = std::size_t{1} << 31;  // more are never numbered
@@ -25,13 +25,6 @@ bool beginsWith(std::string_view text, std::string_view beginning) {
 
 bool contains(std::string_view text, std::string_view key) {
     return key.empty() || memmem(text.data(), text.size(), key.data(), key.size()) != nullptr;  // linear, unlike find
-}
-
-std::size_t commonLength(std::string_view one, std::string_view other) {
-    const auto shorter = std::min(one.size(), other.size());
-    return static_cast<std::size_t>(
-        std::mismatch(one.begin(), one.begin() + static_cast<std::ptrdiff_t>(shorter), other.begin()).first -
-        one.begin());
 }
 
 }  // namespace
@@ -55,14 +48,14 @@ public:
             if (open.empty()) break;
             const std::string_view key = search.keys[rank];
             if (key.size() > longestText) continue;
-            if (key.empty() || kStartState + key.size() + kStatesPerKey > mostStates) {
+            const std::size_t states = key.size() + kStatesPerKey;  // at most
+            if (key.empty() || states > mostStates) {
                 searchBatch();
                 settle([&](std::string_view text) { return contains(text, key) ? rank : kNone; });
                 continue;
             }
-            if (batchStates + newStates(key) + kStatesPerKey * (batch.size() + 1) > mostStates) searchBatch();
-            batchStates += newStates(key);
-            shortestKey = std::min(shortestKey, key.size());
+            if (batchStates + states > mostStates) searchBatch();
+            batchStates += states;
             batch.push_back(key);
             batchRanks.push_back(rank);
         }
@@ -71,24 +64,16 @@ public:
     }
 
 private:
-    static constexpr std::size_t kStartState = 1;
-
-    /// How many states the key adds to those of the batch.
-    std::size_t newStates(std::string_view key) const {
-        return key.size() - (batch.empty() ? 0 : commonLength(batch.back(), key));
-    }
-
     void searchBatch() {
         if (batch.empty()) return;
-        const KeyAutomaton automaton(batch, batchStates);
+        const KeyAutomaton automaton(batch);
         settle([&](std::string_view text) {
-            const std::uint32_t first = text.size() < shortestKey ? KeyAutomaton::kNone : automaton.firstWithin(text);
+            const std::uint32_t first = automaton.firstWithin(text);
             return first == KeyAutomaton::kNone ? kNone : batchRanks[first];
         });
         batch.clear();
         batchRanks.clear();
-        batchStates = kStartState;
-        shortestKey = kNone;
+        batchStates = 0;
     }
 
     /// Asks about every open text and closes those that have an answer.
@@ -106,8 +91,7 @@ private:
     std::size_t mostStates = 0;
     std::vector<std::string_view> batch;  // keys that are searched for together
     std::vector<std::size_t> batchRanks;
-    std::size_t batchStates = kStartState;
-    std::size_t shortestKey = kNone;
+    std::size_t batchStates = 0;
 };
 
 ContainedKeySearch::ContainedKeySearch(std::vector<std::string_view> sortedKeys) : keys(std::move(sortedKeys)) {

@@ -6,7 +6,9 @@
 
 namespace diskmgt_col {
 
-KeyAutomaton::KeyAutomaton(const std::vector<std::string_view>& keys, std::size_t stateCount) {
+KeyAutomaton::KeyAutomaton(const std::vector<std::string_view>& keys) {
+    std::size_t stateCount = 1;  // at most; the start
+    for (const std::string_view key : keys) stateCount += key.size();
     firstChild.reserve(stateCount + 1);
     lastByte.reserve(stateCount);
     longestSuffix.reserve(stateCount);

@@ -9,14 +9,14 @@
 namespace diskmgt_col {
 
 /// Aho and Corasick's automaton, with the lowest key kept in place of every match. A text costs its own length, however
-/// many keys there are; a state costs 13 bytes, and there is one for every different beginning of a key.
+/// many keys there are; a state costs 13 bytes, and there is at most one for each byte of the keys.
 class KeyAutomaton {
 public:
     static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
 
-    /// `keys` are not empty, in byte order, and none begins with another. `stateCount` is how many states they need,
-    /// the start included: 2^31 at most. Nothing is kept of `keys`.
-    KeyAutomaton(const std::vector<std::string_view>& keys, std::size_t stateCount);
+    /// There are keys, none of them empty, in byte order; none begins with another, and together they have at most 2^31
+    /// bytes. Nothing is kept of them.
+    explicit KeyAutomaton(const std::vector<std::string_view>& keys);
 
     /// The lowest position in `keys` of a key that occurs in the text; `kNone` when no key does.
     std::uint32_t firstWithin(std::string_view text) const;

@@ -221,7 +221,9 @@ const char* ReferenceHost::baseMof() { return kBaseMof; }
 const char* ReferenceHost::vendorMof() { return kVendorMof; }
 
 std::vector<LogLine> ReferenceHost::log() const { return CoreLogger::instance().lines(); }
-void ReferenceHost::forwardLog(int fromSeverity) { CoreLogger::instance().forward(fromSeverity); }
+void ReferenceHost::forwardLog(int fromSeverity, LogSink sink) {
+    CoreLogger::instance().forward(fromSeverity, std::move(sink));
+}
 
 void ReferenceHost::startTrace() { Boundary::startTrace(); }
 std::vector<TraceEntry> ReferenceHost::takeTrace() { return Boundary::takeTrace(); }

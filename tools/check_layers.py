@@ -23,7 +23,8 @@ TABLE = """
 | plugin/entry  | provider, plugin/host, plugin/log                  |
 | refhost       | plugin/host, refhost/api                           |
 | refhost/api   | plugin/host                                        |
-| cli           | refhost/api, collect, base, schema                 |
+| machine       | base                                               |
+| cli           | refhost/api, collect, machine, base, schema        |
 | tests         | anything                                           |
 | fuzz          | anything                                           |
 | bench         | anything                                           |

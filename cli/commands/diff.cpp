@@ -1,7 +1,9 @@
 // diff: what changed between two exported documents. Its exit statuses are those of programs that compare.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -14,6 +16,7 @@
 #include "cli/diff/comparison.h"
 #include "cli/output.h"
 #include "cli/printers/changes.h"
+#include "cli/printers/json.h"
 
 namespace diskmgt_cli {
 
@@ -39,6 +42,10 @@ std::string contents(const std::string& path) {
     if (fd < 0) failReading(path);
     const diskmgt_col::UniqueFd owner(path == kStandardInput ? -1 : fd);
     std::string text;
+    struct stat kind {};
+    const bool hasSize = ::fstat(fd, &kind) == 0 && S_ISREG(kind.st_mode);
+    // Growing would copy, so that both copies lie in memory; what is reserved and not used costs none.
+    text.reserve(std::min(hasSize ? static_cast<std::size_t>(kind.st_size) + 1 : kLargestDocument, kLargestDocument));
     char piece[65536];
     while (true) {
         const ssize_t count = ::read(fd, piece, sizeof piece);
@@ -53,10 +60,10 @@ std::string contents(const std::string& path) {
     }
 }
 
-InventoryDocument readDocument(const std::string& path) {
+InventoryDocument readDocument(const std::string& path, std::size_t alreadyKept) {
     const std::string text = contents(path);
     try {
-        return readInventoryDocument(text);
+        return readInventoryDocument(text, alreadyKept);
     } catch (const std::runtime_error& error) {
         throw CommandError(kTrouble, shownName(path) + " " + error.what());
     }
@@ -73,8 +80,8 @@ Documents readDocuments(const Options& options) {
         throw CommandError(kTrouble, "standard input holds one document only; name a file for the other");
     const Deadline limit(options.timeoutSeconds, {"reading the documents"});
     Documents documents;
-    documents.before = readDocument(before);
-    documents.after = readDocument(after);
+    documents.before = readDocument(before, 0);
+    documents.after = readDocument(after, documents.before.kept);
     return documents;
 }
 
@@ -88,9 +95,12 @@ ExitStatus compare(const Options& options) {
     const ExitStatus status = changes.empty() ? kUnchanged : kChanged;
     try {
         Output output(options.outputFile);
-        output.write(options.format == Format::kJson
-                         ? changesJson(changes, before, after)
-                         : changesTable(changes, chooseStyle(options.color, output.isTerminal())));
+        if (options.format == Format::kJson)
+            changesJson(changes, before, after, [&output, isTerminal = output.isTerminal()](const std::string& piece) {
+                output.write(isTerminal ? json::forTerminal(piece) : piece);
+            });
+        else
+            output.write(changesTable(changes, chooseStyle(options.color, output.isTerminal())));
         output.finish();
     } catch (const CommandError& error) {
         if (error.status() == kDone) return status;  // the reader has gone away; the answer stands

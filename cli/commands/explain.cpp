@@ -11,6 +11,7 @@
 #include "cli/plugin_session.h"
 #include "cli/printers/explain_json.h"
 #include "cli/printers/explain_text.h"
+#include "cli/printers/json.h"
 #include "cli/printers/table.h"
 #include "cli/worker/worker.h"
 #include "schema/vocabulary.h"
@@ -27,7 +28,10 @@ std::size_t widthOf(const Output& output) {
 }
 
 std::string documentOf(const Explanation& explanation, const Options& options, const Output& output) {
-    if (options.format == Format::kJson) return json::explanationDocument(explanation);
+    if (options.format == Format::kJson) {
+        const std::string document = json::explanationDocument(explanation);
+        return output.isTerminal() ? json::forTerminal(document) : document;
+    }
     return explanationText(explanation, chooseStyle(options.color, output.isTerminal()), widthOf(output));
 }
 

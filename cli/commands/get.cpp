@@ -21,9 +21,10 @@ namespace {
 
 std::string inFormat(const Options& options, const refhost::ClassDeclaration& declaration,
                      const std::vector<refhost::Instance>& instances, const TableStyle& style, bool forTerminal) {
-    if (options.format == Format::kMof) return mofInstances(instances);
+    if (options.format == Format::kMof) return mofInstances(instances, forTerminal);
     const std::vector<std::size_t> shown = columnPositions(declaration, options.columns);
-    if (options.format == Format::kCsv) return csvOfInstances(declaration, instances, shown, forTerminal);
+    if (options.format == Format::kCsv)
+        return csvOfInstances(declaration, instances, shown, {forTerminal, options.csvSafe});
     return instanceTable(declaration, instances, options.columns.empty() ? positionsWithValues(instances) : shown,
                          style);
 }
@@ -31,7 +32,9 @@ std::string inFormat(const Options& options, const refhost::ClassDeclaration& de
 void print(const Options& options, const refhost::ReferenceHost& host, const ServedPlan& served, Output& output) {
     if (options.format == Format::kJson) {
         json::publishedInstances(host, options.operands, served.request.log,
-                                 [&output](const std::string& piece) { output.write(piece); });
+                                 [&output, isTerminal = output.isTerminal()](const std::string& piece) {
+                                     output.write(isTerminal ? json::forTerminal(piece) : piece);
+                                 });
         return;
     }
     const bool isTable = options.format == Format::kTable;

@@ -1,5 +1,6 @@
 // trace: what crosses the plug-in boundary while the plug-in is loaded, serves a request and is unloaded.
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "cli/class_plan.h"
@@ -30,9 +31,13 @@ ExitStatus runTrace(const Options& options) {
         host.unloadPlugins();
         serving = host.takeTrace();
     }
+    const bool isTerminal = output.isTerminal();
     std::size_t number = 0;
     for (const std::vector<refhost::TraceEntry>* entries : {&loading, &serving})
-        for (const refhost::TraceEntry& entry : *entries) output.write(json::traceLine(++number, entry));
+        for (const refhost::TraceEntry& entry : *entries) {
+            const std::string line = json::traceLine(++number, entry);
+            output.write(isTerminal ? json::forTerminal(line) : line);
+        }
     output.finish();
     return reportFailures(served);
 }

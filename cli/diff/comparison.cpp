@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <map>
+#include <string_view>
 
 #include "schema/vocabulary.h"
 
@@ -42,7 +43,7 @@ struct InOrderForPeople {
 };
 
 /// Free space moves while a server works, and many file systems get another identifier with each mount.
-bool movesBySelf(const std::string& name) {
+bool movesBySelf(std::string_view name) {
     return name == "free" || name == "available" || name == "fileSystemId" || name == "measuredAtSource";
 }
 
@@ -114,14 +115,14 @@ private:
 
     std::vector<ValueChange> differences(const DocumentElement& old, const DocumentElement& now) const {
         std::vector<ValueChange> list;
-        std::map<std::string, std::pair<const DocumentValue*, const DocumentValue*>> byName;
+        std::map<std::string_view, std::pair<const DocumentValue*, const DocumentValue*>> byName;
         for (const auto& [name, value] : old.values) byName[name].first = &value;
         for (const auto& [name, value] : now.values) byName[name].second = &value;
         const bool isTotalElsewhere = isMeasuredElsewhere(old) || isMeasuredElsewhere(now);
         for (const auto& [name, pair] : byName) {
             if (!isCompared(name) || (name == "total" && isTotalElsewhere && !withSpace)) continue;
             if (isSame(name, pair.first, pair.second)) continue;
-            ValueChange change{name, std::nullopt, std::nullopt};
+            ValueChange change{std::string(name), std::nullopt, std::nullopt};
             if (pair.first != nullptr) change.before = *pair.first;
             if (pair.second != nullptr) change.after = *pair.second;
             list.push_back(std::move(change));
@@ -129,13 +130,13 @@ private:
         return list;
     }
 
-    bool isCompared(const std::string& name) const {
+    bool isCompared(std::string_view name) const {
         if (name == "typeName") return false;  // words for the type, which may get better with a new version
         if (name == kPlaces) return arePlacesKnown;
         return withSpace || !movesBySelf(name);
     }
 
-    bool isSame(const std::string& name, const DocumentValue* old, const DocumentValue* now) const {
+    bool isSame(std::string_view name, const DocumentValue* old, const DocumentValue* now) const {
         const bool isCut = !before.isComplete || !after.isComplete;
         if (old == nullptr || now == nullptr) return old == now || isCut;
         if (isCut && name == "mountPoints") {  // the further ones are looked up at the very end

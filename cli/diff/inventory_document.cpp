@@ -1,10 +1,17 @@
-// Reads a document with the JSON library, which is heavy and therefore kept to this file.
+// Reads a document event by event with the JSON library, which is heavy and therefore kept to this file. Only what is
+// compared is kept.
 #include "cli/diff/inventory_document.h"
 
 #include <algorithm>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
+
+#include "cli/diff/inventory_form.h"
 
 namespace diskmgt_cli {
 
@@ -13,6 +20,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr std::uint64_t kReadableSchema = 1;
+constexpr std::size_t kLongestText = std::size_t{1} << 20U;
+constexpr std::size_t kDeepest = 32;  // an inventory of this form is 12 deep
 const char* const kNoInventory = "is no inventory of \"diskmgt export json\"";
 
 [[noreturn]] void refuse(const std::string& why) { throw std::runtime_error(why); }
@@ -25,130 +34,6 @@ std::string position(const std::string& text, std::size_t byte) {
     return "line " + std::to_string(std::count(text.begin(), end, '\n') + 1) + ", column " + std::to_string(column);
 }
 
-/// The document without its plain instances, which may be large. A name that stands twice in one object leaves open
-/// what is meant.
-Json parsed(const std::string& text) {
-    std::vector<std::set<std::string>> names;  // of the open objects, by depth
-    bool isInInventory = false;
-    const auto visit = [&](int openBrackets, Json::parse_event_t event, Json& value) {
-        const auto depth = static_cast<std::size_t>(openBrackets);
-        if (event == Json::parse_event_t::object_start) {
-            names.resize(depth);  // what is left out here does not report its end
-            names.emplace_back();
-        } else if (event == Json::parse_event_t::key) {
-            const auto& name = value.get_ref<const std::string&>();
-            if (!names[depth - 1].insert(name).second)
-                refuse("names \"" + name + "\" twice in one object; export it anew");
-            if (depth == 1) isInInventory = name == "diskmgt";
-            return depth != 2 || !isInInventory || name != "instances";
-        }
-        return true;
-    };
-    try {
-        return Json::parse(text, visit);
-    } catch (const Json::parse_error& error) {
-        if (error.byte > text.size()) refuse("ends in the middle, or is no JSON; export it anew");
-        refuse("is no JSON: it cannot be read from " + position(text, error.byte) + " on; export it anew");
-    } catch (const Json::exception&) {  // a number that no type holds
-        refuse("holds a number that cannot be read; export it anew");
-    }
-}
-
-/// One object of the document and where it stands, for the sentence about what is wrong in it.
-class Reading {
-public:
-    Reading(const Json& readObject, std::string where) : object(readObject), path(std::move(where)) {
-        if (!object.is_object()) refuse("has no object as " + path + "; export it anew");
-    }
-
-    bool has(const char* name) const { return object.contains(name); }
-    std::string text(const char* name) const { return textOf(at(name), name); }
-    bool truth(const char* name) const {
-        const Json& value = at(name);
-        if (!value.is_boolean()) wrong("true or false", name);
-        return value.get<bool>();
-    }
-    std::uint64_t number(const char* name) const {
-        const Json& value = at(name);
-        if (!value.is_number_unsigned()) wrong("whole number", name);
-        return value.get<std::uint64_t>();
-    }
-    std::vector<std::string> texts(const char* name) const {
-        std::vector<std::string> list;
-        for (const Json& item : array(name)) list.push_back(textOf(item, name));
-        return list;
-    }
-    template <typename Visit>
-    void each(const char* name, const Visit& visit) const {
-        std::size_t position = 0;
-        for (const Json& item : array(name))
-            visit(Reading(item, path + "." + name + "[" + std::to_string(position++) + "]"));
-    }
-
-private:
-    const Json& at(const char* name) const {
-        const auto found = object.find(name);
-        if (found == object.end()) refuse("lacks " + path + "." + name + "; export it anew");
-        return *found;
-    }
-    const Json& array(const char* name) const {
-        const Json& value = at(name);
-        if (!value.is_array()) wrong("list", name);
-        return value;
-    }
-    std::string textOf(const Json& value, const char* name) const {
-        if (!value.is_string()) wrong("text", name);
-        return value.get<std::string>();
-    }
-    [[noreturn]] void wrong(const char* kind, const char* name) const {
-        refuse("has no " + std::string(kind) + " as " + path + "." + name + "; export it anew");
-    }
-
-    const Json& object;
-    std::string path;
-};
-
-enum class ValueKind { kNumber, kTruth, kText, kTexts };
-
-struct KeyDescription {
-    const char* name;
-    ValueKind kind;
-    bool isAlwaysThere;
-};
-
-constexpr KeyDescription kDriveKeys[] = {
-    {"size", ValueKind::kNumber, true}, {"partitionCount", ValueKind::kNumber, true},
-    {"model", ValueKind::kText, false}, {"serial", ValueKind::kText, false},
-    {"wwid", ValueKind::kText, false},
-};
-constexpr KeyDescription kPartitionKeys[] = {
-    {"size", ValueKind::kNumber, true},      {"table", ValueKind::kText, true},
-    {"typeName", ValueKind::kText, true},    {"type", ValueKind::kNumber, false},
-    {"typeByte", ValueKind::kNumber, false}, {"bootable", ValueKind::kTruth, true},
-    {"start", ValueKind::kNumber, false},
-};
-constexpr KeyDescription kLogicalDiskKeys[] = {
-    {"mountPoints", ValueKind::kTexts, true}, {"fileSystem", ValueKind::kText, true},
-    {"options", ValueKind::kText, true},      {"fileSystemId", ValueKind::kText, false},
-    {"total", ValueKind::kNumber, false},     {"free", ValueKind::kNumber, false},
-    {"available", ValueKind::kNumber, false}, {"measuredAtSource", ValueKind::kTruth, false},
-};
-
-template <std::size_t count>
-DocumentElement readElement(const Reading& from, const char* nameKey, const KeyDescription (&keys)[count]) {
-    DocumentElement element;
-    element.name = from.text(nameKey);
-    for (const KeyDescription& key : keys) {
-        if (!key.isAlwaysThere && !from.has(key.name)) continue;
-        DocumentValue& value = element.values[key.name];
-        if (key.kind == ValueKind::kNumber) value = from.number(key.name);
-        if (key.kind == ValueKind::kTruth) value = from.truth(key.name);
-        if (key.kind == ValueKind::kText) value = from.text(key.name);
-        if (key.kind == ValueKind::kTexts) value = from.texts(key.name);
-    }
-    return element;
-}
-
 /// Gathers elements into a flat list. One that is paired twice stands in the document in two places and is one here:
 /// the n-th of its name within one scope is the n-th within another.
 class Gathering {
@@ -159,84 +44,331 @@ public:
         const auto key = std::make_pair(element.name, seenInScope[element.name]++);
         const auto [found, isNew] = positions.try_emplace(key, elements.size());
         if (isNew) {
+            element.values[kPlaces] = Texts();
+            element.values.shrink_to_fit();  // there may be a million of them
             elements.push_back(std::move(element));
-            placesOf.emplace_back();
         }
-        if (!place.empty()) placesOf[found->second].insert(place);
+        if (!place.empty()) std::get<Texts>(elements[found->second].values[kPlaces]).push_back(place);
     }
 
     std::vector<DocumentElement> take() {
-        for (std::size_t i = 0; i < elements.size(); ++i)
-            elements[i].values[kPlaces] = std::vector<std::string>(placesOf[i].begin(), placesOf[i].end());
+        for (DocumentElement& element : elements) {
+            auto& places = std::get<Texts>(element.values[kPlaces]);
+            std::sort(places.begin(), places.end());
+            places.erase(std::unique(places.begin(), places.end()), places.end());
+        }
         return std::move(elements);
     }
 
 private:
+    using Texts = std::vector<std::string>;
+
     std::vector<DocumentElement> elements;
-    std::vector<std::set<std::string>> placesOf;  // beside the elements
     std::map<std::pair<std::string, std::size_t>, std::size_t> positions;
     std::map<std::string, std::size_t> seenInScope;
 };
 
-class DocumentReading {
+/// A partition with what lies on it, until the drive's name is known.
+struct NestedPartition {
+    DocumentElement element;
+    std::vector<NestedPartition> logicals;
+    std::vector<DocumentElement> disks;
+};
+
+class InventoryEvents final : public nlohmann::json_sax<Json> {
 public:
-    InventoryDocument read(const Reading& inventory) {
-        document.hostName = inventory.text("hostName");
-        document.collectedAt = inventory.text("collectedAt");
-        document.isComplete = inventory.truth("complete");
-        for (std::string& name : inventory.texts("missingClasses")) document.missingClasses.insert(std::move(name));
-        inventory.each("failures", [&](const Reading& failure) {
-            document.failures.push_back(failure.text("class") + ": " + failure.text("text"));
-        });
-        inventory.each("drives", [&](const Reading& drive) {
-            document.drives.push_back(readElement(drive, "device", kDriveKeys));
-            const std::string device = document.drives.back().name;
-            partitions.beginScope();
-            readPartitions(drive, "partitions", device);
-            readLogicalDisks(drive, "logicalDisks", device);
-        });
-        partitions.beginScope();
-        readPartitions(inventory, "loosePartitions", "");
-        readLogicalDisks(inventory, "looseLogicalDisks", "");
+    InventoryEvents(const std::string& documentText, std::size_t alreadyKept) : text(documentText) {
+        document.kept = alreadyKept;
+    }
+
+    bool null() override { return scalar(std::nullopt, DocumentValue()); }
+    bool boolean(bool value) override { return scalar(ValueKind::kTruth, value); }
+    bool number_integer(number_integer_t) override { return scalar(std::nullopt, DocumentValue()); }
+    bool number_unsigned(number_unsigned_t value) override {
+        if (!frames.empty() && frames.back().isAtSchema) schema = value;
+        return scalar(ValueKind::kNumber, std::uint64_t{value});
+    }
+    bool number_float(number_float_t, const string_t&) override { return scalar(std::nullopt, DocumentValue()); }
+    bool string(string_t& value) override {
+        if (frames.empty() || !frames.back().keepsText()) return scalar(ValueKind::kText, DocumentValue());
+        if (value.size() > kLongestText)
+            refuse("holds a text of more than 1 MiB, as no inventory does; export it anew");
+        return scalar(ValueKind::kText, value);
+    }
+    bool binary(binary_t&) override { return true; }  // JSON has none
+
+    bool start_object(std::size_t) override {
+        checkDepth();
+        Frame opened;
+        if (frames.empty()) {
+            opened.isRoot = true;
+        } else if (frames.back().isAtInventory) {
+            opened.object = ObjectKind::kInventory;
+        } else if (frames.back().isList() && failure.empty()) {
+            opened.object = frames.back().elements;
+            keepOne();
+        } else {
+            (void)scalar(std::nullopt, DocumentValue());
+        }
+        opened.isUnchecked = !frames.empty() && (frames.back().isUnchecked || frames.back().isAtInstances);
+        frames.push_back(std::move(opened));
+        return true;
+    }
+
+    bool key(string_t& name) override {
+        Frame& frame = frames.back();
+        if (frame.isUnchecked) return true;
+        if (!frame.names.insert(name).second) refuse("names \"" + name + "\" twice in one object; export it anew");
+        if (++openNames > kMostElements) refuseAsTooLarge();
+        frame.isAtInventory = frame.isRoot && name == "diskmgt";
+        frame.isAtSchema = frame.object == ObjectKind::kInventory && name == "schema";
+        frame.isAtInstances = frame.object == ObjectKind::kInventory && name == "instances";
+        frame.value = nullptr;
+        frame.list = nullptr;
+        if (!frame.object) return true;
+        for (const KeyDescription& known : descriptionOf(*frame.object).keys)
+            if (name == known.name) frame.value = &known;
+        for (const ListDescription& known : descriptionOf(*frame.object).lists)
+            if (name == known.name) frame.list = &known;
+        return true;
+    }
+
+    bool end_object() override {
+        if (frames.back().object) finish(frames.back());
+        close();
+        return true;
+    }
+
+    bool start_array(std::size_t) override {
+        checkDepth();
+        Frame opened;
+        if (!frames.empty() && failure.empty()) {
+            const Frame& above = frames.back();
+            if (above.list != nullptr) {
+                opened.elements = above.list->elements;
+                if (above.object == ObjectKind::kInventory) beginScope(*opened.elements);
+            } else if (above.value != nullptr && above.value->kind == ValueKind::kTexts) {
+                opened.isTexts = true;
+            } else {
+                (void)scalar(std::nullopt, DocumentValue());
+            }
+        }
+        opened.isUnchecked = !frames.empty() && (frames.back().isUnchecked || frames.back().isAtInstances);
+        frames.push_back(std::move(opened));
+        return true;
+    }
+
+    bool end_array() override {
+        Frame& ended = frames.back();
+        if (ended.isTexts && failure.empty()) {
+            Frame& owner = frames[frames.size() - 2];
+            owner.element.values[owner.value->name] = std::move(ended.texts);
+        }
+        close();
+        return true;
+    }
+
+    bool parse_error(std::size_t byte, const std::string&, const nlohmann::detail::exception& error) override {
+        if (dynamic_cast<const Json::parse_error*>(&error) == nullptr)  // a number that no type holds
+            refuse("holds a number that cannot be read; export it anew");
+        if (byte > text.size()) refuse("ends in the middle, or is no JSON; export it anew");
+        refuse("is no JSON: it cannot be read from " + position(text, byte) + " on; export it anew");
+    }
+
+    InventoryDocument take() {
+        if (!schema || *schema == 0) refuse(kNoInventory);
+        if (*schema > kReadableSchema)
+            refuse("has the newer form " + std::to_string(*schema) + "; this diskmgt reads form " +
+                   std::to_string(kReadableSchema) + ", use a newer one");
+        if (!failure.empty()) refuse(failure);
         document.partitions = partitions.take();
         document.logicalDisks = logicalDisks.take();
         return std::move(document);
     }
 
 private:
-    void readPartitions(const Reading& from, const char* name, const std::string& place) {
-        from.each(name, [&](const Reading& partition) {
-            DocumentElement element = readElement(partition, "device", kPartitionKeys);
-            const std::string device = element.name;
-            partitions.add(std::move(element), place);
-            readLogicalDisks(partition, "logicalDisks", device);
-            if (std::string("logicals") != name) readPartitions(partition, "logicals", device);  // those hold none
-        });
+    /// An open object or array. Nothing of one that is neither described, a list nor texts is kept.
+    struct Frame {
+        bool isRoot = false;
+        bool isTexts = false;
+        bool isUnchecked = false;            // among the plain instances, whose names are not looked at
+        std::optional<ObjectKind> object;    // described
+        std::optional<ObjectKind> elements;  // of a list
+        std::size_t count = 0;               // of the list's elements so far
+
+        // At the key read last:
+        bool isAtInventory = false, isAtSchema = false, isAtInstances = false;
+        const KeyDescription* value = nullptr;
+        const ListDescription* list = nullptr;
+
+        std::unordered_set<std::string> names;
+        DocumentElement element;
+        std::vector<std::string> texts;
+        std::vector<NestedPartition> partitions;
+        std::vector<DocumentElement> disks;
+
+        bool isList() const { return elements.has_value(); }
+        bool keepsText() const { return isTexts || (value != nullptr && value->kind == ValueKind::kText); }
+    };
+
+    [[noreturn]] static void refuseAsTooLarge() {
+        refuse("has more than " + std::to_string(kMostElements) +
+               " elements, as no server has; compare documents of \"diskmgt export json\"");
     }
 
-    void readLogicalDisks(const Reading& from, const char* name, const std::string& place) {
+    void keepOne() {
+        if (++document.kept > kMostElements) refuseAsTooLarge();
+    }
+
+    void checkDepth() const {
+        if (frames.size() >= kDeepest)
+            refuse("is nested more than " + std::to_string(kDeepest) + " deep, as no inventory is; export it anew");
+    }
+
+    void close() {
+        openNames -= frames.back().names.size();
+        frames.pop_back();
+        if (!frames.empty() && frames.back().isList()) ++frames.back().count;
+    }
+
+    void beginScope(ObjectKind elements) {
+        if (elements == ObjectKind::kPartition) partitions.beginScope();
+        if (elements == ObjectKind::kDisk) logicalDisks.beginScope();
+    }
+
+    /// Where the innermost open object or list is; the element of a list that comes next.
+    std::string path() const {
+        std::string whole = "diskmgt";
+        for (const Frame& frame : frames) {
+            if (frame.list != nullptr && &frame != &frames.back()) whole += "." + std::string(frame.list->name);
+            if (frame.isList()) whole += "[" + std::to_string(frame.count) + "]";
+        }
+        return whole;
+    }
+
+    /// The first thing that is wrong counts, once the whole text is known to be JSON and of this form.
+    void note(const std::string& what) {
+        if (failure.empty()) failure = what + "; export it anew";
+    }
+    void noteWrong(ValueKind kind, const char* name) {
+        note("has no " + std::string(wordFor(kind)) + " as " + path() + "." + name);
+    }
+
+    /// A value that is no list; of no kind: one that is wanted nowhere.
+    bool scalar(std::optional<ValueKind> kind, DocumentValue value) {
+        if (frames.empty() || !failure.empty()) return true;
+        Frame& frame = frames.back();
+        if (frame.isList()) {
+            note("has no object as " + path());
+        } else if (frame.isTexts) {
+            Frame& owner = frames[frames.size() - 2];
+            if (kind != ValueKind::kText) {
+                const std::string name = owner.value->name;
+                note("has no text as " + path() + "." + name);
+                return true;
+            }
+            keepOne();
+            frame.texts.push_back(std::move(std::get<std::string>(value)));
+        } else if (frame.list != nullptr) {
+            noteWrong(ValueKind::kTexts, frame.list->name);
+        } else if (frame.value != nullptr) {
+            if (kind != frame.value->kind) {
+                noteWrong(frame.value->kind, frame.value->name);
+            } else if (descriptionOf(*frame.object).nameKey == frame.value->name) {
+                frame.element.name = std::move(std::get<std::string>(value));
+            } else {
+                frame.element.values[frame.value->name] = std::move(value);
+            }
+        }
+        return true;
+    }
+
+    /// An object is complete: what it must hold is there, and it goes where it belongs.
+    void finish(Frame& ended) {
+        const ObjectDescription& described = descriptionOf(*ended.object);
+        ended.list = nullptr;  // the path ends at the object itself
+        for (const KeyDescription& known : described.keys)
+            if (known.isAlwaysThere && ended.names.count(known.name) == 0) note("lacks " + path() + "." + known.name);
+        for (const ListDescription& known : described.lists)
+            if (ended.names.count(known.name) == 0) note("lacks " + path() + "." + known.name);
+        if (!failure.empty()) return;
+        if (*ended.object == ObjectKind::kInventory) return finishInventory(ended.element);
+        Frame& owner = frames[frames.size() - 3];  // the list lies between
+        const bool isLoose = owner.object == ObjectKind::kInventory;
+        switch (*ended.object) {
+            case ObjectKind::kInventory:
+                break;
+            case ObjectKind::kFailure:
+                document.failures.push_back(textIn(ended.element, "class") + ": " + textIn(ended.element, "text"));
+                break;
+            case ObjectKind::kDrive:
+                finishDrive(ended);
+                break;
+            case ObjectKind::kPartition:
+            case ObjectKind::kLogical: {
+                NestedPartition nested{std::move(ended.element), std::move(ended.partitions), std::move(ended.disks)};
+                if (isLoose)
+                    add(std::move(nested), "");
+                else
+                    owner.partitions.push_back(std::move(nested));
+                break;
+            }
+            case ObjectKind::kDisk:
+                if (isLoose)
+                    logicalDisks.add(std::move(ended.element), "");
+                else
+                    owner.disks.push_back(std::move(ended.element));
+                break;
+        }
+    }
+
+    static std::string& textIn(DocumentElement& element, const char* name) {
+        return std::get<std::string>(element.values.at(name));
+    }
+
+    void finishInventory(DocumentElement& inventory) {
+        document.hostName = std::move(textIn(inventory, "hostName"));
+        document.collectedAt = std::move(textIn(inventory, "collectedAt"));
+        document.isComplete = std::get<bool>(inventory.values.at("complete"));
+        for (std::string& name : std::get<std::vector<std::string>>(inventory.values.at("missingClasses")))
+            document.missingClasses.insert(std::move(name));
+    }
+
+    void finishDrive(Frame& drive) {
+        const std::string device = drive.element.name;
+        document.drives.push_back(std::move(drive.element));
+        partitions.beginScope();
+        for (NestedPartition& nested : drive.partitions) add(std::move(nested), device);
+        add(std::move(drive.disks), device);
+    }
+
+    void add(NestedPartition nested, const std::string& place) {
+        const std::string device = nested.element.name;
+        partitions.add(std::move(nested.element), place);
+        add(std::move(nested.disks), device);
+        for (NestedPartition& logical : nested.logicals) add(std::move(logical), device);
+    }
+
+    void add(std::vector<DocumentElement> disks, const std::string& place) {
         logicalDisks.beginScope();
-        from.each(name,
-                  [&](const Reading& disk) { logicalDisks.add(readElement(disk, "source", kLogicalDiskKeys), place); });
+        for (DocumentElement& disk : disks) logicalDisks.add(std::move(disk), place);
     }
 
+    const std::string& text;
+    std::vector<Frame> frames;
+    std::size_t openNames = 0;  // in all of them
+    std::optional<std::uint64_t> schema;
+    std::string failure;  // the first thing that is wrong
     InventoryDocument document;
     Gathering partitions, logicalDisks;
 };
 
 }  // namespace
 
-InventoryDocument readInventoryDocument(const std::string& text) {
-    const Json json = parsed(text);
-    if (!json.is_object() || !json.contains("diskmgt") || !json["diskmgt"].is_object()) refuse(kNoInventory);
-    const Json& inventory = json["diskmgt"];
-    const auto schema = inventory.find("schema");
-    if (schema == inventory.end() || !schema->is_number_unsigned()) refuse(kNoInventory);
-    if (*schema > kReadableSchema)
-        refuse("has the newer form " + schema->dump() + "; this diskmgt reads form " + std::to_string(kReadableSchema) +
-               ", use a newer one");
-    if (*schema == 0U) refuse(kNoInventory);
-    return DocumentReading().read(Reading(inventory, "diskmgt"));
+InventoryDocument readInventoryDocument(const std::string& text, std::size_t alreadyKept) {
+    InventoryEvents events(text, alreadyKept);
+    (void)Json::sax_parse(text, &events);  // what cannot be read throws
+    return events.take();
 }
 
 }  // namespace diskmgt_cli

@@ -9,7 +9,6 @@
 #include "base/handles.h"
 #include "cli/inventory/device_names.h"
 #include "cli/wording.h"
-#include "collect/partition_table_parser.h"
 #include "collect/sysfs_text.h"
 #include "schema/vocabulary.h"
 
@@ -49,7 +48,7 @@ void openAndMeasure(DeviceFacts& facts) {
     facts.sizeBytes = measured.sizeBytes;
     if (!measured.sizeBytes) facts.sizeError = measured.error;
     facts.readError = slotReadError(measured.device.get());
-    facts.tableCount = diskmgt_col::partitionCountOf(facts.path);
+    facts.tableCount = diskmgt_col::partitionCountOf(facts.path, &facts.table);
 }
 
 }  // namespace

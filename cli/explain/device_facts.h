@@ -9,6 +9,7 @@
 
 #include "cli/explain/progress.h"
 #include "collect/device_rules.h"
+#include "collect/partition_table_parser.h"
 
 namespace diskmgt_cli {
 
@@ -38,7 +39,10 @@ struct DeviceFacts {
     bool hasSysfsDirectory = false;
     std::vector<std::string> kernelPartitions;  // names that sysfs shows beneath the device
     unsigned long tableCount = 0;               // partitions in the device's own tables
+    diskmgt_col::TableReading table;            // what reading them ran into
     unsigned long logicalSectorSize = 0;        // bytes; 0: unknown
+    bool isHeld = false;                        // a volume or array lies on it directly
+    bool isHiddenPath = false;                  // to a multipath disk, which has no node of its own
 
     /// Whether the kernel's list offers it to be measured as a drive.
     bool isOffered() const { return isListed && nameVerdict == diskmgt_col::EntryName::kDisk && sysfs.isOffered(); }
@@ -50,6 +54,8 @@ struct DeviceFacts {
     bool differsFromKernel() const { return isReadable() && isListed && tableCount != kernelPartitions.size(); }
     /// Tables are read in sectors of 512 bytes, whatever the device has.
     bool hasLargeSectors() const { return logicalSectorSize > 512 && (isCandidate || tableCount > 0); }
+    /// Whether the kernel, told to read the table again, could come to the same number.
+    bool canBeReadAgain() const { return !isHeld && !isHiddenPath && logicalSectorSize <= 512; }
     /// What a drive's NoOfPartitions says.
     unsigned long countOnDrive() const { return kernelPartitions.empty() ? 0 : tableCount; }
 };

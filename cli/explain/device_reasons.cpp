@@ -123,7 +123,15 @@ Verdict judgePartitions(const DeviceFacts& facts) {
     } else if (facts.readError != 0) {
         reasons.push_back({"read-failed", "cannot be read: " + errorText(facts.readError),
                            "Reading its first sector failed: " + failureText(facts.readError) + "."});
-    } else if (facts.tableCount == 0) {
+    } else if (facts.table.error != 0) {
+        const std::string sector = std::to_string(facts.table.errorOffset / diskmgt_col::kSectorSize);
+        reasons.push_back({"read-failed", "cannot be read to the end: " + errorText(facts.table.error),
+                           "Reading sector " + sector + " of its tables failed: " + failureText(facts.table.error) +
+                               ". Partitions behind it are missing."});
+    } else if (facts.table.refusedCount) {
+        reasons.push_back(
+            {"table-refused", "GPT refused", "Its GPT is refused: " + refusalOfCount(*facts.table.refusedCount) + "."});
+    } else if (facts.tableCount == 0 && !facts.hasLargeSectors()) {  // those may have one that is not found
         reasons.push_back({"no-partition-found", "", "Its first sectors hold no partition table with partitions."});
     }
     const std::string inTable = counted(facts.tableCount, "partition");

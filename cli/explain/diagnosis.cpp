@@ -57,7 +57,7 @@ void tellOfRights(const std::vector<DeviceFacts>& devices, const MountTableFacts
 
 void tellOfMissingNodes(const std::vector<DeviceFacts>& devices, Sentences& told) {
     const Names missing = namesWhere(devices, [](const DeviceFacts& device) {
-        return device.isOffered() && device.virtualEntry.empty() && device.openError == ENOENT;
+        return device.isOffered() && device.virtualEntry.empty() && device.openError == ENOENT && !device.isHiddenPath;
     });
     if (!missing.empty())
         told.push_back("/dev has no nodes for " + listed(missing) +
@@ -78,10 +78,16 @@ void tellOfTables(const std::vector<DeviceFacts>& devices, Sentences& told) {
         told.push_back("The logical sectors of " + listed(large) +
                        " are larger than the 512 bytes that tables are read with, so their partitions are wrong or "
                        "missing.");
-    const Names differing = namesWhere(devices, [](const DeviceFacts& device) { return device.differsFromKernel(); });
-    if (!differing.empty())
-        told.push_back("The kernel and the partition table disagree about the number of partitions on " +
-                       listed(differing) + "; \"blockdev --rereadpt\" makes the kernel read the table again.");
+    const std::string disagree = "The kernel and the partition table disagree about the number of partitions on ";
+    const Names stale = namesWhere(
+        devices, [](const DeviceFacts& device) { return device.differsFromKernel() && device.canBeReadAgain(); });
+    if (!stale.empty())
+        told.push_back(disagree + listed(stale) + "; \"blockdev --rereadpt\" makes the kernel read the table again.");
+    const Names lasting = namesWhere(
+        devices, [](const DeviceFacts& device) { return device.differsFromKernel() && !device.canBeReadAgain(); });
+    if (!lasting.empty())
+        told.push_back(disagree + listed(lasting) +
+                       ". That is expected: a volume holds the whole disk, or its sectors are larger than 512 bytes.");
     const Names unreadable = namesWhere(devices, [](const DeviceFacts& device) { return device.readError != 0; });
     if (!unreadable.empty())
         told.push_back("The first sector of " + listed(unreadable) + " cannot be read: the disk may be failing.");

@@ -26,6 +26,17 @@ struct MountedOn {
     bool isReported = false;
 };
 
+/// What the kernel shows to use a device, through every layer. An empty text: nothing is seen to.
+struct DeviceUsage {
+    std::string text;  // "in use by dm-0 (vg-root), mounted on /"
+    std::vector<std::string> holders;
+    std::vector<std::string> mountPoints;
+    bool isSwap = false;
+    bool isBtrfsMember = false;
+
+    bool isMoreThanMounted() const { return !holders.empty() || isSwap || isBtrfsMember; }
+};
+
 struct DeviceExplanation {
     std::string asked;  // the operand, when it is not the path itself
     std::string path;
@@ -39,6 +50,7 @@ struct DeviceExplanation {
     unsigned long countOnDrive = 0;          // NoOfPartitions of the drive
     std::size_t shownByKernel = 0;
     std::vector<MountedOn> mounts;  // of the device and of its partitions
+    DeviceUsage usage;
 };
 
 /// Where the space figures of a mount come from.

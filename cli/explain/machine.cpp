@@ -1,6 +1,7 @@
 // The whole machine, and what the plug-in itself answered beside it.
 #include <algorithm>
 
+#include "cli/explain/device_use.h"
 #include "cli/explain/explain.h"
 #include "cli/explain/reasons.h"
 
@@ -47,11 +48,15 @@ Explanation explainMachine(const std::vector<std::string>& virtualDevices, Progr
     const KernelList list = readKernelList();
     MountTableFacts table = readMounts(progress);
     for (MountFacts& mount : table.mounts) measureIfLocal(mount, table, progress);
-    const std::vector<DeviceFacts> devices = examineAllDevices(list, virtualDevices, progress);
+    std::vector<DeviceFacts> devices = examineAllDevices(list, virtualDevices, progress);
+    const DeviceUse use;
 
     Explanation explanation;
-    for (const DeviceFacts& device : devices)
+    for (DeviceFacts& device : devices) {
+        use.addTo(device);
         explanation.devices.push_back(explainDevice(device, table.mounts, table.updateError == 0));
+        use.addTo(explanation.devices.back());
+    }
     for (const MountFacts& mount : table.mounts) explanation.mounts.push_back(explainMount(mount, table.updateError));
     explanation.diagnosis = diagnose(list, devices, table);
     return explanation;

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "base/os.h"
+#include "cli/explain/device_use.h"
 #include "cli/explain/explain.h"
 #include "cli/explain/reasons.h"
 
@@ -28,6 +29,7 @@ public:
         const std::string disk = diskOf(device);
         DeviceExplanation found = disk.empty() ? explainDisk(device) : explainPartOf(disk, device);
         if (found.path != operand) found.asked = operand;
+        use.addTo(found);
         addMountsOn(found);
         explanation.devices.push_back(std::move(found));
     }
@@ -116,6 +118,7 @@ private:
     Progress& progress;
     MountTableFacts table;
     const KernelList list;
+    const DeviceUse use;
     Explanation explanation;
 };
 

@@ -110,6 +110,13 @@ Positions ownPartitions(const Inventory& inventory, const Drive& drive) {
     return own;
 }
 
+std::size_t listedPartitions(const Inventory& inventory, const Drive& drive) {
+    std::size_t count = 0;
+    for (const std::size_t position : ownPartitions(inventory, drive))
+        count += 1 + inventory.partitions[position].logicals.size();
+    return count;
+}
+
 Positions ownLogicalDisks(const Inventory& inventory, const Partition& partition) {
     Positions own;
     for (const std::size_t position : partition.logicalDisks) {

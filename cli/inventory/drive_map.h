@@ -30,6 +30,9 @@ DriveMap mapOfDrive(const Inventory& inventory, const Drive& drive);
 /// them too. Logicals stay within their extended partition.
 std::vector<std::size_t> ownPartitions(const Inventory& inventory, const Drive& drive);
 
+/// How many its own partitions are, logicals included.
+std::size_t listedPartitions(const Inventory& inventory, const Drive& drive);
+
 /// The file systems on the drive and its own partitions, each once; accidents of names as above.
 std::vector<std::size_t> ownLogicalDisks(const Inventory& inventory, const Drive& drive);
 /// Those on a partition itself.

@@ -35,6 +35,8 @@ Drive readDrive(const refhost::Instance& instance, const Observations& observati
     drive.partitionCount = numberOf<std::uint64_t>(instance, kNoOfPartitions).value_or(0);
     const auto identity = observations.identities.find(drive.device);
     if (identity != observations.identities.end()) drive.identity = identity->second;
+    const auto use = observations.uses.find(drive.device);
+    if (use != observations.uses.end()) drive.use = use->second;
     return drive;
 }
 

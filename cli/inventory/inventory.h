@@ -9,21 +9,35 @@
 #include <string>
 #include <vector>
 
-#include "cli/inventory/drive_identity.h"
 #include "cli/inventory/partition_types.h"
 #include "cli/inventory/published.h"
 #include "cli/inventory/space.h"
+#include "machine/drive_identity.h"
 #include "refhost/api/reference_host.h"
 
 namespace diskmgt_cli {
+
+/// A partition as the kernel has it, in bytes.
+struct KernelPartition {
+    std::optional<std::uint64_t> start;  // absent: sysfs does not show it
+    std::optional<std::uint64_t> size;
+};
+
+/// What the kernel shows of a drive beside the plug-in's account.
+struct DriveUse {
+    std::string text;     // "in use by dm-0 (vg-root), mounted on /"; empty: nothing is seen to use it
+    std::string ofWhole;  // the same of what lies on the drive itself, not on its partitions
+    std::vector<KernelPartition> partitions;
+};
 
 /// What the kernel says beside the plug-in. Everything is by the texts of the instances.
 struct Observations {
     std::map<std::string, std::vector<std::string>> mountPoints;  // of a mount source, in mount-table order
     std::map<std::string, std::uint64_t> availableBytes;          // by mount point; a missing one cannot be measured
     std::map<std::string, std::uint64_t> startBytes;              // by partition device, from sysfs
-    std::map<std::string, DriveIdentity> identities;              // by drive device
-    bool isSpaceMeasured = false;                                 // false: `availableBytes` says nothing
+    std::map<std::string, diskmgt_machine::DriveIdentity> identities;  // by drive device
+    std::map<std::string, DriveUse> uses;                              // by drive device
+    bool isSpaceMeasured = false;                                      // false: `availableBytes` says nothing
 };
 
 struct LogicalDisk {
@@ -63,7 +77,8 @@ struct Drive {
     const refhost::Instance* instance = nullptr;
     std::string device;
     std::uint64_t size = 0;
-    DriveIdentity identity;
+    diskmgt_machine::DriveIdentity identity;
+    DriveUse use;
     std::uint64_t partitionCount = 0;       // as published, which may differ from what is listed
     std::vector<std::size_t> partitions;    // without the logicals that an extended one holds
     std::vector<std::size_t> logicalDisks;  // on the drive, but on none of its partitions

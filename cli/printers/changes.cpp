@@ -125,10 +125,10 @@ std::string changesTable(const std::vector<Change>& changes, const TableStyle& s
     return table.print();
 }
 
-std::string changesJson(const std::vector<Change>& changes, const InventoryDocument& before,
-                        const InventoryDocument& after) {
+void changesJson(const std::vector<Change>& changes, const InventoryDocument& before, const InventoryDocument& after,
+                 const std::function<void(const std::string&)>& write) {
     constexpr const char* kKindNames[] = {"drive", "partition", "logicalDisk"};
-    JsonWriter out;
+    JsonWriter out(write);
     out.beginObject().numberField("schema", kFormVersion);
     writeDocument(out, "old", before);
     writeDocument(out, "new", after);
@@ -140,7 +140,7 @@ std::string changesJson(const std::vector<Change>& changes, const InventoryDocum
         out.endObject();
     }
     out.endArray().endObject();
-    return out.take();
+    out.finish();
 }
 
 }  // namespace diskmgt_cli

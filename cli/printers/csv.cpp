@@ -2,6 +2,7 @@
 #include "cli/printers/csv.h"
 
 #include <cstddef>
+#include <string_view>
 
 #include "cli/readable_text.h"
 #include "cli/wording.h"
@@ -10,8 +11,14 @@ namespace diskmgt_cli {
 
 namespace {
 
-std::string field(const std::string& text, bool forTerminal) {
-    std::string fit = forTerminal ? escapedControls(text) : asUtf8(text);
+/// What makes a spreadsheet compute a field instead of showing it. A tab or a carriage return before one of the others
+/// does not hide it.
+constexpr std::string_view kFormulaBeginnings = "=+-@\t\r";
+
+std::string field(const std::string& text, CsvFields fields) {
+    std::string fit = fields.areForTerminal ? escapedControls(text) : asUtf8(text);
+    const bool isFormula = !text.empty() && kFormulaBeginnings.find(text.front()) != std::string_view::npos;
+    if (fields.areSafe && isFormula) fit.insert(fit.begin(), '\'');
     if (!fit.empty() && fit.find_first_of("\",\r\n") == std::string::npos) return fit;
     std::string quoted = "\"";
     for (const char letter : fit) {
@@ -25,11 +32,11 @@ std::string field(const std::string& text, bool forTerminal) {
 
 std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
                            const std::vector<refhost::Instance>& instances, const std::vector<std::size_t>& shown,
-                           bool forTerminal) {
+                           CsvFields fields) {
     std::string rows;
     const char* separator = "";
     for (const std::size_t i : shown) {
-        rows += separator + field(declaration.properties[i].name, forTerminal);
+        rows += separator + field(declaration.properties[i].name, fields);
         separator = ",";
     }
     rows += "\r\n";
@@ -38,7 +45,7 @@ std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
         for (const std::size_t i : shown) {
             const refhost::PropertyValue& property = instance.properties[i];
             rows += separator;
-            if (!property.isNull) rows += field(joined(property.elements, ","), forTerminal);
+            if (!property.isNull) rows += field(joined(property.elements, ","), fields);
             separator = ",";
         }
         rows += "\r\n";

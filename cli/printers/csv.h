@@ -9,11 +9,15 @@
 
 namespace diskmgt_cli {
 
+struct CsvFields {
+    bool areForTerminal = false;  // what could act on a terminal is escaped inside them
+    bool areSafe = false;         // an apostrophe before what a spreadsheet would take for a formula
+};
+
 /// RFC 4180 in UTF-8: a header row with the properties at the positions `shown`, then a row per instance. Array
-/// elements are joined by ",", null is an empty field and an empty text "". `forTerminal` escapes control characters
-/// inside the fields.
+/// elements are joined by ",", null is an empty field and an empty text "".
 std::string csvOfInstances(const refhost::ClassDeclaration& declaration,
                            const std::vector<refhost::Instance>& instances, const std::vector<std::size_t>& shown,
-                           bool forTerminal);
+                           CsvFields fields);
 
 }  // namespace diskmgt_cli

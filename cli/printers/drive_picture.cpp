@@ -1,6 +1,7 @@
 // Widths are left to the browser: every stretch grows with its size and keeps a few visible pixels.
 #include "cli/printers/drive_picture.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "cli/printers/size_text.h"
@@ -30,11 +31,15 @@ const LogicalDisk* fileSystemOf(const Inventory& inventory, const Partition& par
 
 class Drawing {
 public:
-    Drawing(HtmlWriter& writer, const Inventory& all, std::uint64_t wholeSize)
-        : out(writer), inventory(all), whole(static_cast<double>(wholeSize)) {}
+    Drawing(HtmlWriter& writer, const Inventory& all, const Drive& pictured, const DriveMap& map,
+            std::uint64_t wholeSize)
+        : out(writer), inventory(all), drive(pictured), drawn(map), whole(static_cast<double>(wholeSize)) {}
 
-    void draw(const std::vector<Stretch>& stretches) {
-        for (const Stretch& stretch : stretches) stretch.partition ? drawPartition(stretch) : drawGap(stretch);
+    void draw(const std::vector<Stretch>& stretches, std::uint64_t begin = 0) {
+        for (const Stretch& stretch : stretches) {
+            stretch.partition ? drawPartition(stretch, begin) : drawGap(stretch, begin);
+            begin += stretch.size;
+        }
     }
 
 private:
@@ -45,14 +50,38 @@ private:
         out.raw("' title='");
     }
 
-    void drawGap(const Stretch& stretch) {
+    void drawGap(const Stretch& stretch, std::uint64_t first) {
         constexpr double kVisible = 0.004;
         if (share(stretch) < kVisible) return;  // alignment
         begin("gap", stretch);
-        out.raw("Not partitioned, ").raw(sizeText(stretch.size)).raw("'></div>");
+        const bool isNotRead = isKernelPartitionIn(first, stretch.size);
+        const std::string words = isNotRead                   ? "Not read here"
+                                  : drive.use.ofWhole.empty() ? "Not partitioned"
+                                                              : "I" + drive.use.ofWhole.substr(1);  // "In use ..."
+        out.text(words).raw(", ").raw(sizeText(stretch.size)).raw("'>");
+        const double room = share(stretch) * kBarPixels - 20;
+        const bool isWorthReading = isNotRead || !drive.use.ofWhole.empty();
+        if (isWorthReading && static_cast<double>(words.size()) * kLetterPixels <= room)
+            out.raw("<span>").text(words).raw("</span>");
+        out.raw("</div>");
     }
 
-    void drawPartition(const Stretch& stretch) {
+    /// Whether the kernel has a partition where none is listed.
+    bool isKernelPartitionIn(std::uint64_t first, std::uint64_t size) const {
+        const std::vector<KernelPartition>& partitions = drive.use.partitions;
+        const bool arePlaced = std::all_of(partitions.begin(), partitions.end(), [](const KernelPartition& partition) {
+            return partition.start && partition.size;
+        });
+        if (!drawn.isPlaced || !arePlaced) return partitions.size() != listedPartitions(inventory, drive);
+        return std::any_of(partitions.begin(), partitions.end(), [&](const KernelPartition& partition) {
+            const std::uint64_t start = *partition.start;
+            const bool beginsBeforeEnd = start < first || start - first < size;
+            const bool endsBehindFirst = start >= first || *partition.size > first - start;
+            return beginsBeforeEnd && endsBehindFirst;
+        });
+    }
+
+    void drawPartition(const Stretch& stretch, std::uint64_t first) {
         const Partition& partition = inventory.partitions[*stretch.partition];
         begin(cssClassOf(partition), stretch);
         const LogicalDisk* const fileSystem = fileSystemOf(inventory, partition);
@@ -62,7 +91,7 @@ private:
         if (stretch.inner.empty())
             drawLabel(partition, share(stretch));
         else
-            draw(stretch.inner);
+            draw(stretch.inner, first);
         if (fileSystem != nullptr && share(stretch) * kBarPixels > 40)
             out.raw("<i><b style='width:").raw(decimal(*usedShareOf(*fileSystem) * 100, 1)).raw("%'></b></i>");
         out.raw("</div>");
@@ -80,6 +109,8 @@ private:
 
     HtmlWriter& out;
     const Inventory& inventory;
+    const Drive& drive;
+    const DriveMap& drawn;
     const double whole;
 };
 
@@ -101,10 +132,10 @@ void drawDrive(HtmlWriter& out, const Inventory& inventory, const Drive& drive, 
     for (const Stretch& stretch : map.stretches) whole += stretch.size;
     out.raw("<div class='bar' role='img' aria-label='Picture of ").text(drive.device);
     out.raw("; the tables below say the same'>");
-    if (ownPartitions(inventory, drive).empty() && !drive.logicalDisks.empty())
+    if (ownPartitions(inventory, drive).empty() && drive.use.partitions.empty() && !drive.logicalDisks.empty())
         out.raw("<div class='data' style='flex-grow:1'><span>File system on the whole drive</span></div>");
     else
-        Drawing(out, inventory, whole).draw(map.stretches);
+        Drawing(out, inventory, drive, map, whole).draw(map.stretches);
     out.raw("</div>\n");
 }
 

@@ -51,7 +51,13 @@ Json deviceObject(const DeviceExplanation& device) {
               {"countOnDrive", device.countOnDrive},
               {"shownByKernel", device.shownByKernel},
               {"reasons", reasonList(device.partitions)}}},
-            {"mounts", std::move(mounts)}};
+            {"mounts", std::move(mounts)},
+            {"use",
+             {{"seen", !device.usage.text.empty()},
+              {"holders", device.usage.holders},
+              {"mountPoints", device.usage.mountPoints},
+              {"swap", device.usage.isSwap},
+              {"btrfsMember", device.usage.isBtrfsMember}}}};
 }
 
 Json mountObject(const MountExplanation& mount) {

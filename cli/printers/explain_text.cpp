@@ -44,6 +44,7 @@ std::string mountCell(const DeviceExplanation& device) {
     std::string text;
     for (std::size_t i = 0; i < std::min(device.mounts.size(), kMostShown); ++i)
         text += (i == 0 ? "" : ", ") + device.mounts[i].mountPoint;
+    if (device.mounts.empty() || device.usage.isMoreThanMounted()) return device.usage.text;
     if (device.mounts.size() > kMostShown) text += ", +" + std::to_string(device.mounts.size() - kMostShown);
     return text;
 }
@@ -89,6 +90,10 @@ std::string mountTable(const std::vector<MountExplanation>& mounts, const TableS
     return text;
 }
 
+std::string useSentence(const DeviceUsage& usage) {
+    return usage.text.empty() ? "Not seen in use." : "I" + usage.text.substr(1) + ".";  // "In use ..."
+}
+
 std::string deviceParagraphs(const DeviceExplanation& device, const TableStyle& style, std::size_t width) {
     std::string text = title(device.path, style);
     if (!device.asked.empty()) text += " (asked for as " + escapedControls(device.asked) + ")";
@@ -108,11 +113,13 @@ std::string deviceParagraphs(const DeviceExplanation& device, const TableStyle& 
     if (device.partitions.isReported)
         partitions = isOne ? "Reported." : std::to_string(device.tableCount) + " reported.";
     text += paragraph(isOne ? "  Partition:   " : "  Partitions:  ", allTexts(partitions, device.partitions), width);
-    if (device.mounts.empty()) return text + paragraph("  Mounted:     ", "Nothing on it is mounted.", width);
     std::string mounted;
     for (const MountedOn& mount : device.mounts)
         mounted += (mounted.empty() ? "" : ", ") + mount.source + " on " + mount.mountPoint;
-    return text + paragraph("  Mounted:     ", mounted + ".", width);
+    if (!mounted.empty()) text += paragraph("  Mounted:     ", mounted + ".", width);
+    if (mounted.empty() || device.usage.isMoreThanMounted())
+        text += paragraph("  Use:         ", useSentence(device.usage), width);
+    return text;
 }
 
 std::string mountParagraphs(const MountExplanation& mount, const TableStyle& style, std::size_t width) {

@@ -87,7 +87,7 @@ private:
         out.raw("<ul class='key' aria-label='Key to the pictures'>");
         for (const PurposeStyle& purpose : kPurposes)
             out.raw("<li><span class='dot ").raw(purpose.cssClass).raw("'></span>").raw(purpose.words).raw("</li>");
-        out.raw("<li><span class='dot gap'></span>Not partitioned</li></ul>\n");
+        out.raw("<li><span class='dot gap'></span>No partition listed</li></ul>\n");
     }
 
     void drive(const Drive& drive, std::size_t number) {
@@ -109,13 +109,16 @@ private:
     void note(const std::string& sentence) { out.raw("<p class='note'>").text(sentence).raw("</p>\n"); }
 
     void notes(const Drive& drive, const DriveMap& map) {
-        if (drive.partitions.empty()) note("No partitions.");
+        const std::size_t listed = listedPartitions(inventory, drive);
+        const std::size_t inKernel = drive.use.partitions.size();
+        if (!drive.use.text.empty()) note("I" + drive.use.text.substr(1) + ".");  // "In use ..."
+        if (drive.partitions.empty() && inKernel > 0)
+            note("The kernel has " + counted(inKernel, "partition") + "; the plug-in publishes none.");
+        else if (drive.partitions.empty())
+            note("No partitions.");
         if (!map.isPlaced) note("Not every start is known: the picture shows the sizes, in the order reported.");
         for (const std::string& oddity : map.oddities) note(oddity);
-        std::size_t listed = 0;
-        for (const std::size_t position : ownPartitions(inventory, drive))
-            listed += 1 + inventory.partitions[position].logicals.size();
-        if (listed != drive.partitionCount)
+        if (listed != drive.partitionCount && (listed > 0 || inKernel == 0))
             note("The drive is published with " + std::to_string(drive.partitionCount) + " partitions; " +
                  std::to_string(listed) + " are listed.");
     }

@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "cli/printers/json_writer.h"
+#include "cli/readable_text.h"
 
 namespace diskmgt_cli::json {
 
@@ -151,6 +152,8 @@ std::string pairs(const diskmgt_col::PropertyMap& partition) {
 }
 
 std::string quoted(const std::string& text) { return written(text, kOneLine); }
+
+std::string forTerminal(const std::string& document) { return withCodedDirectionMarks(document, "\\u"); }
 
 std::string classList(const std::vector<refhost::ClassDeclaration>& classes) {
     Json list = Json::array();

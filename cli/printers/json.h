@@ -31,6 +31,9 @@ std::string pairs(const diskmgt_col::PropertyMap& partition);
 /// A text in quotes.
 std::string quoted(const std::string& text);
 
+/// The same values for a terminal: marks of writing direction, which let a name show as another one, as \uNNNN.
+std::string forTerminal(const std::string& document);
+
 std::string classList(const std::vector<refhost::ClassDeclaration>& classes);
 std::string classDetails(const refhost::ClassDeclaration& declaration);
 std::string pluginIdentity(const refhost::PluginIdentity& identity);

@@ -49,6 +49,11 @@ void appendString(std::string& text, const std::string& value) {
     text += '"';
 }
 
+/// A strict broker looks a path without a namespace up nowhere.
+void appendReference(std::string& text, const std::string& path) {
+    appendString(text, std::string(refhost::ReferenceHost::kNamespace) + ":" + path);
+}
+
 void appendCharacter(std::string& text, const std::string& value) {
     text += '\'';
     appendEscaped(text, value, '\'');
@@ -67,7 +72,8 @@ void appendReal(std::string& text, const std::string& value) {
 }
 
 LiteralWriter writerFor(const std::string& type) {
-    if (type == "string" || type == "datetime" || type == "reference") return appendString;
+    if (type == "string" || type == "datetime") return appendString;
+    if (type == "reference") return appendReference;
     if (type == "char16") return appendCharacter;
     return type.compare(0, 4, "real") == 0 ? appendReal : appendPlain;
 }
@@ -94,7 +100,7 @@ void appendValue(std::string& text, const refhost::PropertyValue& property) {
 
 }  // namespace
 
-std::string mofInstances(const std::vector<refhost::Instance>& instances) {
+std::string mofInstances(const std::vector<refhost::Instance>& instances, bool forTerminal) {
     std::string text;
     for (const refhost::Instance& instance : instances) {
         text += text.empty() ? "instance of " : "\ninstance of ";
@@ -107,6 +113,7 @@ std::string mofInstances(const std::vector<refhost::Instance>& instances) {
         }
         text += "};\n";
     }
+    if (forTerminal) return withCodedDirectionMarks(text, "\\x");
     return text;
 }
 

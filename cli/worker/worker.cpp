@@ -79,10 +79,7 @@ Worker::Worker(const std::function<int()>& work, const Wants& wants) {
     }
     dieWith(parent);
     std::vector<int> kept = wants.keptDescriptors;
-    if (!keeps(kept, STDIN_FILENO)) {
-        (void)::close(STDIN_FILENO);
-        (void)::open("/dev/null", O_RDONLY);  // takes the lowest free number: this one
-    }
+    if (!keeps(kept, STDIN_FILENO)) (void)::dup2(pipes[0].writingEnd, STDIN_FILENO);  // which cannot be read
     (void)::dup2(pipes[0].writingEnd, STDOUT_FILENO);
     (void)::dup2(pipes[1].writingEnd, STDERR_FILENO);
     if (wants.makesKnown) {

@@ -11,7 +11,7 @@
 namespace diskmgt_cli::worker {
 
 /// Owns the child and the reading ends of its pipes. The child has none of the caller's descriptors but those asked
-/// for: its standard output and standard error are pipes, its standard input is empty. It dies with the parent.
+/// for: its standard output and standard error are pipes, its standard input cannot be read. It dies with the parent.
 class Worker {
 public:
     struct Wants {

@@ -71,6 +71,9 @@ struct LogLine {
     std::string text;
 };
 
+/// Takes a log line, on the thread that logged it. Called for one line after the other; must not throw or use the host.
+using LogSink = std::function<void(const LogLine& line)>;
+
 struct PluginIdentity {
     std::string file;
     std::string name;
@@ -118,7 +121,7 @@ struct HostOptions {
     std::vector<std::string> virtualDevices;  // added to those of the management controller
     bool discoverVirtualDevices = true;       // ask sysfs for those of the management controller
     /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
-    std::function<void(const std::string& className)> whenServing;
+    std::function<void(const std::string& className)> whenServing = {};
 };
 
 /// A complete in-memory host with the one namespace root/cimv2. One may exist at a time in a process: it is what
@@ -163,8 +166,9 @@ public:
 
     /// Everything logged since the host was made, outside requests too.
     std::vector<LogLine> log() const;
-    /// Writes later log lines of this severity or a graver one to standard error too; negative: none (the default).
-    void forwardLog(int fromSeverity);
+    /// Hands later log lines of this severity or a graver one to the sink too, as they were logged: nothing in them is
+    /// escaped. A negative severity or no sink: none (the default).
+    void forwardLog(int fromSeverity, LogSink sink = {});
 
     /// Starts recording crossings; costs nothing while off.
     void startTrace();

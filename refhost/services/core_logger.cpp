@@ -1,37 +1,12 @@
-// Log lines: kept in order, given to the request of the thread, written to standard error on demand.
+// Log lines: kept in order, given to the request of the thread, handed to the sink of the host's user.
 #include "refhost/services/core_logger.h"
 
-#include <cstdio>
+#include <utility>
 
 #include "refhost/services/boundary.h"
 #include "refhost/services/request_scope.h"
 
 namespace refhost {
-
-namespace {
-
-const char* severityWord(int severity) {
-    static const char* const words[] = {"error", "warning", "status", "debug", "verbose"};
-    return severity >= 0 && severity < 5 ? words[severity] : "log";
-}
-
-/// One line for a terminal. Mount tables put any byte into a log line; control characters must not reach a terminal.
-std::string terminalLine(const LogLine& line) {
-    std::string shown = std::string(severityWord(line.severity)) + ": ";
-    for (const char character : line.text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte >= 0x20 && byte != 0x7F) {
-            shown += character;
-            continue;
-        }
-        char escape[5];
-        (void)std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned int>(byte));  // always fits
-        shown += escape;
-    }
-    return shown + "\n";
-}
-
-}  // namespace
 
 CoreLogger& CoreLogger::instance() {
     static CoreLogger& logger = *new CoreLogger;
@@ -54,9 +29,7 @@ void CoreLogger::write(const LogLine& line) {
     const std::lock_guard<std::mutex> guard(mutex);
     if (!isOpen) return;
     kept.push_back(line);
-    if (line.severity > forwarded) return;
-    const std::string shown = terminalLine(line);
-    (void)std::fwrite(shown.data(), 1, shown.size(), stderr);  // nobody is left to tell when this fails
+    if (line.severity <= forwarded && forwardedTo) forwardedTo(line);
 }
 
 void CoreLogger::open() {
@@ -68,6 +41,7 @@ void CoreLogger::close() {
     const std::lock_guard<std::mutex> guard(mutex);
     isOpen = false;
     forwarded = -1;
+    forwardedTo = {};
     kept.clear();
 }
 
@@ -76,9 +50,10 @@ std::vector<LogLine> CoreLogger::lines() const {
     return kept;
 }
 
-void CoreLogger::forward(int fromSeverity) {
+void CoreLogger::forward(int fromSeverity, LogSink sink) {
     const std::lock_guard<std::mutex> guard(mutex);
     forwarded = fromSeverity;
+    forwardedTo = std::move(sink);
 }
 
 }  // namespace refhost

@@ -24,7 +24,7 @@ public:
     void close();
     std::vector<LogLine> lines() const;
     /// As `ReferenceHost::forwardLog`.
-    void forward(int fromSeverity);
+    void forward(int fromSeverity, LogSink sink);
 
 private:
     CoreLogger() = default;
@@ -33,6 +33,7 @@ private:
     mutable std::mutex mutex;
     bool isOpen = false;
     int forwarded = -1;
+    LogSink forwardedTo;
     std::vector<LogLine> kept;
 };
 

@@ -88,4 +88,4 @@ def test_any_declared_class_can_be_shown(run, name):
 
 
 def test_needs_no_plugin(run):
-    assert run("classes", "--plugin", "/does/not/exist").status == 0
+    assert run("classes", DISKMGT_PLUGIN="/does/not/exist").status == 0

@@ -140,7 +140,7 @@ def test_wrong_usage(run, arguments):
     (b"", "ends in the middle"), (b"no json", "is no JSON"), (b"[]", "is no inventory of"), (b"\xff", "is no JSON"),
     (b'{"namespace": "root/cimv2", "classes": [], "log": []}', "is no inventory of"),
     (json.dumps(ONE).encode()[:-2], "ends in the middle"), (json.dumps(ONE).encode() * 2, "is no JSON"),
-    (b'{"diskmgt": {"schema": 2}}', "newer form 2"), (b"[" * 1000000, "ends in the middle"),
+    (b'{"diskmgt": {"schema": 2}}', "newer form 2"), (b"[" * 1000000, "nested more than 32 deep"),
     (b'{"diskmgt": {"schema": 1, "schema": 1}}', 'names "schema" twice')],
     ids=["empty", "no_json", "list", "no_utf8", "get", "cut", "two", "newer", "deep", "name_twice"])
 @pytest.mark.parametrize("stands", [0, 1])
@@ -213,3 +213,58 @@ def test_time_limit_covers_a_pipe_that_stays_silent(run):
     os.close(reading)
     os.close(writing)
     assert done.status == 4 and "gave up after 0.2 s while reading the documents" in done.sentence
+
+
+def peak_of(*arguments):
+    """Exit status, standard error and the most memory in bytes of one run."""
+    with subprocess.Popen([COMMAND, "diff", "--timeout", "0", *map(str, arguments)], stdin=subprocess.DEVNULL,
+                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, env=environment()) as running:
+        said = running.stderr.read()
+        _, status, used = os.wait4(running.pid, 0)
+        running.returncode = os.waitstatus_to_exitcode(status)
+    return running.returncode, said.decode(), used.ru_maxrss * 1024
+
+
+def exported(count, mount):
+    """What "export json" writes of so many partitions, each mounted."""
+    names = [f"/dev/sda{number}" for number in range(count)]
+    plain = [{"path": f'VEXSG_DiskPartition.CreationClassName="VEXSG_DiskPartition",DeviceID="{name}"',
+              "properties": {"Size": 1048576, "StartingOffset": 12345, "Bootable": False, "FaultTolerant": False,
+                             "PartitionType": 1, "PartitionSubType": 131, "SystemName": "server1",
+                             "CreationClassName": "VEXSG_DiskPartition", "DeviceID": name, "ElementName": name}}
+             for name in names]
+    return inventory(*(partition(name, logicalDisks=[disk(name, mountPoints=[mount + name])]) for name in names),
+                     instances={"VEXSG_DiskPartition": plain})
+
+
+@pytest.mark.skipif(b"__asan_init" in open(COMMAND, "rb").read(),
+                    reason="a sanitizer's own memory would be measured")
+class TestMemory:
+    """What the comparison costs, beyond an empty run."""
+
+    def test_of_exports_is_at_most_four_times_the_documents(self, tmp_path):
+        for name, document in (("empty", inventory()), ("old", exported(8000, "/old")), ("new", exported(8000, "/new"))):
+            (tmp_path / name).write_text(json.dumps(document, indent=2))
+        _, _, least = peak_of(tmp_path / "empty", tmp_path / "empty")
+        status, said, peak = peak_of(tmp_path / "old", tmp_path / "new")
+        assert (status, said) == (1, "")
+        both = os.path.getsize(tmp_path / "old") + os.path.getsize(tmp_path / "new")
+        assert both > 16 << 20 and peak - least <= 4 * both
+
+    def test_of_any_names_is_bounded(self, tmp_path):
+        (tmp_path / "names").write_text("{" + ",".join(f'"{number}":0' for number in range(3000000)) + "}")
+        status, said, peak = peak_of(tmp_path / "names", tmp_path / "names")
+        assert status == 2 and "more than 1000000 elements" in said and peak < 1 << 30
+
+    def test_of_a_crowd_of_elements_is_bounded(self, tmp_path):
+        one = json.dumps(partition("/dev/sda1"))
+        text = json.dumps(inventory(loosePartitions="crowd")).replace('"crowd"', "[" + ",".join([one] * 1000001) + "]")
+        (tmp_path / "crowd").write_text(text)
+        status, said, peak = peak_of(tmp_path / "crowd", tmp_path / "crowd")
+        assert status == 2 and "more than 1000000 elements" in said and peak < 1 << 30
+
+    def test_of_a_huge_text_is_bounded(self, tmp_path):
+        text = json.dumps(inventory(hostName="@"))
+        (tmp_path / "text").write_text(text.replace("@", "x" * ((256 << 20) - len(text))))
+        status, said, peak = peak_of(tmp_path / "text", tmp_path / "text")
+        assert status == 2 and "a text of more than 1 MiB" in said and peak < 1 << 30

@@ -30,7 +30,7 @@ def test_the_document_has_the_stable_shape(run):
     document = run("explain", "--format", "json").json
     assert list(document) == ["devices", "mounts", "diagnosis"]
     for device in document["devices"]:
-        assert list(device) == ["path", "asked", "inSysfs", "partitionOf", "drive", "partitions", "mounts"]
+        assert list(device) == ["path", "asked", "inSysfs", "partitionOf", "drive", "partitions", "mounts", "use"]
         assert list(device["drive"]) == ["reported", "size", "reasons"]
         assert list(device["partitions"]) == ["reported", "count", "inTable", "countOnDrive", "shownByKernel",
                                               "reasons"]

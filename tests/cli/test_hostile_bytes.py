@@ -75,6 +75,61 @@ def test_no_export_steers_a_terminal(plugin, form):
     assert not [byte for byte in RAW_CONTROLS if byte in seen]
 
 
+TURNING = [mark.encode() for mark in "\u202e\u202c\u061c\u2066"]
+NAME = "/dev/\u202e1ads\u202c\u061c\u2066\x9b31m"
+
+
+@pytest.mark.parametrize("arguments", [("get", "--format", "json"), ("get", "--format", "table"),
+                                       ("get", "--format", "csv"), ("get", "--format", "mof"), ("trace",)])
+def test_no_name_is_turned_around_on_a_terminal(plugin, arguments):
+    status, seen = on_a_terminal(*arguments, DISK, "--plugin", plugin("misleading"), NO_COLOR="1")
+    assert status == 0 and b"1ads" in seen
+    assert not [mark for mark in TURNING if mark in seen]
+
+
+def test_json_on_a_terminal_holds_the_same_values(plugin):
+    _, seen = on_a_terminal("get", DISK, "--plugin", plugin("misleading"))
+    (disks,) = json.loads(seen)["classes"]
+    assert disks["instances"][0]["properties"]["DeviceID"] == NAME
+    _, seen = on_a_terminal("trace", DISK, "--plugin", plugin("misleading"))
+    assert [line["text"] for line in map(json.loads, seen.splitlines()) if line["call"] == "log"] == [NAME]
+
+
+def test_mof_on_a_terminal_holds_the_same_values(plugin):
+    _, seen = on_a_terminal("get", DISK, "--format", "mof", "--plugin", plugin("misleading"))
+    assert rb'"/dev/\x202e1ads\x202c\x061c\x2066\x009B31m"' in seen
+
+
+@pytest.mark.parametrize("chosen", ["json", "csv", "mof"])
+def test_marks_stay_as_they_are_elsewhere(run, plugin, chosen):
+    arguments = ("get", DISK, "--format", chosen, "--plugin", plugin("misleading"))
+    assert all(mark in run(*arguments).stdout for mark in TURNING)
+
+
+@pytest.mark.parametrize("command", ["get", "trace"])
+def test_log_lines_are_escaped_like_everything_else(run, plugin, command):
+    done = run(command, DISK, "--plugin", plugin("misleading"), "--log-level", "verbose")
+    assert done.stderr.isascii()
+    assert done.stderr.decode() == ("status: /dev/\\xe2\\x80\\xae1ads\\xe2\\x80\\xac\\xd8\\x9c\\xe2\\x81\\xa6"
+                                    "\\xc2\\x9b31m\n")
+
+
+def rows_of(done):
+    return [row["DeviceID"] for row in csv.DictReader(io.StringIO(done.stdout.decode(), newline=""))]
+
+
+def test_csv_safe_defuses_formulas(run, plugin):
+    arguments = ("get", DISK, "--format", "csv", "--plugin", plugin("misleading"))
+    formulas = ["=cmd|' /C calc'!A0", "+1", "-1", "@SUM(A1)", "\t=1", "\r=1"]
+    assert rows_of(run(*arguments)) == [NAME, *formulas, "plain=1"]
+    assert rows_of(run(*arguments, "--csv-safe")) == [NAME, *("'" + text for text in formulas), "plain=1"]
+
+
+def test_csv_safe_on_a_terminal(plugin):
+    _, seen = on_a_terminal("get", DISK, "--format", "csv", "--csv-safe", "--plugin", plugin("misleading"))
+    assert rb"'\x09=1" in seen and rb"'\x0d=1" in seen and b"'+1" in seen
+
+
 def test_terminal_gets_colour_by_default(plugin):
     arguments = ("get", DISK, "--format", "table", "--plugin", plugin("publishing"))
     assert b"\x1b[1m" in on_a_terminal(*arguments, TERM="xterm", NO_COLOR="")[1]

@@ -4,6 +4,8 @@ import os
 import struct
 import uuid
 
+import pytest
+
 LINUX = uuid.UUID("0FC63DAF-8483-4772-8E79-3D69D8477DE4")
 
 
@@ -49,6 +51,7 @@ def test_mbr_with_logical_partitions(run, tmp_path):
         1050624: table(slot(0x83, 2048, 4096), slot(0x05, 8192, 4096)),
         1050624 + 8192: table(slot(0x83, 63, 1)),
     })
+    os.truncate(tmp_path / "disk.img", (1116160 + 8) * 512)
     done = run("probe", "disk.img")
     assert (done.status, done.stderr) == (0, b"")
     assert done.json == [{"path": "disk.img", "partitions": [
@@ -82,7 +85,7 @@ def test_files_stand_in_the_order_given(run, tmp_path):
 
 
 def test_missing_file_does_not_stop_the_others(run, tmp_path):
-    write_mbr(tmp_path / "disk.img", {0: table(slot(0x83, 1, 1))})
+    write_mbr(tmp_path / "disk.img", {0: table(slot(0x83, 1, 1)), 1: bytes(512)})
     done = run("probe", "missing.img", "disk.img")
     assert done.status == 1
     assert "missing.img: No such file or directory" in done.sentence
@@ -146,3 +149,56 @@ def test_what_follows_two_dashes_is_a_file(run, tmp_path):
 def test_two_dashes_alone_name_no_file(run):
     assert run("probe", "--").status == 2
     assert run("plugin", "--", "x").status == 2
+
+
+class TestRemarks:
+    """What a list should be read with is said on standard error; the list stays what the parser returns."""
+
+    def remarks(self, run, name="disk.img", status=0):
+        done = run("probe", name)
+        assert done.status == status
+        return done.stderr.decode().splitlines()
+
+    def test_a_sound_image_gives_none(self, run, tmp_path):
+        write_mbr(tmp_path / "disk.img", {0: table(slot(0x83, 8, 8), slot(0x05, 16, 48)),
+                                          16: table(slot(0x83, 8, 40)), 63: bytes(512)})
+        assert self.remarks(run) == []
+        write_gpt(tmp_path / "gpt.img", {1: (LINUX, 34, 40)})
+        assert os.path.getsize(tmp_path / "gpt.img") < 41 * 512
+        os.truncate(tmp_path / "gpt.img", 41 * 512)
+        assert self.remarks(run, "gpt.img") == []
+
+    def test_a_table_without_boot_signature(self, run, tmp_path):
+        (tmp_path / "disk.img").write_bytes(table(slot(0x83, 8, 8))[:-2].ljust(512 * 16, b"\0"))
+        remark, = self.remarks(run)
+        assert "the first sector of disk.img has no boot signature" in remark
+
+    def test_no_partitions_need_no_signature(self, run, tmp_path):
+        (tmp_path / "disk.img").write_bytes(bytes(8192))
+        assert self.remarks(run) == []
+
+    def test_partitions_past_the_end(self, run, tmp_path):
+        write_mbr(tmp_path / "disk.img", {0: table(slot(0x83, 8, 8), slot(0x83, 16, 1)), 15: bytes(512)})
+        remark, = self.remarks(run)
+        assert "disk.img has 8192 bytes, and 1 partition ends past that" in remark
+        os.truncate(tmp_path / "disk.img", 17 * 512)
+        assert self.remarks(run) == []
+        write_gpt(tmp_path / "disk.img", {1: (LINUX, 34, 40), 2: (LINUX, 41, 41)})
+        os.truncate(tmp_path / "disk.img", 41 * 512)
+        assert "1 partition ends past that" in self.remarks(run)[0]
+        write_gpt(tmp_path / "disk.img", {1: (LINUX, 34, 2**64 - 1), 2: (LINUX, 2**60, 2**60)})
+        assert "2 partitions end past that" in self.remarks(run)[0]
+
+    @pytest.mark.parametrize("count, used, words", [(-1, 0, "-1 entries"), (1000, 774, "1000 entries, and more of them")])
+    def test_a_refused_gpt(self, run, tmp_path, count, used, words):
+        write_gpt(tmp_path / "disk.img", {i: (LINUX, 34, 40) for i in range(1, used + 1)}, count=max(count, 0))
+        with open(tmp_path / "disk.img", "r+b") as image:
+            image.seek(512 + 80)
+            image.write(struct.pack("<i", count))
+        done = run("probe", "disk.img")
+        assert (done.status, done.json) == (1, [{"path": "disk.img", "partitions": []}])
+        assert f"the GPT of disk.img is refused: it says that it has {words}" in done.sentence
+
+    def test_a_gpt_without_entries_is_not_refused(self, run, tmp_path):
+        write_gpt(tmp_path / "disk.img", {}, count=0)
+        assert self.remarks(run) == []

@@ -98,6 +98,15 @@ def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
     (["--format", "json", "export", "json"], "export has no --format"),
     (["--all", "get", "VEXSG_DiskDrive"], "get has no --all"),
     (["--bytes", "plugin"], "plugin has no --bytes"),
+    *(([name, *operands, option, "x"], f'unknown option "{option}"')
+      for name, *operands in (["probe", "disk.img"], ["diff", "a", "b"], ["classes"])
+      for option in ("--plugin", "--log-level", "--virtual-device")),
+    (["--plugin", "x", "probe", "disk.img"], "probe has no --plugin"),
+    (["--log-level", "debug", "diff", "a", "b"], "diff has no --log-level"),
+    (["--virtual-device", "x", "classes"], "classes has no --virtual-device"),
+    (["trace", "VEXSG_DiskDrive", "--csv-safe"], 'unknown option "--csv-safe"'),
+    (["get", "VEXSG_DiskDrive", "--csv-safe"], "--csv-safe needs --format csv"),
+    (["get", "VEXSG_DiskDrive", "--format", "table", "--csv-safe"], "--csv-safe needs --format csv"),
     (["explain", ""], "explain takes the name of a DEVICE, not an empty text"),
     (["get", "VEXSG_DiskDrive", "--output", ""], "--output needs the name of a file"),
     (["get", "VEXSG_DiskDrive", "--plugin", ""], "--plugin needs the name of a file"),

@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Mounts a FUSE file system that takes the greeting of the kernel and never answers anything after it, as a dead server
-does: dead_mount.py PLACE prints the number of the process that holds it. When that process ends, so does the stall."""
+does: dead_mount.py PLACE prints the number of the process that holds it. When that process ends, so does the stall.
+With "taking" behind the place it takes the requests that follow, whose callers then survive SIGKILL."""
 
 import os
 import signal
@@ -25,14 +26,14 @@ def open_device():
 
 
 def greet(device):
-    """Answers the first request. Those that follow are never even read: their callers can still be killed."""
+    """Answers the first request. While those that follow are not even read, their callers can still be killed."""
     _, operation, number, *_ = _HEADER.unpack_from(os.read(device, 1 << 20))
     assert operation == _INIT, f"operation {operation} comes before the greeting"
     body = _GREETING.pack(7, 31, 0, 0, 0, 0, 4096, 1, 0, 0, 0)
     os.write(device, struct.pack("=IiQ", 16 + len(body), 0, number) + body)
 
 
-def main(place):
+def main(place, kind="silent"):
     device = open_device()
     os.makedirs(place, exist_ok=True)
     kernel.mount("dead", place, "fuse.dead", options=f"fd={device},rootmode=40000,user_id=0,group_id=0,allow_other")
@@ -46,8 +47,11 @@ def main(place):
     for descriptor in (0, 1, 2):  # the caller waits for the end of its pipes
         os.dup2(nowhere, descriptor)
     while True:
-        signal.pause()
+        if kind == "taking":
+            os.read(device, 1 << 20)
+        else:
+            signal.pause()
 
 
 if __name__ == "__main__":
-    main(sys.argv[1])
+    main(*sys.argv[1:])

@@ -130,6 +130,24 @@ def test_a_disk_that_cannot_be_read_says_why(explained):
     assert reason == {"rule": "read-failed", "text": "Reading its first sector failed: Input/output error."}
 
 
+def test_a_table_that_cannot_be_read_to_the_end_names_the_sector(explained):
+    found = by_name(explained("unreadable-disks"))
+    for name, sector in (("sdb", 8192), ("sdc", 9216)):
+        reason = found[name]["partitions"]["reasons"][0]
+        assert reason["rule"] == "read-failed"
+        assert reason["text"].startswith(f"Reading sector {sector} of its tables failed: Input/output error.")
+
+
+def test_a_refused_gpt_has_a_rule_of_its_own(diskmgt, tmp_path):
+    folder = write_machine(tmp_path, disks=[
+        {"name": "sda", "size": "8 MiB", "patches": [{"sector": 0, "slots": ["ee 1 16383"]},
+                                                     {"sector": 1, "offset": 80, "hex": "ffffffff"}]}])
+    with Session(folder) as session:
+        document = session.run([diskmgt, "explain", "--format", "json"], check=False).json()
+    reason, = by_name(document)["sda"]["partitions"]["reasons"]
+    assert reason == {"rule": "table-refused", "text": "Its GPT is refused: it says that it has -1 entries."}
+
+
 def test_disagreement_of_kernel_and_table_is_told(explained):
     found = partition_rules(explained("sysfs-against-tables"))
     told = {rule for each in found.values() for rule in each}
@@ -140,6 +158,7 @@ def test_disagreement_of_kernel_and_table_is_told(explained):
 def test_large_sectors_are_told(explained):
     document = explained("four-kib-sectors")
     assert all("large-sectors" in each for each in partition_rules(document).values())
+    assert all("no-partition-found" not in each for each in partition_rules(document).values())
     assert "sda and sdb are larger than the 512 bytes" in said(document)
 
 

@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import write_machine
+from conftest import MACHINES, write_machine
 from machine.session import Session
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
@@ -99,3 +99,61 @@ def test_used_part_is_that_of_df(machine, page):
 def test_every_machine_has_a_page_of_known_elements(machine, diskmgt):
     for name in ("no-disks", "tiny-disks", "odd-gpt-headers", "odd-extended-chains", "nvme-without-nodes"):
         assert Page(machine(name).run([diskmgt, "export", "html"]).stdout).strangers == set()
+
+
+def cards(text):
+    """The text of each drive's section, by the drive."""
+    found = re.split(r"(?=<section class='card' aria-labelledby='drive-)", text)[1:]
+    return {re.search(r"class='name'>([^<]*)<", card).group(1): card.split("</section>")[0] for card in found}
+
+
+# What the gaps of a drive's picture say, and what its notes say; written from the descriptions.
+CARDS = {
+    ("encrypted-whole", "/dev/sdb"): ("", "In use by dm-0 (secret), mounted on /srv/secret.", "Not partitioned"),
+    ("virtio-guest", "/dev/vda"): ("Not read here", "The kernel has 3 partitions; the plug-in publishes none.",
+                                   "Not partitioned"),
+    ("four-kib-server", "/dev/sda"): ("Not read here", "The kernel has 2 partitions; the plug-in publishes none.",
+                                      "No partitions."),
+    ("four-kib-server", "/dev/nvme0n1"): ("Not read here", "In use, mounted on /data.", "No partitions."),
+    ("mirrored-partitions", "/dev/sda"): ("", "In use by md0 and md1, mounted on / and /boot.", "In use by md0, "),
+    ("multipath-root", "/dev/sdc"): ("In use by dm-0 (mpatha)", "mounted on / and /boot/efi.", "Not partitioned"),
+    ("volumes-root", "/dev/sda"): ("", "In use by dm-0 (vg-root), dm-1 (vg-swap) and dm-2 (vg-home), mounted on /, ",
+                                   "Not read here"),
+}
+
+
+@pytest.mark.parametrize(("name", "drive"), CARDS, ids=lambda text: text.rsplit("/", 1)[-1])
+def test_a_drive_in_use_is_drawn_so(machine, diskmgt, name, drive):
+    card = cards(machine(name).run([diskmgt, "export", "html"]).stdout)[drive]
+    gap, note, never = CARDS[name, drive]
+    titles = re.findall(r"<div class='gap'[^>]* title='([^']*)'", card)
+    assert any(title.startswith(gap) for title in titles) or not gap
+    assert note in card
+    assert never not in card
+
+
+def test_a_drive_that_a_volume_holds_is_not_drawn_empty(tmp_path, diskmgt):
+    write_machine(
+        tmp_path, disks=[{"name": "sda", "size": "16 MiB"}, {"name": "dm-0", "size": "8 MiB"}], swaps=[],
+        nodes=[{"name": "mapper/vg-data", "kind": "link", "target": "../dm-0"}],
+        sys_block=[{"name": "sda", "size": 32768}, {"name": "sdb", "size": 0},
+                   {"name": "dm-0", "size": 16384, "files": {"dm/name": "vg-data\n"}, "slaves": ["sda"]}],
+        mtab=["/dev/mapper/vg-data /data ext4 rw 0 0"], mountinfo="mtab")
+    with Session(tmp_path) as session:
+        card = cards(session.run([diskmgt, "export", "html"]).stdout)["/dev/sda"]
+    assert "title='In use by dm-0 (vg-data), mounted on /data, 16 MiB'" in card
+    assert "Not partitioned" not in card
+
+
+@pytest.mark.parametrize("name", sorted(folder.name for folder in MACHINES.iterdir()))
+def test_no_gap_lies_where_the_kernel_has_a_partition_or_a_volume_holds_the_drive(machine, diskmgt, name):
+    session = machine(name)
+    blocks = {f"/dev/{block.name}": block for block in session.machine.sys_block or []}
+    held = {slave for block in blocks.values() for slave in block.slaves}
+    for drive, card in cards(session.run([diskmgt, "export", "html"], check=False).stdout).items():
+        block = blocks[drive]
+        sectors = {path.split("/")[0]: int(text) for path, text in block.files.items() if path.endswith("/size")}
+        if f"Picture of {drive}" not in card or "Not partitioned" not in card:
+            continue
+        assert block.name not in held, drive
+        assert not sectors or "<table>" in card, drive  # some are published

@@ -1,6 +1,10 @@
 """`probe` shows the partition maps exactly as the parser returns them: every pair, duplicates included."""
 
+import re
+
 import pytest
+from conftest import write_machine
+from machine.session import Session
 
 GPT_PAIRS = {"Bootable", "DeviceID", "ElementName", "FaultTolerant", "PartitionType", "Size", "StartingOffset"}
 
@@ -72,3 +76,21 @@ def test_device_and_image_file_of_it_give_the_same_numbers(machine, probe):
     renamed = [[[name, value.replace("/media/copy", "/dev/sda")] for name, value in pairs]
                for pairs in image["partitions"]]
     assert renamed == disk["partitions"]
+
+
+@pytest.mark.parametrize("disk, sector, partitions", [("sda", 0, 0), ("sdb", 8192, 3), ("sdc", 9216, 4), ("sdd", None, 0)])
+def test_what_cannot_be_read_is_named_with_its_sector(machine, diskmgt, disk, sector, partitions):
+    result = machine("unreadable-disks").run([diskmgt, "probe", f"/dev/{disk}"], check=False)
+    assert result.status == 1
+    assert [len(each["partitions"]) for each in result.json()] == [partitions]
+    named = re.fullmatch(rf"diskmgt: cannot read sector (\d+) of /dev/{disk}: Input/output error; .*\n", result.stderr)
+    assert named and (sector is None or int(named[1]) == sector)
+
+
+def test_an_unreadable_part_of_the_entries_is_no_end_of_the_disk(diskmgt, tmp_path):
+    folder = write_machine(tmp_path, disks=[
+        {"name": "sda", "size": "8 MiB", "table": [{"sfdisk": ["label: gpt", "1: start=2048, size=2048"]}], "readable": 8}])
+    with Session(folder) as session:
+        result = session.run([diskmgt, "probe", "/dev/sda"], check=False)
+    assert [len(each["partitions"]) for each in result.json()] == [1]
+    assert result.status == 1 and "cannot read sector 8 of /dev/sda: Input/output error" in result.stderr

@@ -37,16 +37,7 @@ int refuse(int error) {
     return -1;
 }
 
-}  // namespace
-
-bool FakeOs::isAnswering() { return answering; }
-
-namespace diskmgt_col::os {
-
-int openFile(const std::string& path, int flags) {
-    FakeOs::State& machine = FakeOs::State::current();
-    const Lock lock(machine.mutex);
-    const std::string name = path.c_str();  // the kernel stops at the first zero byte
+int openNode(FakeOs::State& machine, const std::string& name, int flags) {
     if (failed(machine.note("open", name, flags == O_RDONLY ? "O_RDONLY" : "flags " + std::to_string(flags))))
         return -1;
     const Node* const node = machine.find(name);
@@ -56,6 +47,29 @@ int openFile(const std::string& path, int flags) {
     machine.descriptors[fd] = Descriptor{name, *node, 0, (flags & O_CLOEXEC) != 0};
     machine.mostDescriptors = std::max(machine.mostDescriptors, static_cast<int>(machine.descriptors.size()));
     return fd;
+}
+
+}  // namespace
+
+bool FakeOs::isAnswering() { return answering; }
+
+namespace diskmgt_col::os {
+
+int openFile(const std::string& path, int flags) {
+    FakeOs::State& machine = FakeOs::State::current();
+    const Lock lock(machine.mutex);
+    return openNode(machine, path.c_str(), flags);  // the kernel stops at the first zero byte
+}
+
+int openBelow(DIR* directory, const std::string& path, int flags) {
+    FakeOs::State& machine = FakeOs::State::current();
+    const Lock lock(machine.mutex);
+    const auto found = machine.directories.find(directory);
+    if (found == machine.directories.end()) {
+        ++machine.stale;
+        return refuse(EBADF);
+    }
+    return openNode(machine, found->second->path + "/" + path.c_str(), flags);
 }
 
 int setCloseOnExec(int fd) {

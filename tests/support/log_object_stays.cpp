@@ -6,7 +6,7 @@
 
 namespace {
 
-// After registration, which has made the object by then.
+// After registration, which has created the object by then.
 __attribute__((constructor)) void exemptTheLogObject() { __lsan_ignore_object(diskmgt_col::LogMessage::getInstance()); }
 
 }  // namespace

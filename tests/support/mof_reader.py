@@ -19,6 +19,7 @@ _RANGES = {f"{sign}int{bits}": (0, 2**bits - 1) if sign == "u" else (-2**(bits -
 _TYPES = {*_RANGES, "string", "boolean", "char16", "real32", "real64", "datetime"}
 _SCOPES = {"class", "association", "indication", "qualifier", "property", "reference", "method", "parameter", "any"}
 _FLAVORS = {"enableoverride", "disableoverride", "restricted", "tosubclass", "translatable"}
+_NAMESPACE = "root/cimv2:"
 _KEY = re.compile(r'([A-Za-z_][A-Za-z0-9_]*)="((?:[^"\\]|\\["\\])*)"')
 
 
@@ -247,7 +248,9 @@ class Reading:
                 kind = known[name.lower()][0]
                 if not isinstance(kind, tuple):
                     continue
-                named, _, keys = value.partition(".")
+                if not value.startswith(_NAMESPACE):
+                    raise MofError(f"{class_name}.{name} names no namespace: {value}")
+                named, _, keys = value[len(_NAMESPACE):].partition(".")
                 target = self.classes.get(named.lower())
                 pairs = _KEY.findall(keys)
                 if not target or not target.is_a(kind[1]) or ",".join(f'{k}="{v}"' for k, v in pairs) != keys:

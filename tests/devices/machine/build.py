@@ -7,9 +7,9 @@ import socket
 import stat
 import subprocess
 
-from . import kernel
+from . import kernel, proc
 
-SCRATCH = "/dev/.machine"  # images and passing nodes; a tmpfs of its own, so /dev measures the same on every machine
+SCRATCH = kernel.SCRATCH
 _CHARACTER_NODES = {"null": (1, 3), "zero": (1, 5), "full": (1, 7), "random": (1, 8), "urandom": (1, 9), "tty": (5, 0)}
 _LINKS = {"fd": "/proc/self/fd", "stdin": "fd/0", "stdout": "fd/1", "stderr": "fd/2", "ptmx": "pts/ptmx"}
 _KEPT = ("pts", "shm")
@@ -48,6 +48,7 @@ def build(machine):
     _make_mounts(machine)
     _make_sys_block(machine)
     _make_mount_table(machine)
+    proc.make_tables(machine)
     os.umask(0o022)
     return loops
 
@@ -166,6 +167,7 @@ def _make_sys_block(machine):
         kernel.mount("tmpfs", "/sys/block", "tmpfs", options="mode=755")
         for block in blocks:
             _make_block(block)
+        proc.make_links(machine)
         if os.listdir("/sys/block") == wanted:
             return
 

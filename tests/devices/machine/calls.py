@@ -80,9 +80,13 @@ def changed(calls):
 
 
 def started(calls):
-    """Calls that begin another process or program; the first one is the traced command itself."""
+    """Calls that begin another process or program. The first program is the traced command itself, and the first process
+    the one that does its work: it begins before the plug-in is loaded."""
     programs = [call for call in calls if call.name in STARTING][1:]
-    return programs + [call for call in calls if call.name in CLONING and "CLONE_THREAD" not in call.text]
+    processes = [number for number, call in enumerate(calls) if call.name in CLONING and "CLONE_THREAD" not in call.text]
+    loading = min((number for number, call in enumerate(calls) if (call.path or "").endswith("diskmgt.pi.so")), default=0)
+    own = 1 if processes and processes[0] < loading else 0
+    return programs + [calls[number] for number in processes[own:]]
 
 
 def connected(calls):

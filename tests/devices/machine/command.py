@@ -11,7 +11,7 @@ import signal
 import subprocess
 import sys
 
-from . import build, kernel
+from . import build, kernel, proc
 from .description import DescriptionError, read_machine
 
 
@@ -103,6 +103,7 @@ def _run(command):
 
 def _heed_interrupt():
     signal.signal(signal.SIGINT, signal.SIG_DFL)
+    proc.cover_mountinfo()
 
 
 def _status(code):
@@ -127,7 +128,7 @@ def _answer(request):
     environment = dict(os.environ, PATH=os.environ.get("PATH", "") + ":" + build.TOOL_PATH, **request["environment"])
     try:
         done = subprocess.run(request["run"], input=os.fsencode(request["input"]), capture_output=True, check=False,
-                              env=environment, timeout=request["timeout"])
+                              env=environment, timeout=request["timeout"], preexec_fn=proc.cover_mountinfo)
     except (OSError, subprocess.TimeoutExpired) as failure:
         return {"failed": str(failure)}
     return {"status": _status(done.returncode), "stdout": os.fsdecode(done.stdout), "stderr": os.fsdecode(done.stderr)}

@@ -45,6 +45,7 @@ class Block:
     name: str
     files: dict = field(default_factory=dict)  # file name to contents
     directories: list = field(default_factory=list)
+    slaves: list = field(default_factory=list)  # names of what the device lies on
     link: str = ""  # the entry is a symbolic link to this place, and the files lie there
 
 
@@ -69,6 +70,8 @@ class Machine:
     mtab: str | None = ""  # None: the file is missing
     mtab_live: bool = False
     mtab_read_only: bool = False
+    mountinfo: str | list | None = None  # "mtab": made from it; lines; None: the kernel's own
+    swaps: list | None = None  # lines of /proc/swaps below the headings; None: the kernel's own
     virtual_devices: list = field(default_factory=list)
 
 
@@ -191,7 +194,8 @@ def _node(reader):
 
 
 def _block(reader):
-    block = Block(reader.name(), directories=reader.texts("directories"), link=reader.take("link", str, ""))
+    block = Block(reader.name(), directories=reader.texts("directories"),
+                  slaves=reader.texts("slaves"), link=reader.take("link", str, ""))
     for short in ("size", "dev"):  # the two files that nearly every entry has
         value = reader.take(short, (int, str))
         if value is not None:
@@ -224,6 +228,15 @@ def _mount_table(reader, machine):
         machine.mtab = "".join(f"{line}\n" for line in found)
 
 
+def _kernel_tables(reader, machine):
+    found = reader.take("mountinfo", (str, list))
+    if isinstance(found, str) and (found != "mtab" or not machine.mtab):
+        raise DescriptionError(f'{reader.where}: "mountinfo" is a list of lines, or "mtab" when that is described')
+    machine.mountinfo = found
+    if "swaps" in reader.value:
+        machine.swaps = reader.texts("swaps")
+
+
 def read_machine(folder):
     """The machine that folder/machine.json describes; DescriptionError when it cannot be understood."""
     path = Path(folder) / "machine.json"
@@ -243,6 +256,7 @@ def read_machine(folder):
     _mount_table(reader, machine)
     machine.mtab_read_only = reader.take("mtab_read_only", bool, False)
     machine.virtual_devices = reader.texts("virtual_devices")
+    _kernel_tables(reader, machine)
     reader.done()
     _check_names(machine, path)
     return machine

@@ -8,6 +8,8 @@ import os
 import stat
 import struct
 
+SCRATCH = "/dev/.machine"  # images and passing nodes; a tmpfs of its own, so /dev measures the same on every machine
+
 CLONE_NEWNS, CLONE_NEWUTS, CLONE_NEWPID = 0x00020000, 0x04000000, 0x20000000
 MS_RDONLY, MS_REMOUNT, MS_BIND, MS_REC, MS_PRIVATE = 0x1, 0x20, 0x1000, 0x4000, 0x40000
 _MNT_DETACH = 2

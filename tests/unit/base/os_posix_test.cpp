@@ -51,6 +51,17 @@ TEST_F(PosixOs, ReadsOnFromWhereItSought) {
     EXPECT_EQ(os::readSome(file.get(), buffer, 8), 0);
 }
 
+TEST_F(PosixOs, OpensWhatLiesBelowAnOpenDirectory) {
+    (void)write("table", "0123");
+    const UniqueDirectory folder(os::openDirectory(directory));
+    const UniqueFd file(os::openBelow(folder.get(), "table", O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(file.valid());
+    char buffer[8] = {};
+    EXPECT_EQ(os::readSome(file.get(), buffer, sizeof buffer), 4);
+    EXPECT_LT(os::openBelow(folder.get(), "missing", O_RDONLY), 0);
+    EXPECT_EQ(errno, ENOENT);
+}
+
 TEST_F(PosixOs, SeeksBeyondFourGibibytes) {
     const UniqueFd file(os::openFile(write("table", ""), O_RDONLY));
     constexpr std::int64_t kFar = (std::int64_t{0xFFFFFFFF} * 2) * 512 + 446;

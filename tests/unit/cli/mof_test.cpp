@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
         LiteralCase{"character", "char16", false, {"'"}, R"('\'')"},
         LiteralCase{"quote_as_character", "char16", false, {"\""}, R"('"')"},
         LiteralCase{"datetime", "datetime", false, {"20260101120000.000000+000"}, R"("20260101120000.000000+000")"},
-        LiteralCase{"reference", "reference", false, {R"(A.B="c\\d")"}, R"("A.B=\"c\\\\d\"")"},
+        LiteralCase{"reference", "reference", false, {R"(A.B="c\\d")"}, R"("root/cimv2:A.B=\"c\\\\d\"")"},
         LiteralCase{"array", "string", true, {"a", "b,c"}, R"({ "a", "b,c" })"},
         LiteralCase{"array_of_numbers", "uint16", true, {"1", "2"}, "{ 1, 2 }"}),
     [](const auto& row) { return row.param.label; });

@@ -21,6 +21,12 @@ TEST(ReadableText, WhatOnlyBeginsLikeAMarkStays) {
         EXPECT_EQ(withoutDirectionMarks(text), text);
 }
 
+TEST(ReadableText, AMarkHasItsCodeInFourDigits) {
+    EXPECT_EQ(withCodedDirectionMarks("a\u061Cb\u202E\u2069\u00E4\u20AC", "\\u"),
+              "a\\u061cb\\u202e\\u2069\u00E4\u20AC");
+    EXPECT_EQ(withCodedDirectionMarks("", "\\u"), "");
+}
+
 TEST(ReadableText, EscapesControlsMarksAndBytesThatAreNoText) {
     EXPECT_EQ(escapedControls("a\n\x7F\xC2\x9B"), "a\\x0a\\x7f\\xc2\\x9b");
     EXPECT_EQ(escapedControls("\u202Eb"), "\\xe2\\x80\\xaeb");

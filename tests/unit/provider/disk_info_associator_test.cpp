@@ -116,6 +116,15 @@ TEST(DiskInfoAssociator, TheLinkIsAskedForWith256BytesAndOnlyWhenNoDriveMatches)
     EXPECT_THAT(scene.machine.callTexts(), ElementsAre("readlink(proc, 256)"));
 }
 
+TEST(DiskInfoAssociator, LinksAreReadInKeyOrderOncePerLogicalDiskThatNoDriveMatches) {
+    AssociationScene scene;
+    scene.logicalDisks({"c", "/dev/sda1", "a", "b", "a"}).drives({"/dev/sda"});
+    scene.machine.link("a", "/dev/sda2").link("c", "/dev/sda3");
+    EXPECT_THAT(scene.pairs(kDiskOnDrive), SizeIs(4));
+    EXPECT_THAT(scene.machine.callTexts(),
+                ElementsAre("readlink(a, 256)", "readlink(a, 256)", "readlink(b, 256)", "readlink(c, 256)"));
+}
+
 TEST(DiskInfoAssociator, WithoutDrivesEveryLogicalDiskStillReadsItsLink) {
     AssociationScene scene;
     scene.logicalDisks({"a", "b"});

@@ -1,4 +1,4 @@
-// The core logger: what is kept, what a request collects, what reaches standard error.
+// The core logger: what is kept, what a request collects, what reaches the sink.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -55,24 +55,34 @@ TEST(Logger, RequestCollectsWhatItsThreadLogged) {
     EXPECT_EQ(textsOf(setup.host.log()), (Texts{"2 before", "3 during", "3 elsewhere", "2 after"}));
 }
 
-TEST(Logger, ForwardsGraveLinesWithControlCharactersMadeVisible) {
+TEST(Logger, HandsGraveLinesToTheSinkAsTheyWereLogged) {
     WithHost setup;
-    setup.host.forwardLog(1);
+    std::vector<refhost::LogLine> seen;
     ::testing::internal::CaptureStderr();
-    say(ILogger::kError, "bad\x1b[31m\n");
+    setup.host.forwardLog(1, [&seen](const refhost::LogLine& line) { seen.push_back(line); });
+    say(ILogger::kError, "bad\x1b[31m\n\xC2\x9B");
     say(ILogger::kWarning, "careful \xC3\xA4");
     say(ILogger::kStatus, "chatter");
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "error: bad\\x1b[31m\\x0a\nwarning: careful \xC3\xA4\n");
+    EXPECT_EQ(textsOf(seen), (Texts{"0 bad\x1b[31m\n\xC2\x9B", "1 careful \xC3\xA4"}));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");  // what a terminal may show is for the sink to decide
 }
 
 TEST(Logger, ForwardsNothingUnlessAsked) {
-    WithHost setup;
-    ::testing::internal::CaptureStderr();
-    say(ILogger::kError, "quiet");
-    setup.host.forwardLog(4);
-    setup.host.forwardLog(-1);
-    say(ILogger::kError, "quiet again");
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    std::vector<refhost::LogLine> seen;
+    const refhost::LogSink sink = [&seen](const refhost::LogLine& line) { seen.push_back(line); };
+    {
+        WithHost setup;
+        say(ILogger::kError, "quiet");
+        setup.host.forwardLog(4, sink);
+        setup.host.forwardLog(-1, sink);
+        say(ILogger::kError, "quiet again");
+        setup.host.forwardLog(4);
+        say(ILogger::kError, "no sink");
+        setup.host.forwardLog(4, sink);
+    }
+    const WithHost next;  // a new host forwards nothing of its own accord
+    say(ILogger::kError, "and again");
+    EXPECT_TRUE(seen.empty());
 }
 
 TEST(Logger, NewHostBeginsWithAnEmptyLog) {

@@ -60,6 +60,18 @@ TEST(FakeOs, NoticesTheUseOfADescriptorThatIsClosed) {
     EXPECT_THAT(machine.inheritablePaths(), ElementsAre("/f"));
 }
 
+TEST(FakeOs, OpensWhatLiesBelowAnOpenDirectory) {
+    FakeOs machine;
+    machine.directory("/d", {"f"}).file("/d/f", "text");
+    DIR* const directory = os::openDirectory("/d");
+    EXPECT_GE(os::openBelow(directory, "f", O_RDONLY), 0);
+    EXPECT_LT(os::openBelow(directory, "g", O_RDONLY), 0);
+    EXPECT_EQ(os::closeDirectory(directory), 0);
+    EXPECT_LT(os::openBelow(directory, "f", O_RDONLY), 0);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(machine.staleUses(), 1);
+}
+
 TEST(FakeOs, FollowsLinksToWhatTheyLeadTo) {
     FakeOs machine;
     machine.node("/dev/sda1").link("/dev/disk/by-id/x", "../../sda1").link("/loop", "/loop").link("/gone", "nowhere");

@@ -3,7 +3,9 @@
 
 #include <string>
 
-namespace diskmgt_cli {
+#include "machine/files.h"
+
+namespace diskmgt_machine {
 
 /// An empty text: the kernel does not know it.
 struct DriveIdentity {
@@ -12,7 +14,7 @@ struct DriveIdentity {
     std::string wwid;  // world-wide identifier, with its kind in front: "naa.5000...", "eui.0025..."
 };
 
-/// Reads sysfs; the drive itself is not asked.
-DriveIdentity readDriveIdentity(const std::string& device);
+/// Reads sysfs; the drive itself is not asked. `path` is the folder's.
+DriveIdentity readDriveIdentity(const Folder& folder, const std::string& path);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt_machine

@@ -1,0 +1,31 @@
+// Depth first; what waits is a list of its own, so that no graph is too deep.
+#include "machine/arrangement.h"
+
+namespace diskmgt_machine {
+
+std::vector<ArrangedRow> arrange(const BlockDevices& blocks) {
+    const std::vector<BlockDevice>& devices = blocks.devices;
+    std::vector<ArrangedRow> rows;
+    std::vector<bool> isWhole(devices.size(), false);
+    const auto begin = [&](std::size_t root) {
+        std::vector<ArrangedRow> waiting{{root, 0, false}};
+        while (!waiting.empty()) {
+            ArrangedRow row = waiting.back();
+            waiting.pop_back();
+            row.isReference = isWhole[row.device];
+            rows.push_back(row);
+            if (row.isReference) continue;
+            isWhole[row.device] = true;
+            const std::vector<std::size_t>& above = devices[row.device].carries;
+            for (auto next = above.rbegin(); next != above.rend(); ++next)
+                waiting.push_back({*next, row.depth + 1, false});
+        }
+    };
+    for (std::size_t i = 0; i < devices.size(); ++i)
+        if (devices[i].on.empty()) begin(i);
+    for (std::size_t i = 0; i < devices.size(); ++i)
+        if (!isWhole[i]) begin(i);  // only in a cycle is there a device that lies on none that lies on nothing
+    return rows;
+}
+
+}  // namespace diskmgt_machine

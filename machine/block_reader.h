@@ -1,0 +1,11 @@
+// Reads the kernel's block devices from /sys/block.
+#pragma once
+
+#include "machine/block_devices.h"
+
+namespace diskmgt_machine {
+
+/// One pass: each folder is listed once, and only what it lists is opened. What vanishes meanwhile is left out.
+BlockDevices readBlockDevices();
+
+}  // namespace diskmgt_machine

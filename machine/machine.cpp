@@ -1,0 +1,40 @@
+// Devices first, then what uses them.
+#include "machine/machine.h"
+
+#include <algorithm>
+
+#include "machine/block_reader.h"
+#include "machine/files.h"
+
+namespace diskmgt_machine {
+
+namespace {
+
+std::vector<BtrfsFileSystem> readBtrfs() {
+    const std::string folder = "/sys/fs/btrfs";
+    std::vector<BtrfsFileSystem> all;
+    for (const std::string& name : readNamesIn(folder)) {
+        if (name == "features") continue;  // of the kernel, not a file system
+        std::vector<std::string> members = readNamesIn(folder + "/" + name + "/devices");
+        for (std::string& member : members) std::replace(member.begin(), member.end(), '!', '/');
+        if (!members.empty()) all.push_back({name, std::move(members)});
+    }
+    return all;
+}
+
+}  // namespace
+
+Machine readMachine() {
+    Machine machine;
+    machine.blocks = readBlockDevices();
+    const WholeFile mounts = readWholeFile("/proc/self/mountinfo");
+    machine.mounts = mountsIn(mounts.text);
+    machine.mountError = mounts.error;
+    const WholeFile swaps = readWholeFile("/proc/swaps");
+    machine.swaps = swapsIn(swaps.text);
+    machine.swapError = swaps.error;
+    machine.btrfs = readBtrfs();
+    return machine;
+}
+
+}  // namespace diskmgt_machine

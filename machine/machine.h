@@ -1,0 +1,30 @@
+// The whole account of a server, read in one pass.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "machine/block_devices.h"
+#include "machine/mounts.h"
+#include "machine/swaps.h"
+
+namespace diskmgt_machine {
+
+/// A btrfs file system that is mounted, here or elsewhere.
+struct BtrfsFileSystem {
+    std::string uuid;
+    std::vector<std::string> members;  // names below /dev
+};
+
+struct Machine {
+    BlockDevices blocks;
+    std::vector<Mount> mounts;
+    std::vector<Swap> swaps;
+    std::vector<BtrfsFileSystem> btrfs;
+    int mountError = 0;  // why the table could not be read; 0: it could
+    int swapError = 0;
+};
+
+Machine readMachine();
+
+}  // namespace diskmgt_machine

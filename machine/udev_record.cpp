@@ -1,0 +1,67 @@
+// Which key goes where.
+#include "machine/udev_record.h"
+
+#include <limits>
+
+#include "machine/files.h"
+#include "machine/texts.h"
+
+namespace diskmgt_machine {
+
+namespace {
+
+struct TextKey {
+    std::string_view key;
+    std::string UdevRecord::*member;
+};
+constexpr TextKey kTextKeys[] = {
+    {"ID_FS_TYPE", &UdevRecord::content},
+    {"ID_FS_LABEL", &UdevRecord::label},
+    {"ID_FS_UUID", &UdevRecord::uuid},
+    {"ID_PART_TABLE_TYPE", &UdevRecord::table},
+    {"ID_PART_ENTRY_SCHEME", &UdevRecord::partitionTable},
+    {"ID_PART_ENTRY_TYPE", &UdevRecord::partitionType},
+    {"ID_PART_ENTRY_NAME", &UdevRecord::partitionName},
+    {"ID_PART_ENTRY_UUID", &UdevRecord::partitionUuid},
+    {"ID_SERIAL_SHORT", &UdevRecord::serial},
+    {"ID_WWN", &UdevRecord::wwn},
+};
+
+std::optional<std::uint64_t> bytesFrom(std::string_view sectors) {
+    const auto count = decimalFrom(sectors);
+    if (!count || *count > std::numeric_limits<std::uint64_t>::max() / 512) return std::nullopt;
+    return *count * 512;
+}
+
+void take(UdevRecord& record, std::string_view key, std::string_view value) {
+    for (const TextKey& row : kTextKeys)
+        if (row.key == key) record.*row.member = withoutHexEscapes(value);
+    if (key == "ID_PART_ENTRY_NUMBER") record.partitionNumber = decimalFrom(value);
+    if (key == "ID_PART_ENTRY_OFFSET") record.startBytes = bytesFrom(value);
+    if (key == "ID_PART_ENTRY_SIZE") record.sizeBytes = bytesFrom(value);
+}
+
+}  // namespace
+
+UdevRecord udevRecordFrom(std::string_view text) {
+    UdevRecord record;
+    std::string labelAsWritten;  // the plain one has "_" for what is not usual in a name
+    for (const std::string_view line : linesIn(text)) {
+        if (line.substr(0, 2) != "E:") continue;
+        const std::size_t equals = line.find('=');
+        if (equals == std::string_view::npos) continue;
+        const std::string_view key = line.substr(2, equals - 2);
+        if (key == "ID_FS_LABEL_ENC")
+            labelAsWritten = withoutHexEscapes(line.substr(equals + 1));
+        else
+            take(record, key, line.substr(equals + 1));
+    }
+    if (!labelAsWritten.empty()) record.label = std::move(labelAsWritten);
+    return record;
+}
+
+UdevRecord readUdevRecord(const DeviceNumber& number) {
+    return udevRecordFrom(readWholeFile("/run/udev/data/b" + textOf(number)).text);
+}
+
+}  // namespace diskmgt_machine

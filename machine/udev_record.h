@@ -1,0 +1,36 @@
+// What udev's database knows of a block device: its content and its place in a partition table.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "machine/device_number.h"
+
+namespace diskmgt_machine {
+
+/// An empty text: udev does not know it.
+struct UdevRecord {
+    std::string content;  // "ext4", "LVM2_member", "crypto_LUKS", ...
+    std::string label;
+    std::string uuid;
+    std::string table;  // of the device itself: "gpt", "dos"
+    std::string partitionTable;
+    std::string partitionType;  // a type byte or a GUID
+    std::string partitionName;
+    std::string partitionUuid;
+    std::optional<std::uint64_t> partitionNumber;
+    std::optional<std::uint64_t> startBytes;
+    std::optional<std::uint64_t> sizeBytes;
+    std::string serial;
+    std::string wwn;
+};
+
+/// Lines "E:KEY=VALUE"; all others are left out. Of a key that comes twice the last one counts.
+UdevRecord udevRecordFrom(std::string_view text);
+
+/// Reads /run/udev/data; everything empty when udev has nothing on the device.
+UdevRecord readUdevRecord(const DeviceNumber& number);
+
+}  // namespace diskmgt_machine

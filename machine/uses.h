@@ -1,0 +1,66 @@
+// What uses a device: itself, or through whatever lies on it.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "machine/machine.h"
+
+namespace diskmgt_machine {
+
+/// Positions are those of the machine's lists. All empty: nothing is seen to use the device, which may be in use all
+/// the same (another mount namespace, a guest, a storage pool).
+struct InUse {
+    std::vector<std::size_t> holders;  // volumes, arrays and loops on it or on its partitions, nearest first
+    std::vector<std::string> unlistedHolders;
+    std::vector<std::size_t> mounts;  // in the table's order
+    std::vector<std::size_t> swaps;
+    std::vector<std::size_t> btrfs;  // it is a member of
+
+    bool any() const {
+        return !holders.empty() || !unlistedHolders.empty() || !mounts.empty() || !swaps.empty() || !btrfs.empty();
+    }
+};
+
+class Uses {
+public:
+    /// `machine` must outlive it.
+    explicit Uses(const Machine& machine);
+
+    /// Through every layer. A cycle in what lies on what ends.
+    InUse of(std::size_t device) const { return walk(device, true); }
+    /// The same without what lies on the device's partitions alone.
+    InUse ofItself(std::size_t device) const { return walk(device, false); }
+
+    /// The devices that a mount lies on: several for btrfs, none for a file system without a device.
+    const std::vector<std::size_t>& devicesOf(std::size_t mount) const { return mountDevices[mount]; }
+    /// The mounts that lie on the device itself.
+    const std::vector<std::size_t>& mountsOn(std::size_t device) const { return itself[device].mounts; }
+
+    /// The device that a path below /dev names: by its name or by a volume's name below /dev/mapper.
+    std::optional<std::size_t> deviceNamed(const std::string& path) const;
+
+private:
+    struct OfDevice {
+        std::vector<std::size_t> mounts;
+        std::vector<std::size_t> swaps;
+        std::vector<std::size_t> btrfs;
+        std::vector<std::size_t> loops;  // that have the device itself as their file
+    };
+
+    void placeBtrfs();
+    void placeMounts();
+    InUse walk(std::size_t device, bool withPartitions) const;
+
+    const Machine& account;
+    std::vector<OfDevice> itself;
+    std::vector<std::vector<std::size_t>> mountDevices;
+    std::vector<std::vector<std::size_t>> btrfsDevices;
+    std::unordered_map<std::string, std::size_t> byPath;
+    std::map<DeviceNumber, std::size_t> byNumber;
+};
+
+}  // namespace diskmgt_machine

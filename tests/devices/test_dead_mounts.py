@@ -1,0 +1,95 @@
+"""The command ends at its limit whatever the kernel does with its work: against a server whose requests are never read,
+and against one that takes them and never answers, whose callers survive even SIGKILL."""
+
+import os
+import sys
+import time
+from pathlib import Path
+
+import pytest
+
+from conftest import write_machine
+from machine.session import Session
+
+HERE = Path(__file__).resolve().parent
+DESCRIPTION = {
+    "about": "A file system that never answers beside a drive.",
+    "disks": [{"name": "sda", "size": "16 MiB", "table": [{"sgdisk": ["-n 1:2048:+4M -t 1:8300"]}]}],
+    "sys_block": [{"name": "sda", "size": 32768, "dev": "8:0", "directories": ["sda1"]}],
+    "mounts": [{"at": "/media/alive", "source": "tmpfs", "type": "tmpfs", "options": "size=1m"}],
+    "mtab": ["alive /media/alive tmpfs rw 0 0", "dead /media/dead fuse.dead rw 0 0"],
+}
+STALLED = {"get": ["get", "VEXSG_LogicalDisk"], "trace": ["trace", "VEXSG_LogicalDisk"], "tree": ["tree"],
+           "export": ["export", "json"]}
+DELIVERING = {"tree", "export"}
+SENTENCE = 'gave up after 1 s while serving VEXSG_LogicalDisk: measuring the file system at "/media/dead"; '
+pytestmark = pytest.mark.skipif(not os.path.exists("/dev/fuse"), reason="the kernel has no /dev/fuse")
+
+
+def processes_of(session, command):
+    """(state, parent) of every process of the command that is still there."""
+    script = ('for one in /proc/[0-9]*; do read -r line <$one/stat && case $line in *"($1)"*) echo "$line";; esac; done '
+              '2>/dev/null; :')
+    lines = session.run(["sh", "-c", script, "sh", command.name]).stdout.splitlines()
+    return [line.rpartition(") ")[2].split()[:2] for line in lines]
+
+
+@pytest.fixture(scope="module", params=["silent", "taking"])
+def stalled(request, tmp_path_factory, diskmgt):
+    folder = tmp_path_factory.mktemp(request.param)
+    with Session(write_machine(folder, **DESCRIPTION)) as session:
+        session.holder = session.run([sys.executable, "-B", HERE / "dead_mount.py", "/media/dead",
+                                      request.param]).stdout.strip()
+        session.kind = request.param
+        yield session
+        session.run(["kill", "-KILL", session.holder], check=False)
+        # Once the server is gone the kernel lets go of what it held: nothing stays behind. Zombies of the
+        # machine's first process are those that it does not reap.
+        for _ in range(100):
+            left = [one for one in processes_of(session, Path(diskmgt)) if one != ["Z", str(session.init)]]
+            if not left:
+                break
+            time.sleep(0.05)
+        assert left == []
+
+
+@pytest.mark.parametrize("command", STALLED)
+def test_command_ends_and_its_pipes_too(stalled, diskmgt, command):
+    done = stalled.run([diskmgt, *STALLED[command], "--timeout", "1"], check=False, timeout=30)  # reads to the end
+    assert (done.status, done.stderr.count("\n")) == (4, 1), done.stderr
+    assert SENTENCE in done.stderr
+    assert ("/dev/sda1" in done.stdout) == (command in DELIVERING)
+
+
+@pytest.mark.parametrize("command", STALLED)
+def test_command_ends_with_a_file(stalled, diskmgt, command):
+    stalled.run(["sh", "-c", "rm -f /media/alive/*"])
+    words = [str(word) for word in (diskmgt, *STALLED[command], "--timeout", "1")]
+    done = stalled.run(["sh", "-c", 'exec "$@" >/media/alive/out', "sh", *words], check=False, timeout=30)
+    assert done.status == 4 and SENTENCE in done.stderr
+    done = stalled.run([*words, "--output", "/media/alive/whole"], check=False, timeout=30)
+    assert done.status == 4 and SENTENCE in done.stderr
+    names = ["out", "whole"] if command in DELIVERING else ["out"]
+    assert stalled.run(["ls", "-A", "/media/alive"]).stdout.split() == names
+    assert ("/dev/sda1" in stalled.run(["cat", "/media/alive/out"]).stdout) == (command in DELIVERING)
+
+
+@pytest.mark.parametrize("words", [["get", "VEXSG_DiskDrive"], ["export", "json"], ["classes"]])
+def test_target_that_never_answers_is_under_the_limit(stalled, diskmgt, words):
+    done = stalled.run([diskmgt, *words, "--timeout", "1", "--output", "/media/dead/out"], check=False, timeout=30)
+    assert (done.status, done.stdout) == (4, "")
+    assert 'gave up after 1 s while writing /media/dead/out' in done.stderr
+
+
+def test_interruption_ends_the_command(stalled, diskmgt):
+    script = '"$@" & sleep 1; kill -TERM $!; wait $!; echo $?'
+    done = stalled.run(["sh", "-c", script, "sh", diskmgt, "get", "VEXSG_LogicalDisk", "--timeout", "0"], timeout=30)
+    assert done.stdout.split() == ["143"]
+
+
+def test_work_that_the_kernel_holds_keeps_no_descriptor_of_the_caller(stalled, diskmgt):
+    if stalled.kind == "silent":
+        pytest.skip("such work can be killed, so it is gone")
+    done = stalled.run([diskmgt, "get", "VEXSG_LogicalDisk", "--timeout", "1"], check=False, timeout=30)
+    assert done.status == 4
+    assert "D" in [state for state, _ in processes_of(stalled, Path(diskmgt))]
