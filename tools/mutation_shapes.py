@@ -53,14 +53,15 @@ def _add_arguments(content, code, begin, end, add):
     arguments = split(code, begin, end, ",")
     if len(arguments) < 2:
         return
-    for (first, first_end), (second, second_end) in zip(arguments, arguments[1:]):
-        texts = content[first:first_end], content[second:second_end]
-        if texts[0] != texts[1]:
-            add("argument", first, second_end, texts[1] + content[first_end:second] + texts[0])
     name = re.search(r"std::(?:min|max)(?:<[^()]*>)?$", code[:begin - 1])
     if name and len(arguments) == 2:
         for first, last in arguments:
             add("bound", name.start(), end + 1, f"({content[first:last]})")
+        return  # their order changes nothing
+    for (first, first_end), (second, second_end) in zip(arguments, arguments[1:]):
+        texts = content[first:first_end], content[second:second_end]
+        if texts[0] != texts[1]:
+            add("argument", first, second_end, texts[1] + content[first_end:second] + texts[0])
 
 
 def _add_bounds(content, code, match, end, add):

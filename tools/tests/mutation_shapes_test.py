@@ -62,6 +62,7 @@ class Bound(unittest.TestCase):
         self.assertEqual(applied("x = std::min(a + 1, b);", "bound"), ["x = (a + 1);", "x = (b);"])
         self.assertEqual(applied("x = std::max<int>(a, b);", "bound"), ["x = (a);", "x = (b);"])
         self.assertEqual(applied("x = other::min(a, b);", "bound"), [])
+        self.assertEqual(applied("x = std::min(a + 1, b);", "argument"), [])
 
 
 class Loop(unittest.TestCase):
