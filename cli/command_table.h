@@ -17,7 +17,8 @@ enum CommandFlags : unsigned {
     kHasBytes = 4,
     kHasSpace = 8,
     kHasColumns = 16,
-    kTouchesNothing = 32  // neither devices nor files nor a plug-in
+    kTouchesNothing = 32,  // neither devices nor files nor a plug-in
+    kReadsMachine = 64     // the kernel's account
 };
 
 struct CommandDescription {
