@@ -75,7 +75,7 @@ const std::vector<CommandDescription>& commands() {
          "DEVICE",
          0,
          kAnyNumber,
-         kLoadsPlugin,
+         kLoadsPlugin | kReadsMachine,
          {"table", "json"},
          "Why each device is or is not reported, and the rule that dropped it",
          "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
@@ -113,7 +113,7 @@ const std::vector<CommandDescription>& commands() {
          "FORMAT",
          1,
          1,
-         kLoadsPlugin,
+         kLoadsPlugin | kReadsMachine,
          {},
          "The whole inventory for programs: json, prometheus, mof or html",
          "json: drives with their partitions and logical disks nested, and the plain\n"

@@ -286,6 +286,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     if (given.outputFile && given.outputFile->empty())
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
+    options.readsMachine = (command.flags & kReadsMachine) != 0;
     options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
     if (given.pluginFile && given.pluginFile->empty())
         wrongUsage("--plugin needs the name of a file, not an empty text");

@@ -17,6 +17,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/inventory/machine_account.h"
 #include "cli/worker/standard_output.h"
 #include "cli/worker/watch.h"
 
@@ -171,6 +172,7 @@ int runHere(const Options& options) {
 
 int runSupervised(const Options& options) {
     return endedInWords([&options] {
+        if (options.readsMachine) (void)machineAccount();
         worker::shareAccount();
         standard_output::learn();
         return static_cast<ExitStatus>(Supervision(options).run());

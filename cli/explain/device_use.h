@@ -3,21 +3,21 @@
 
 #include "cli/explain/device_facts.h"
 #include "cli/explain/explanation.h"
+#include "cli/inventory/machine_account.h"
 #include "machine/uses.h"
 
 namespace diskmgt_cli {
 
 class DeviceUse {
 public:
-    /// Reads the account. No device is opened and no file system touched.
-    DeviceUse() : machine(diskmgt_machine::readMachine()), uses(machine) {}
+    DeviceUse() : machine(machineAccount()), uses(machine) {}
 
     void addTo(DeviceExplanation& explanation) const;
     /// Notes what keeps the kernel from reading the device's table again.
     void addTo(DeviceFacts& facts) const;
 
 private:
-    const diskmgt_machine::Machine machine;
+    const diskmgt_machine::Machine& machine;
     const diskmgt_machine::Uses uses;
 };
 

@@ -9,6 +9,7 @@
 #include "base/handles.h"
 #include "cli/inventory/device_names.h"
 #include "cli/inventory/instance_values.h"
+#include "cli/inventory/machine_account.h"
 #include "cli/inventory/use_text.h"
 #include "collect/device_rules.h"
 #include "collect/mount_rules.h"
@@ -43,7 +44,7 @@ std::optional<std::uint64_t> observedStart(const std::string& device) {
 }
 
 void observeDrives(const Published& published, Observations& observations) {
-    const diskmgt_machine::Machine machine = diskmgt_machine::readMachine();
+    const diskmgt_machine::Machine& machine = machineAccount();
     const diskmgt_machine::Uses uses(machine);
     for (const refhost::Instance& instance : instancesOf(published, kDiskDrive)) {
         const std::string& drive = textOf(instance, kDeviceId);
