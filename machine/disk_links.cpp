@@ -11,12 +11,14 @@ namespace diskmgt_machine {
 
 std::map<std::string, std::vector<DiskLink>> readDiskLinks() {
     std::map<std::string, std::vector<DiskLink>> links;
-    const std::string top = "/dev/disk";
+    const std::string top = "/dev/disk/";
     for (const std::string& folder : readNamesIn(top)) {
         if (folder.compare(0, 3, "by-") != 0) continue;
-        for (const std::string& name : readNamesIn(top + "/" + folder)) {
+        const std::string place = std::string(top).append(folder);
+        for (const std::string& name : readNamesIn(place)) {
             char target[PATH_MAX];
-            const ssize_t length = diskmgt_col::os::readLink(top + "/" + folder + "/" + name, target, sizeof target);
+            const std::string link = std::string(place).append("/").append(name);
+            const ssize_t length = diskmgt_col::os::readLink(link, target, sizeof target);
             if (length <= 0) continue;
             std::string_view device(target, static_cast<std::size_t>(length));
             constexpr std::string_view kUp = "../../";  // as udev writes them

@@ -15,7 +15,7 @@ std::vector<BtrfsFileSystem> readBtrfs() {
     std::vector<BtrfsFileSystem> all;
     for (const std::string& name : readNamesIn(folder)) {
         if (name == "features") continue;  // of the kernel, not a file system
-        std::vector<std::string> members = readNamesIn(folder + "/" + name + "/devices");
+        std::vector<std::string> members = readNamesIn(std::string(folder).append("/").append(name).append("/devices"));
         for (std::string& member : members) std::replace(member.begin(), member.end(), '!', '/');
         if (!members.empty()) all.push_back({name, std::move(members)});
     }

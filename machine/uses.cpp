@@ -87,8 +87,9 @@ InUse Uses::walk(std::size_t device, bool withPartitions) const {
         if (!isOwnPartition) use.holders.push_back(next);
     };
     if (isPath) reach(*devices[device].disk);
-    for (std::size_t next = 0; next < reached.size(); ++next) {
-        const std::size_t current = reached[next];
+    std::size_t walked = 0;
+    while (walked < reached.size()) {  // it grows on the way
+        const std::size_t current = reached[walked++];
         for (const std::size_t upper : devices[current].carries)
             if (withPartitions || devices[upper].disk != device) reach(upper);
         for (const std::size_t loop : itself[current].loops) reach(loop);
