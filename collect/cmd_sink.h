@@ -42,7 +42,7 @@ public:
     /// Moves the position to the first line; true.
     bool toBeginPos();
 
-    /// What the specification makes of the capture, from its first line on.
+    /// What `spec` makes of the capture, from its first line on.
     template <typename Result>
     Result parse(ParseSpec<Result>* spec) {
         (void)toBeginPos();
