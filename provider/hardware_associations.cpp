@@ -28,7 +28,6 @@ HardwareAssociations::HardwareAssociations(boost::shared_ptr<ICIMNamespace> name
 
 HardwareAssociations::FuncPtrList HardwareAssociations::getFuncPtrList() {
     return {
-        // GCOV_EXCL_START: of a row the compiler counts only what undoes it when a later one cannot be made
         {kMediaPresent, &HardwareAssociations::associateMediaPresence},
         {kPartitionPresent, &HardwareAssociations::associatePartitionPresence},
         {kLogicalDiskBasedOnExtent, &HardwareAssociations::associateLogicalDisksBasedOnExtent},
@@ -37,7 +36,6 @@ HardwareAssociations::FuncPtrList HardwareAssociations::getFuncPtrList() {
         {kDynamicExtentBasedOn, &HardwareAssociations::associateDynamicExtentBasedOn},
         {kDriveInDynamicDiskGroup, &HardwareAssociations::associateDriveInDiskGroup},
         {kDynamicExtentInDiskGroup, &HardwareAssociations::associateDynamicExtentInDiskGroup},
-        // GCOV_EXCL_STOP
     };
 }
 

@@ -29,7 +29,6 @@ HardwareInformation::HardwareInformation(boost::shared_ptr<ICIMNamespace> nameSp
 
 HardwareInformation::FuncPtrList HardwareInformation::getFuncPtrList() {
     return {
-        // GCOV_EXCL_START: of a row the compiler counts only what undoes it when a later one cannot be made
         {kLogicalDisk, &HardwareInformation::enumLogicalDiskInformation},
         {kDynamicExtent, &HardwareInformation::enumDynamicExtentInformation},
         {kDiskPartition, &HardwareInformation::enumPartitionInformation},
@@ -41,7 +40,6 @@ HardwareInformation::FuncPtrList HardwareInformation::getFuncPtrList() {
         // Intended: shares the drives' row. Held by
         // HardwareInformationAlone.TheTableHasNineRowsAndDynamicDiskGroupsShareTheDrivesRow.
         {kDynamicDiskGroup, &HardwareInformation::enumPhysicalDiskInformation},
-        // GCOV_EXCL_STOP
     };
 }
 

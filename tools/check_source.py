@@ -55,7 +55,7 @@ CITATION = re.compile(r"\bas re" + r"quired\b|\b(?:issue|ticket)s? #?\d", re.IGN
 # What may lie in the tree: suffixes, and names that have none.
 KNOWN_SUFFIXES = {".h", ".cpp", ".c", ".py", ".sh", ".md", ".txt", ".json", ".jsonl", ".csv", ".cmake", ".mof", ".in",
                   ".ini", ".prom", ".service", ".timer", ".yml", ".fact", ".1", ".5", ".bash", ".zsh"}
-KNOWN_NAMES = {".clang-format", ".clang-tidy", ".gitignore", ".gitattributes", ".editorconfig", "LICENSE"}
+KNOWN_NAMES = {".clang-format", ".clang-tidy", ".gitignore", ".gitattributes", ".editorconfig", "LICENSE", "gcovr.cfg"}
 # Where scripts without a suffix may lie; they begin with "#!".
 SCRIPT_FOLDERS = ("tools", ".ci", "tests", "bench")
 # Inputs of fuzz targets: any bytes, any name, but small.

@@ -6,10 +6,8 @@ namespace {
 // 101 is the earliest priority open to programs; static constants come after every prioritised constructor.
 __attribute__((constructor(101))) void registerPlugin() {
     // A host without a plug-in manager never learns of the object, which then stays for good.
-    // The host's from here on; freed through PrepareForUnload. GCOV_EXCL_BR_START: a refused registration takes the
-    // process down before it writes its counters.
+    // The host's from here on; freed through PrepareForUnload.
     new diskmgt_col::TDiskMgtCallbacks;
-    // GCOV_EXCL_BR_STOP
 }  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): not ours any more
 
 }  // namespace
