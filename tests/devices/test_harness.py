@@ -14,6 +14,7 @@ import pytest
 
 from conftest import MACHINES, write_machine
 from machine.description import DescriptionError, read_machine, size_in_bytes
+from machine.repetition import expand
 from machine.session import IN_MACHINE, MachineFailure, Session, loops_in_use
 
 GONE_WITHIN = 20  # seconds; the kernel frees a name space and its loop devices on its own time
@@ -193,10 +194,24 @@ def test_failing_step_is_told_with_the_words_of_the_tool(tmp_path):
     ({"nodes": [{"name": "sda1", "kind": "partition", "of": "sda", "start": 1, "size": 1}]}, "no disk of this machine"),
     ({"nodes": [{"name": "sda1", "kind": "pipe"}]}, 'unknown kind "pipe"'),
     ({"mounts": [{"at": "/usr", "source": "tmpfs"}]}, "below /media/"),
+    ({"nodes": [{"for": {"n": "1-3"}, "each": []}]}, "a range is written like"),
+    ({"nodes": [{"for": {"n": "3..1"}, "each": []}]}, "a range is written like"),
+    ({"nodes": [{"for": {"n": "1..3"}}]}, 'just "for", an object of ranges, and "each"'),
+    ({"virtual_devices": [{"for": {"n": "1..3"}, "each": ["{m}"]}]}, "not 'm'"),
+    ({"virtual_devices": [{"for": {"n": "1..3"}, "each": ["{n +}"]}]}, "braces hold an expression"),
+    ({"virtual_devices": [{"for": {"n": "a..c"}, "each": ["{n + 1}"]}]}, "numbers, not 'n [+] 1'"),
 ])
 def test_description_that_cannot_be_understood_is_refused(tmp_path, description, words):
     with pytest.raises(DescriptionError, match=words):
         read_machine(write_machine(tmp_path, **description))
+
+
+@pytest.mark.unprivileged
+def test_rules_in_lists_become_their_elements_in_order():
+    rule = {"for": {"x": "a..b", "n": "9..10"}, "each": [{"name": "{x}{n}", "size": "{512 * (n - 1) + 7}"}]}
+    assert expand({"list": ["{x}", rule, "{n}"]}) == {"list": [
+        "{x}", {"name": "a9", "size": 4103}, {"name": "a10", "size": 4615}, {"name": "b9", "size": 4103},
+        {"name": "b10", "size": 4615}, "{n}"]}
 
 
 @pytest.mark.unprivileged

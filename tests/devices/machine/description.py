@@ -8,6 +8,8 @@ import struct
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from machine.repetition import expand
+
 SECTOR = 512
 UNITS = {"": 1, "sectors": SECTOR, "B": 1, "KiB": 1 << 10, "MiB": 1 << 20, "GiB": 1 << 30, "TiB": 1 << 40}
 TABLE_TOOLS = ("sfdisk", "sgdisk", "parted")
@@ -241,7 +243,7 @@ def read_machine(folder):
     """The machine that folder/machine.json describes; DescriptionError when it cannot be understood."""
     path = Path(folder) / "machine.json"
     try:
-        value = json.loads(path.read_text(encoding="utf-8"))
+        value = expand(json.loads(path.read_text(encoding="utf-8")))
     except (OSError, ValueError) as failure:
         raise DescriptionError(f"{path}: {failure}") from None
     reader = _Reader(value, str(path))

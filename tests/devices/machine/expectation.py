@@ -4,6 +4,8 @@ import json
 import re
 from pathlib import Path
 
+from machine.repetition import expand
+
 HOST_CLASS = "VEXSG_ComputerSystem"
 KEYS = ("CreationClassName", "DeviceID", "SystemCreationClassName", "SystemName")  # byte order
 FIXED = {"VEXSG_DiskPartition": {"FaultTolerant": False}}  # what every instance of the class says
@@ -72,4 +74,4 @@ class Expectation:
 
 def read_expectation(session):
     text = (Path(session.machine.folder) / "expected.json").read_text(encoding="utf-8")
-    return Expectation(json.loads(text), session)
+    return Expectation(expand(json.loads(text)), session)
