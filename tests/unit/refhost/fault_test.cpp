@@ -72,7 +72,7 @@ TEST_F(Faults, ForeignExceptionIsANumber) {
 }
 
 TEST_F(Faults, NullWhereAPointerIsReturned) {
-    EXPECT_EQ(setup.failureOf([this](const Namespace& ns) {
+    setup.inRequest([this](const Namespace& ns) {
         TCIMOptions options;
         const auto drives = classNamed(ns, "VEXSG_DiskDrive");
         const auto drive = drives->CreateInstance(options);
@@ -86,12 +86,11 @@ TEST_F(Faults, NullWhereAPointerIsReturned) {
         EXPECT_EQ(drives->CreateInstance(options), nullptr);
         EXPECT_EQ(drive->GetProperty("Size", options), nullptr);
         setup.host.clearFaultPlan();
-    }),
-              "");
+    });
 }
 
 TEST_F(Faults, NullElsewhereDoesNoHarm) {
-    EXPECT_EQ(setup.failureOf([this](const Namespace& ns) {
+    setup.inRequest([this](const Namespace& ns) {
         const auto drive = newInstance(ns, "VEXSG_DiskDrive");
         plan(FaultKind::kNullResult, 1, true);
         EXPECT_TRUE(TOSSpecific::FileExists("/"));
@@ -102,13 +101,12 @@ TEST_F(Faults, NullElsewhereDoesNoHarm) {
         EXPECT_EQ(pathOf(*drive), "VEXSG_DiskDrive");
         setup.host.clearFaultPlan();
         EXPECT_EQ(std::string(valueOf(*drive, "Size")), "5");
-    }),
-              "");
+    });
     EXPECT_EQ(setup.host.instances("VEXSG_DiskDrive").size(), 1u);
 }
 
 TEST_F(Faults, FailedCrossingHasNoEffect) {
-    EXPECT_EQ(setup.failureOf([this](const Namespace& ns) {
+    setup.inRequest([this](const Namespace& ns) {
         const auto drive = newInstance(ns, "VEXSG_DiskDrive");
         TCIMValue value = parsed("uint64", "5");
         plan(FaultKind::kTalException, 1, true);
@@ -122,8 +120,7 @@ TEST_F(Faults, FailedCrossingHasNoEffect) {
         EXPECT_THROW(logger->Log(ILogger::kError, "unheard"), NVEXTAL20::TTALException);
         EXPECT_TRUE(valueOf(*drive, "Size").IsNull());
         EXPECT_EQ(std::string(value), "5");
-    }),
-              "");
+    });
     EXPECT_TRUE(setup.host.instances("VEXSG_DiskDrive").empty());
     EXPECT_TRUE(setup.host.log().empty());
 }

@@ -69,6 +69,9 @@ public:
         return request({}, [&](const Namespace& nameSpace, Classes&) { inNamespace(nameSpace); }).failure.value_or("");
     }
 
+    /// Runs work that needs the namespace alone and has to succeed.
+    void inRequest(const std::function<void(const Namespace&)>& work) { EXPECT_EQ(failureOf(work), ""); }
+
     refhost::ReferenceHost host;
 
 private:

@@ -39,15 +39,14 @@ protected:
 };
 
 TEST_F(Model, ClassLookupIsExact) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         TCIMOptions options;
         const auto found = classNamed(ns, "VEXSG_DiskDrive");
         EXPECT_EQ(found->GetName(options), "VEXSG_DiskDrive");
         EXPECT_FALSE(found->IsAssociation(options));
         EXPECT_EQ(found->GetNamespace(options), ns);
         EXPECT_TRUE(classNamed(ns, "VEXSG_MediaPresent")->IsAssociation(options));
-    }),
-              "");
+    });
     EXPECT_EQ(setup.failureOf([](const Namespace& ns) { (void)classNamed(ns, "vexsg_diskdrive"); }),
               "the namespace root/cimv2 has no class \"vexsg_diskdrive\"");
 }
@@ -58,37 +57,34 @@ TEST_F(Model, AbstractClassHasNoInstances) {
 }
 
 TEST_F(Model, NewInstanceIsEmptyAndNotYetThere) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         const auto drive = newInstance(ns, "VEXSG_DiskDrive");
         EXPECT_TRUE(valueOf(*drive, "Size").IsNull());
         EXPECT_EQ(pathOf(*drive), "VEXSG_DiskDrive");
         EXPECT_TRUE(enumerated(ns, "VEXSG_DiskDrive").empty());
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, PropertyTellsItsDeclaration) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         TCIMOptions options;
         const auto disk = newInstance(ns, "VEXSG_LogicalDisk");
         EXPECT_EQ(disk->GetProperty("TotalSpace", options)->GetType(options).ToString(), "uint64");
         EXPECT_FALSE(disk->GetProperty("TotalSpace", options)->IsArray(options));
         EXPECT_EQ(disk->GetProperty("OtherIdentifyingInfo", options)->GetType(options).ToString(), "string");
         EXPECT_TRUE(disk->GetProperty("OtherIdentifyingInfo", options)->IsArray(options));
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, PropertyOutlivesThePointerToItsInstance) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         TCIMOptions options;
         auto drive = newInstance(ns, "VEXSG_DiskDrive");
         assign(*drive, "Size", parsed("uint64", "5"));
         const auto property = drive->GetProperty("Size", options);
         drive.reset();
         EXPECT_EQ(std::string(property->GetValue(options)), "5");
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, UndeclaredPropertyThrows) {
@@ -103,15 +99,14 @@ TEST_F(Model, UndeclaredPropertyThrows) {
 }
 
 TEST_F(Model, AssignmentReplaces) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         const auto drive = newInstance(ns, "VEXSG_DiskDrive");
         assign(*drive, "Size", parsed("uint64", "1"));
         assign(*drive, "Size", parsed("uint64", "2"));
         EXPECT_EQ(std::string(valueOf(*drive, "Size")), "2");
         assign(*drive, "Size", TCIMValue());
         EXPECT_TRUE(valueOf(*drive, "Size").IsNull());
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, ValueOfAnotherTypeIsRefusedAndTheOldOneStays) {
@@ -145,7 +140,7 @@ TEST_F(Model, ArrayAndScalarDoNotMix) {
 }
 
 TEST_F(Model, PathHasKeysInByteOrderWithoutNullOnes) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         const auto drive = newInstance(ns, "VEXSG_DiskDrive");
         assign(*drive, "SystemName", std::string("h"));
         assign(*drive, "DeviceID", std::string("/dev/sda"));
@@ -153,8 +148,7 @@ TEST_F(Model, PathHasKeysInByteOrderWithoutNullOnes) {
         assign(*drive, "Name", std::string("not a key"));
         EXPECT_EQ(pathOf(*drive),
                   "VEXSG_DiskDrive.CreationClassName=\"VEXSG_DiskDrive\",DeviceID=\"/dev/sda\",SystemName=\"h\"");
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, CommitMakesTheInstanceVisibleAtOnce) {
@@ -178,7 +172,7 @@ TEST_F(Model, CommittingTwiceThrows) {
 
 TEST_F(Model, InstanceCanBeCommittedAfterItsRequest) {
     boost::shared_ptr<ICIMInstance> kept;
-    EXPECT_EQ(setup.failureOf([&](const Namespace& ns) { kept = newInstance(ns, "VEXSG_DiskDrive"); }), "");
+    setup.inRequest([&](const Namespace& ns) { kept = newInstance(ns, "VEXSG_DiskDrive"); });
     kept->AddToClass({});
     EXPECT_EQ(setup.host.instances("VEXSG_DiskDrive").size(), 1u);
 }
@@ -187,7 +181,7 @@ TEST(ModelWithoutHost, InstanceCannotBeCommittedButIsStillReadable) {
     boost::shared_ptr<ICIMInstance> kept;
     {
         WithHost setup;
-        EXPECT_EQ(setup.failureOf([&](const Namespace& ns) { kept = newInstance(ns, "VEXSG_DiskDrive"); }), "");
+        setup.inRequest([&](const Namespace& ns) { kept = newInstance(ns, "VEXSG_DiskDrive"); });
     }
     assign(*kept, "DeviceID", std::string("x"));
     EXPECT_EQ(pathOf(*kept), "VEXSG_DiskDrive.DeviceID=\"x\"");
@@ -195,7 +189,7 @@ TEST(ModelWithoutHost, InstanceCannotBeCommittedButIsStillReadable) {
 }
 
 TEST_F(Model, EnumerationIncludesSubclassesInDeclarationOrder) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         publish(ns, "VEXSG_CDROMDrive", "cd");
         publish(ns, "VEXSG_DiskDrive", "b");
         publish(ns, "VEXSG_MediaAccessDevice", "plain");
@@ -204,24 +198,22 @@ TEST_F(Model, EnumerationIncludesSubclassesInDeclarationOrder) {
                   (std::vector<std::string>{"plain", "b", "a", "cd"}));
         EXPECT_EQ(namesOf(enumerated(ns, "VEXSG_MediaAccessDevice", 0)), std::vector<std::string>{"plain"});
         EXPECT_EQ(namesOf(enumerated(ns, "CIM_LogicalElement")).size(), 5u);  // the computer system too
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, EnumerationStopsWhenTheCallbackSaysSo) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         for (const char* name : {"a", "b", "c"}) publish(ns, "VEXSG_DiskDrive", name);
         TCIMOptions options;
         int calls = 0;
         classNamed(ns, "VEXSG_DiskDrive")
             ->EnumerateInstances([&](boost::shared_ptr<ICIMInstance>) { return ++calls < 2; }, 1, options);
         EXPECT_EQ(calls, 2);
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, PublishingFromTheCallbackIsPossible) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         publish(ns, "VEXSG_DiskDrive", "a");
         TCIMOptions options;
         classNamed(ns, "VEXSG_DiskDrive")
@@ -232,25 +224,22 @@ TEST_F(Model, PublishingFromTheCallbackIsPossible) {
                 },
                 1, options);
         EXPECT_EQ(namesOf(enumerated(ns, "VEXSG_DiskDrive")), (std::vector<std::string>{"a", "b"}));
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, InstancesWithEqualKeysAreAllKept) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         for (int i = 0; i < 3; ++i) publish(ns, "VEXSG_DiskPartition", "same");
         EXPECT_EQ(enumerated(ns, "VEXSG_DiskPartition").size(), 3u);
-    }),
-              "");
+    });
 }
 
 TEST_F(Model, HostingSystemIsThere) {
-    EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
+    setup.inRequest([](const Namespace& ns) {
         EXPECT_EQ(NVEXTAL20::TCIMSchemaHelper::GetSystemName(ns), "testhost");
         EXPECT_EQ(NVEXTAL20::TCIMSchemaHelper::GetSystemCreationClassName(ns), "VEXSG_ComputerSystem");
         EXPECT_EQ(namesOf(enumerated(ns, "VEXSG_ComputerSystem")), std::vector<std::string>{"testhost"});
-    }),
-              "");
+    });
     ASSERT_EQ(setup.host.instances("VEXSG_ComputerSystem").size(), 1u);
     EXPECT_EQ(setup.host.instances("VEXSG_ComputerSystem")[0].path,
               "VEXSG_ComputerSystem.CreationClassName=\"VEXSG_ComputerSystem\",Name=\"testhost\"");

@@ -222,7 +222,7 @@ TEST(Request, InstancesAreCopiesWithEveryDeclaredProperty) {
 
 TEST(Request, EqualTextsMakeTheValueOfTheirOwnType) {
     WithHost with;
-    EXPECT_EQ(with.failureOf([](const Namespace& nameSpace) {
+    with.inRequest([](const Namespace& nameSpace) {
         // Twice, since a request remembers values that it made.
         for (int turn = 0; turn < 2; ++turn) {
             EXPECT_EQ(std::string(parsed("string", "007", nameSpace)), "007");
@@ -235,8 +235,7 @@ TEST(Request, EqualTextsMakeTheValueOfTheirOwnType) {
             EXPECT_THROW((void)parsed("uint8", "300", nameSpace), NVEXTAL20::TTALException);
             EXPECT_THROW((void)parsed("uint8", "300", nameSpace), NVEXTAL20::TTALException);
         }
-    }),
-              "");
+    });
 }
 
 TEST(Request, ValuesOfOneTextHaveTheirOwnType) {
