@@ -8,18 +8,6 @@ namespace diskmgt_bench {
 using diskmgt_test::DiskImage;
 using diskmgt_test::FakeOs;
 
-const std::vector<std::string> kInstanceClasses = {
-    "VEXSG_LogicalDisk",   "VEXSG_DynamicExtent", "VEXSG_DiskPartition", "VEXSG_DiskDrive",       "VEXSG_CDROMDrive",
-    "VEXSG_DisketteDrive", "VEXSG_DVDDrive",      "VEXSG_TapeDrive",     "VEXSG_DynamicDiskGroup"};
-const std::vector<std::string> kAssociationClasses = {"VEXSG_MediaPresent",
-                                                      "VEXSG_PartitionPresent",
-                                                      "VEXSG_LogicalDiskBasedOnExtent",
-                                                      "VEXSG_LogicalDiskBasedOnPartition",
-                                                      "VEXSG_DynamicVolumeBasedOnExtent",
-                                                      "VEXSG_DynamicExtentBasedOn",
-                                                      "VEXSG_DriveInDynamicDiskGroup",
-                                                      "VEXSG_DynamicExtentInDiskGroup"};
-
 namespace {
 
 constexpr std::uint32_t kPartitionSectors = 2048;
@@ -47,12 +35,6 @@ std::vector<std::string> partitionNames(const std::string& disk, unsigned count)
 }
 
 }  // namespace
-
-std::vector<std::string> allClasses() {
-    std::vector<std::string> classes = kInstanceClasses;
-    classes.insert(classes.end(), kAssociationClasses.begin(), kAssociationClasses.end());
-    return classes;
-}
 
 DiskImage mbrDisk(unsigned partitions) {
     DiskImage disk(kDiskBytes);

@@ -9,11 +9,6 @@
 
 namespace diskmgt_bench {
 
-extern const std::vector<std::string> kInstanceClasses;     // nine
-extern const std::vector<std::string> kAssociationClasses;  // eight
-/// Instances first, so that the associations find them.
-std::vector<std::string> allClasses();
-
 enum class Layout { mbr, gpt };
 
 /// Up to four primaries; above that three primaries and an extended one whose chain holds the rest. The extended one

@@ -5,6 +5,7 @@
 #include "bench/allocations.h"
 #include "bench/machines.h"
 #include "tests/support/host_session.h"
+#include "tests/support/served_classes.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ void request(benchmark::State& state, const MachineSize& size, const std::vector
     diskmgt_test::FakeOs machine;
     describe(machine, size);
     diskmgt_test::PluginSession session;
-    (void)session.host.request(diskmgt_bench::allClasses());
+    (void)session.host.request(diskmgt_test::servedClasses());
 
     machine.forgetCalls();
     const std::size_t crossingsBefore = session.host.crossings();
@@ -45,15 +46,15 @@ void addAll(const std::string& machineName, const MachineSize& size, const std::
             request(state, size, classes);
         })->Unit(benchmark::kMicrosecond);
     };
-    add("all_classes", diskmgt_bench::allClasses());
+    add("all_classes", diskmgt_test::servedClasses());
     add("three_instance_classes", {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"});
     for (const std::string& name : singleClasses) add(name, {name});
 }
 
 const bool isRegistered = [] {
-    addAll("disks:1", kOneDisk, diskmgt_bench::allClasses());
-    addAll("disks:26", kServer, diskmgt_bench::allClasses());
-    addAll("disks:280", kEveryCandidate, diskmgt_bench::allClasses());
+    addAll("disks:1", kOneDisk, diskmgt_test::servedClasses());
+    addAll("disks:26", kServer, diskmgt_test::servedClasses());
+    addAll("disks:280", kEveryCandidate, diskmgt_test::servedClasses());
     addAll("disks:280_gpt", kEveryCandidateGpt, {"VEXSG_DiskDrive", "VEXSG_DiskPartition"});
     addAll("gpt_disk_with_128_entries", kFullGptDisk, {"VEXSG_DiskDrive", "VEXSG_DiskPartition"});
     return true;

@@ -5,16 +5,18 @@ import json
 import os
 import socket
 import subprocess
+import sys
+from pathlib import Path
 
 import pytest
 from conftest import COMMAND, environment
 
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
+
+import served_classes  # noqa: E402
+
 DRIVE, PARTITION, DISK = "VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"
-EVERY_SERVED_CLASS = [
-    DISK, "VEXSG_DynamicExtent", PARTITION, DRIVE, "VEXSG_CDROMDrive", "VEXSG_DisketteDrive", "VEXSG_DVDDrive",
-    "VEXSG_TapeDrive", "VEXSG_DynamicDiskGroup", "VEXSG_MediaPresent", "VEXSG_PartitionPresent",
-    "VEXSG_LogicalDiskBasedOnExtent", "VEXSG_LogicalDiskBasedOnPartition", "VEXSG_DynamicVolumeBasedOnExtent",
-    "VEXSG_DynamicExtentBasedOn", "VEXSG_DriveInDynamicDiskGroup", "VEXSG_DynamicExtentInDiskGroup"]
+EVERY_SERVED_CLASS = served_classes.INSTANCES + served_classes.ASSOCIATIONS
 
 
 def texts(document):

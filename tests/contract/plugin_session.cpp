@@ -113,27 +113,4 @@ std::vector<std::string> mappedLibraries(const std::string& nameEnd) {
     return search.found;
 }
 
-const std::vector<std::string>& servedClasses() {
-    static const std::vector<std::string> names = {
-        "VEXSG_LogicalDisk",
-        "VEXSG_DynamicExtent",
-        "VEXSG_DiskPartition",
-        "VEXSG_DiskDrive",
-        "VEXSG_CDROMDrive",
-        "VEXSG_DisketteDrive",
-        "VEXSG_DVDDrive",
-        "VEXSG_TapeDrive",
-        "VEXSG_DynamicDiskGroup",
-        "VEXSG_MediaPresent",
-        "VEXSG_PartitionPresent",
-        "VEXSG_LogicalDiskBasedOnExtent",
-        "VEXSG_LogicalDiskBasedOnPartition",
-        "VEXSG_DynamicVolumeBasedOnExtent",
-        "VEXSG_DynamicExtentBasedOn",
-        "VEXSG_DriveInDynamicDiskGroup",
-        "VEXSG_DynamicExtentInDiskGroup",
-    };
-    return names;
-}
-
 }  // namespace contract

@@ -10,6 +10,7 @@
 #include "plugin/host/plugin_callbacks.h"
 #include "tests/contract/second_host/host.h"
 #include "tests/contract/second_host/model.h"
+#include "tests/support/served_classes.h"
 
 namespace contract {
 
@@ -53,7 +54,6 @@ struct Loaded {
 /// The files of the loaded libraries whose name ends so, with links resolved.
 std::vector<std::string> mappedLibraries(const std::string& nameEnd);
 
-/// The 17 classes that the plug-in serves, instance classes ahead of associations.
-const std::vector<std::string>& servedClasses();
+using diskmgt_test::servedClasses;
 
 }  // namespace contract

@@ -10,6 +10,7 @@ import pytest
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parent))
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
 
 from machine import kernel  # noqa: E402
 from machine.session import Session  # noqa: E402

@@ -3,7 +3,8 @@
 import pytest
 
 from conftest import MACHINES
-from machine.expectation import ASSOCIATIONS, read_expectation
+from machine.expectation import read_expectation
+from served_classes import ASSOCIATIONS
 
 NAMES = sorted(folder.name for folder in MACHINES.iterdir() if (folder / "expected.json").exists())
 

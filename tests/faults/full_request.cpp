@@ -7,12 +7,12 @@
 
 #include "plugin/log/log_message.h"
 #include "tests/support/host_session.h"
+#include "tests/support/served_classes.h"
 
 namespace diskmgt_test {
 
 namespace {
 
-constexpr std::ptrdiff_t kInstanceClasses = 9;  // the first ones of all
 constexpr const char* kLinuxType = "0FC63DAF-8483-4772-8E79-3D69D8477DE4";
 constexpr const char* kEfiType = "C12A7328-F81F-11D2-BA4B-00A0C93EC93B";
 
@@ -144,29 +144,18 @@ const std::map<std::string, std::string>& serverLinks() {
 }
 
 const std::vector<std::string>& allClasses() {
-    static const std::vector<std::string> classes{"VEXSG_DiskDrive",
-                                                  "VEXSG_CDROMDrive",
-                                                  "VEXSG_DiskPartition",
-                                                  "VEXSG_DisketteDrive",
-                                                  "VEXSG_LogicalDisk",
-                                                  "VEXSG_DVDDrive",
-                                                  "VEXSG_DynamicExtent",
-                                                  "VEXSG_TapeDrive",
-                                                  "VEXSG_DynamicDiskGroup",
-                                                  "VEXSG_MediaPresent",
-                                                  "VEXSG_PartitionPresent",
-                                                  "VEXSG_LogicalDiskBasedOnPartition",
-                                                  "VEXSG_DynamicExtentBasedOn",
-                                                  "VEXSG_LogicalDiskBasedOnExtent",
-                                                  "VEXSG_DriveInDynamicDiskGroup",
-                                                  "VEXSG_DynamicVolumeBasedOnExtent",
-                                                  "VEXSG_DynamicExtentInDiskGroup"};
+    static const std::vector<std::string> classes = [] {
+        std::vector<std::string> all{"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"};
+        for (const std::string& className : servedClasses())
+            if (std::find(all.begin(), all.end(), className) == all.end()) all.push_back(className);
+        return all;
+    }();
     return classes;
 }
 
 bool isAssociationClass(const std::string& className) {
-    const auto place = std::find(allClasses().begin(), allClasses().end(), className);
-    return place - allClasses().begin() >= kInstanceClasses;
+    const std::vector<std::string>& associations = associationClasses();
+    return std::find(associations.begin(), associations.end(), className) != associations.end();
 }
 
 std::string differences(const Outcome& actual, const Outcome& expected) {

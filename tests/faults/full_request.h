@@ -21,7 +21,7 @@ void describeServer(FakeOs& machine);
 /// Where the links of the described server lead, by path.
 const std::map<std::string, std::string>& serverLinks();
 
-/// The nine instance classes, then the eight association classes.
+/// The nine instance classes, those with instances first, then the eight association classes.
 const std::vector<std::string>& allClasses();
 bool isAssociationClass(const std::string& className);
 

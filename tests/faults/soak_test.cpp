@@ -10,11 +10,13 @@
 #include "collect/partition_table_parser.h"
 #include "tests/support/disk_image.h"
 #include "tests/support/host_session.h"
+#include "tests/support/served_classes.h"
 
 namespace {
 
 using diskmgt_test::DiskImage;
 using diskmgt_test::PluginSession;
+using diskmgt_test::servedClasses;
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 constexpr int kBatches = 10;  // some ten times slower; leaks are found without counting bytes
@@ -25,27 +27,6 @@ constexpr bool kCountsBytes = true;
 #endif
 constexpr int kRequestsInABatch = 100;
 constexpr std::size_t kAllowedGrowth = 16384;  // of what stays allocated; one lost string a request would be more
-
-const std::vector<std::string>& everyClass() {
-    static const std::vector<std::string> classes{"VEXSG_DiskDrive",
-                                                  "VEXSG_CDROMDrive",
-                                                  "VEXSG_DVDDrive",
-                                                  "VEXSG_DisketteDrive",
-                                                  "VEXSG_TapeDrive",
-                                                  "VEXSG_DynamicDiskGroup",
-                                                  "VEXSG_DynamicExtent",
-                                                  "VEXSG_DiskPartition",
-                                                  "VEXSG_LogicalDisk",
-                                                  "VEXSG_MediaPresent",
-                                                  "VEXSG_PartitionPresent",
-                                                  "VEXSG_LogicalDiskBasedOnPartition",
-                                                  "VEXSG_LogicalDiskBasedOnExtent",
-                                                  "VEXSG_DynamicVolumeBasedOnExtent",
-                                                  "VEXSG_DynamicExtentBasedOn",
-                                                  "VEXSG_DriveInDynamicDiskGroup",
-                                                  "VEXSG_DynamicExtentInDiskGroup"};
-    return classes;
-}
 
 /// Numbers and targets of the open descriptors, less the one that lists them.
 std::set<std::string> openDescriptors() {
@@ -83,7 +64,7 @@ protected:
     void runBatch() {
         PluginSession session;
         for (int i = 0; i < kRequestsInABatch; ++i) {
-            ASSERT_FALSE(session.host.request(everyClass()).failure);
+            ASSERT_FALSE(session.host.request(servedClasses()).failure);
             ASSERT_EQ(diskmgt_col::PartitionTableParser().enumPartitions({mbrDisk(), gptDisk()}).size(), 5U);
         }
     }

@@ -5,15 +5,13 @@ import re
 from pathlib import Path
 
 from machine.repetition import expand
+from served_classes import ASSOCIATIONS
 
 HOST_CLASS = "VEXSG_ComputerSystem"
 KEYS = ("CreationClassName", "DeviceID", "SystemCreationClassName", "SystemName")  # byte order
 FIXED = {"VEXSG_DiskPartition": {"FaultTolerant": False}}  # what every instance of the class says
 ALIASES = {"VEXSG_DiskDrive": ("ElementName", "Name"), "VEXSG_DiskPartition": ("ElementName",),
            "VEXSG_LogicalDisk": ("ElementName",)}  # properties that repeat the DeviceID
-ASSOCIATIONS = ("VEXSG_MediaPresent", "VEXSG_PartitionPresent", "VEXSG_LogicalDiskBasedOnExtent",
-                "VEXSG_LogicalDiskBasedOnPartition", "VEXSG_DynamicVolumeBasedOnExtent", "VEXSG_DynamicExtentBasedOn",
-                "VEXSG_DriveInDynamicDiskGroup", "VEXSG_DynamicExtentInDiskGroup")
 
 
 def object_path(class_name, keys):
