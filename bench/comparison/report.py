@@ -1,4 +1,5 @@
-"""The document: tables of medians and ratios, with the machine that they were taken on."""
+"""The document: tables of medians and ratios, with the machine that they were taken on; and the details, for those who work
+on the speed."""
 
 import datetime
 import json
@@ -13,18 +14,29 @@ BENCHMARKS = ("request/.*/all_classes|request/.*/three_instance_classes|parser/|
 REFERENCE = "diskmgt get, three classes"
 
 
-def document(results, build, runs):
+def document(results, runs):
     sizes = sorted(results)
     parts = ["# Performance", _introduction(sizes, runs), "## Whole commands\n",
              "Medians of wall-clock milliseconds.\n", _table(results, sizes, "wall"),
              "\nTimes of the others, as multiples of `diskmgt get` of the three classes.\n", _ratios(results, sizes),
-             "\nMedians of processor milliseconds, user and system together. They depend less on what else runs on the "
-             "machine.\n", _table(results, sizes, "cpu"),
              "\nGreatest resident memory in MiB.\n", _table(results, sizes, "memory"),
              "\nSystem calls of one run, start of the process included.\n", _table(results, sizes, "calls"),
              _notes(results), "\n## In one process\n", _in_process(results, sizes)]
     if results[sizes[0]].get("phases"):
         parts += ["\n## Where a whole command's time goes, one disk\n", _phases(results[sizes[0]]["phases"])]
+    return "\n".join(parts).rstrip() + "\n"
+
+
+def details(results, build):
+    sizes = sorted(results)
+    parts = ["# Performance in detail\n", f"Of the same run as docs/PERFORMANCE.md: {_machine()}.\n",
+             "## Processor time of whole commands\n",
+             "Medians of milliseconds, user and system together. They depend less on what else runs on the machine.\n",
+             _table(results, sizes, "cpu")]
+    cycles = results[sizes[0]].get("phases", {}).get("loader")
+    if cycles:
+        parts += ["\n## Dynamic loader before main, one disk\n", "In millions of cycles: " + ", ".join(
+            f"{kind} {count / 1e6:.2f}" for kind, count in cycles.items()) + "."]
     parts += ["\n## Over described machines\n", _benchmarks(build)]
     return "\n".join(parts).rstrip() + "\n"
 
@@ -138,12 +150,7 @@ def _in_process(results, sizes):
 def _phases(phases):
     rows = [[f"`{row['command']}`", row["name"], _milliseconds(row["wall"]), _milliseconds(row["cpu"]),
              f"{row['memory'] / 1024:.1f}", f"{row['calls']:,}"] for row in phases["rows"]]
-    text = _grid(["Command", "Adds", "Wall ms", "Processor ms", "MiB", "System calls"], rows)
-    cycles = phases["loader"]
-    if cycles:
-        text += "\n\nDynamic loader before main, in millions of cycles: " + ", ".join(
-            f"{kind} {count / 1e6:.2f}" for kind, count in cycles.items()) + "."
-    return text
+    return _grid(["Command", "Adds", "Wall ms", "Processor ms", "MiB", "System calls"], rows)
 
 
 def _benchmarks(build):
