@@ -187,9 +187,24 @@ def choose(mutants, count, seed):
     return [mutant for place, mutant in enumerate(mutants) if place in chosen]
 
 
-def equivalents(text):
-    """The keys of the changes known to change nothing. A line that begins with "#" holds a reason."""
-    return {line.strip() for line in text.splitlines() if line.strip() and not line.startswith("#")}
+class Equivalents:
+    """Rules for the keys of changes known to change nothing. A line that begins with "#" holds a reason."""
+
+    def __init__(self, text):
+        rules = (line.strip() for line in text.splitlines() if line.strip() and not line.startswith("#"))
+        self.patterns = {rule: re.compile(".*".join(map(re.escape, rule.split("*"))), re.DOTALL) for rule in rules}
+
+    def __contains__(self, key):
+        return any(pattern.fullmatch(key) for pattern in self.patterns.values())
+
+    def idle(self, keys):
+        """The rules that fit none of the keys."""
+        return [rule for rule, pattern in self.patterns.items() if not any(map(pattern.fullmatch, keys))]
+
+
+def every_key(root):
+    return [mutant.key for path in sources(root)
+            for mutant in mutations.find(path, (root / path).read_text(encoding="utf-8"))]
 
 
 def summary(outcomes):
@@ -234,10 +249,9 @@ def main(arguments, root=Path(__file__).resolve().parent.parent):
     if options.list:
         print("\n".join(map(str, chosen)))
         return 0
-    known = equivalents(EQUIVALENT.read_text(encoding="utf-8"))
-    for key in sorted(known - {mutant.key for path in sources(root) for mutant in
-                               mutations.find(path, (root / path).read_text(encoding="utf-8"))}):
-        print(f"mutate: {EQUIVALENT.name} names a change that is none any more: {key}", file=sys.stderr)
+    known = Equivalents(EQUIVALENT.read_text(encoding="utf-8"))
+    for rule in known.idle(every_key(root)):
+        print(f"mutate: {EQUIVALENT.name} has a rule that fits no change any more: {rule}", file=sys.stderr)
     workshop = Workshop(root, root / "build/mutate", options.jobs)
     workshop.measure_clean()
     workshop.check_survival([next(iter(contents))])
