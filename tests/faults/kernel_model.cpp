@@ -1,10 +1,9 @@
-// The calls read as phases, and what a failure costs in each.
+// The calls read as phases, and what no failure in them may touch.
 #include "tests/faults/kernel_model.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 
 namespace diskmgt_test {
 
@@ -40,17 +39,6 @@ std::string diskOf(const std::string& path) {
     return std::string();
 }
 
-void removeDrive(std::vector<Texts>& drives, const std::string& disk) {
-    drives.erase(
-        std::remove_if(drives.begin(), drives.end(), [&](const Texts& drive) { return drive.at("DeviceID") == disk; }),
-        drives.end());
-}
-
-void setCount(std::vector<Texts>& drives, const std::string& disk, std::size_t count) {
-    for (Texts& drive : drives)
-        if (drive.at("DeviceID") == disk) drive["NoOfPartitions"] = std::to_string(count);
-}
-
 /// The partitions of the NVMe disk are named by nodes and, without one, by their number alone.
 bool isOn(const std::string& disk, const Texts& partition) {
     const std::string& name = partition.at("DeviceID");
@@ -64,15 +52,23 @@ void loseSpace(Texts& logicalDisk) {
     options.erase(options.rfind(", "));  // the file system's identifier
 }
 
-// Of a disk's directory: ".", "..", five attributes and the first partition, in the order of FakeOs::sysfsDisk.
-constexpr int kEntriesToTheFirstPartition = 8;
-
 const std::string kVirtualDisk = "/dev/sdd";
 const std::string kVirtualLine = "3 LinuxDiskInfo::enumDiskInfo : Ignoring Virtual Device /dev/sdd";
-const std::string kDriveLine = "3 Physical disk information.. VEXSG_DiskDrive";
 
-void insertBehind(std::vector<std::string>& log, const std::string& line, const std::string& added) {
-    log.insert(std::find(log.begin(), log.end(), line) + 1, added);
+/// What is published of the disk itself and, when `className` is that of partitions, what lies on it.
+bool isOf(const std::string& disk, const char* className, const Texts& texts) {
+    return std::string(className) == "VEXSG_DiskPartition" ? isOn(disk, texts) : texts.at("DeviceID") == disk;
+}
+
+std::vector<Texts> select(const Outcome& outcome, const char* className, const std::string& disk, bool ofTheDisk) {
+    std::vector<Texts> chosen;
+    for (const Texts& texts : outcome.of(className))
+        if (isOf(disk, className, texts) == ofTheDisk) chosen.push_back(texts);
+    return chosen;
+}
+
+bool isOneOf(const Texts& texts, const std::vector<Texts>& all) {
+    return std::find(all.begin(), all.end(), texts) != all.end();
 }
 
 }  // namespace
@@ -80,7 +76,6 @@ void insertBehind(std::vector<std::string>& log, const std::string& line, const 
 KernelModel::KernelModel(const std::vector<std::string>& callTexts, Outcome cleanOutcome)
     : clean(std::move(cleanOutcome)) {
     Phase phase = Phase::drives;
-    std::map<std::string, int> seen;  // since the reading of tables began or, outside, at all
     bool isInTables = false;
     std::string sized;  // the drive whose size was told last
     for (const std::string& text : callTexts) {
@@ -91,12 +86,9 @@ KernelModel::KernelModel(const std::vector<std::string>& callTexts, Outcome clea
         call.phase = phase;
         if (phase == Phase::drives || phase == Phase::partitions) call.disk = diskOf(call.path);
         if (call.name == "ioctl") sized = call.path;
-        if (call.name == "open") {
+        if (call.name == "open")
             isInTables = phase == Phase::partitions || (phase == Phase::drives && call.path == sized);
-            if (isInTables) seen.clear();
-        }
         call.isInTables = isInTables;
-        call.nth = ++seen[call.name + call.detail];
         if (call.name == "close") isInTables = false;
         made.push_back(std::move(call));
     }
@@ -113,137 +105,143 @@ bool KernelModel::leadsSomewhere(int number) const {
     return call.phase != Phase::partitions || !call.disk.empty();
 }
 
-Outcome KernelModel::whenFails(int number) const {
+void KernelModel::expectOnlyItsOwnLoss(int number, const Outcome& actual) const {
     const Call& call = at(number);
-    Outcome outcome = clean;
-    std::string unreadableLink;
-    const bool changesNothing = call.name == "fcntl" || call.name == "close" || call.name == "closedir";
-    if (!changesNothing && call.phase == Phase::drives) failInDrives(call, number, outcome);
-    if (!changesNothing && call.phase == Phase::partitions && !call.disk.empty()) {
-        std::vector<Texts> onDisk = partitionsOf(call.disk);
-        failInTables(call, onDisk);
-        std::vector<Texts>& all = outcome.published["VEXSG_DiskPartition"];
-        const auto isHit = [&](const Texts& partition) { return isOn(call.disk, partition); };
-        const auto place = std::find_if(all.begin(), all.end(), isHit) - all.begin();
-        all.erase(std::remove_if(all.begin(), all.end(), isHit), all.end());
-        all.insert(all.begin() + place, onDisk.begin(), onDisk.end());
-    }
-    if (call.phase == Phase::mounts) failInMounts(call, number, outcome);
-    if (call.phase == Phase::links) unreadableLink = call.path;
-    derivePairs(outcome, unreadableLink);
-    return outcome;
-}
-
-int KernelModel::readsBefore(int number) const {
-    int count = 0;
-    for (int before = 1; before < number; ++before)
-        if (at(before).name == at(number).name && at(before).path == at(number).path) ++count;
-    return count;
-}
-
-void KernelModel::failInDrives(const Call& call, int number, Outcome& outcome) const {
-    std::vector<Texts>& drives = outcome.published["VEXSG_DiskDrive"];
-    const auto loseVirtualLine = [&] {
-        outcome.log.erase(std::remove(outcome.log.begin(), outcome.log.end(), kVirtualLine), outcome.log.end());
-    };
-    if (call.path == "/sys/block/") {  // the list of disks ends here
-        for (const std::string& disk : disks()) {
-            if (firstCallAbout(disk, Phase::drives) < number) continue;
-            removeDrive(drives, disk);
-            if (disk == kVirtualDisk) loseVirtualLine();
-        }
-        if (call.name == "opendir")
-            insertBehind(outcome.log, kDriveLine,
-                         "3 PhysDiskInformation::doEnumeration : fail to open the dir /sys/block/");
-    } else if (call.path == "/sys/block/ram0/dev") {  // taken for a disk: nothing says that it is none
-        Texts ram = drives.front();
-        for (const char* const name : {"DeviceID", "ElementName", "Name"}) ram[name] = "/dev/ram0";
-        ram["NoOfPartitions"] = "0";
-        ram["Size"] = std::to_string(DiskImage::kDefaultBytes);
-        drives.insert(drives.begin(), ram);
-    } else if (call.path == "/sys/block/" + call.disk.substr(5) + "/size") {
-        removeDrive(drives, call.disk);
-        if (call.disk == kVirtualDisk) loseVirtualLine();
-    } else if (call.isInTables) {
-        std::vector<Texts> counted = partitionsOf(call.disk);
-        failInTables(call, counted);
-        setCount(drives, call.disk, counted.size());
-    } else if (call.path == call.disk) {  // its size cannot be asked for
-        removeDrive(drives, call.disk);
-    } else if (call.name == "opendir" || call.name == "readdir") {
-        if (call.name == "readdir" && readsBefore(number) >= kEntriesToTheFirstPartition) return;  // it was seen
-        setCount(drives, call.disk, 0);
-        if (call.name == "opendir")
-            insertBehind(outcome.log, kDriveLine, "3 LinuxDiskInfo::HasPartitions : fail to open the dir " + call.path);
-    }
-}
-
-/// What is left of the disk's partitions. On this server everything that is no table is zero, so a table that is read
-/// from the wrong place is an empty one.
-void KernelModel::failInTables(const Call& call, std::vector<Texts>& partitions) const {
-    const bool isProbe = call.detail == "16" || (call.detail == "446" && call.nth == 1);
-    if (call.name == "lseek" && call.detail == "0") return;  // where it ends changes nothing
-    if (call.name == "access") {
-        for (Texts& partition : partitions)
-            if (partition["DeviceID"] == call.path)
-                partition["DeviceID"] = partition["ElementName"] = call.path.substr(call.path.size() - 1);
+    const bool changesNothing = call.name == "fcntl" || call.name == "close" || call.name == "closedir" ||
+                                call.name == "endmntent" || (call.phase == Phase::partitions && call.disk.empty());
+    if (changesNothing) {
+        EXPECT_EQ(differences(actual, clean), "");
         return;
     }
-    if (call.name == "lseek" && isProbe) {  // the disk is taken for one with an MBR
-        if (call.disk != "/dev/sdb") return;
-        Texts protective = partitions.front();
-        protective["PartitionType"] = "1";
-        protective["PartitionSubType"] = "238";
-        protective["Size"] = std::to_string(std::uint64_t{0xFFFFFFFF} * 512);
-        protective["StartingOffset"] = "958";  // sector 1, and 446
-        protective["Bootable"] = "false";
-        partitions = {protective};
-        return;
-    }
-    // Tables of the chain: the MBR, then one logical partition in each record.
-    const bool isLink = call.detail != "446" && call.detail != "512" && call.name == "lseek";
-    const int table = isLink                ? (call.detail == std::to_string(2048 * 512 + 446) ? 2 : 3)
-                      : call.detail == "66" ? call.nth
-                                            : 1;
-    int record = 1;
-    std::vector<Texts> left;
-    for (const Texts& partition : partitions) {
-        const bool isLogical = partition.at("PartitionType") == "3";
-        if (isLogical) ++record;
-        if (table > (isLogical ? record : 1)) left.push_back(partition);
-    }
-    partitions = left;
-}
-
-void KernelModel::failInMounts(const Call& call, int number, Outcome& outcome) const {
-    std::vector<Texts>& logicalDisks = outcome.published["VEXSG_LogicalDisk"];
-    const Call& next = at(std::min(number + 1, calls()));
-    const bool failsAnyway = next.name == "statfs";  // which is why the source is asked about next
-    if (call.name == "statfs" && !failsAnyway) {
-        for (Texts& logicalDisk : logicalDisks)
-            if (logicalDisk["DeviceID"] == call.path || logicalDisk["OtherIdentifyingInfo"] == call.path)
-                loseSpace(logicalDisk);
-    } else if (call.name == "setmntent" || call.name == "getmntent") {  // what was not measured before is not there
-        logicalDisks.erase(std::remove_if(logicalDisks.begin(), logicalDisks.end(),
-                                          [&](const Texts& logicalDisk) {
-                                              const std::string& place = logicalDisk.at("OtherIdentifyingInfo");
-                                              for (int before = 1; before < number; ++before)
-                                                  if (at(before).name == "statfs" && at(before).path == place)
-                                                      return false;
-                                              return true;
-                                          }),
-                           logicalDisks.end());
-    }
-}
-
-void KernelModel::derivePairs(Outcome& outcome, const std::string& unreadableLink) const {
-    for (auto& [className, instances] : outcome.published) {
+    EXPECT_FALSE(actual.failure);
+    expectLog(call, actual);
+    expectDrives(call, actual);
+    expectPartitions(call, actual);
+    expectLogicalDisks(call, number, actual);
+    for (const auto& [className, instances] : actual.published) {
         if (!isAssociationClass(className)) continue;
-        instances = pairsOf(className, outcome, [&](const std::string& path) {
+        const auto target = [&](const std::string& path) {
             const auto link = serverLinks().find(path);
-            return link == serverLinks().end() || path == unreadableLink ? std::string() : link->second;
-        });
+            const bool isRead = link != serverLinks().end() && (call.phase != Phase::links || path != call.path);
+            return isRead ? link->second : std::string();
+        };
+        EXPECT_EQ(instances, pairsOf(className, actual, target)) << className;
     }
+}
+
+/// The usual lines; one more when a directory cannot be listed, none about a virtual disk that is not come to.
+void KernelModel::expectLog(const Call& call, const Outcome& actual) const {
+    std::vector<std::string> lines = actual.log;
+    if (call.name == "opendir") {
+        const std::string end = " : fail to open the dir " + call.path;
+        const auto isIt = [&](const std::string& line) {
+            return line.size() > end.size() && line.compare(line.size() - end.size(), end.size(), end) == 0;
+        };
+        EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isIt), 1);
+        lines.erase(std::remove_if(lines.begin(), lines.end(), isIt), lines.end());
+    }
+    std::vector<std::string> usual = clean.log;
+    const bool mayHideVirtual = call.path == "/sys/block/" || call.disk == kVirtualDisk;
+    if (mayHideVirtual && std::count(lines.begin(), lines.end(), kVirtualLine) == 0)
+        usual.erase(std::remove(usual.begin(), usual.end(), kVirtualLine), usual.end());
+    EXPECT_EQ(lines, usual);
+}
+
+/// The list of disks may end early; else one drive may be missing or have a smaller count. A RAM disk whose number
+/// cannot be read is taken for a drive.
+void KernelModel::expectDrives(const Call& call, const Outcome& actual) const {
+    const char* const className = "VEXSG_DiskDrive";
+    const std::vector<Texts>& drives = actual.of(className);
+    if (call.phase != Phase::drives) {
+        EXPECT_EQ(drives, clean.of(className));
+    } else if (call.path == "/sys/block/") {
+        EXPECT_TRUE(isBeginningOf(drives, clean.of(className)));
+    } else {
+        EXPECT_EQ(select(actual, className, call.disk, false), select(clean, className, call.disk, false));
+        const std::vector<Texts> own = select(actual, className, call.disk, true);
+        const std::vector<Texts> before = select(clean, className, call.disk, true);
+        EXPECT_LE(own.size(), call.path == "/sys/block/ram0/dev" ? 1U : before.size());
+        if (own.empty() || before.empty()) return;
+        EXPECT_LE(std::stoi(own[0].at("NoOfPartitions")), std::stoi(before[0].at("NoOfPartitions")));
+        Texts others = own[0];
+        others["NoOfPartitions"] = before[0].at("NoOfPartitions");
+        EXPECT_EQ(others, before[0]);
+    }
+}
+
+/// Only those on the disk that is read may be fewer. What cannot be read is not made up; only a seek that fails lets
+/// another place be read, and a node that cannot be found lets a partition have another name.
+void KernelModel::expectPartitions(const Call& call, const Outcome& actual) const {
+    const char* const className = "VEXSG_DiskPartition";
+    if (call.phase != Phase::partitions) {
+        EXPECT_EQ(actual.of(className), clean.of(className));
+        return;
+    }
+    EXPECT_EQ(select(actual, className, call.disk, false), select(clean, className, call.disk, false));
+    const std::vector<Texts> own = select(actual, className, call.disk, true);
+    const std::vector<Texts> before = partitionsOf(call.disk);
+    EXPECT_LE(own.size(), before.size());
+    if (call.name == "access") {
+        EXPECT_EQ(own.size(), before.size());
+    } else if (call.name == "open") {
+        EXPECT_TRUE(own.empty());
+    } else if (call.name != "lseek") {
+        for (const Texts& partition : own) EXPECT_TRUE(isOneOf(partition, before)) << partition.at("DeviceID");
+    }
+}
+
+/// What was measured before stays, and what is there is one of the usual ones, with or without its space.
+void KernelModel::expectLogicalDisks(const Call& call, int number, const Outcome& actual) const {
+    const char* const className = "VEXSG_LogicalDisk";
+    const std::vector<Texts>& found = actual.of(className);
+    if (call.phase != Phase::mounts) {
+        EXPECT_EQ(found, clean.of(className));
+        return;
+    }
+    std::vector<Texts> known;
+    for (Texts logicalDisk : clean.of(className)) {
+        const std::string& place = logicalDisk.at("OtherIdentifyingInfo");
+        const bool isHit = place == call.path || logicalDisk.at("DeviceID") == call.path;
+        if (call.name == "statfs" ? !isHit : isAskedBefore(number, "statfs", place)) {
+            EXPECT_EQ(std::count(found.begin(), found.end(), logicalDisk), 1) << place;
+        }
+        known.push_back(logicalDisk);
+        if (isHit) {
+            loseSpace(logicalDisk);
+            known.push_back(logicalDisk);
+        }
+    }
+    for (const Texts& logicalDisk : found)
+        EXPECT_TRUE(isOneOf(logicalDisk, known)) << logicalDisk.at("OtherIdentifyingInfo");
+    EXPECT_LE(found.size(), clean.of(className).size());
+    if (call.name == "statfs") {
+        EXPECT_EQ(found.size(), clean.of(className).size());
+    }
+}
+
+/// With every call from `number` on failing: measured before, as usual; asked about since, without its space; later,
+/// not there.
+void KernelModel::expectMountsReadBefore(int number, const Outcome& actual) const {
+    std::vector<Texts> due;
+    for (Texts logicalDisk : clean.of("VEXSG_LogicalDisk")) {
+        int first = 0;
+        int last = 0;
+        for (int call = 1; call <= calls(); ++call) {
+            const bool isPlace = at(call).path == logicalDisk.at("OtherIdentifyingInfo");
+            if (at(call).name != "statfs" || (!isPlace && at(call).path != logicalDisk.at("DeviceID"))) continue;
+            if (first == 0) first = call;
+            last = call;
+        }
+        if (last >= number) loseSpace(logicalDisk);
+        if (first <= number) due.push_back(logicalDisk);
+    }
+    EXPECT_EQ(actual.of("VEXSG_LogicalDisk"), due);
+}
+
+bool KernelModel::isAskedBefore(int number, const std::string& name, const std::string& path) const {
+    for (int before = 1; before < number; ++before)
+        if (at(before).name == name && at(before).path == path) return true;
+    return false;
 }
 
 void KernelModel::expectNothingFrom(int number, const Outcome& actual) const {
@@ -272,10 +270,7 @@ void KernelModel::expectNothingFrom(int number, const Outcome& actual) const {
             EXPECT_TRUE(found.empty()) << disk;
         }
     }
-    Outcome mounts = clean;
-    for (int later = number; later <= calls(); ++later)
-        if (at(later).phase == Phase::mounts) failInMounts(at(later), later, mounts);
-    EXPECT_EQ(actual.of("VEXSG_LogicalDisk"), mounts.of("VEXSG_LogicalDisk"));
+    expectMountsReadBefore(number, actual);
     for (const auto& [className, instances] : actual.published) {
         if (!isAssociationClass(className)) continue;
         EXPECT_EQ(instances, pairsOf(className, actual,

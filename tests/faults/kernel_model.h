@@ -1,8 +1,7 @@
-// KernelModel: what the described server must look like when questions to the kernel fail, derived from what each
-// question was for.
+// KernelModel: the questions that a request asks the kernel, by what they are for, and what must hold whichever of them
+// fails.
 #pragma once
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +20,6 @@ public:
         Phase phase = Phase::drives;
         std::string disk;         // the device that it is about: "/dev/sda"; empty: none
         bool isInTables = false;  // asked by the reading of partition tables
-        int nth = 1;              // of this name and detail in the same reading of tables, or of the same path
     };
 
     /// From a request in which nothing failed: its calls as a FakeOs tells them, and its outcome.
@@ -33,8 +31,9 @@ public:
     /// Whether the path exists on the server; what fails to be opened anyway teaches nothing twice.
     bool leadsSomewhere(int number) const;
 
-    /// The outcome when one call fails.
-    Outcome whenFails(int number) const;
+    /// Asserts what must hold when one call fails: no other disk or mount suffers, nothing is made up, the associations
+    /// are those of what is there, and the log says what it should.
+    void expectOnlyItsOwnLoss(int number, const Outcome& actual) const;
 
     /// Asserts of an outcome with every call from `number` on failing: all that was found before is there, nothing
     /// that is asked for later is.
@@ -44,13 +43,13 @@ public:
     void expectOnlyDiskOf(int number, const Outcome& actual) const;
 
 private:
-    void failInDrives(const Call& call, int number, Outcome& outcome) const;
-    void failInTables(const Call& call, std::vector<Texts>& partitions) const;
-    void failInMounts(const Call& call, int number, Outcome& outcome) const;
-    void derivePairs(Outcome& outcome, const std::string& unreadableLink) const;
+    void expectLog(const Call& call, const Outcome& actual) const;
+    void expectDrives(const Call& call, const Outcome& actual) const;
+    void expectPartitions(const Call& call, const Outcome& actual) const;
+    void expectLogicalDisks(const Call& call, int number, const Outcome& actual) const;
+    void expectMountsReadBefore(int number, const Outcome& actual) const;
     std::vector<Texts> partitionsOf(const std::string& disk) const;
-    /// Earlier calls of the same name about the same path.
-    int readsBefore(int number) const;
+    bool isAskedBefore(int number, const std::string& name, const std::string& path) const;
     int firstCallAbout(const std::string& disk, Phase phase) const;
     int lastCallAbout(const std::string& disk, Phase phase) const;
 
