@@ -1,4 +1,5 @@
-// CrossingModel: what a request must come to when crossings of the boundary fail, derived from what each crossing is.
+// CrossingModel: the crossings of the boundary that a request makes, by what they are for, and what must hold whichever
+// of them fails.
 #pragma once
 
 #include <string>
@@ -9,24 +10,18 @@
 
 namespace diskmgt_test {
 
-/// What a faulty request is expected to leave behind. A text that ends in "*" stands for every text that begins so.
-struct Expectation {
-    Outcome outcome;
-    /// Association classes whose instances follow from the instance classes, rather than standing in `outcome`.
-    std::vector<std::string> derived;
-};
-
 class CrossingModel {
 public:
-    /// From the trace of a request in which nothing failed.
-    explicit CrossingModel(const std::vector<refhost::TraceEntry>& trace);
+    /// From a request in which nothing failed: its trace and its outcome.
+    CrossingModel(const std::vector<refhost::TraceEntry>& trace, Outcome cleanOutcome);
 
     std::size_t crossings() const { return made.size(); }
-    /// "crossing 17, setProperty of VEXSG_DiskDrive Name".
+    /// "crossing 17 of 900, setProperty while serving VEXSG_DiskDrive".
     std::string describe(std::size_t crossing) const;
 
-    Expectation clean() const;
-    Expectation expected(const refhost::FaultPlan& plan) const;
+    /// Asserts that the request ends only where nothing of a class can be given up, that no other class suffers, and
+    /// that what is lost is logged.
+    void expectOnlyItsClassSuffers(const refhost::FaultPlan& plan, const Outcome& actual) const;
 
 private:
     /// What one crossing was for. The order in which a class is served: both questions, the collecting, then an
@@ -37,16 +32,16 @@ private:
         std::string call;
         std::string className;  // being served; empty before the first
         Stage stage = Stage::identity;
-        std::string property;  // being set
-        std::string text;      // for a log line its severity and text, for a property its text before parsing
-        std::string assigned;  // what setProperty assigns; array elements joined by "|"
+        bool servesAssociation() const { return isAssociationClass(className); }
     };
-    class Walk;
+
+    bool endsTheRequest(const Crossing& at, const refhost::FaultPlan& plan) const;
+    void expectClass(const std::string& className, const Crossing& at, const refhost::FaultPlan& plan,
+                     const Outcome& actual) const;
+    void expectLog(const Crossing& at, const refhost::FaultPlan& plan, const Outcome& actual) const;
 
     std::vector<Crossing> made;  // the n-th at n - 1
+    Outcome clean;
 };
-
-/// Compares, associations that are derived by searching the pairs of what was published.
-void expectOutcome(const Outcome& actual, const Expectation& expected);
 
 }  // namespace diskmgt_test
