@@ -1,6 +1,8 @@
 // A plug-in that lives in the test itself: the test says what it does when it is asked for data.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <boost/shared_ptr.hpp>
 #include <functional>
 #include <string>
@@ -70,7 +72,7 @@ public:
     }
 
     /// Runs work that needs the namespace alone and has to succeed.
-    void inRequest(const std::function<void(const Namespace&)>& work) { EXPECT_EQ(failureOf(work), ""); }
+    void inRequest(const std::function<void(const Namespace&)>& inNamespace) { EXPECT_EQ(failureOf(inNamespace), ""); }
 
     refhost::ReferenceHost host;
 
