@@ -17,6 +17,7 @@ namespace diskmgt_col::os {
 int openFile(const std::string& path, int flags);
 /// fcntl(2) FD_CLOEXEC; negative on failure.
 int setCloseOnExec(int fd);
+/// close(2). No cancellation point: a thread that is to be cancelled ends at the next one.
 int closeFile(int fd);
 /// lseek64(2) from the start; the new offset, or negative.
 std::int64_t seekTo(int fd, std::int64_t offset);

@@ -1,6 +1,7 @@
 // The questions of os.h, put to the running kernel.
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -12,7 +13,14 @@ int openFile(const std::string& path, int flags) { return ::open(path.c_str(), f
 
 int setCloseOnExec(int fd) { return ::fcntl(fd, F_SETFD, FD_CLOEXEC); }
 
-int closeFile(int fd) { return ::close(fd); }
+int closeFile(int fd) {
+    // Owners close in their destructors. A cancellation that left one would end the process.
+    int before = PTHREAD_CANCEL_ENABLE;
+    (void)::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+    const int result = ::close(fd);
+    (void)::pthread_setcancelstate(before, nullptr);
+    return result;
+}
 
 std::int64_t seekTo(int fd, std::int64_t offset) { return ::lseek64(fd, offset, SEEK_SET); }
 

@@ -2,6 +2,7 @@
 // it is a program of its own.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -94,6 +95,33 @@ TEST_F(PosixOs, GivesDescriptorsBack) {
     const int file = os::openFile(write("plain", "x"), O_RDONLY);
     EXPECT_EQ(os::closeFile(file), 0);
     EXPECT_EQ(::fcntl(file, F_GETFD), -1);
+}
+
+TEST_F(PosixOs, NothingIsGivenBackAtACancellationPoint) {
+    struct Taken {
+        std::string directory;
+        std::string file;
+        bool isGivenBack = false;
+    } taken{directory, write("mtab", "a /b c d 0 0\n")};
+    const auto run = [](void* context) -> void* {
+        Taken& own = *static_cast<Taken*>(context);
+        const int fd = os::openFile(own.file, O_RDONLY);
+        DIR* const folder = os::openDirectory(own.directory);
+        std::FILE* const table = os::openMountTable(own.file.c_str(), "r+");
+        (void)::pthread_cancel(::pthread_self());  // pending from here on
+        (void)os::closeFile(fd);
+        (void)os::closeDirectory(folder);
+        os::closeMountTable(table);
+        own.isGivenBack = true;
+        ::pthread_testcancel();
+        return nullptr;
+    };
+    pthread_t thread{};
+    ASSERT_EQ(::pthread_create(&thread, nullptr, run, &taken), 0);
+    void* result = nullptr;
+    ASSERT_EQ(::pthread_join(thread, &result), 0);
+    EXPECT_TRUE(taken.isGivenBack) << "a destructor that closes would have been left, which ends the process";
+    EXPECT_EQ(result, PTHREAD_CANCELED) << "the cancellation was lost";
 }
 
 TEST_F(PosixOs, LeavesTheSizeAloneForWhatIsNoBlockDevice) {
