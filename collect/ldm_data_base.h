@@ -1,5 +1,5 @@
-// LDMDataBase: what a logical disk manager would tell about dynamic disks. Linux has none, so the store of
-// these records stays empty; collectors accept it and leave it alone.
+// LDMDataBase: what a logical disk manager would report about dynamic disks. Linux has no such manager, so the store
+// of these records stays empty; collectors accept it and neither read nor write it.
 #pragma once
 
 #include <map>
@@ -13,7 +13,7 @@ public:
     using Texts = std::map<std::string, std::string>;                         // name to text
 
     LDMDataBase() = default;
-    // The compiler's loops over the arrays branch once more to undo a copy that was cut short.
+    // gcov also counts the clean-up branch of the compiler's loops over the arrays, for a copy that throws.
     LDMDataBase(const LDMDataBase&) = default;  // GCOV_EXCL_BR_LINE: see above
     LDMDataBase& operator=(const LDMDataBase&) = default;
     virtual ~LDMDataBase() = default;  // GCOV_EXCL_BR_LINE: see above

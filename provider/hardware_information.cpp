@@ -1,4 +1,3 @@
-// Serving of the instance classes.
 #include "provider/hardware_information.h"
 
 #include <utility>
@@ -29,7 +28,7 @@ HardwareInformation::HardwareInformation(boost::shared_ptr<ICIMNamespace> nameSp
 
 HardwareInformation::FuncPtrList HardwareInformation::getFuncPtrList() {
     return {
-        // GCOV_EXCL_START: of a row the compiler counts only what undoes it when a later one cannot be made
+        // GCOV_EXCL_START: gcov counts only each row's clean-up code, which runs when a later row throws
         {kLogicalDisk, &HardwareInformation::enumLogicalDiskInformation},
         {kDynamicExtent, &HardwareInformation::enumDynamicExtentInformation},
         {kDiskPartition, &HardwareInformation::enumPartitionInformation},
@@ -49,7 +48,7 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
     className = nameOf(*cls);
     const auto row = funcPtrList.find(className);
     if (row == funcPtrList.end()) return false;
-    // Intended: no blank after the class name. Held by
+    // Intended: no blank between class name and message. Held by
     // HardwareInformation.TheExceptionLineRunsTheClassNameIntoTheMessage.
     const auto logFailure = [this](const char* what) {
         tellOrLose(
@@ -64,7 +63,7 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
         logFailure(failure.what());
     } catch (const std::exception& failure) {
         logFailure(failure.what());
-    }  // anything else is not ours to judge and goes on to the host
+    }  // any other exception passes on to the host
     return false;
 }
 

@@ -3,13 +3,13 @@
 
 namespace {
 
-// 101 is the earliest priority open to programs; static constants come after every prioritised constructor.
+// 101 is the earliest priority that programs may use; static constants are set up after all prioritised constructors.
 __attribute__((constructor(101))) void registerPlugin() {
-    // A host without a plug-in manager never learns of the object, which then stays for good.
-    // The host's from here on; freed through PrepareForUnload. GCOV_EXCL_BR_START: a refused registration takes the
-    // process down before it writes its counters.
+    // Without a plug-in manager the object is never registered and never freed.
+    // Owned by the host from here on; freed through PrepareForUnload. GCOV_EXCL_BR_START: a registration that throws
+    // ends the process before it writes its counters.
     new diskmgt_col::TDiskMgtCallbacks;
     // GCOV_EXCL_BR_STOP
-}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): not ours any more
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): owned by the host
 
 }  // namespace
