@@ -151,8 +151,7 @@ void ReferenceHost::unloadPlugins() {
         leaving.swap(state->plugins);
     }
     for (const Registration& registered : state->manager->takeUnloaded()) LoadedPlugin::release(*registered->entry);
-    while (!leaving.empty())
-        leaving.pop_back();  // the last loaded first; one that is serving is freed when its request ends
+    while (!leaving.empty()) leaving.pop_back();  // last loaded first; one that serves is freed after its request
 }
 
 std::vector<PluginIdentity> ReferenceHost::plugins() const {

@@ -57,9 +57,8 @@ private:
     const DeclaredClass& declared;
     boost::shared_ptr<const Schema> schema;
     boost::weak_ptr<InstanceStore> store;
-    std::vector<PropertyObject> propertyObjects;  // never resized: plug-ins hold pointers into it
-    mutable std::atomic<std::size_t> lastFound{
-        0};  // position; plug-ins often assign to the property they just looked up
+    std::vector<PropertyObject> propertyObjects;    // never resized: plug-ins hold pointers into it
+    mutable std::atomic<std::size_t> lastFound{0};  // position; plug-ins look a property up, then assign to it
 
     mutable std::mutex mutex;  // guards the members that follow
     std::vector<ValuePointer> slots;

@@ -67,8 +67,7 @@ pid_t start(const std::string& program, const std::vector<std::string>& argument
                                    POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
     std::vector<char*> words;
-    words.push_back(
-        const_cast<char*>(program.c_str()));  // posix_spawnp takes char* for historical reasons and changes nothing
+    words.push_back(const_cast<char*>(program.c_str()));  // posix_spawnp takes char* but changes nothing
     for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     pid_t child = 0;
