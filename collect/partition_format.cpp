@@ -103,7 +103,7 @@ std::optional<GptEntry> gptEntryAt(const ByteView& entries, std::size_t offset) 
 unsigned long gptTypeNumber(const GUID_t& type) {
     const GuidHalves halves = halvesOf(type);
     // Intended: checked before the table, without the second half. Held by
-    // PartTypeNumParser.AZeroFirstHalfIsType19WhateverFollows.
+    // PartTypeNumParser.AZeroFirstHalfIsType19WithAnySecondHalf.
     if (halves.first == 0) return kZeroHalfType;
     for (const GptType& known : kGptTypes) {
         const GuidHalves other = halvesOf(known.type);

@@ -25,7 +25,7 @@ static_assert(std::is_convertible_v<Gathering*, std::unary_function<InstancePoin
 #pragma GCC diagnostic pop
 static_assert(std::is_constructible_v<Gathering, std::vector<InstancePointer>&>);
 
-TEST(HostTypes, GatheringAppendsInOrderAndAlwaysGoesOn) {
+TEST(HostTypes, GatheringAppendsInOrderAndAlwaysContinues) {
     std::vector<InstancePointer> gathered(1);
     const Gathering gathering(gathered);
     EXPECT_TRUE(gathering(nullptr));

@@ -238,7 +238,7 @@ TEST_F(Pairs, AStandardExceptionOnTheSecondKeepsTheFirstAndNeverBuildsTheThird) 
     expectOnlyTheClassLines();
 }
 
-TEST_F(Pairs, AStandardExceptionWhileAFailureIsLoggedEndsTheClassInSilence) {
+TEST_F(Pairs, AStandardExceptionWhileAFailureIsLoggedEndsTheClassSilently) {
     loaded.host.refuse([](const Call& call) {
         if (call.operation == "CommitToClass") return Refusal::kTalException;
         return isLineThatBegins(call, "Attempted creation") ? Refusal::kStandardException : Refusal::kNone;
@@ -269,7 +269,7 @@ TEST(RequestRefusal, ANullNamespaceCostsOnlyTheAssociations) {
     EXPECT_EQ(loaded.host.log(), (Log{{3, "PartitionPresent associations..."}, kExtentLine[0]}));
 }
 
-TEST(RequestRefusal, AnUnknownSystemEndsTheRequestBeforeAnyClassIsAsked) {
+TEST(RequestRefusal, AnUnknownSystemEndsTheRequestBeforeAnyClassIsQueried) {
     Services services;
     services.knowsItsSystem = false;
     Loaded loaded(services);

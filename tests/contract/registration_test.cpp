@@ -40,7 +40,7 @@ TEST(Registration, TheLibrariesOfThisHostServeThePluginAndNoOthers) {
     EXPECT_EQ(mappedLibraries("/libdiskmgt.pi.so"), just(DISKMGT_PLUGIN_FILE));
 }
 
-TEST(Registration, LoadingRegistersOneEntryObjectAndAsksNothingElse) {
+TEST(Registration, LoadingRegistersOneEntryObjectAndMakesNoOtherCall) {
     int registrations = 0;
     Services services;
     services.onRegistration = [&](NVEXTAL20::IPluginCallbacks&) { ++registrations; };
@@ -75,7 +75,7 @@ TEST(Registration, InitAndDeInitDoNothing) {
     expectIsTheDiskCollector(identityOf(loaded.plugin.entry()));
 }
 
-TEST(Registration, AMissingManagerLeavesALoadedLibraryThatAsksNothing) {
+TEST(Registration, WithoutAManagerTheLoadedLibraryMakesNoCall) {
     Services services;
     services.pluginManager = PluginManager::kNone;
     const Loaded loaded(services);
@@ -83,7 +83,7 @@ TEST(Registration, AMissingManagerLeavesALoadedLibraryThatAsksNothing) {
     EXPECT_TRUE(loaded.host.calls().empty());
 }
 
-TEST(Registration, AForeignManagerLeavesALoadedLibraryThatAsksNothing) {
+TEST(Registration, WithAForeignManagerTheLoadedLibraryMakesNoCall) {
     Services services;
     services.pluginManager = PluginManager::kForeign;
     const Loaded loaded(services);
@@ -114,7 +114,7 @@ TEST(Registration, AnExceptionOfTheHostLeavesTheLoad) {
     EXPECT_EXIT(loadAndTellWhatLeaves(services), ::testing::ExitedWithCode(7), "TTALException: not today");
 }
 
-TEST(Registration, AStandardExceptionLeavesTheLoadToo) {
+TEST(Registration, AStandardExceptionPassesOutOfTheLoadToo) {
     Services services;
     services.onRegistration = [](NVEXTAL20::IPluginCallbacks&) { throw std::runtime_error("nor tomorrow"); };
     EXPECT_EXIT(loadAndTellWhatLeaves(services), ::testing::ExitedWithCode(7), "std::exception: nor tomorrow");

@@ -17,7 +17,7 @@ Instances requestAnew(Loaded& loaded, const std::string& className) {
     return loaded.nameSpace->instances(className);
 }
 
-TEST(RunningMachine, DrivesAreTheListedDevicesThatTellTheirSize) {
+TEST(RunningMachine, DrivesAreTheListedDevicesWithAReadableSize) {
     const LoopDisk disk;  // containers often have disks that do not open
     Loaded loaded;
     Instances published;

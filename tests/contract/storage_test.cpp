@@ -69,7 +69,7 @@ TEST_F(Storage, TheEntryObjectLivesUntilTheHostGivesItBack) {
     expectFreedOnce();
 }
 
-TEST_F(Storage, PrepareForUnloadStandsInSlot6) {
+TEST_F(Storage, PrepareForUnloadIsInSlot6) {
     callSlot(loaded.plugin.entry(), 6, static_cast<void (IPluginCallbacks::*)()>(nullptr));
     expectFreedOnce();
 }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kPluginName = "/libdiskmgt.pi.so";
 
-TEST(Unload, NothingIsAskedOfTheHostFromThenOn) {
+TEST(Unload, NoHostCallFollows) {
     Loaded loaded;
     loaded.request(servedClasses());
     loaded.host.clearRecords();

@@ -155,7 +155,7 @@ TEST_F(AllocationFault, OnceCostsOneClassOrTheRequest) {
     EXPECT_GT(requestsEnded, 0);
 }
 
-TEST_F(AllocationFault, FromThenOnTakesNothingThatWasPublishedBefore) {
+TEST_F(AllocationFault, FromThenOnKeepsWhatWasPublishedBefore) {
     const int allocations = countOf(Kind::operatorNew);
     for (int number = 1; number <= allocations && !HasFailure(); ++number) {
         SCOPED_TRACE("from allocation " + std::to_string(number) + " of " + std::to_string(allocations) + " on");

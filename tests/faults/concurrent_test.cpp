@@ -60,7 +60,7 @@ protected:
     Outcome clean;
 };
 
-TEST_F(Concurrent, RequestsForEverythingTellTheSameAndTheLatestIsWhatStays) {
+TEST_F(Concurrent, FullRequestsAgreeAndTheLatestOneStays) {
     std::atomic<int> wrong{0};
     onAllThreads([&](int) {
         const refhost::RequestResult result = request.host.request(allClasses());

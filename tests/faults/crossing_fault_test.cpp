@@ -52,7 +52,7 @@ TEST_F(Crossing, ARequestWithoutOneServesTheWholeServer) {
 
 class CrossingFault : public Crossing, public ::testing::WithParamInterface<std::tuple<FaultKind, bool>> {};
 
-TEST_P(CrossingFault, CostsWhatItsStageSaysAndNothingElse) {
+TEST_P(CrossingFault, CostsExactlyWhatItsStageSays) {
     const CrossingModel model = traced();
     const auto [kind, fromThenOn] = GetParam();
     for (std::size_t crossing = 1; crossing <= model.crossings() && !HasFailure(); ++crossing) {

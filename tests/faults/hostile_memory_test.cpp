@@ -162,7 +162,7 @@ TEST(HostileMachine, AGptAtItsBudgetIsPublishedWithinTheBound) {
     EXPECT_EQ(outcome.of("VEXSG_DiskPartition").back().at("DeviceID"), "/dev/sda773");
 }
 
-TEST(HostileMachine, ServesEverythingElseBesideOneHostileDiskOfEachKind) {
+TEST(HostileMachine, ServesTheRestBesideOneHostileDiskOfEachKind) {
     FakeOs machine;
     diskmgt_test::describeServer(machine);
     machine.keepNoTexts();

@@ -42,7 +42,7 @@ Searched search(const std::vector<std::string>& keys, const std::vector<std::str
     return {peak.bytes(), found};
 }
 
-TEST(HostilePairingMemory, KeysLongerThanEveryTextTakeNone) {
+TEST(HostilePairingMemory, KeysLongerThanEveryTextTakeNoMemory) {
     const auto pages = search(numbered(4000, 4000), numbered(10000, 12));
     EXPECT_LT(pages.peakBytes, kMiB);
     EXPECT_EQ(pages.found, std::vector<std::size_t>(10000, kNone));
@@ -60,11 +60,11 @@ TEST(HostilePairingMemory, OneLongTextDoesNotMakeRoomForEveryKey) {
     EXPECT_EQ(searched.found.back(), 77777U);
 }
 
-TEST(HostilePairingMemory, WithoutTextsNothingIsMadeButTheListOfKeys) {
+TEST(HostilePairingMemory, WithoutTextsOnlyTheListOfKeysIsMade) {
     EXPECT_LT(search(numbered(4000, 4000), {}).peakBytes, kMiB);
 }
 
-TEST(HostilePairingMemory, LongTextsTakeNoMoreThanTwiceTheirOwn) {
+TEST(HostilePairingMemory, LongTextsTakeAtMostTwiceTheirSize) {
     const auto texts = numbered(4000, 4000);
     const auto drives = search(numbered(1000, 12), texts);
     EXPECT_LT(drives.peakBytes, kMiB);

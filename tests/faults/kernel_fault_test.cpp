@@ -85,7 +85,7 @@ TEST_F(KernelFault, OnceCostsWhatTheCallWasFor) {
     }
 }
 
-TEST_F(KernelFault, FromThenOnTakesNothingThatWasFoundBefore) {
+TEST_F(KernelFault, FromThenOnKeepsWhatWasFoundBefore) {
     const KernelModel model = modelOfACleanRequest();
     for (int number = 1; number <= model.calls() && !HasFailure(); ++number) {
         for (const int error : {errorsOf(model.at(number).name).front(), EMFILE}) {
@@ -107,7 +107,7 @@ std::vector<std::size_t> harmlessLengths(const KernelModel::Call& call) {
     return {5 * 128, 5 * 128 - 1, 16383};  // the fifth entry is the last used one
 }
 
-TEST_F(KernelFault, AReadThatComesShortChangesNothingWhenItHoldsWhatCounts) {
+TEST_F(KernelFault, AShortReadThatHoldsTheNeededBytesChangesNothing) {
     const KernelModel model = modelOfACleanRequest();
     for (int number = 1; number <= model.calls() && !HasFailure(); ++number) {
         if (model.at(number).name != "read") continue;

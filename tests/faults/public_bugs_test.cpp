@@ -65,7 +65,7 @@ TEST(PublicBug, Cve2021_0308_MoreLogicalPartitionsThanAnyArrayHasPlaces) {
 
 // A header whose entries are not of the reader's size, or are more than the reader's array holds, made a reader write
 // past it.
-TEST(PublicBug, Cve2020_0256_GptEntrySizesThatAreNotTheReadersOwn) {
+TEST(PublicBug, Cve2020_0256_GptEntrySizesOtherThanTheReaders) {
     for (const std::uint64_t size : {0U, 1U, 16U, 127U, 129U, 256U, 4096U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         SCOPED_TRACE("entries of " + std::to_string(size) + " bytes");
         const auto image =

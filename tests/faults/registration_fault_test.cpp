@@ -35,7 +35,7 @@ protected:
     refhost::ReferenceHost host{diskmgt_test::quietHost()};
 };
 
-TEST_P(RegistrationFault, AnExceptionLeavesTheConstructorAndNothingBehind) {
+TEST_P(RegistrationFault, AnExceptionPassesOutOfTheConstructorWithoutALeak) {
     plan(FaultKind::kTalException);
     EXPECT_THROW(new TDiskMgtCallbacks, NVEXTAL20::TTALException);
     expectThatALaterOneServes();

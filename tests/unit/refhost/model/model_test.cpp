@@ -67,7 +67,7 @@ TEST_F(Model, NewInstanceIsEmptyAndNotYetThere) {
               "");
 }
 
-TEST_F(Model, PropertyTellsItsDeclaration) {
+TEST_F(Model, PropertyShowsItsDeclaration) {
     EXPECT_EQ(setup.failureOf([](const Namespace& ns) {
         TCIMOptions options;
         const auto disk = newInstance(ns, "VEXSG_LogicalDisk");
