@@ -11,7 +11,7 @@ using NVEXTAL20::ICIMNamespace;
 using NVEXTAL20::IPluginBasicQueryCallbacks;
 using NVEXTAL20::IPluginCallbacks;
 
-// The signatures of the operations; which slot is called is the tests' choice.
+// The signatures of the operations; the tests choose the slot.
 using Number = unsigned int (IPluginCallbacks::*)();
 using Text = std::string (IPluginCallbacks::*)();
 using Action = void (IPluginCallbacks::*)();

@@ -1,4 +1,4 @@
-// What happens while the library loads, and what it says of itself.
+// Loading the library, and its identity.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -91,7 +91,7 @@ TEST(Registration, WithAForeignManagerTheLoadedLibraryMakesNoCall) {
     EXPECT_TRUE(loaded.host.calls().empty());
 }
 
-/// In a process of its own: the dynamic loader is left in the middle of a load.
+/// In a separate process: the load leaves the dynamic loader in an unfinished state.
 [[noreturn]] void loadAndTellWhatLeaves(Services services) {
     constexpr int kLeft = 7;
     constexpr int kLoaded = 8;

@@ -38,7 +38,7 @@ Lines afterOpening(const Lines& rest) {
 
 TEST(Request, AllSeventeenClassesLogTheirLinesInOrder) {
     Loaded loaded;
-    (void)whileStill(listedDevices, [&] {  // a disk that vanishes meanwhile has a line of its own
+    (void)whileStill(listedDevices, [&] {  // a disk that vanishes during the request adds a line
         loaded.host.clearRecords();
         loaded.request(servedClasses());
     });

@@ -1,4 +1,4 @@
-// What happens when the host gives the plug-in up.
+// Unloading the plug-in.
 #include <gtest/gtest.h>
 
 #include <optional>
