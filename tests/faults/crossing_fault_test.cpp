@@ -45,9 +45,9 @@ TEST_F(Crossing, ARequestWithoutOneServesTheWholeServer) {
     EXPECT_EQ(clean.of("VEXSG_PartitionPresent").size(), 9U);
     EXPECT_EQ(clean.of("VEXSG_MediaPresent").size(), 3U);
     EXPECT_EQ(clean.of("VEXSG_LogicalDiskBasedOnPartition").size(), 2U);
-    EXPECT_EQ(clean.of("VEXSG_LogicalDisk")[0].at("TotalSpace"), "20480");  // of its source, /data being out of reach
+    EXPECT_EQ(clean.of("VEXSG_LogicalDisk")[0].at("TotalSpace"), "20480");  // of its source: /data cannot be measured
     EXPECT_EQ(clean.log.size(), 18U);     // one for each class, one for the virtual disk
-    expectOutcome(clean, model.clean());  // the model knows what it talks about
+    expectOutcome(clean, model.clean());  // the model is right without a failure
 }
 
 class CrossingFault : public Crossing, public ::testing::WithParamInterface<std::tuple<FaultKind, bool>> {};
