@@ -1,4 +1,4 @@
-"""The document: tables of medians and ratios, with the machine that they were taken on."""
+"""The document: tables of medians and ratios, with the machine on which they were measured."""
 
 import datetime
 import json

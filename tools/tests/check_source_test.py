@@ -1,4 +1,4 @@
-"""Every rule of check_source can fail, and what only looks like a breach passes."""
+"""Every rule of check_source can fail, and text that only resembles a breach passes."""
 
 import contextlib
 import io
