@@ -115,7 +115,7 @@ PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::stri
 void addGptPairs(PropertyMap& map, const GptEntry& entry, const std::string& name) {
     map.emplace(kPartitionType, partTypeNumParser(entry.type));
     map.emplace(kSize, dataToString<unsigned long>(entry.sizeBytes()));
-    // Intended: the attribute flags are ignored. Held by PartitionTableParser.EveryGptPartitionIsBootable.
+    // Intended: whatever the attribute flags say. Held by PartitionTableParser.EveryGptPartitionIsBootable.
     map.emplace(kBootable, "true");
     map.emplace(kDeviceId, name);
     map.emplace(kElementName, name);
