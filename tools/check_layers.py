@@ -97,7 +97,7 @@ def check_include(source, included, quoted, rows, exists):
     if ANYTHING in rows[origin] and exists(str(Path(source).parent / included)):
         return None
     if target is None or not exists(included):
-        return f'"{included}" is no header of the project, written from the root of the tree'
+        return f'"{included}" is not a header of the project with its path from the root'
     narrow = NARROW.get(str(Path(source).with_suffix("")))
     if narrow is not None:
         return None if included in narrow else f"may include no project header but {', '.join(sorted(narrow))}"

@@ -102,7 +102,7 @@ def check_layout(path, text):
         if LEFTOVERS.search(line):
             yield number, "unfinished work is written down elsewhere"
         if MACHINE_PATH.search(line):
-            yield number, "a path of somebody's machine"
+            yield number, "a path of one machine"
         if CITATION.search(line):
             yield number, "state the fact itself, not where it was written down"
     if text and not text.endswith("\n"):
