@@ -1,4 +1,4 @@
-// ByteView: reads little-endian fields out of bytes somebody else owns, and cannot overrun them.
+// ByteView: reads little-endian fields from bytes that it does not own, and never past their end.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ public:
         return offset <= length && count <= length - offset;  // a sum could wrap; a difference cannot
     }
 
-    /// Copies `sizeof(T)` bytes as they lie; nothing when they reach past the end.
+    /// Copies `sizeof(T)` bytes unchanged; nothing when they reach past the end.
     template <typename T>
     std::optional<T> record(std::size_t offset) const noexcept {
         if (!holds(offset, sizeof(T))) return std::nullopt;

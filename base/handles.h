@@ -1,4 +1,4 @@
-// Owners of what the kernel hands out: no close stands anywhere else, so no early way out can leak.
+// Owners of descriptors, directories and mount tables. Only these close them, so no early return leaks.
 #pragma once
 
 #include <fcntl.h>
@@ -26,11 +26,11 @@ private:
     int fd;
 };
 
-/// Opens a device for reading. The open carries O_RDONLY alone; the descriptor is kept from the host's child
-/// processes right after. Check `valid()`.
+/// Opens a device for reading, with O_RDONLY alone. Right after, the descriptor becomes close-on-exec, so the host's
+/// child processes do not inherit it. Check `valid()`.
 inline UniqueFd openDevice(const std::string& path) {
     UniqueFd device(os::openFile(path, O_RDONLY));
-    if (device.valid()) (void)os::setCloseOnExec(device.get());  // a refusal costs only this protection
+    if (device.valid()) (void)os::setCloseOnExec(device.get());  // a failure costs only this protection
     return device;
 }
 

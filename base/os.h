@@ -1,5 +1,5 @@
-// Every question put to the kernel, one function each. The answer and errno are exactly the system call's;
-// no policy lives here. Tests link another implementation of this header.
+// Every system call of the plug-in, one function each. Result and errno are exactly the call's; decisions are made
+// elsewhere. Tests link another implementation of this header.
 #pragma once
 
 #include <dirent.h>
@@ -27,7 +27,7 @@ ssize_t readSome(int fd, void* buffer, std::size_t size);
 int blockDeviceSize(int fd, std::uint64_t& bytes);
 /// access(2) with F_OK; 0 when the path exists.
 int checkAccess(const std::string& path);
-/// readlink(2); the number of bytes put into the buffer, which are not terminated, or negative.
+/// readlink(2); the number of bytes put into the buffer, without a terminating zero, or negative.
 ssize_t readLink(const std::string& path, char* buffer, std::size_t size);
 /// statfs(2); 0, or negative.
 int fileSystemStatistics(const char* path, struct statfs& statistics);
@@ -37,7 +37,7 @@ DIR* openDirectory(const std::string& path);
 /// The next entry's name, "." and ".." included, valid until the next call; null at the end.
 const char* nextEntryName(DIR* directory);
 int closeDirectory(DIR* directory);
-/// openat(2) from an open directory on, with these flags and no others; the descriptor, or negative.
+/// openat(2) relative to an open directory, with these flags and no others; the descriptor, or negative.
 int openBelow(DIR* directory, const std::string& path, int flags);
 
 /// setmntent(3); null on failure.

@@ -1,4 +1,4 @@
-// The questions of os.h, put to the running kernel.
+// os.h on the running kernel.
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <pthread.h>
@@ -60,6 +60,6 @@ bool nextMountEntry(std::FILE* table, mntent& entry, char* buffer, int bufferSiz
     return ::getmntent_r(table, &entry, buffer, bufferSize) != nullptr;
 }
 
-void closeMountTable(std::FILE* table) { (void)::endmntent(table); }  // always answers 1
+void closeMountTable(std::FILE* table) { (void)::endmntent(table); }  // always returns 1
 
 }  // namespace diskmgt_col::os

@@ -1,4 +1,4 @@
-// PropertyMap: one described object, on its way to becoming a CIM instance.
+// PropertyMap: the properties of one object, from which a CIM instance is made.
 #pragma once
 
 #include <map>

@@ -1,4 +1,3 @@
-// Values to text and text to pieces.
 #include "base/text.h"
 
 namespace diskmgt_col {

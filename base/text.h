@@ -1,4 +1,4 @@
-// The one way values become text, and the one way text is split.
+// The only conversion of values to text, and the only splitting of text.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace diskmgt_col {
 
-/// Plain decimal for integers (no padding, no grouping, whatever the process's locale), the one character for a
+/// Plain decimal for integers (no padding, no grouping, in any locale of the process), the one character for a
 /// char, the text itself for a C string; a null C string gives the empty text.
 /// Defined for const char*, char*, unsigned long, unsigned int, char and int.
 template <typename T>

@@ -1,4 +1,3 @@
-// The counting operators new and their operators delete.
 #include "bench/allocations.h"
 
 #include <malloc.h>
@@ -20,7 +19,7 @@ void* counted(std::size_t size) {
     if (block == nullptr) throw std::bad_alloc();
     const auto bytes = static_cast<std::int64_t>(malloc_usable_size(block));
     const std::int64_t held = bytesHeld.fetch_add(bytes, std::memory_order_relaxed) + bytes;
-    // Two threads at their peaks may lose the lower one's; measuring is done on one.
+    // With two threads a peak may be lost; measuring uses one.
     mostBytesHeld.store(std::max(held, mostBytesHeld.load(std::memory_order_relaxed)), std::memory_order_relaxed);
     return block;
 }

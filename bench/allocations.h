@@ -5,10 +5,10 @@
 
 namespace diskmgt_bench {
 
-/// Calls of operator new since the process began, those of the shared libraries included.
+/// Calls of operator new since the process began, including those of shared libraries.
 std::uint64_t allocationCount();
 
-/// The most bytes that operator new has handed out and not got back, above those at its construction. One at a time.
+/// The peak of bytes allocated by operator new and not yet freed, above those at its construction. One at a time.
 class PeakBytes {
 public:
     PeakBytes();

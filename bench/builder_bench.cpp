@@ -1,4 +1,4 @@
-// What turning texts into published instances costs: the result builder on the reference host.
+// Cost of the result builder on the reference host: texts become published instances.
 #include <benchmark/benchmark.h>
 
 #include "bench/allocations.h"
@@ -14,7 +14,7 @@ using diskmgt_col::PropertyMap;
 constexpr const char* kPartition = "VEXSG_DiskPartition";
 constexpr std::size_t kInstancesOfAPlainMap = 1000;
 
-/// The maps of a disk as the provider hands them over.
+/// The maps of a disk as the provider passes them.
 std::vector<PropertyMap> stampedMaps(const diskmgt_test::DiskImage& disk) {
     diskmgt_test::FakeOs machine;
     machine.device("/dev/sda", disk);

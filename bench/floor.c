@@ -1,6 +1,6 @@
-/* The system calls that a request for drives, partitions and logical disks implies, and nothing else: the measure that
- * the plug-in's own work is held against. `floor` makes them once; `floor N` makes them N times and prints the
- * processor nanoseconds of each. Keeps what it must to decide the next call and drops the rest. */
+/* Only the system calls that a request for drives, partitions and logical disks needs: the base that the plug-in's work
+ * is compared with. `floor` makes them once; `floor N` makes them N times and prints the processor nanoseconds of each.
+ * Keeps only what decides the next call. */
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// What a host pays before its first request: making the reference host, loading and unloading the shipped plug-in.
+// Cost before the first request: making the reference host, loading and unloading the shipped plug-in.
 #include <benchmark/benchmark.h>
 
 #include "bench/allocations.h"

@@ -1,4 +1,3 @@
-// Making of the described machines.
 #include "bench/machines.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Described machines of the sizes that are measured, and disks of each layout.
+// Described machines of the measured sizes, and disks of each layout.
 #pragma once
 
 #include <cstddef>

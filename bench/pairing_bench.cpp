@@ -1,4 +1,4 @@
-// What pairing costs: the search alone beside the plain one, and the associations over published instances.
+// Cost of pairing: the search compared with a plain one, and the associations over published instances.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -61,7 +61,7 @@ void quickSearch(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// That many different texts of that length, in byte order, that share their first bytes and no more.
+/// The given number of different texts of that length, in byte order, that share only their first bytes.
 std::vector<std::string> longNames(std::size_t count, std::size_t length) {
     std::vector<std::string> names;
     for (std::size_t i = 0; i < count; ++i) {
@@ -84,7 +84,7 @@ void longKeys(benchmark::State& state, std::size_t longestName) {
 /// Drives against such sources.
 void longTexts(benchmark::State& state) { searchEach(state, sorted(driveNames(1000)), longNames(4000, 4000)); }
 
-/// Sources against each other: no key can be left out, and each fits a text but for its last byte.
+/// Sources against each other: every key is needed, and each matches a text except for the last byte.
 void longKeysInLongTexts(benchmark::State& state) {
     const std::vector<std::string> texts = longNames(4000, 4000);
     std::vector<std::string> keys = texts;
@@ -92,7 +92,7 @@ void longKeysInLongTexts(benchmark::State& state) {
     searchEach(state, keys, texts);
 }
 
-/// Targets of links, which come one at a time; the longest that are read.
+/// Targets of links, one at a time, of the maximum length.
 void linkTargets(benchmark::State& state) {
     std::vector<std::string> keys;
     for (std::size_t i = 0; i < 10000; ++i) keys.push_back(std::string(200, 'a') + std::to_string(10000 + i));

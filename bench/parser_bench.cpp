@@ -1,4 +1,4 @@
-// What reading one disk's tables costs, by layout.
+// Cost of reading one disk's tables, by layout.
 #include <benchmark/benchmark.h>
 
 #include "bench/allocations.h"

@@ -1,5 +1,5 @@
-// What a request costs in process: plug-in, reference host and a described machine. The described machine's own
-// answers are in the times; they cost about as much as the kernel's.
+// Cost of a request in process: plug-in, reference host and a described machine. The times include the described
+// machine's calls, which cost about as much as the kernel's.
 #include <benchmark/benchmark.h>
 
 #include "bench/allocations.h"
@@ -18,7 +18,7 @@ const MachineSize kEveryCandidate = {280, 15, 600, Layout::mbr};
 const MachineSize kEveryCandidateGpt = {280, 15, 600, Layout::gpt};
 const MachineSize kFullGptDisk = {1, 128, 14, Layout::gpt};
 
-/// The instances must be there before an association class is asked for on its own.
+/// An association class requested alone needs published instances.
 void request(benchmark::State& state, const MachineSize& size, const std::vector<std::string>& classes) {
     diskmgt_test::FakeOs machine;
     describe(machine, size);

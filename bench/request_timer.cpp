@@ -12,10 +12,10 @@ namespace {
 
 using Nanoseconds = long long;
 
-/// Processor time of this process: what else runs on the machine shows little in it.
+/// Processor time of this process, which other processes hardly affect.
 Nanoseconds processorTime() {
     timespec now{};
-    (void)::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);  // cannot fail for the own process
+    (void)::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);  // cannot fail for this process
     return Nanoseconds{now.tv_sec} * 1000000000 + now.tv_nsec;
 }
 
@@ -31,7 +31,7 @@ void run(const char* plugin, int repeats, const std::vector<std::string>& classe
         const refhost::RequestResult result = host.request(classes);
         printSince(begin);
         if (result.failure) throw std::runtime_error(*result.failure);
-        host.clear();  // dropping the instances is not the request's cost
+        host.clear();  // dropping the instances does not count
     }
 }
 

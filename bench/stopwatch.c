@@ -1,6 +1,6 @@
 /* diskmgt_stopwatch COMMAND...: runs it with its standard streams on /dev/null and prints wall-clock nanoseconds, user
- * and system microseconds, greatest resident KiB and wait status. Static and small: what a process may be charged for
- * the memory of the one that started it is then less than any command needs. */
+ * and system microseconds, greatest resident KiB and wait status. Static and small, because the kernel
+ * may charge a process for its parent's memory: this is less than any command needs. */
 #define _GNU_SOURCE
 #include <fcntl.h>
 #include <stdio.h>

@@ -1,7 +1,7 @@
 # diskmgt_flags: warnings, hardening and instrumentation, the same for every target of the project.
 #
-# A target with DISKMGT_TEST_CODE set is compiled without optimisation: the frameworks' templates cost most of a build,
-# and the product under test keeps its own flags.
+# A target with DISKMGT_TEST_CODE set is compiled without optimisation, because the frameworks' templates take most of
+# the build time. The product under test keeps its flags.
 define_property(TARGET PROPERTY DISKMGT_TEST_CODE INITIALIZE_FROM_VARIABLE DISKMGT_TEST_CODE)
 set(is_test_code $<BOOL:$<TARGET_PROPERTY:DISKMGT_TEST_CODE>>)
 set(is_product_code $<NOT:${is_test_code}>)
@@ -9,7 +9,7 @@ set(is_product_code $<NOT:${is_test_code}>)
 add_library(diskmgt_flags INTERFACE)
 target_compile_options(diskmgt_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror -fstack-protector-strong)
-# Unique symbols would keep a plug-in mapped after dlclose, and it could not be loaded a second time in the process.
+# Unique symbols would keep a plug-in mapped after dlclose, so the process could not load it a second time.
 target_compile_options(diskmgt_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_link_options(diskmgt_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
 
@@ -22,9 +22,8 @@ endif()
 check_cxx_compiler_flag(-fcf-protection=full HAS_CONTROL_FLOW_PROTECTION)  # x86 only
 if(HAS_CONTROL_FLOW_PROTECTION)
   target_compile_options(diskmgt_flags INTERFACE $<${is_product_code}:-fcf-protection=full>)
-  # For a shared library. Debian's start-up files are without the note, so the linker leaves it out. What they lack is a
-  # landing mark on `_init` and `_fini`; a library in which the loader calls neither needs none, and ours does all in
-  # arrays of constructors and destructors.
+  # For a shared library. Debian's start-up files lack the note, so the linker omits it. They lack it because `_init` and
+  # `_fini` have no landing mark. Our libraries do not need these two: their constructors and destructors are in arrays.
   set(DISKMGT_CONTROL_FLOW_NOTE -Wl,-z,ibt,-z,shstk -Wl,-init=none_is_called -Wl,-fini=none_is_called)
 endif()
 
@@ -33,8 +32,8 @@ if(DISKMGT_SANITIZE)
       -fsanitize=${DISKMGT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
   target_link_options(diskmgt_flags INTERFACE -fsanitize=${DISKMGT_SANITIZE})
 else()
-  # glibc's checked copies need an optimising build; sanitizers check more and do not mix with them. Level 3 checks
-  # buffers too whose size is only known at run time.
+  # glibc's checked copies need an optimised build; sanitizers check more and cannot be combined with them. Level 3 also
+  # checks buffers whose size is known only at run time.
   set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
   check_cxx_source_compiles("
       #include <features.h>

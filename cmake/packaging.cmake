@@ -1,17 +1,17 @@
 # What is installed beside the programs, and the Debian package: `tools/dev package`.
 #
-# Everything lies relative to the prefix, so that /usr/local and /usr work alike.
+# All paths are relative to the prefix, so that /usr/local and /usr both work.
 install(DIRECTORY share/man/ DESTINATION share/man)
 install(FILES share/completions/diskmgt.bash DESTINATION share/bash-completion/completions RENAME diskmgt)
 install(FILES share/completions/diskmgt.zsh DESTINATION share/zsh/site-functions RENAME _diskmgt)
 file(GLOB units CONFIGURE_DEPENDS share/systemd/*.service share/systemd/*.timer)
-install(FILES ${units} DESTINATION lib/systemd/system)  # none is enabled
+install(FILES ${units} DESTINATION lib/systemd/system)  # installed, not enabled
 install(FILES share/inventory.schema.json DESTINATION share/diskmgt)
 install(FILES share/ansible/disks.yml DESTINATION share/diskmgt/ansible)
 install(PROGRAMS share/facts/disks.fact DESTINATION share/diskmgt/facts)
 file(GLOB documents CONFIGURE_DEPENDS docs/*.md)
 install(FILES README.md DESTINATION share/doc/diskmgt)
-install(FILES ${documents} DESTINATION share/doc/diskmgt/docs)  # beside it, as its links have it
+install(FILES ${documents} DESTINATION share/doc/diskmgt/docs)  # next to it, where its links point
 
 set(DISKMGT_MAINTAINER "The diskmgt maintainers <maintainers@diskmgt.example>" CACHE STRING "Maintainer of the package")
 set(CPACK_GENERATOR DEB)
@@ -40,7 +40,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/${DISKMGT_
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost-dev (>= 1.59)")  # for the headers
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Copyright, changelog and compressed pages: what Debian asks of a package and nobody else needs.
+# Copyright, changelog and compressed pages, which only Debian requires.
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/complete_tree.cmake)
 set(CPACK_DISKMGT_DEBIAN_DIR ${PROJECT_SOURCE_DIR}/cmake/debian)
 set(CPACK_DISKMGT_CHANGES ${PROJECT_SOURCE_DIR}/CHANGELOG.md)

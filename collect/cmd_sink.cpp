@@ -1,4 +1,3 @@
-// Capturing of lines.
 #include "collect/cmd_sink.h"
 
 #include <boost/regex.hpp>

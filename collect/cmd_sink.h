@@ -33,9 +33,10 @@ public:
     /// Adds the lines of a text; the number of lines captured so far. Text after the last line end is dropped.
     int getContents(std::string& text);
 
-    /// The line of that index, to which the position moves; an empty text and no move when there is none.
+    /// The line at that index, and moves the position there. An index out of range gives an empty text and moves
+    /// nothing.
     std::string readLine(int index);
-    /// The line at the position, which then grows by one, past the end too.
+    /// The line at the position; then moves one line on, past the end too.
     std::string readLine();
     /// Whether there is a line at the position.
     bool isGood();
@@ -51,7 +52,7 @@ public:
 
 private:
     std::int32_t position = 0;
-    std::int32_t reserved = 0;  // copied, never read otherwise
+    std::int32_t reserved = 0;  // only copied
     std::vector<std::string> lines;
     std::string source;  // the command last run
 };

@@ -1,4 +1,3 @@
-// What makes a block device a drive, and the names of the candidate disks.
 #include "collect/device_rules.h"
 
 #include <cerrno>
@@ -59,7 +58,7 @@ MeasuredDevice measureDevice(const std::string& devicePath) {
 }
 
 std::string sysfsNameOf(const std::string& devicePath) {
-    return devicePath.substr(devicePath.rfind('/') + 1);  // whole when there is no '/'
+    return devicePath.substr(devicePath.rfind('/') + 1);  // the whole path when it has no '/'
 }
 
 bool isPartitionEntry(const char* entryName, const std::string& deviceName) {

@@ -1,5 +1,5 @@
 // The decisions about block devices, one function each: which become drives, and under which names partitions are
-// looked for. The collectors act on them, and whoever explains a result asks them too.
+// looked for. The collectors act on them, and explanations ask them too.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,11 @@ namespace diskmgt_col {
 /// The kernel's list of block devices.
 constexpr const char* kBlockDirectory = "/sys/block/";
 
-/// What the name of an entry of the kernel's list decides.
+/// What the name of an entry of the kernel's list decides about it.
 enum class EntryName { kDisk, kDotEntry, kDeviceMapper };
 EntryName judgeEntryName(const char* entryName);
 
-/// What sysfs tells about a listed disk.
+/// What sysfs says about a listed disk.
 struct SysfsDisk {
     std::optional<std::string> sizeLine;  // nothing: the file is missing, unreadable or empty
     std::optional<std::string> numberLine;
@@ -33,14 +33,14 @@ struct SysfsDisk {
 /// Reads the texts "size" and "dev" of an entry of the kernel's list.
 SysfsDisk readSysfsDisk(const std::string& entryName);
 
-/// The first of the texts that contains the path; null when none does, and the device is no virtual one.
+/// The first of the texts that contains the path; null when none does: the device is not virtual.
 const std::string* virtualEntryFor(const std::string& devicePath, const std::vector<std::string>& virtualDevices);
 
-/// An opened and measured device. Without a size it is no drive, and `error` tells why.
+/// An opened and measured device. Without a size it does not count as a drive, and `error` says why.
 struct MeasuredDevice {
     UniqueFd device;
     std::optional<std::uint64_t> sizeBytes;
-    int error = 0;  // of the open when `device` is not valid, else of the question for the size
+    int error = 0;  // of the open when `device` is not valid, else of reading the size
 };
 MeasuredDevice measureDevice(const std::string& devicePath);
 

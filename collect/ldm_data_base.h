@@ -1,5 +1,5 @@
-// LDMDataBase: what a logical disk manager would tell about dynamic disks. Linux has none, so the store of
-// these records stays empty; collectors accept it and leave it alone.
+// LDMDataBase: what a logical disk manager would report about dynamic disks. Linux has no such manager, so the store
+// of these records stays empty; collectors accept it and neither read nor write it.
 #pragma once
 
 #include <map>

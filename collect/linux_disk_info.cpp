@@ -1,4 +1,3 @@
-// Measuring of block devices.
 #include "collect/linux_disk_info.h"
 
 #include <utility>
@@ -45,7 +44,7 @@ bool LinuxDiskInfo::HasPartitions(const std::string& devicePath) {
         return false;
     }
     while (const char* const entryName = os::nextEntryName(directory.get())) {
-        // The first one answers the question; how many there are is not asked.
+        // One is enough: the caller needs no count.
         if (isPartitionEntry(entryName, deviceName)) return true;
     }
     return false;

@@ -16,14 +16,14 @@ public:
     LinuxDiskInfo& operator=(const LinuxDiskInfo&) = default;
     virtual ~LinuxDiskInfo() = default;
 
-    /// One map per path that is no virtual device, opens, and tells its size; in the order given, repeats kept.
+    /// One map per path that is not a virtual device, can be opened and has a size; in the order given, repeats kept.
     std::vector<PropertyMap> enumDiskInfo(std::vector<std::string> devicePaths);
 
     /// Whether sysfs shows an entry beneath the device whose name begins with the device's. False, with a log line,
     /// when the device's sysfs directory cannot be opened.
     bool HasPartitions(const std::string& devicePath);
 
-    /// The number of partitions in the device's own tables, whatever sysfs shows.
+    /// The number of partitions in the device's own tables; sysfs is not asked.
     unsigned long getPartitionCount(const std::string& devicePath);
 
 private:

@@ -1,4 +1,3 @@
-// Reading of the mount table, measuring of file systems.
 #include "collect/logical_disk_information.h"
 
 #include <cstring>
@@ -19,7 +18,7 @@ void addSpace(PropertyMap& properties, const struct statfs& statistics) {
     const auto blockSize = static_cast<unsigned long>(statistics.f_bsize);
     properties.emplace(kFreeSpace, dataToString<unsigned long>(blockSize * statistics.f_bfree));
     properties.emplace(kTotalSpace, dataToString<unsigned long>(blockSize * statistics.f_blocks));
-    // Intended: the file-system identifier rides on the options. Held by
+    // Intended: the file-system identifier is appended to the options. Held by
     // LogicalDiskInformation.TheFileSystemIdentifierIsAppendedToTheOptions.
     unsigned int identifier[2];
     static_assert(sizeof identifier == sizeof statistics.f_fsid);
@@ -54,7 +53,7 @@ std::vector<PropertyMap> LogicalDiskInformation::doEnumeration(LDMStore& /*store
     mntent mount;
     while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize)) {
         if (isLaterMount(mountsByDevice, mount.mnt_fsname)) {
-            // For its effect alone: these figures go with the entry.
+            // Measured for the side effect (the mount); the figures are dropped with the entry.
             struct statfs unused;
             if (isMeasuredThoughLater(mount.mnt_type)) (void)measureMount(mount.mnt_dir, mount.mnt_fsname, unused);
             continue;

@@ -1,5 +1,5 @@
-// LogicalDiskInformation: the sources of the mount table and the space on them. Relating them to disks is left
-// to the associations.
+// LogicalDiskInformation: the sources of the mount table and the space on them. The associations
+// relate them to disks.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,3 @@
-// Measuring of mounts.
 #include "collect/mount_rules.h"
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// The decisions about the mount table: how it is opened, which entries count, what is measured for one.
+// The decisions about the mount table: how it is opened, which entries count, what is measured for each.
 #pragma once
 
 #include <sys/statfs.h>
@@ -10,22 +10,22 @@ namespace diskmgt_col {
 constexpr const char* kMountTable = "/etc/mtab";
 constexpr const char* kMountTableMode = "r+";  // only read, but opened for update
 
-// Keeps lines whole whose source, mount point and options are a page each with every byte escaped as four; a longer
-// one loses its end.
+// Enough for a line whose source, mount point and options are a page each, with every byte escaped as four. A longer
+// line loses its end.
 constexpr int kMountLineSize = 65536;
 
-/// Whether an earlier entry has the same source; only the first one counts. `kept` has the sources met so far as keys.
+/// Whether an earlier entry has the same source; only the first one counts. The keys of `kept` are the sources so far.
 template <typename Kept>
 bool isLaterMount(const Kept& kept, const std::string& source) {
     return kept.find(source) != kept.end();
 }
 
-/// Whether an entry that does not count is measured all the same. Measuring an idle automount mounts it, and the table
-/// that is being read goes on with what was mounted; all automounts of a service manager have one source. A later mount
-/// of any other type is left alone, because it may not answer.
+/// Whether an entry that does not count is still measured. Measuring an idle automount mounts it, and the new mount
+/// then appears in the table that is being read; all automounts of a service manager share one source. Later mounts of
+/// other types are not measured, because they may not answer.
 bool isMeasuredThoughLater(const char* type);
 
-/// Whose figures are taken as those of a mount.
+/// The path whose figures count as those of a mount.
 enum class MeasuredPath { kMountPoint, kSource, kNothing };
 /// Measures the file system at the mount point or, failing that, the one that holds the source's path. With
 /// `kNothing` the statistics mean nothing.

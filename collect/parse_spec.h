@@ -5,7 +5,7 @@ namespace diskmgt_col {
 
 class CmdSink;
 
-/// Implemented by whoever knows the text's form. `Result` is any value type.
+/// Implemented by the code that knows the form of the text. `Result` is any value type.
 template <typename Result>
 class ParseSpec {
 public:

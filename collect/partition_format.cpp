@@ -1,4 +1,3 @@
-// Decoding of partition tables.
 #include "collect/partition_format.h"
 
 #include <cstring>
@@ -14,7 +13,7 @@ constexpr std::size_t kEntryCountOffset = 80;  // in the GPT header
 constexpr std::size_t kFirstLbaOffset = 32;    // in a GPT entry
 constexpr std::size_t kLastLbaOffset = 40;
 
-/// Makes the compiler reject a malformed GUID text: calling this is no constant expression.
+/// Makes the compiler reject a malformed GUID text: a call of this is not a constant expression.
 [[noreturn]] void malformedGuidText() { throw std::invalid_argument("malformed GUID text"); }
 
 constexpr std::uint8_t hexDigit(char digit) {
@@ -101,8 +100,8 @@ std::optional<GptEntry> gptEntryAt(const ByteView& entries, std::size_t offset) 
 
 unsigned long gptTypeNumber(const GUID_t& type) {
     const GuidHalves halves = halvesOf(type);
-    // Intended: comes before the table and ignores the second half. Held by
-    // PartTypeNumParser.AZeroFirstHalfIsType19WhateverFollows.
+    // Intended: checked before the table, without the second half. Held by
+    // PartTypeNumParser.AZeroFirstHalfIsType19WithAnySecondHalf.
     if (halves.first == 0) return kZeroHalfType;
     for (const GptType& known : kGptTypes) {
         const GuidHalves other = halvesOf(known.type);

@@ -1,5 +1,5 @@
-// Partition tables as they lie on disk: MBR, extended boot records and GPT. Bytes in, structs out; reading
-// devices is left to the parser. Sectors are 512 bytes. The layouts of MBR and GPT are published in the UEFI
+// Partition tables as on disk: MBR, extended boot records and GPT. Bytes in, structs out; the parser
+// reads the devices. Sectors are 512 bytes. The layouts of MBR and GPT are published in the UEFI
 // specification, chapter "GUID Partition Table (GPT) Disk Layout".
 #pragma once
 
@@ -14,8 +14,8 @@ namespace diskmgt_col {
 
 constexpr std::int64_t kSectorSize = 512;
 
-/// One slot of an MBR or extended boot record, byte for byte as it lies on disk (little-endian, like every
-/// machine this runs on).
+/// One slot of an MBR or extended boot record, byte for byte as on disk (little-endian, like every machine that
+/// this runs on).
 struct PartitionDescriptor {
     std::uint8_t bootIndicator;    // non-zero: marked bootable
     std::uint8_t startChs[3];      // unused
@@ -35,7 +35,7 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "descriptors and GUIDs 
 
 constexpr std::int64_t kSlotsOffset = 446;  // of the first slot, within the sector of a table
 constexpr std::size_t kSlotCount = 4;
-constexpr std::size_t kSlotsSize = 66;  // four slots and the signature, which nobody checks
+constexpr std::size_t kSlotsSize = 66;  // four slots and the signature, which is not checked
 
 /// Slot `index` (0 to 3) of the `kSlotsSize` bytes read at a table's slots; an empty slot when the view ends
 /// before it.
@@ -55,13 +55,13 @@ static_assert(sizeof(GUID_t) == 16 && std::is_trivially_copyable_v<GUID_t>);
 
 constexpr std::int64_t kGptHeaderOffset = 512;
 constexpr std::size_t kGptHeaderSize = 512;  // as read; the entries follow immediately
-constexpr std::size_t kGptEntrySize = 128;   // whatever the header says
+constexpr std::size_t kGptEntrySize = 128;   // used even if the header gives another size
 
 /// The header's number of entries, used or not; signed, so a corrupt one can be negative. 0 when the view ends
 /// before it.
 std::int32_t gptEntryCount(const ByteView& header);
 
-/// What counts of one used GPT entry.
+/// The fields of a used GPT entry that are needed.
 struct GptEntry {
     GUID_t type;
     std::uint64_t firstLba;

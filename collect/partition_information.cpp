@@ -1,4 +1,3 @@
-// Partitions of the candidate disks.
 #include "collect/partition_information.h"
 
 #include "collect/device_rules.h"

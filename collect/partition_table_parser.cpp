@@ -1,4 +1,3 @@
-// Reading of partition tables, naming of partitions.
 #include "collect/partition_table_parser.h"
 
 #define BOOST_LEXICAL_CAST_ASSUME_C_LOCALE  // a host's locale must not group the digits
@@ -30,35 +29,35 @@ constexpr std::size_t kPairsPerGptEntry = 7;
 
 // A GPT entry array up to this size is read at once, a larger one in pieces of it.
 constexpr std::size_t kGptPieceSize = std::size_t{1} << 20;
-// One read(2) returns no more than this on Linux, however much was asked for.
+// The most that one read(2) returns on Linux.
 constexpr std::size_t kMaxReadSize = 0x7ffff000;
 static_assert(kGptPieceSize % kGptEntrySize == 0 && kMaxReadSize % kGptEntrySize == 0);
 
 /// Where the slots of the table in `sector` lie, in bytes from the start of the device.
 std::int64_t slotsOffsetOf(std::int64_t sector) {
-    // Unsigned, so that an absurd sector wraps instead of being undefined; the seek then refuses it.
+    // Unsigned: an absurd sector wraps instead of being undefined behaviour; the seek then fails.
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(sector) * kSectorSize + kSlotsOffset);
 }
 
-/// The first error counts: what follows may come of it.
+/// The first error counts; later ones may result from it.
 void noteError(TableReading& reading, std::int64_t offset) {
     if (reading.error != 0) return;
     reading.error = errno;
     reading.errorOffset = offset;
 }
 
-/// Reads tables, one at a time. Knows where each read began, and how far the chains of the disk have been walked.
+/// Reads tables, one at a time. Keeps where each read began and how far the chains of the disk were walked.
 class TableReader {
 public:
     TableReader(int descriptor, TableReading& told) : fd(descriptor), reading(told) {}
 
-    /// Goes to the slots of a table. Intended: the seek is unchecked. Past the end of the device the next read goes on
-    /// where the last one ended. Held by PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails
+    /// Seeks to the slots of a table. Intended: the seek is unchecked. When it fails, the next read continues where the
+    /// last one ended. Held by PartitionTableParser.FirstReadOfATableGoesOnWhereTheLastEndedWhenItsSeekFails
     /// and ExtendedChain.ALinkPastTheEndOfTheDiskIsReadWhereTheLastReadEnded.
     void seek(std::int64_t offset) {
         if (os::seekTo(fd, offset) >= 0) position = offset;
     }
-    /// The byte where the next read begins; a negative number while no seek has succeeded.
+    /// Where the next read begins, in bytes; negative until a seek has succeeded.
     std::int64_t nextRead() const { return position; }
     /// False at the end of the device or when the read fails. Bytes behind a short read are zero.
     bool readSlots() {
@@ -83,7 +82,7 @@ private:
     std::size_t entries = 0;
 };
 
-/// The device name of partition `number`. NVMe devices, recognised by the marker in their path, take the first name
+/// The device name of partition `number`. An NVMe device (known by a marker in its path) gets the first name
 /// that exists, or else the bare number.
 std::string partitionName(const std::string& devicePath, const char* nvmeMarker, int number) {
     const std::string digits = dataToString<int>(number);
@@ -99,7 +98,7 @@ PropertyMap describe(const PartitionDescriptor& entry, int kind, const std::stri
     // PartitionTableParser.MbrStartingOffsetWrapsAt32BitsAndAdds446.
     const std::uint32_t startingOffset = entry.startSector * std::uint32_t{kSectorSize} + std::uint32_t{kSlotsOffset};
     PropertyMap map;
-    const auto add = [&map](const std::string& key, auto&& value) {  // cheapest in the order of the names
+    const auto add = [&map](const std::string& key, auto&& value) {  // fastest in the order of the names
         map.emplace_hint(map.end(), key, std::forward<decltype(value)>(value));
     };
     add(kBootable, entry.bootIndicator != 0 ? "true" : "false");
@@ -148,14 +147,14 @@ bool scanGptEntries(const ByteView& entries, int slot, std::vector<UsedGptEntry>
     return true;
 }
 
-/// The used ones of `count` entries that begin at the descriptor's position; none when the count is beyond memory or
-/// beyond the pair budget. Entries behind a short read count as unused.
+/// The used entries among `count` from the descriptor's position on; empty when the count exceeds the memory or the
+/// pair budget. Entries behind a short read count as unused.
 std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count, TableReading& reading) {
     std::vector<UsedGptEntry> used;
     if (count < 0) reading.refusedCount = count;
     if (count <= 0) return used;
     const auto entryCount = static_cast<std::size_t>(count);
-    // Whether so many entries fit is the allocator's to say. Only the pages that are read into cost memory.
+    // The allocator decides whether so many entries fit. Only pages that are written to take memory.
     const std::unique_ptr<unsigned char, Freer> block(
         static_cast<unsigned char*>(std::calloc(entryCount, kGptEntrySize)));
     if (block == nullptr) {
@@ -174,7 +173,7 @@ std::vector<UsedGptEntry> readUsedGptEntries(int fd, std::int32_t count, TableRe
         const auto bytesRead = static_cast<std::size_t>(got);
         const std::size_t entriesRead = (bytesRead + kGptEntrySize - 1) / kGptEntrySize;
         const std::size_t scanned = entriesRead * kGptEntrySize;
-        std::memset(block.get() + bytesRead, 0, scanned - bytesRead);  // the rest of an entry that was cut
+        std::memset(block.get() + bytesRead, 0, scanned - bytesRead);  // the missing part of a cut entry
         if (!scanGptEntries(ByteView(block.get(), scanned), slot, used)) {
             reading.refusedCount = count;
             return {};
@@ -194,7 +193,7 @@ std::vector<PartitionDescriptor> readEntries(TableReader& table, std::int64_t of
     std::vector<PartitionDescriptor> found;
     if (inExtended && table.isExhausted()) return found;
     table.seek(offset);
-    // By where reads really begin: those past the end go on through the device, and only a seek that succeeds returns.
+    // Keyed by where a read really begins: after a failed seek, reads continue through the device and never go back.
     std::unordered_set<std::int64_t> begun{table.nextRead()};
     if (!table.readSlots()) return found;
 
@@ -244,7 +243,7 @@ void appendPartitions(int fd, const std::string& path, std::int64_t startSector,
 
 std::vector<UsedGptEntry> readGpt(int fd, TableReading& reading) {
     unsigned char header[kGptHeaderSize] = {};
-    (void)os::seekTo(fd, kGptHeaderOffset);  // unchecked, like the read: a header that stays zero has no entries
+    (void)os::seekTo(fd, kGptHeaderOffset);  // unchecked, like the read: a header of zeros has no entries
     if (os::readSome(fd, header, sizeof header) < 0) noteError(reading, kGptHeaderOffset);
     return readUsedGptEntries(fd, gptEntryCount(ByteView(header, sizeof header)), reading);
 }
@@ -258,7 +257,7 @@ void appendGptPartitions(int fd, const std::string& path, std::vector<PropertyMa
     }
 }
 
-/// What a device is read as.
+/// How a device is read.
 enum class Layout { kUnreadable, kFloppy, kMbr, kGpt };
 
 Layout layoutOf(int fd, const std::string& path, TableReading& reading) {
@@ -268,7 +267,7 @@ Layout layoutOf(int fd, const std::string& path, TableReading& reading) {
         noteError(reading, kSlotsOffset);
         return Layout::kUnreadable;
     }
-    (void)os::seekTo(fd, 0);  // where it ends changes nothing: both parsers seek for themselves
+    (void)os::seekTo(fd, 0);  // not checked: both parsers seek for themselves
     return isProtective(ByteView(firstSlot, sizeof firstSlot)) ? Layout::kGpt : Layout::kMbr;
 }
 

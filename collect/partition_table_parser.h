@@ -1,5 +1,5 @@
 // PartitionTableParser: reads the partition tables of devices and describes each partition. The layouts are in
-// partition_format; which devices are read is the caller's choice.
+// partition_format; the caller chooses the devices.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@
 namespace diskmgt_col {
 
 /// The walk along a chain of extended boot records ends at a table already read. These bounds, for all chains of a
-/// disk together, end it on a chain that never returns: past either, the next table counts as unreadable and what was
+/// disk together, end it on a chain without a repeat: past either, the next table counts as unreadable. What was
 /// collected stays. The kernel shows 256 partitions of a disk.
 constexpr std::size_t kMaxChainLinks = std::size_t{1} << 20;
 constexpr std::size_t kMaxChainEntries = 262144;
@@ -26,9 +26,9 @@ constexpr std::size_t kMaxGptPairs = std::size_t{1} << 21;
 /// The "PartitionType" number of a GPT type GUID, in decimal: "0" when unknown.
 std::string partTypeNumParser(GUID_t type);
 
-/// What reading the tables of a device ran into. What was found does not show it.
+/// What went wrong when the tables of a device were read. The partitions found do not show it.
 struct TableReading {
-    int error = 0;                 // of the first read that failed; 0: none did
+    int error = 0;                 // of the first read that failed; 0: all succeeded
     std::int64_t errorOffset = 0;  // where that read began, in bytes
     /// Where the GPT's entries ended before their count: the end of the device, or a part that cannot be read.
     std::optional<std::int64_t> cutAt;
@@ -36,8 +36,8 @@ struct TableReading {
     std::optional<std::int32_t> refusedCount;
 };
 
-/// How many partitions `enumPartitions` finds on the device, told without describing or naming one: the same tables are
-/// read, under the same bounds. 0 when the device cannot be opened or read.
+/// How many partitions `enumPartitions` finds on the device, without describing or naming them. Reads the same tables,
+/// under the same bounds. 0 when the device cannot be opened or read.
 std::size_t partitionCountOf(const std::string& devicePath, TableReading* reading = nullptr);
 /// What `enumPartitions` gives for this one device.
 std::vector<PropertyMap> partitionsOf(const std::string& devicePath, TableReading& reading);

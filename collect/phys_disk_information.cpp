@@ -1,4 +1,3 @@
-// Listing of the disks in sysfs.
 #include "collect/phys_disk_information.h"
 
 #include <utility>

@@ -1,4 +1,4 @@
-// PhysDiskInformation: the disks that sysfs lists. Measuring them is left to LinuxDiskInfo.
+// PhysDiskInformation: the disks that sysfs lists. LinuxDiskInfo measures them.
 #pragma once
 
 #include <string>

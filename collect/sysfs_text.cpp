@@ -1,4 +1,3 @@
-// Reading of sysfs texts.
 #include "collect/sysfs_text.h"
 
 #include <charconv>
@@ -12,10 +11,10 @@ namespace diskmgt_col {
 
 namespace {
 
-/// The number at the start of the text: leading blanks skipped, reading stops at the first other character.
+/// The number at the start of the text: leading blanks are skipped, and the first other character ends it.
 template <typename Number>
 Number extracted(const std::string& text) {
-    // What the kernel writes is a number and nothing else, which needs no stream.
+    // Fast path: the kernel writes a number and nothing else.
     Number written = 0;
     const char* const end = text.data() + text.size();
     const std::from_chars_result read = std::from_chars(text.data(), end, written);
@@ -24,7 +23,7 @@ Number extracted(const std::string& text) {
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());  // a host's locale must not read grouped digits
     Number number = 0;
-    if (!(stream >> number)) number = 0;  // a number that does not fit leaves the nearest limit behind
+    if (!(stream >> number)) number = 0;  // on overflow the stream stores the nearest limit
     return number;
 }
 

@@ -1,5 +1,5 @@
-// Texts read as CIM values: what is accepted has a canonical form that means the same; what is refused is refused in
-// the host's own way. First byte: the type.
+// Texts parsed as CIM values. An accepted text has a canonical form of the same meaning; any other is refused with the
+// host's exception. First byte: the type.
 #include <string>
 
 #include "fuzz/target.h"

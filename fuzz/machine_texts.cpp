@@ -1,5 +1,5 @@
-// Any bytes for the tables of /proc and a record of udev. What is read, written again as the kernel writes it and read
-// once more, is the same.
+// Any bytes as tables of /proc and as a udev record. Entries that were read, written in the kernel's form and read
+// again are the same.
 #include <string>
 
 #include "fuzz/target.h"

@@ -1,5 +1,5 @@
 // Writes the first inputs of every fuzz target, a folder each. Usage: make_corpus SEEDS_DIRECTORY CORPUS_DIRECTORY
-// Disks are recipes; the texts of SEEDS_DIRECTORY/<target>/ are taken over as they are.
+// Disks are recipes; the texts of SEEDS_DIRECTORY/<target>/ are copied unchanged.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -27,7 +27,7 @@ void writeInput(const fs::path& directory, const std::string& name, const std::s
     if (!out) throw std::runtime_error("cannot write " + (directory / name).string());
 }
 
-/// Small disks, since a table in a far sector only makes inputs long.
+/// Small disks, because a table in a far sector only makes inputs longer.
 std::vector<std::pair<std::string, DiskImage>> disks() {
     DiskImage everyType(kDiskBytes);
     everyType.gpt(14);
@@ -91,7 +91,7 @@ std::vector<std::pair<std::string, DiskImage>> disks() {
     };
 }
 
-/// Every disk under every path, with other nodes each time and, every other time, as a file.
+/// Every disk under every path, each time with other nodes, every second time as a file.
 void writeDisks(const fs::path& directory) {
     unsigned variant = 0;
     for (const auto& [name, image] : disks()) {
@@ -127,7 +127,7 @@ void writeValues(const fs::path& directory) {
         writeInput(directory, "value_" + std::to_string(++number), std::string(1, static_cast<char>(type)) + text);
 }
 
-/// Texts that no text file of the project may look like: with tabs, or without a line end.
+/// Texts that the project's text files may not contain: with tabs, or without a line end.
 void writeTexts(const fs::path& corpora) {
     writeInput(
         corpora / "mount_table", "odd_lines",

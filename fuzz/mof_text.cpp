@@ -1,4 +1,4 @@
-// Any bytes as MOF: they are read, or refused in the host's own way.
+// Any bytes as MOF: they are read, or refused with the host's exception.
 #include <string_view>
 
 #include "fuzz/target.h"

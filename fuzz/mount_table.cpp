@@ -1,4 +1,4 @@
-// Any bytes for a mount table: what must hold of the logical disks whatever they say. First byte: which of the first
+// Any bytes as a mount table, and what must hold of the logical disks. First byte: which of the first
 // mount points can be measured.
 #include <set>
 #include <string>

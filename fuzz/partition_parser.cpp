@@ -20,9 +20,8 @@ constexpr std::size_t kHeaderOffset = 512;
 constexpr std::size_t kCountOffset = 80;  // of the number of entries, in the GPT header
 constexpr std::size_t kMostBytes = 1 << 16;
 
-/// Whether the allocation of a huge array succeeds is the machine's affair, so the number of entries is kept to a few
-/// more than the disk can hold; negative ones stay. Of a device that ends before the header the first bytes are taken
-/// for it: the seek fails.
+/// Limits the number of entries to a few more than the disk can hold, because a huge array may or may not be allocated;
+/// negative numbers stay. If the device ends before the header, the seek fails and its first bytes count as the header.
 void boundEntryCount(std::string& disk) {
     const std::size_t place = kCountOffset + (disk.size() < kHeaderOffset ? 0 : kHeaderOffset);
     if (disk.size() <= place) return;
@@ -35,7 +34,7 @@ void boundEntryCount(std::string& disk) {
 
 }  // namespace
 
-// Null is how an allocation fails everywhere but under the sanitizers' defaults.
+// A failed allocation returns null, which is not the sanitizers' default.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 

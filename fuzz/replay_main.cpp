@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzer: on every file of its corpus and on a few thousand mutations of them, the same
-// ones every time. Usage: PROGRAM CORPUS_DIRECTORY [MUTATIONS]
+// Runs a fuzz target without a fuzzer, on every file of its corpus and on a few thousand mutations, the same every
+// time. Usage: PROGRAM CORPUS_DIRECTORY [MUTATIONS]
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -16,7 +16,7 @@ namespace {
 
 using Input = std::vector<std::uint8_t>;
 
-/// A small generator whose numbers are the same everywhere.
+/// A small generator with the same numbers on every machine.
 class Numbers {
 public:
     std::uint64_t next() {

@@ -1,4 +1,4 @@
-// Sysfs texts against the standard library's own reading of lines and numbers.
+// Sysfs texts, compared with the standard library's reading of lines and numbers.
 #include "collect/sysfs_text.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace {
 using diskmgt_fuzz::require;
 
 /// What a text stream makes of the number at the start of the text, by hand: blanks, a sign, digits. A number that
-/// does not fit is none, and a negative one is taken from 2^64 when the type has no sign.
+/// does not fit is missing; a negative one wraps at 2^64 when the type is unsigned.
 template <typename Number>
 Number byHand(const std::string& text) {
     std::size_t at = 0;

@@ -1,4 +1,4 @@
-// What the fuzz targets share: the entry point that the fuzzer or the replay calls, and how a target objects.
+// Shared by the fuzz targets: the entry point for fuzzer and replay, and how a target reports an error.
 #pragma once
 
 #include <cstddef>
@@ -6,19 +6,19 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Runs the target on one input. Anything wrong ends the process.
+/// Runs the target on one input. An error ends the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace diskmgt_fuzz {
 
-/// Ends the process, saying what does not hold.
+/// Ends the process and prints what does not hold.
 inline void require(bool holds, const char* what) {
     if (holds) return;
     (void)std::fprintf(stderr, "does not hold: %s\n", what);
     std::abort();
 }
 
-/// Takes bytes off the front of an input to make choices with; zero when none is left.
+/// Takes bytes from the front of an input to make choices; zero at its end.
 class Choices {
 public:
     Choices(const std::uint8_t* input, std::size_t inputSize) : next(input), left(inputSize) {}

@@ -1,4 +1,3 @@
-// Depth first; what waits is a list of its own, so that no graph is too deep.
 #include "machine/arrangement.h"
 
 namespace diskmgt_machine {
@@ -24,7 +23,7 @@ std::vector<ArrangedRow> arrange(const BlockDevices& blocks) {
     for (std::size_t i = 0; i < devices.size(); ++i)
         if (devices[i].on.empty()) begin(i);
     for (std::size_t i = 0; i < devices.size(); ++i)
-        if (!isWhole[i]) begin(i);  // only in a cycle is there a device that lies on none that lies on nothing
+        if (!isWhole[i]) begin(i);  // only devices of a cycle are still missing here
     return rows;
 }
 

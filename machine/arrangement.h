@@ -1,4 +1,4 @@
-// All devices as rows of a tree: each with what lies on it beneath.
+// All devices as rows of a tree; beneath each are the devices that lie on it.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +11,11 @@ namespace diskmgt_machine {
 struct ArrangedRow {
     std::size_t device = 0;  // position in BlockDevices::devices
     std::size_t depth = 0;
-    bool isReference = false;  // shown whole with what lies on it elsewhere: beneath the first that it lies on
+    bool isReference = false;  // its subtree is shown elsewhere: beneath the first device it lies on
 };
 
-/// Natural order. Each device is whole exactly once, and each "lies on" is one row, so that every way down to a disk is
-/// kept. A cycle ends with a reference.
+/// Natural order, depth first. The subtree of a device is shown exactly once, and each "lies on" is one row, so every
+/// path down to a disk is kept. A cycle ends with a reference. Works without recursion, for graphs of any depth.
 std::vector<ArrangedRow> arrange(const BlockDevices& blocks);
 
 }  // namespace diskmgt_machine

@@ -1,4 +1,3 @@
-// Names, identifiers and their order; nothing is read.
 #include "machine/block_devices.h"
 
 #include <algorithm>
@@ -22,7 +21,7 @@ bool startsWith(std::string_view text, std::string_view beginning) {
     return text.substr(0, beginning.size()) == beginning;
 }
 
-/// A run of digits or of other letters, from `from` on.
+/// The run of digits, or of other characters, that begins at `from`.
 std::string_view runAt(std::string_view text, std::size_t from) {
     std::size_t end = from;
     while (end < text.size() && isDigit(text[end]) == isDigit(text[from])) ++end;
@@ -37,7 +36,7 @@ int compareNumbers(std::string_view one, std::string_view other) {
     return one.compare(other);
 }
 
-/// Disks of one driver share two letters, and the shorter name is the earlier one: sdz, then sdaa.
+/// Disks of one driver share two letters, and a shorter name comes first: sdz, then sdaa.
 int compareLetters(std::string_view one, std::string_view other) {
     constexpr std::size_t kDriver = 2;
     const int drivers = one.substr(0, kDriver).compare(other.substr(0, kDriver));
@@ -118,7 +117,7 @@ bool comesBeforeNaturally(const std::string& one, const std::string& other) {
     }
     const std::size_t leftInOne = one.size() - inOne;
     const std::size_t leftInOther = other.size() - inOther;
-    if (leftInOne == 0 && leftInOther == 0) return one < other;  // only zeros in front of numbers differ
+    if (leftInOne == 0 && leftInOther == 0) return one < other;  // they differ in leading zeros only
     return leftInOne == 0 && leftInOther != 0;
 }
 

@@ -20,12 +20,12 @@ enum class Kind {
     kCrypt,
     kMultipath,
     kRaid,
-    kDeviceMapper,  // of another use than the four
+    kDeviceMapper,  // any other kind of mapping
     kLoop,
     kOptical,
     kFloppy,
     kMemory,
-    kPath,  // to a multipath disk, hidden by the kernel
+    kPath,  // hidden path to a multipath disk
     kCompressedMemory
 };
 /// "disk", "partition", "lvm", ...
@@ -44,7 +44,7 @@ struct BlockDevice {
     bool isHidden = false;
     std::optional<bool> isRotational;
     std::string volume;       // the name of a volume of device-mapper
-    std::string volumeUuid;   // with its kind in front
+    std::string volumeUuid;   // begins with its kind
     std::string level;        // of an array
     std::string backingFile;  // of a loop device
     DriveIdentity identity;
@@ -52,31 +52,31 @@ struct BlockDevice {
     // Positions in BlockDevices::devices, ascending.
     std::vector<std::size_t> on;               // what it lies on
     std::vector<std::size_t> carries;          // what lies on it
-    std::optional<std::size_t> disk;           // that a partition is of, or a path leads to
-    std::vector<std::string> unlistedHolders;  // names that hold it, but that the kernel does not list
-    std::vector<std::string> unlistedSlaves;   // names that it lies on and that the kernel does not list
+    std::optional<std::size_t> disk;           // of a partition or a path
+    std::vector<std::string> unlistedHolders;  // holders that the kernel's list lacks
+    std::vector<std::string> unlistedSlaves;   // slaves that the kernel's list lacks
 
     std::string path() const { return "/dev/" + name; }
 };
 
 struct BlockDevices {
     std::vector<BlockDevice> devices;  // in natural order
-    int error = 0;                     // why the kernel's list could not be opened; 0: it could
+    int error = 0;                     // why the kernel's list could not be opened; 0: success
 
-    /// By the name below /dev; nothing when there is none.
+    /// Finds a device by its name below /dev.
     std::optional<std::size_t> find(std::string_view name) const;
 };
 
 /// What the "dm/uuid" of a volume says.
 struct VolumeKind {
     Kind kind = Kind::kDeviceMapper;
-    std::optional<std::uint64_t> partitionNumber;  // "part2-" in front: a partition of the volume beneath
+    std::optional<std::uint64_t> partitionNumber;  // from "part2-" at the start: a partition of the volume beneath
 };
 VolumeKind volumeKindFrom(std::string_view uuid);
 
 /// The disk that a hidden path of native multipath leads to: nvme0n1 for nvme0c1n1; empty for any other name.
 std::string diskOfPath(std::string_view name);
-/// The number of a partition by its name and its disk's: 2 for sda2 of sda, 1 for md0p1 of md0.
+/// The number of a partition, from its name and its disk's: 2 for sda2 of sda, 1 for md0p1 of md0.
 std::optional<std::uint64_t> partitionNumberIn(std::string_view name, std::string_view disk);
 
 /// The order that people expect: sda, sda1, sda2, sda10, sdb, sdz, sdaa.

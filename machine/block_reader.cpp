@@ -1,4 +1,3 @@
-// One folder of /sys/block after the other; at the end names become positions.
 #include "machine/block_reader.h"
 
 #include <algorithm>
@@ -18,7 +17,7 @@ namespace {
 
 constexpr const char* kBlockFolder = "/sys/block";
 
-/// sysfs counts in 512 bytes, whatever the sectors of the device.
+/// sysfs counts in units of 512 bytes, not in the device's sectors.
 std::optional<std::uint64_t> bytesFrom(std::string_view sectors) {
     const auto count = decimalFrom(sectors);
     if (!count || *count > std::numeric_limits<std::uint64_t>::max() / 512) return std::nullopt;
@@ -38,7 +37,7 @@ bool isDriverNumbered(std::string_view name, std::string_view driver) {
     return startsWith(name, driver) && decimalFrom(name.substr(driver.size())).has_value();
 }
 
-/// One folder of /sys/block with the names that it lists.
+/// A folder of /sys/block with the names in it.
 class Entry {
 public:
     explicit Entry(const std::string& path) : folder(path), place(path), listed(folder.readNames()) {
@@ -70,7 +69,7 @@ private:
     std::vector<std::string> listed;
 };
 
-/// By what sysfs shows and by the names that the drivers give, which do not change; numbers may be anything.
+/// Decided by the attributes in sysfs and by the drivers' names, which are fixed; device numbers are not.
 Kind kindOf(const BlockDevice& device, const Entry& entry) {
     if (device.isHidden) return Kind::kPath;
     if (entry.has("dm") || isDriverNumbered(device.name, "dm-")) return volumeKindFrom(device.volumeUuid).kind;
@@ -107,7 +106,7 @@ private:
     struct Edge {
         std::string upper;
         std::string lower;
-        bool isFromLower;  // told by "holders" of the lower one
+        bool isFromLower;  // read from "holders" of the lower device
     };
 
     void readDisk(const std::string& name) {
@@ -162,7 +161,7 @@ private:
         for (const std::string& slave : slaves) edges.push_back({name, asBelowDev(slave), false});
     }
 
-    /// Names become positions. The kernel writes each edge at both ends; one of them is enough.
+    /// Turns names into positions. The kernel lists each edge at both ends; one end is enough.
     void join(std::vector<BlockDevice>& devices) const {
         std::unordered_map<std::string_view, std::size_t> positions;
         for (std::size_t i = 0; i < devices.size(); ++i) positions.emplace(devices[i].name, i);

@@ -5,7 +5,8 @@
 
 namespace diskmgt_machine {
 
-/// One pass: each folder is listed once, and only what it lists is opened. What vanishes meanwhile is left out.
+/// One pass: each folder is listed once, and only listed files are opened. A device that vanishes during it is left
+/// out.
 BlockDevices readBlockDevices();
 
 }  // namespace diskmgt_machine

@@ -1,4 +1,4 @@
-// The number by which the kernel knows a block device, whatever its name.
+// The number by which the kernel knows a block device, independent of its name.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 namespace diskmgt_machine {
 
 struct DeviceNumber {
-    std::uint32_t majorNumber = 0;  // 0: no block device, but a file system of its own
+    std::uint32_t majorNumber = 0;  // 0: a file system without a block device
     std::uint32_t minorNumber = 0;
 
     bool operator==(const DeviceNumber& other) const {
@@ -22,7 +22,7 @@ struct DeviceNumber {
     }
 };
 
-/// "8:1"; nothing when the text is anything else.
+/// Reads "8:1"; nothing for any other text.
 std::optional<DeviceNumber> deviceNumberFrom(std::string_view text);
 std::string textOf(const DeviceNumber& number);
 

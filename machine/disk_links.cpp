@@ -1,4 +1,3 @@
-// Links are read, not followed.
 #include "machine/disk_links.h"
 
 #include <climits>

@@ -1,4 +1,4 @@
-// The lasting names that udev gives to devices, in the folders below /dev/disk.
+// The persistent names that udev gives to devices, in the folders below /dev/disk.
 #pragma once
 
 #include <map>
@@ -9,10 +9,11 @@ namespace diskmgt_machine {
 
 struct DiskLink {
     std::string folder;  // "by-uuid"
-    std::string name;    // with its escapes taken out
+    std::string name;    // unescaped
 };
 
-/// By the name of the device below /dev. Each folder is listed once, each link read once, no device is opened.
+/// Keyed by the name of the device below /dev. Each folder is listed once, each link is read once, and not followed. No
+/// device is opened.
 std::map<std::string, std::vector<DiskLink>> readDiskLinks();
 
 }  // namespace diskmgt_machine

@@ -1,4 +1,4 @@
-// Where sysfs keeps the identity depends on the kind of drive: every place is tried.
+// The place of the identity in sysfs depends on the kind of drive: all places are tried.
 #include "machine/drive_identity.h"
 
 #include <initializer_list>
@@ -23,7 +23,7 @@ std::string firstOf(std::initializer_list<Place> places) {
     return {};
 }
 
-/// The serial number of a SCSI or SATA drive, from the page of its own data that the kernel keeps.
+/// The serial number of a SCSI or SATA drive, from the vital product data that the kernel keeps.
 std::string serialOfPage(const std::string& page) {
     constexpr std::size_t kHeaderSize = 4;  // device type, page number, length
     return page.size() > kHeaderSize ? std::string(trimmed(std::string_view(page).substr(kHeaderSize))) : std::string();

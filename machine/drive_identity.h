@@ -1,4 +1,4 @@
-// What tells a drive from every other one, whatever name the kernel gives it today.
+// The identity of a drive, which does not depend on the name that the kernel gives it today.
 #pragma once
 
 #include <string>
@@ -7,14 +7,14 @@
 
 namespace diskmgt_machine {
 
-/// An empty text: the kernel does not know it.
+/// A text is empty when the kernel does not know it.
 struct DriveIdentity {
     std::string model;
     std::string serial;
-    std::string wwid;  // world-wide identifier, with its kind in front: "naa.5000...", "eui.0025..."
+    std::string wwid;  // world-wide identifier, begins with its kind: "naa.5000...", "eui.0025..."
 };
 
-/// Reads sysfs; the drive itself is not asked. `path` is the folder's.
+/// Reads sysfs, not the drive. `path` is that of the folder.
 DriveIdentity readDriveIdentity(const Folder& folder, const std::string& path);
 
 }  // namespace diskmgt_machine

@@ -1,4 +1,3 @@
-// Devices first, then what uses them.
 #include "machine/machine.h"
 
 #include <algorithm>
@@ -14,7 +13,7 @@ std::vector<BtrfsFileSystem> readBtrfs() {
     const std::string folder = "/sys/fs/btrfs";
     std::vector<BtrfsFileSystem> all;
     for (const std::string& name : readNamesIn(folder)) {
-        if (name == "features") continue;  // of the kernel, not a file system
+        if (name == "features") continue;  // features of the kernel, not a file system
         std::vector<std::string> members = readNamesIn(std::string(folder).append("/").append(name).append("/devices"));
         for (std::string& member : members) std::replace(member.begin(), member.end(), '!', '/');
         if (!members.empty()) all.push_back({name, std::move(members)});

@@ -21,7 +21,7 @@ struct Machine {
     std::vector<Mount> mounts;
     std::vector<Swap> swaps;
     std::vector<BtrfsFileSystem> btrfs;
-    int mountError = 0;  // why the table could not be read; 0: it could
+    int mountError = 0;  // why the table could not be read; 0: success
     int swapError = 0;
 };
 

@@ -1,4 +1,3 @@
-// Lines, and the walk along their parents.
 #include "machine/mounts.h"
 
 #include <algorithm>
@@ -14,7 +13,7 @@ namespace {
 
 using Positions = std::vector<std::size_t>;
 
-/// Whether the path lies below the place, or is it.
+/// Whether the path is the place or lies below it.
 bool isWithin(const std::string& path, const std::string& place) {
     if (place == "/") return true;
     return path.compare(0, place.size(), place) == 0 && (path.size() == place.size() || path[place.size()] == '/');
@@ -27,7 +26,7 @@ bool comesBeforeAsPath(const std::string& one, const std::string& other) {
                                         [&rank](char a, char b) { return rank(a) < rank(b); });
 }
 
-/// Walks from the mounts that rest on none down to all others, and knows of each whether its path leads to it.
+/// Walks from the mounts without a parent to all others and decides for each whether its path leads to it.
 class Visibility {
 public:
     explicit Visibility(const std::vector<Mount>& all) : mounts(all), hidden(all.size(), false) {
@@ -56,7 +55,7 @@ private:
     void visit(std::size_t position, bool isHidden) {
         Positions below = std::move(children[position]);
         children[position].clear();
-        // What is mounted on its own root covers it and with it all else that is mounted there.
+        // A mount on its own root covers it and everything else mounted on it.
         const auto isOnRoot = [&](std::size_t child) {
             return mounts[child].mountPoint == mounts[position].mountPoint;
         };
@@ -70,7 +69,8 @@ private:
         for (const std::size_t child : below) waiting.emplace_back(child, isHidden || child != *covering);
     }
 
-    /// Among mounts on one parent, one above another hides it, and the last of several at one place the others.
+    /// Among mounts on one parent, a mount hides those below its path, and the last of several at one place hides the
+    /// others.
     void enter(Positions group, bool areHidden) {
         std::stable_sort(group.begin(), group.end(), [this](std::size_t one, std::size_t other) {
             return comesBeforeAsPath(mounts[one].mountPoint, mounts[other].mountPoint);

@@ -13,22 +13,22 @@ namespace diskmgt_machine {
 
 struct Mount {
     std::uint64_t id = 0;
-    std::uint64_t parent = 0;  // the id of the mount it is mounted on, which need not be in the table
+    std::uint64_t parent = 0;  // id of the mount it is mounted on, which may be missing from the table
     DeviceNumber number;
-    std::string root;  // the part of the file system that is shown
+    std::string root;  // the part of the file system that is mounted
     std::string mountPoint;
     std::string options;  // of this mount
     std::string type;
-    std::string source;        // anybody's text
+    std::string source;        // any text
     std::string superOptions;  // of the file system
 };
 
-/// One line; nothing when it is not one of the kernel's.
+/// Reads one line; nothing when it does not have the kernel's form.
 std::optional<Mount> mountFrom(std::string_view line);
-/// All lines in order; those that are not the kernel's are left out.
+/// Reads all lines in order; lines of another form are left out.
 std::vector<Mount> mountsIn(std::string_view mountinfo);
 
-/// For each mount whether a later one hides it: one at the same place or above it, so that its path leads elsewhere.
+/// For each mount whether a later one, at the same place or above it, hides it: its path then leads elsewhere.
 std::vector<bool> hiddenByLaterMount(const std::vector<Mount>& mounts);
 
 }  // namespace diskmgt_machine

@@ -1,4 +1,3 @@
-// Columns of /proc/swaps.
 #include "machine/swaps.h"
 
 #include <limits>
@@ -9,7 +8,7 @@ namespace diskmgt_machine {
 
 namespace {
 
-/// The words of a line: its columns are filled up with blanks and tabs.
+/// The words of a line: blanks and tabs pad its columns.
 std::vector<std::string_view> wordsIn(std::string_view line) {
     std::vector<std::string_view> words;
     constexpr std::string_view kFill = " \t";

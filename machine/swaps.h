@@ -16,7 +16,7 @@ struct Swap {
     std::uint64_t usedBytes = 0;
 };
 
-/// One line; nothing when it is not the kernel's, as the headings are not.
+/// Reads one line; nothing for the headings and any other form.
 std::optional<Swap> swapFrom(std::string_view line);
 std::vector<Swap> swapsIn(std::string_view text);
 

@@ -1,4 +1,3 @@
-// Splitting, numbers and escapes.
 #include "machine/texts.h"
 
 #include <charconv>
@@ -8,7 +7,7 @@ namespace diskmgt_machine {
 
 namespace {
 
-/// The value of `count` digits of this base at the start of the text; nothing when they are not there.
+/// The value of `count` digits of this base at the start of the text; nothing when they are missing.
 std::optional<unsigned> digitsAt(std::string_view text, std::size_t count, int base) {
     if (text.size() < count) return std::nullopt;
     unsigned value = 0;
@@ -18,7 +17,7 @@ std::optional<unsigned> digitsAt(std::string_view text, std::size_t count, int b
     return value;
 }
 
-/// Replaces `mark` and the digits behind it by the byte that they stand for.
+/// Replaces `mark` and the digits behind it by the byte that they encode.
 std::string unescaped(std::string_view text, std::string_view mark, std::size_t digitCount, int base) {
     std::string plain;
     plain.reserve(text.size());

@@ -11,19 +11,19 @@ namespace diskmgt_machine {
 
 /// The text up to its first line end.
 std::string_view firstLineIn(std::string_view text);
-/// The lines of a text without their ends; a last one needs none.
+/// The lines of a text without their ends; the last may lack its end.
 std::vector<std::string_view> linesIn(std::string_view text);
 /// The pieces between single blanks, empty ones included.
 std::vector<std::string_view> fieldsIn(std::string_view line);
 /// The text without blanks, line ends and zero bytes at its ends.
 std::string_view trimmed(std::string_view text);
 
-/// A number of digits and nothing else; nothing when it is anything else or does not fit.
+/// A number of digits only; nothing for any other text or when it does not fit.
 std::optional<std::uint64_t> decimalFrom(std::string_view text);
 
-/// "\040" becomes a blank, as the kernel writes blanks in mount points. What is no such escape stays as it is.
+/// "\040" becomes a blank, as the kernel writes blanks in mount points. Anything else stays unchanged.
 std::string withoutOctalEscapes(std::string_view text);
-/// "\x20" becomes a blank, as udev writes blanks in labels. What is no such escape stays as it is.
+/// "\x20" becomes a blank, as udev writes blanks in labels. Anything else stays unchanged.
 std::string withoutHexEscapes(std::string_view text);
 
 }  // namespace diskmgt_machine

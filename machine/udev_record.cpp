@@ -1,4 +1,3 @@
-// Which key goes where.
 #include "machine/udev_record.h"
 
 #include <limits>
@@ -45,7 +44,7 @@ void take(UdevRecord& record, std::string_view key, std::string_view value) {
 
 UdevRecord udevRecordFrom(std::string_view text) {
     UdevRecord record;
-    std::string labelAsWritten;  // the plain one has "_" for what is not usual in a name
+    std::string labelAsWritten;  // the plain label has "_" for unusual characters
     for (const std::string_view line : linesIn(text)) {
         if (line.substr(0, 2) != "E:") continue;
         const std::size_t equals = line.find('=');

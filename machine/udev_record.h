@@ -10,7 +10,7 @@
 
 namespace diskmgt_machine {
 
-/// An empty text: udev does not know it.
+/// A text is empty when udev does not know it.
 struct UdevRecord {
     std::string content;  // "ext4", "LVM2_member", "crypto_LUKS", ...
     std::string label;
@@ -27,10 +27,10 @@ struct UdevRecord {
     std::string wwn;
 };
 
-/// Lines "E:KEY=VALUE"; all others are left out. Of a key that comes twice the last one counts.
+/// Reads the lines "E:KEY=VALUE". If a key comes twice, the last one counts.
 UdevRecord udevRecordFrom(std::string_view text);
 
-/// Reads /run/udev/data; everything empty when udev has nothing on the device.
+/// Reads /run/udev/data; all texts are empty when udev does not know the device.
 UdevRecord readUdevRecord(const DeviceNumber& number);
 
 }  // namespace diskmgt_machine

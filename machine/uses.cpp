@@ -1,4 +1,3 @@
-// Numbers and names become positions once; each question walks up from there.
 #include "machine/uses.h"
 
 #include <algorithm>
@@ -61,7 +60,7 @@ void Uses::placeMounts() {
         if (mount.number.majorNumber != 0) {
             const auto device = byNumber.find(mount.number);
             if (device != byNumber.end()) on.push_back(device->second);
-        } else if (mount.type == "btrfs") {  // of any other type the source is anybody's text
+        } else if (mount.type == "btrfs") {  // for other types the source may be any text
             if (const auto device = deviceNamed(mount.source)) {
                 on.push_back(*device);
                 for (const std::size_t fileSystem : itself[*device].btrfs) append(on, btrfsDevices[fileSystem]);
@@ -75,7 +74,7 @@ void Uses::placeMounts() {
 InUse Uses::walk(std::size_t device, bool withPartitions) const {
     InUse use;
     const std::vector<BlockDevice>& devices = account.blocks.devices;
-    // A hidden path is used as the disk is that it leads to.
+    // A hidden path has the uses of its disk.
     const bool isPath = devices[device].kind == Kind::kPath && devices[device].disk;
     Positions reached{device};
     std::unordered_set<std::size_t> seen{device};
@@ -88,7 +87,7 @@ InUse Uses::walk(std::size_t device, bool withPartitions) const {
     };
     if (isPath) reach(*devices[device].disk);
     std::size_t walked = 0;
-    while (walked < reached.size()) {  // it grows on the way
+    while (walked < reached.size()) {  // grows during the loop
         const std::size_t current = reached[walked++];
         for (const std::size_t upper : devices[current].carries)
             if (withPartitions || devices[upper].disk != device) reach(upper);

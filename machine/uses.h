@@ -1,4 +1,4 @@
-// What uses a device: itself, or through whatever lies on it.
+// What uses a device, directly or through other devices that lie on it.
 #pragma once
 
 #include <cstddef>
@@ -11,14 +11,14 @@
 
 namespace diskmgt_machine {
 
-/// Positions are those of the machine's lists. All empty: nothing is seen to use the device, which may be in use all
-/// the same (another mount namespace, a guest, a storage pool).
+/// Positions in the machine's lists. All empty means that no use is seen; the device may still be in use by another
+/// mount namespace, a guest or a storage pool.
 struct InUse {
     std::vector<std::size_t> holders;  // volumes, arrays and loops on it or on its partitions, nearest first
     std::vector<std::string> unlistedHolders;
     std::vector<std::size_t> mounts;  // in the table's order
     std::vector<std::size_t> swaps;
-    std::vector<std::size_t> btrfs;  // it is a member of
+    std::vector<std::size_t> btrfs;  // file systems of which it is a member
 
     bool any() const {
         return !holders.empty() || !unlistedHolders.empty() || !mounts.empty() || !swaps.empty() || !btrfs.empty();
@@ -30,17 +30,17 @@ public:
     /// `machine` must outlive it.
     explicit Uses(const Machine& machine);
 
-    /// Through every layer. A cycle in what lies on what ends.
+    /// Through every layer. A cycle of devices ends the walk.
     InUse of(std::size_t device) const { return walk(device, true); }
-    /// The same without what lies on the device's partitions alone.
+    /// The same, without uses through the device's partitions.
     InUse ofItself(std::size_t device) const { return walk(device, false); }
 
-    /// The devices that a mount lies on: several for btrfs, none for a file system without a device.
+    /// The devices that a mount lies on: several for btrfs, empty for a file system without a device.
     const std::vector<std::size_t>& devicesOf(std::size_t mount) const { return mountDevices[mount]; }
     /// The mounts that lie on the device itself.
     const std::vector<std::size_t>& mountsOn(std::size_t device) const { return itself[device].mounts; }
 
-    /// The device that a path below /dev names: by its name or by a volume's name below /dev/mapper.
+    /// The device named by a path below /dev: its own name, or a volume's name below /dev/mapper.
     std::optional<std::size_t> deviceNamed(const std::string& path) const;
 
 private:
@@ -48,7 +48,7 @@ private:
         std::vector<std::size_t> mounts;
         std::vector<std::size_t> swaps;
         std::vector<std::size_t> btrfs;
-        std::vector<std::size_t> loops;  // that have the device itself as their file
+        std::vector<std::size_t> loops;  // whose file is the device itself
     };
 
     void placeBtrfs();

@@ -1,5 +1,3 @@
-// Choice of what is searched for in what. The keys are taken in batches, in the order of their ranks: a text in which
-// a batch found a key is done with.
 #include "provider/contained_key_search.h"
 
 #include <algorithm>
@@ -12,8 +10,8 @@ namespace diskmgt_col {
 
 namespace {
 
-// An automaton has at most one state for so many bytes of the texts, so its memory is bounded by theirs. The texts are
-// passed over once for each automaton, so that costs at most so many steps for each byte of the keys.
+// An automaton has at most one state per this many bytes of the texts, which bounds its memory by theirs. Each
+// automaton reads the texts once, so that costs at most this many steps for each byte of the keys.
 constexpr std::size_t kTextBytesPerState = 8;
 constexpr std::size_t kFewStates = std::size_t{1} << 18;   // 3.25 MiB: always allowed
 constexpr std::size_t kManyStates = std::size_t{1} << 31;  // more are never numbered
@@ -29,7 +27,8 @@ bool contains(std::string_view text, std::string_view key) {
 
 }  // namespace
 
-/// One search in many texts.
+/// One search in many texts. Takes the keys in batches, in the order of their ranks: once a batch finds a key in a
+/// text, that text is done.
 class ContainedKeySearch::Pass {
 public:
     Pass(const ContainedKeySearch& owner, const std::vector<std::string_view>& searched)
@@ -76,7 +75,7 @@ private:
         batchStates = 0;
     }
 
-    /// Asks about every open text and closes those that have an answer.
+    /// Calls `rankIn` for every open text and closes those with a key.
     template <typename RankIn>
     void settle(const RankIn& rankIn) {
         const auto isSettled = [&](std::size_t i) { return (found[i] = rankIn(texts[i])) != kNone; };
@@ -96,7 +95,7 @@ private:
 
 ContainedKeySearch::ContainedKeySearch(std::vector<std::string_view> sortedKeys) : keys(std::move(sortedKeys)) {
     for (std::size_t rank = 0; rank < keys.size(); ++rank) {
-        // In byte order, what begins with a key comes right after it.
+        // In byte order, the texts that begin with a key follow it directly.
         if (leading.empty() || !beginsWith(keys[rank], keys[leading.back()])) leading.push_back(rank);
     }
 }
@@ -109,7 +108,7 @@ std::size_t ContainedKeySearch::firstWithin(std::string_view text) const {
     std::size_t best = kNone;
     for (std::size_t begin = 0; begin <= text.size(); ++begin) {
         const std::string_view rest = text.substr(begin);
-        // Of the leading keys only the last one that is not greater can begin here.
+        // Only the greatest leading key that is not above the rest of the text can begin here.
         const auto next =
             std::upper_bound(leading.begin(), leading.end(), rest,
                              [&](std::string_view wanted, std::size_t rank) { return wanted < keys[rank]; });

@@ -1,4 +1,3 @@
-// Indexing and pairing of instances.
 #include "provider/disk_info_associator.h"
 
 #include <boost/function.hpp>
@@ -25,7 +24,7 @@ namespace {
 constexpr int kWithSubclasses = 1;
 constexpr std::size_t kMaxLinkTarget = 256;
 
-/// The keys of an index, in its order. They stay the index's.
+/// The keys of an index, in its order. The index owns them.
 std::vector<std::string_view> keysOf(const InstanceIndex& index) {
     std::vector<std::string_view> keys;
     keys.reserve(index.size());
@@ -33,7 +32,7 @@ std::vector<std::string_view> keysOf(const InstanceIndex& index) {
     return keys;
 }
 
-/// The entries of an index, found by the keys they hold.
+/// Finds the entry of an index whose key lies within another text.
 class Candidates {
 public:
     explicit Candidates(const InstanceIndex& index) : search(keysOf(index)) {
@@ -73,7 +72,7 @@ ReferenceMap association(ICIMInstance& antecedent, ICIMInstance& dependent) {
     return references;
 }
 
-/// Where the path links to, one level, unresolved; empty when it is no link.
+/// Where the path links to, one level, unresolved; empty when it is not a link.
 std::string linkTargetOf(const std::string& path) {
     char target[kMaxLinkTarget];  // a longer one is cut
     const ssize_t length = os::readLink(path, target, sizeof target);

@@ -1,5 +1,5 @@
-// DiskInfoAssociator: pairs the instances that the host holds already. It asks for no disk facts of its own and logs
-// nothing; exceptions of the host pass.
+// DiskInfoAssociator: pairs the instances that the host already holds. It collects nothing from disks and logs nothing;
+// exceptions of the host pass.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -18,8 +18,8 @@ namespace diskmgt_col {
 using InstanceIndex = std::multimap<std::string, boost::shared_ptr<NVEXTAL20::ICIMInstance>>;
 using InstanceIndexEntry = std::pair<std::string, boost::shared_ptr<NVEXTAL20::ICIMInstance>>;
 
-/// True when the second entry's key lies within the first's, which pairs them: equal keys do, and the empty key lies
-/// within any. The rule itself, entry by entry; the pairings find the same entries through ContainedKeySearch.
+/// True when the second entry's key lies within the first's, which pairs them. Equal keys match, and the empty key lies
+/// within every key. The rule itself, entry by entry; the pairings find the same entries through ContainedKeySearch.
 bool isSubString(InstanceIndexEntry containing, InstanceIndexEntry contained);
 
 /// Made for one class of one request.
@@ -39,18 +39,18 @@ public:
     InstanceIndex enumeratePhysicalDriveNames(boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace);
     InstanceIndex enumeratePhysicalDrivePartitions(boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace);
 
-    // Each walks one index in key order and pairs every entry with the first entry of the other index, in key order,
-    // whose key lies within its own. Intended: the first, not the best. Held by
+    // Each goes through one index in key order and pairs every entry with the first entry of the other index, in key
+    // order, whose key lies within its own. Intended: the first, not the best. Held by
     // DiskInfoAssociator.APartitionIsPairedWithTheFirstDriveWhoseNameItContains.
 
-    /// A partition supports the logical disk whose key lies within the partition's.
+    /// A partition supports the logical disk whose key lies within its own.
     std::vector<ReferenceMap> enumerateDiskBasedOnPartitionAssociations(
         boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace);
-    /// A drive supports the partitions within whose keys its name lies.
+    /// A drive supports the partitions whose keys contain its name.
     std::vector<ReferenceMap> enumeratePartitionPresentAssociations(
         boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace);
-    /// A drive supports the logical disks within whose keys its name lies or, when no name does and the key is a
-    /// symbolic link, within whose link targets it lies. A target is taken as it stands, cut at 256 bytes.
+    /// A drive supports the logical disks whose keys contain its name. When a key contains no drive's name and is a
+    /// symbolic link, its target is searched instead: unresolved, cut at 256 bytes.
     std::vector<ReferenceMap> enumerateMediaPresentAssociations(boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace);
 
 private:

@@ -1,4 +1,3 @@
-// Serving of the association classes.
 #include "provider/hardware_associations.h"
 
 #include <cxxabi.h>
@@ -47,16 +46,16 @@ int HardwareAssociations::associate(boost::shared_ptr<ICIMClass> cls) {
         try {
             for (ReferenceMap& map : (this->*row->second)()) (void)ReferenceBuilder()(cls, map);
         } catch (const std::exception& failure) {
-            // Intended: composed, with a blank after the class name, and dropped. Held by
+            // Intended: the text, with a blank after the class name, is composed and dropped. Held by
             // HardwareAssociationsOn.AFailureLeavesNoLineAndNoException.
             const std::string text =
                 className + " " + kCollectionEncounteredException + dataToString<const char*>(failure.what());
             (void)text;
         }
     } catch (abi::__forced_unwind&) {
-        throw;  // the host's thread is being cancelled or exits: who stops that ends the process
+        throw;  // the host's thread is being cancelled or exits; swallowing this would end the process
     } catch (...) {
-        // Intended: every other failure ends here too, without a text. Held by
+        // Intended: any other failure is dropped here too, without a text. Held by
         // HardwareAssociationsOn.AFailureLeavesNoLineAndNoException.
     }
     return 0;

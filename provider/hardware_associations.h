@@ -1,5 +1,5 @@
-// HardwareAssociations: serves the association classes. It has the pairs of a class computed when the class is asked
-// for and each one built.
+// HardwareAssociations: serves the association classes. When a class is requested, it has the pairs computed and an
+// instance built for each.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -31,7 +31,7 @@ public:
     FuncPtrList getFuncPtrList();
 
     /// Publishes the associations of the class; always 0. A class that is not in the table is ignored. A failure ends
-    /// this class without a trace, and what was published before it stays; exceptions of the class's name query pass.
+    /// this class without a log line; what was published before stays; exceptions of the class's name query pass.
     int associate(boost::shared_ptr<NVEXTAL20::ICIMClass> cls);
 
     std::vector<ReferenceMap> associateMediaPresence();

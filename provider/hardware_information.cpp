@@ -1,4 +1,3 @@
-// Serving of the instance classes.
 #include "provider/hardware_information.h"
 
 #include <utility>
@@ -47,7 +46,7 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
     className = nameOf(*cls);
     const auto row = funcPtrList.find(className);
     if (row == funcPtrList.end()) return false;
-    // Intended: no blank after the class name. Held by
+    // Intended: no blank between class name and message. Held by
     // HardwareInformation.TheExceptionLineRunsTheClassNameIntoTheMessage.
     const auto logFailure = [this](const char* what) {
         tellOrLose(
@@ -62,7 +61,7 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
         logFailure(failure.what());
     } catch (const std::exception& failure) {
         logFailure(failure.what());
-    }  // anything else is not ours to judge and goes on to the host
+    }  // any other exception passes on to the host
     return false;
 }
 

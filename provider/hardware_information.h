@@ -1,5 +1,5 @@
-// HardwareInformation: serves the instance classes. It runs a class's collector when the class is asked for, stamps
-// the result with the hosting system's identity and has the instances built.
+// HardwareInformation: serves the instance classes. When a class is requested, it runs the collector, adds
+// the hosting system's identity to the result and has the instances built.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -39,12 +39,12 @@ public:
     std::vector<PropertyMap> enumLogicalDiskInformation();
     /// Always empty: Linux has no dynamic disks.
     std::vector<PropertyMap> enumDynamicExtentInformation();
-    /// Always empty, and in no table: that class is served with the drives.
+    /// Always empty, and in no table: the drives' row serves that class.
     std::vector<PropertyMap> enumDynamicDiskGroupInformation();
 
-    /// Adds the identity of a logical device, beside entries of those names that are there already.
+    /// Adds the identity of a logical device; existing entries of those names stay.
     void addLogicalDeviceParams(PropertyMap& map);
-    /// Adds the identity of a logical element likewise.
+    /// The same for a logical element.
     void addLogicalElementParams(PropertyMap& map);
 
 private:

@@ -1,4 +1,3 @@
-// Building and running of the automaton.
 #include "provider/key_automaton.h"
 
 #include <algorithm>
@@ -21,7 +20,7 @@ KeyAutomaton::KeyAutomaton(const std::vector<std::string_view>& keys) {
         std::uint32_t begin;
         std::uint32_t end;
     };
-    // The keys that begin with each state of one length. What a state's children need of shorter states is complete.
+    // The range of keys that begin with each state, length by length: children need only shorter states.
     std::vector<Range> level = {{0, static_cast<std::uint32_t>(keys.size())}};
     std::vector<Range> nextLevel;
     for (std::size_t length = 0; !level.empty(); ++length) {
@@ -29,7 +28,7 @@ KeyAutomaton::KeyAutomaton(const std::vector<std::string_view>& keys) {
         for (const Range& range : level) {
             const auto state = static_cast<std::uint32_t>(firstChild.size());
             firstChild.push_back(static_cast<std::uint32_t>(lastByte.size()));
-            if (keys[range.begin].size() == length) continue;  // a whole key: no other begins with it
+            if (keys[range.begin].size() == length) continue;  // a whole key: no other key begins with it
             for (std::uint32_t begin = range.begin; begin < range.end;) {
                 const char byte = keys[begin][length];
                 std::uint32_t end = begin + 1;

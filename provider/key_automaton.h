@@ -8,14 +8,14 @@
 
 namespace diskmgt_col {
 
-/// Aho and Corasick's automaton, with the lowest key kept in place of every match. A text costs its own length, however
-/// many keys there are; a state costs 13 bytes, and there is at most one for each byte of the keys.
+/// Aho and Corasick's automaton that keeps only the lowest matching key. Time grows with the length of the text, not
+/// with the number of keys. A state takes 13 bytes, and there is at most one for each byte of the keys.
 class KeyAutomaton {
 public:
     static constexpr std::uint32_t kNone = static_cast<std::uint32_t>(-1);
 
-    /// There are keys, none of them empty, in byte order; none begins with another, and together they have at most 2^31
-    /// bytes. Nothing is kept of them.
+    /// The keys: at least one, none empty, in byte order, none beginning with another, at most 2^31 bytes together.
+    /// They need not outlive the call.
     explicit KeyAutomaton(const std::vector<std::string_view>& keys);
 
     /// The lowest position in `keys` of a key that occurs in the text; `kNone` when no key does.

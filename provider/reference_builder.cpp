@@ -1,4 +1,3 @@
-// Building of associations from references.
 #include "provider/reference_builder.h"
 
 #include "provider/host_access.h"
@@ -17,7 +16,7 @@ bool ReferenceBuilder::operator()(boost::shared_ptr<ICIMClass> cls, ReferenceMap
         if (instance == nullptr || references.empty()) return false;
         for (auto& [role, reference] : references) {
             TCIMOptions lookupOptions;
-            (void)instance->GetProperty(role, lookupOptions);  // fails on a role that the class does not declare
+            (void)instance->GetProperty(role, lookupOptions);  // throws for a role that the class does not declare
             TCIMOptions assignOptions;
             instance->SetProperty(role, reference, assignOptions);
         }

@@ -10,7 +10,7 @@ namespace diskmgt_col {
 
 class ReferenceBuilder {
 public:
-    /// Creates an instance of the class, assigns the references as they are and commits. Always false. A failure of
+    /// Creates an instance of the class, assigns the references unchanged and commits. Always false. A failure of
     /// the host abandons the whole instance and is logged; every other exception passes.
     bool operator()(boost::shared_ptr<NVEXTAL20::ICIMClass> cls, ReferenceMap& references) const;
 };

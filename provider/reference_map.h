@@ -1,4 +1,4 @@
-// ReferenceMap: one association, on its way to becoming an instance.
+// ReferenceMap: the two ends of one association, from which an instance is made.
 #pragma once
 
 #include <map>

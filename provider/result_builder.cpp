@@ -1,4 +1,3 @@
-// Building of instances from texts.
 #include "provider/result_builder.h"
 
 #include <string>
@@ -26,7 +25,7 @@ boost::shared_ptr<ICIMNamespace> namespaceOf(ICIMClass& cls) {
     return required(cls.GetNamespace(options), "the host gave no namespace for a class");
 }
 
-/// Elements are of the type that the declared one's name makes; only the array itself is of the declared type.
+/// The elements' type is made from the name of the declared type; the array itself has the declared type.
 void setArray(TCIMValue& value, const TCIMValue::TCIMType& type, std::string& text, ICIMClass& cls) {
     std::vector<std::string> pieces = multiStringTok(text, ',');
     const TCIMValue::TCIMType elementType(type.ToString());
@@ -67,7 +66,7 @@ bool ResultBuilder::operator()(boost::shared_ptr<ICIMClass> cls, PropertyMap& pr
     TCIMOptions creationOptions;
     const boost::shared_ptr<ICIMInstance> instance = cls->CreateInstance(creationOptions);
     if (instance == nullptr || properties.empty()) return true;
-    std::string scratch;  // the host is handed a copy, in one buffer for all
+    std::string scratch;  // one buffer for all: the host gets a copy of each text
     for (const auto& [name, text] : properties) {
         try {
             scratch = text;

@@ -28,12 +28,12 @@ inline const std::string kDynamicExtentBasedOn = "VEXSG_DynamicExtentBasedOn";
 inline const std::string kDriveInDynamicDiskGroup = "VEXSG_DriveInDynamicDiskGroup";
 inline const std::string kDynamicExtentInDiskGroup = "VEXSG_DynamicExtentInDiskGroup";
 
-// Queried, never served: its enumeration delivers the drives.
+// Queried, never served: enumerating it gives the drives.
 inline const std::string kMediaAccessDevice = "VEXSG_MediaAccessDevice";
 
 // Roles of every association.
 inline const std::string kAntecedent = "Antecedent";  // the supporting element
-inline const std::string kDependent = "Dependent";    // the element that rests on it
+inline const std::string kDependent = "Dependent";    // the element that depends on it
 
 // Identity of the hosting system.
 inline const std::string kCreationClassName = "CreationClassName";

@@ -16,18 +16,18 @@ HEADING = re.compile(r"^#{1,6} +(?P<text>.+?) *$", re.MULTILINE)
 DECISION = re.compile(r"^(?P<number>\d{4})-[a-z0-9-]+\.md$")
 COMMAND = re.compile(r"\btools/dev (?P<name>[a-z]+)\b")
 TEST_ARGUMENT = re.compile(r"\btools/dev test +(?P<argument>[^\s`#]+)(?=`| *\n| +#)")  # in code, not a sentence's next word
-# The top-level folders that need no README of their own: the documents, and CMake's two files.
+# The top-level folders that need no README: the documents, and CMake's two files.
 WITHOUT_README = {"docs", "cmake"}
 
 
 def without_code(text):
-    """The text with code blanked out, so that what they show is not taken for links; lines stay."""
+    """The text with code blanked out, so that code is not taken for links; lines stay."""
     text = FENCE.sub(lambda match: re.sub(r"[^\n]", " ", match.group(0)), text)
     return CODE.sub(lambda match: " " * len(match.group(0)), text)
 
 
 def anchor(heading):
-    """A heading's anchor, as forges make it."""
+    """The anchor that forges make for a heading."""
     return re.sub(r"[^\w\- ]", "", heading.replace("`", "").lower()).replace(" ", "-")
 
 

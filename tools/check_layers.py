@@ -9,8 +9,7 @@ import source_tree
 
 ANYTHING = "anything"
 
-# A folder's rules go for its sub-folders too, unless they have a row of their own. What a folder may always
-# include: itself.
+# A folder's rules hold for its sub-folders too, except for those with a row. A folder may always include itself.
 TABLE = """
 | Folder             | may include, besides itself |
 |--------------------|----------------------------------------|
@@ -46,7 +45,7 @@ TABLE = """
 | bench              | anything |
 """
 
-# Single files that know less than their folder does: the disk formats are bytes in, structs out.
+# Single files that may include less than their folder: the disk formats are bytes in, structs out.
 NARROW = {
     "collect/partition_format": {"collect/partition_format.h", "base/byte_view.h"},
 }
@@ -64,7 +63,7 @@ def read_table(text):
 
 
 def table_errors(rows):
-    """What is wrong with the table itself: unknown names, circles."""
+    """Errors in the table itself: unknown names, circles."""
     errors = [f"the row of {folder} names the unknown folder {name}"
               for folder, allowed in rows.items() for name in allowed if name != ANYTHING and name not in rows]
 
@@ -80,7 +79,7 @@ def table_errors(rows):
 
 
 def folder_of(path, rows):
-    """The row a file belongs to: the longest folder that holds it; None when there is none."""
+    """The row of a file: that of the longest folder containing it, or None."""
     parts = Path(path).parent.parts
     for length in range(len(parts), 0, -1):
         name = "/".join(parts[:length])
@@ -90,7 +89,7 @@ def folder_of(path, rows):
 
 
 def check_include(source, included, quoted, rows, exists):
-    """The complaint about one #include, or None."""
+    """The error in one #include, or None."""
     target = folder_of(included, rows)
     if not quoted:
         return f"<{included}> is a project header: include it in quotes" if target and exists(included) else None
@@ -98,7 +97,7 @@ def check_include(source, included, quoted, rows, exists):
     if ANYTHING in rows[origin] and exists(str(Path(source).parent / included)):
         return None
     if target is None or not exists(included):
-        return f'"{included}" is no header of the project, written from the root of the tree'
+        return f'"{included}" is not a header of the project with its path from the root'
     narrow = NARROW.get(str(Path(source).with_suffix("")))
     if narrow is not None:
         return None if included in narrow else f"may include no project header but {', '.join(sorted(narrow))}"

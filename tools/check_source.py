@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Checks what a compiler does not: banned calls, header comments, stray files, layout of the text, leftovers.
-Prints one finding a line and exits 1 when there is one; files over 400 lines are only named."""
+Prints one finding a line and exits 1 when there is one; files over 400 lines only get a note."""
 
 import re
 import sys
@@ -13,8 +13,8 @@ PRODUCT = ("base", "text", "schema", "plugin", "collect", "provider", "refhost",
 LIBRARIES = ("base", "schema", "plugin", "collect", "provider", "refhost")
 PLUG_IN = ("base", "schema", "plugin", "collect", "provider")
 
-# A name that is called plainly or from the global namespace: not a member, not of another namespace, no declaration
-# of an operation with that name.
+# A call of a name without a namespace or in the global one: not a member, not of another namespace, not a declaration of
+# an operation with that name.
 CALL = r"(?<![\w.>:])(?:(?<!\w)::|\bstd::)?(?:{names})\s*\("
 
 KERNEL = ("open|openat|open64|creat|close|read|pread|pread64|readv|lseek|lseek64|ioctl|fcntl|access|faccessat|"
@@ -26,7 +26,7 @@ def call(names):
     return CALL.format(names=names)
 
 
-# (what is wrong, pattern in code without comments and strings, folders it goes for, files that may)
+# (what is wrong, pattern in code without comments and strings, folders that it applies to, exempt files)
 BANNED = [
     ("runs a shell", call("system|popen"), PRODUCT, ()),
     ("overruns its buffer", call("strcpy|strcat|stpcpy|sprintf|vsprintf|gets"), PRODUCT, ()),
@@ -45,24 +45,24 @@ BANNED = [
      PLUG_IN, ("base/os_posix.cpp",)),
 ]
 
-# Libraries that would do this project's own work; tests may use them as witnesses.
+# Libraries that would do the work of this project; tests may compare with them.
 BANNED_INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*[<"](?:blkid/|libudev|libmount|udisks|parted/)', re.MULTILINE)
 
-# Patterns are put together from pieces so that this file does not find itself.
+# Patterns are joined from pieces, so that they do not match this file.
 LEFTOVERS = re.compile(r"\b(?:" + "|".join(["TO" + "DO", "FIX" + "ME", "XX" + "X", "HA" + "CK"]) + r")\b")
 MACHINE_PATH = re.compile(r"(?<![\w.$}])/(?:home|Users|root|works?(?:paces?)?|builds)" + r"/[A-Za-z0-9_]")
 CITATION = re.compile(r"\bas re" + r"quired\b|\b(?:issue|ticket)s? #?\d", re.IGNORECASE)
 
-# What may lie in the tree: suffixes, and names that have none.
+# Files allowed in the tree: by suffix, or by name without a suffix.
 KNOWN_SUFFIXES = {".h", ".cpp", ".c", ".py", ".sh", ".md", ".txt", ".json", ".jsonl", ".csv", ".cmake", ".mof", ".in",
                   ".ini", ".prom", ".service", ".timer", ".yml", ".fact", ".1", ".5", ".bash", ".zsh"}
 KNOWN_NAMES = {".clang-format", ".clang-tidy", ".gitignore", ".gitattributes", ".editorconfig", "LICENSE", "gcovr.cfg"}
-# Where scripts without a suffix may lie; they begin with "#!".
+# Folders that may contain scripts without a suffix; they begin with "#!".
 SCRIPT_FOLDERS = ("tools", ".ci", "tests", "bench")
 # Inputs of fuzz targets: any bytes, any name, but small.
 RAW_FOLDERS = ("fuzz/seeds",)
 RAW_LIMIT = 65536
-# Recorded texts of other programs: their layout is not ours.
+# Recorded texts of other programs, with their layout.
 RECORDED_FOLDERS = ("tests/machines",)
 
 MAX_LINES = 400
@@ -102,7 +102,7 @@ def check_layout(path, text):
         if LEFTOVERS.search(line):
             yield number, "unfinished work is written down elsewhere"
         if MACHINE_PATH.search(line):
-            yield number, "a path of somebody's machine"
+            yield number, "a path of one machine"
         if CITATION.search(line):
             yield number, "state the fact itself, not where it was written down"
     if text and not text.endswith("\n"):

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Breaks the plug-in's sources one small change at a time and looks whether a test notices. The working tree is only
+"""Breaks the plug-in's sources one small change at a time and checks whether a test notices. The working tree is only
 read: changed copies, their objects and programs lie in the build directory."""
 
 import argparse
@@ -22,14 +22,14 @@ FOLDERS = ("plugin", "collect", "provider")
 FILES = ("base/text.cpp",)
 EQUIVALENT = Path(__file__).resolve().parent / "equivalent_mutants.txt"
 
-# What needs the machine to itself is left out: others on it must kill nothing. ctest knows which, by their label.
+# Without tests that need the machine to themselves: other processes must kill no mutant. ctest knows these by label.
 ALONE = "alone"
-BUT_ALONE = "--gtest_filter=-ALONE"  # stands for them in the list below
+BUT_ALONE = "--gtest_filter=-ALONE"  # means them in the list below
 SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds*:*.ReadsARichDisk*:"
         "*.AGptWithAllTheEntries*")
-# Those of the requests that nobody else on the machine disturbs.
+# The request tests that other processes cannot disturb.
 SEEDED = "Request.ArraysAreSetWithTheFlag256:Request.EveryOptionsMap*"
-# The fault sweeps take minutes; these of them notice what nothing before them does.
+# The fault sweeps take minutes; these notice changes that the tests before them miss.
 FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*"
 GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
 # (program, arguments), those that kill most and fastest first.
@@ -132,7 +132,7 @@ class Workshop:
             self.limits.append(max(LEAST_LIMIT, SLOWER_THAN_CLEAN * (time.monotonic() - began)))
 
     def check_survival(self, paths):
-        """A change that changes nothing survives: what kills mutants is the change, not the way it is brought in."""
+        """An unchanged source must survive: only the change may kill a mutant, not the way it is built in."""
         for path in paths:
             content = (self.root / path).read_text(encoding="utf-8")
             nothing = mutations.Mutant(path, 0, 0, "", "nothing", 1, "", "")

@@ -15,7 +15,7 @@ RELATION = re.compile(r" (<|<=) ")
 
 
 def add_all(content, code, add):
-    """Hands every change to `add` as kind, begin, end and the text that takes the place. `code` is the content with
+    """Passes every change to `add` as kind, begin, end and replacement text. `code` is the content with
     blanks for comments and texts."""
     code = re.sub(r"^[ \t]*#.*$", lambda match: " " * len(match.group(0)), code, flags=re.MULTILINE)
     code = _with_filled_texts(content, code)
@@ -32,13 +32,13 @@ def add_all(content, code, add):
 
 
 def _with_filled_texts(content, code):
-    """Quotation marks for the texts, so that an argument that is one is seen, and nothing in it is taken for code."""
+    """Quotation marks in place of texts: a text argument is seen, but its content is not taken for code."""
     kept = source_tree.blank(content, keep_strings=True)
     return "".join('"' if shown == " " != text else shown for shown, text in zip(code, kept))
 
 
 def _add_swaps(content, code, statements, add):
-    """Two neighbours in a block. One of them does something: declarations alone can stand in any order that compiles."""
+    """Two neighbours in a block. One of them does something: declarations alone may be in any order that compiles."""
     for (begin, middle), (next_begin, end) in zip(statements, statements[1:]):
         first, second = code[begin:middle], code[next_begin:end]
         if any(JUMP.match(one) or one.startswith("static_assert") for one in (first, second)) or \
@@ -57,7 +57,7 @@ def _add_arguments(content, code, begin, end, add):
     if name and len(arguments) == 2:
         for first, last in arguments:
             add("bound", name.start(), end + 1, f"({content[first:last]})")
-        return  # their order changes nothing
+        return  # the order makes no difference
     for (first, first_end), (second, second_end) in zip(arguments, arguments[1:]):
         texts = content[first:first_end], content[second:second_end]
         if texts[0] != texts[1]:
@@ -65,7 +65,7 @@ def _add_arguments(content, code, begin, end, add):
 
 
 def _add_bounds(content, code, match, end, add):
-    """A loop that knows one end less, or ends one step early."""
+    """A loop loses one of its end conditions, or ends one step early."""
     begin = match.end()
     if match.group(1) == "for":
         parts = split(code, begin, end, ";", keep_empty=True)
@@ -86,7 +86,7 @@ def _add_bounds(content, code, match, end, add):
 
 
 def _add_guard(code, begin, end, add):
-    """An if without else whose last word is a jump goes, and with it what its condition does."""
+    """An if without else that ends in a jump is removed, with the effects of its condition."""
     if re.search(r"\belse\s*$", code[:begin]):
         return
     inner = _skip_blanks(code, end + 1)
@@ -105,7 +105,7 @@ def _declares(statement):
 
 
 def _calls(code):
-    """(begin, end) of what lies between the parentheses of calls; parameter lists are none."""
+    """(begin, end) of the argument lists of calls; parameter lists do not count."""
     for match in re.finditer(r"([\w>])\(", code):
         name = re.search(r"[\w:]*$", code[:match.start(1) + 1]).group(0)
         end = closing(code, match.end() - 1)
@@ -119,7 +119,7 @@ def _calls(code):
 
 
 def _statements(code, place):
-    """(begin, end) of the statements from here to the end of the block; up to the first thing that is none."""
+    """(begin, end) of the statements from here to the end of the block; or to the first construct that is not a statement."""
     while True:
         place = _skip_blanks(code, place)
         end = statement_end(code, place)
@@ -130,7 +130,7 @@ def _statements(code, place):
 
 
 def statement_end(code, begin):
-    """Behind the statement that begins here; None where none does."""
+    """The end of the statement that begins here; None without one."""
     if begin >= len(code) or code[begin] == "}":
         return None
     if code[begin] == "{":
@@ -178,7 +178,7 @@ def split(code, begin, end, separator, keep_empty=False):
 
 
 def closing(code, opening):
-    """Where the bracket that opens here is closed; None when nothing closes it."""
+    """Where the bracket that opens here is closed; None when it is never closed."""
     depth = 0
     for place in range(opening, len(code)):
         depth += 1 if code[place] in "([{" else -1 if code[place] in ")]}" else 0

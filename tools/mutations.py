@@ -17,7 +17,7 @@ class Mutant:
     text: str
     kind: str
     line: int
-    before: str  # what stood there
+    before: str  # the text that is replaced
     context: str  # the line that it begins in
     rank: str = ""  # "2 of 3": of the places in the file where the same change of the same line can be made
 
@@ -30,7 +30,7 @@ class Mutant:
 
     @property
     def key(self):
-        """Names the change, and no other, also when lines are added above it."""
+        """Names exactly this change, even after lines were added above it."""
         return " | ".join(part for part in (self.path, self.context, self.change, self.rank) if part)
 
     def __str__(self):
@@ -161,7 +161,7 @@ def _can_be_dropped(statement):
 
 
 def _innermost(code):
-    """For every place, where the bracket was opened that it lies in; None outside of all."""
+    """For every place, the opening of the innermost bracket around it; None outside."""
     opened, places = [], []
     for place, character in enumerate(code):
         places.append(opened[-1] if opened else None)
@@ -180,7 +180,7 @@ def _is_block(in_front):
 
 
 def _is_guarded(code, begin):
-    """Whether what begins here hangs on an if, a for, a while or a catch."""
+    """Whether the statement here belongs to an if, for, while or catch."""
     place, depth = len(code[:begin].rstrip()) - 1, 0
     if place < 0 or code[place] != ")":
         return re.search(r"\belse$", code[:begin].rstrip()) is not None
@@ -193,7 +193,7 @@ def _is_guarded(code, begin):
 
 
 def _end_of_statement(code, begin):
-    """Behind the semicolon; None for what is no plain statement."""
+    """The end after the semicolon; None when it is not a plain statement."""
     depth = 0
     for place in range(begin, len(code)):
         if code[place] in "([{":

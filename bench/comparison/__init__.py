@@ -1,1 +1,1 @@
-"""What `compare` is made of: the prepared machine, the commands, the measuring, the document."""
+"""The parts of `compare`: the prepared machine, the commands, the measuring, the document."""

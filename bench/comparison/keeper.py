@@ -1,5 +1,5 @@
-"""Runs work inside a prepared machine and brings back what it returns. When this process dies, however it dies, the
-kernel ends everything inside, and with the last process go the mounts and the loop devices."""
+"""Runs work inside a prepared machine and returns its result. When this process ends for any reason, the kernel ends all
+processes inside, and the mounts and loop devices go with the last of them."""
 
 import json
 import os
@@ -11,15 +11,15 @@ from .machine import build, kernel, show_in_sysfs
 
 
 class Failed(Exception):
-    """The work raised something; the text carries it."""
+    """The work raised an exception; the text describes it."""
 
 
 def inside_machine(disk_count, work):
-    """work(machine) in a machine of so many disks; its result must have a JSON form."""
+    """Runs work(machine) in a machine of so many disks; its result must have a JSON form."""
     made, numbers_there = os.pipe()
     result, result_there = os.pipe()
     keeper = os.getpid()
-    guard = os.fork()  # changes its process name space for its children, which must not happen to us
+    guard = os.fork()  # its children get another process name space, which ours must not
     if guard:
         os.close(numbers_there)
         os.close(result_there)
@@ -40,7 +40,7 @@ def inside_machine(disk_count, work):
 
 
 def _leave(work):
-    """Ends this process with what work returns, never through the code that called fork."""
+    """Ends this process with the result of work, never through the code that called fork."""
     status = 1
     try:
         status = work() or 0
@@ -101,7 +101,7 @@ class Machine:
 
 
 class _View:
-    """A process in a mount name space of its own, which runs functions of modules by name."""
+    """A process in a separate mount name space, which runs functions of modules by name."""
 
     def __init__(self, disks):
         asked, self._asking = os.pipe()

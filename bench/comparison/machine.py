@@ -1,10 +1,10 @@
 """A machine of real loop devices with real partitions and mounts, the same for every tool.
 
-The kernel's own sysfs is what `lsblk` reads, and it knows a loop device under no other name than loopN. So the devices
-keep their kernel names in /sys/block, which shows ours alone, and have second nodes in /dev, under the names that the
-partition collector tries: sda to sdz, then nvme0n1 and on. `diskmgt` reads every disk under both names, as it reads a
-SCSI disk twice under one. Tools that pass over names beginning with "loop" are run in a second view of the same
-machine, in which /sys/block lists the devices under their second names."""
+`lsblk` reads the kernel's sysfs, where a loop device is always named loopN. So the devices keep their kernel names in
+/sys/block, which shows only ours, and have second nodes in /dev under the names that the partition collector tries: sda
+to sdz, then nvme0n1 and so on. `diskmgt` reads every disk under both names, just as it reads a SCSI disk twice under one.
+Tools that skip names beginning with "loop" run in a second view of the same machine, in which /sys/block lists the
+devices under their second names."""
 
 import fcntl
 import os
@@ -70,7 +70,7 @@ def build(count):
 
 
 def show_in_sysfs(names):
-    """A /sys/block with these names alone, leading to the devices as the kernel's own entries do."""
+    """A /sys/block with only these names, linked to the devices like the kernel's entries."""
     kernel.mount("tmpfs", "/sys/block", "tmpfs", options="mode=755")
     for name, loop in names.items():
         os.symlink(f"../devices/virtual/block/loop{loop.number}", f"/sys/block/{name}")
@@ -84,11 +84,11 @@ def _unmount_all_but(kept):
             try:
                 kernel.unmount(place)
             except OSError:
-                pass  # went with the one above it
+                pass  # unmounted with the one above it
 
 
 def _spread(total, count):
-    """Partitions of each disk: as even as whole numbers allow."""
+    """Partitions of each disk, distributed evenly."""
     return [total * (index + 1) // count - total * index // count for index in range(count)]
 
 
@@ -104,7 +104,7 @@ def _empty_file_system():
 
 
 def _table(partitions, is_gpt):
-    """A script for sfdisk and the (number, start sector) of what can hold a file system."""
+    """A script for sfdisk and the (number, start sector) of the partitions that can hold a file system."""
     if is_gpt or partitions <= 4:
         starts = [2048 * number for number in range(1, partitions + 1)]
         kind = _GPT_TYPE if is_gpt else "83"
@@ -145,8 +145,8 @@ def _make_disk(control, name, partitions, is_gpt, file_system):
 
 
 def _show_partitions(loop):
-    """Makes partitions show. The flag also makes the kernel take them away when the device is freed; the tool tells
-    those kernels about them that read no tables themselves."""
+    """Makes partitions visible. The flag also makes the kernel remove them when the device is freed; the tool adds
+    them on kernels that do not read the tables."""
     status = bytearray(_INFO)
     fcntl.ioctl(loop.fd, _GET_STATUS, status)
     flags = struct.unpack_from("=I", status, _FLAGS_AT)[0]
@@ -159,7 +159,7 @@ def _mount_partitions(disks, partition_counts, wanted):
     with open("/proc/self/mounts", encoding="utf-8") as table:
         present = len(table.readlines())
     rounds = max(partition_counts)
-    # Round by round, so that every disk has something mounted before one has everything.
+    # In rounds, so that every disk has a mount before any disk has all of its mounts.
     candidates = [(disk, loop.holders[turn]) for turn in range(rounds)
                   for disk, loop in disks.items() if turn < len(loop.holders)]
     for disk, number in candidates[:max(0, wanted - present)]:

@@ -1,4 +1,4 @@
-"""Everything that is measured inside one prepared machine."""
+"""All measurements inside one prepared machine."""
 
 import random
 import statistics
@@ -9,7 +9,7 @@ from .tools import THREE_CLASSES, TOOLS, installed, why_missing
 
 TIMED_REQUESTS = 101
 TIMED_STARTS = 5
-# Start-up in steps: what each command does beyond the one before it is what that step costs.
+# Start-up in steps: each command does one step more than the one before it, and the difference is its cost.
 PHASES = [
     ("start of the process, options", ["--version"]),
     ("reference host and schema", ["classes"]),
@@ -48,7 +48,7 @@ def measure(machine, build, runs, wanted):
         measured[tool.name].calls = at(tool, calls_of, calls)
     order = random.Random(1)
     for _ in range(runs):
-        # What ran before leaves the processor's caches and the kernel's in its own state.
+        # The previous command leaves its state in the caches of processor and kernel.
         for tool, calls in order.sample(chosen, len(chosen)):
             wall, cpu, memory = at(tool, run_once, watch, calls)
             entry = measured[tool.name]
@@ -87,7 +87,7 @@ def _in_process(build):
         return statistics.median(numbers) / 1e6
 
     def further_calls(command):
-        """System calls of one more repeat, less its two looks at the clock."""
+        """System calls of one more repeat, less its two readings of the clock."""
         return stopwatch.system_calls([command(3)]) - stopwatch.system_calls([command(2)]) - 2
 
     starts = [stopwatch.nanoseconds_of([*timer, "1", *THREE_CLASSES])[0] for _ in range(TIMED_STARTS)]

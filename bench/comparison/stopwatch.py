@@ -1,4 +1,4 @@
-"""Runs commands and tells what they took: time, memory, system calls."""
+"""Runs commands and measures their time, memory and system calls."""
 
 import json
 import os
@@ -15,7 +15,7 @@ DEADLINE = 120  # seconds for one call
 
 @dataclass
 class Measured:
-    """Of several runs. A run may be several calls; their times add up."""
+    """The figures of several runs. A run may be several calls; their times add up."""
     wall: list = field(default_factory=list)   # milliseconds
     cpu: list = field(default_factory=list)    # milliseconds, user and system
     memory: int = 0                            # KiB, the greatest
@@ -51,7 +51,7 @@ class Stopwatch:
 
 
 def system_calls(calls):
-    """How many system calls the calls make together, their children's included; 0 without strace."""
+    """The number of system calls of all calls, including their children's; 0 without strace."""
     total = 0
     for call in calls:
         try:
@@ -71,7 +71,7 @@ def output_of(calls):
 
 
 def loader_cycles(call):
-    """What the dynamic loader says of its own work before main, in processor cycles, by kind."""
+    """The dynamic loader's statistics about its work before main, in processor cycles, by kind."""
     told = subprocess.run(call, capture_output=True, text=True, check=False, timeout=DEADLINE,
                           env={**os.environ, "LD_DEBUG": "statistics"})
     cycles = {}

@@ -1,4 +1,4 @@
-"""The commands that are compared, and what each is asked to list."""
+"""The commands that are compared, and what each lists."""
 
 import shutil
 from dataclasses import dataclass
@@ -17,7 +17,7 @@ class Tool:
 
 
 def installed(build):
-    """Where `compare` puts what users get, below the build directory."""
+    """Where `compare` installs the product, below the build directory."""
     return f"{build}/installed"
 
 
@@ -53,7 +53,7 @@ VERSION_COMMANDS = {"lsblk": ["lsblk", "--version"], "sfdisk": ["sfdisk", "--ver
 
 
 def why_missing(call, status):
-    """What keeps a command from being compared; "" when nothing does."""
+    """Why a command cannot be compared; "" when it can."""
     if shutil.which(call[0]) is None:
         return "not installed"
     if status == 2 and call[0].endswith("/diskmgt"):

@@ -1,8 +1,8 @@
-# Run by CPack between installing and packing: adds what Debian asks of a package to the tree in ${root}.
+# Run by CPack between installing and packing: adds to the tree in ${root} what Debian requires of a package.
 set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY})
 set(documents ${root}/usr/share/doc/diskmgt)
 
-# Debian keeps zsh's site-functions to the administrator's own.
+# Debian reserves zsh's site-functions for the administrator.
 if(EXISTS ${root}/usr/share/zsh/site-functions)
   file(RENAME ${root}/usr/share/zsh/site-functions ${root}/usr/share/zsh/vendor-completions)
 endif()
@@ -29,5 +29,5 @@ execute_process(COMMAND strip --strip-unneeded --remove-section=.comment ${binar
 file(MAKE_DIRECTORY ${root}/usr/share/lintian/overrides)
 file(COPY_FILE ${CPACK_DISKMGT_DEBIAN_DIR}/lintian_overrides.txt ${root}/usr/share/lintian/overrides/diskmgt)
 
-# Whatever the umask was.
+# Independent of the umask.
 execute_process(COMMAND chmod -R u+rwX,go+rX,go-w ${root} COMMAND_ERROR_IS_FATAL ANY)

@@ -1,5 +1,5 @@
-# Run by CPack when the package is made: takes out the scripts that CPack adds to call ldconfig. The linker's cache is not
-# to know the two libraries: only the command loads them.
+# Run by CPack when the package is made: removes the scripts that CPack adds to call ldconfig. The linker's cache must
+# not list the two libraries: only the command loads them.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   set(tree ${CPACK_TEMPORARY_DIRECTORY}-tree)
   file(REMOVE_RECURSE ${tree})

@@ -1,4 +1,3 @@
-// The plug-in's entry object.
 #include "plugin/entry/disk_mgt_callbacks.h"
 
 #include <boost/pointer_cast.hpp>
@@ -27,7 +26,7 @@ using NVEXTAL20::TPluginManagerNamespace;
 TDiskMgtCallbacks::TDiskMgtCallbacks() {
     const auto manager =
         boost::dynamic_pointer_cast<TPluginManagerNamespace>(NVEXTAL20::TRootObject::GetPluginManager());
-    // Without a manager the plug-in stays unregistered, and silent.
+    // Without a manager the plug-in stays unregistered and logs nothing.
     if (manager != nullptr) pluginInstance = manager->RegisterPlugin(this);
     LogMessage::setPluginInstance(pluginInstance);
     log = LogMessage::getInstance();

@@ -1,5 +1,5 @@
-// TDiskMgtCallbacks: the plug-in's entry object. It tells who the plug-in is and hands each requested class to the
-// instance or the association provider.
+// TDiskMgtCallbacks: the plug-in's entry object. It identifies the plug-in and hands each requested class to the
+// instance provider or the association provider.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -30,7 +30,7 @@ public:
     void Init() override;
     void DeInit() override;
 
-    /// Serves the classes one after the other and catches nothing: what the providers let through ends the request.
+    /// Serves the classes one after the other and catches nothing: an exception from a provider ends the request.
     void GetData(boost::shared_ptr<NVEXTAL20::ICIMNamespace> nameSpace,
                  std::vector<boost::shared_ptr<NVEXTAL20::ICIMClass>>& classes) override;
 

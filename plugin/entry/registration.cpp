@@ -3,11 +3,11 @@
 
 namespace {
 
-// 101 is the earliest priority open to programs; static constants come after every prioritised constructor.
+// 101 is the earliest priority that programs may use; static constants are set up after all prioritised constructors.
 __attribute__((constructor(101))) void registerPlugin() {
-    // A host without a plug-in manager never learns of the object, which then stays for good.
-    // The host's from here on; freed through PrepareForUnload.
+    // Without a plug-in manager the object is never registered and never freed.
+    // Owned by the host from here on; freed through PrepareForUnload.
     new diskmgt_col::TDiskMgtCallbacks;
-}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): not ours any more
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): owned by the host
 
 }  // namespace

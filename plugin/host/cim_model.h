@@ -1,8 +1,8 @@
 // ICIMNamespace, ICIMClass, ICIMInstance, ICIMProperty: the host's CIM object model. The order of the
-// virtual operations is binary interface, and nothing stands before them: no virtual destructor, since
+// virtual operations is binary interface, and nothing comes before them: no virtual destructor, since
 // every object is held by the shared pointer that its maker created.
 //
-// Callers pass every `options` fresh and discard it. It is empty but for the class lookup, whose "nspID" says whose
+// Callers pass a new `options` each time and discard it. Only the class lookup fills it: its "nspID" says whose
 // classes are meant.
 #pragma once
 
@@ -24,7 +24,7 @@ using TCIMOptions = std::map<std::string, TCIMValue>;
 
 class TAL_API ICIMNamespace {
 public:
-    /// The class of that exact name; throws `TTALException` when there is none.
+    /// The class of that exact name; throws `TTALException` when it is unknown.
     virtual boost::shared_ptr<ICIMClass> GetClass(const std::string& className, TCIMOptions& options) = 0;
 
 protected:

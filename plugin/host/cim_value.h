@@ -1,5 +1,5 @@
-// TCIMReference, TCIMValue and TCIMValue::TCIMType: typed CIM values. What they hold is the host's
-// own business: each carries a pointer to an immutable `Content` that only the host defines.
+// TCIMReference, TCIMValue and TCIMValue::TCIMType: typed CIM values. Each carries a
+// pointer to an immutable `Content` that only the host defines.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -67,7 +67,7 @@ public:
     TCIMValue& operator=(const TCIMValue& other);
     ~TCIMValue();
 
-    /// Makes the value an array of `type` from the elements; no element gives an empty array. Plug-ins
+    /// Makes the value an array of `type` from the elements; an empty list gives an empty array. Plug-ins
     /// pass 256 for `flags`.
     void Set(TCIMType type, unsigned int flags, const std::vector<TCIMValue>& elements);
     /// True for an unset value.

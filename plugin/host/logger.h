@@ -12,7 +12,7 @@ class TAL_API ILogger {
 public:
     enum ETALLogSeverity { kError = 0, kWarning = 1, kStatus = 2, kDebug = 3, kVerbose = 4 };
 
-    /// Writes one entry. The text is taken as it stands: no prefix, no line end is added.
+    /// Writes one entry. The text is taken unchanged: no prefix or line end is added.
     virtual void Log(ETALLogSeverity severity, const std::string& text) = 0;
 
 protected:

@@ -19,7 +19,7 @@ public:
     /// True for anything that `stat` finds.
     static bool FileExists(std::string path);
     /// Appends one text per device that the server's management controller presents as a virtual device; each
-    /// contains the device's /dev path. No controller: nothing is appended. Returns the number appended.
+    /// contains the device's /dev path. Without a controller nothing is appended. Returns the number appended.
     static int getBmcVirtualDevices(int controller, std::vector<std::string>& devices, bool refresh);
 };
 

@@ -11,7 +11,7 @@ namespace NVEXTAL20 {
 
 class TAL_API TRootObject {
 public:
-    /// The plug-in manager, whose object is a `TPluginManagerNamespace`; null when there is none.
+    /// The plug-in manager, whose object is a `TPluginManagerNamespace`; null when the host has none.
     static boost::shared_ptr<ICIMNamespace> GetPluginManager();
     /// The core logger. Owned by the host, valid for the process.
     static ILogger* GetCoreLogger();

@@ -13,7 +13,7 @@ class TAL_API TCIMSchemaHelper {
 public:
     /// The hosting computer system's name; throws `TTALException` when the namespace has no such system.
     static std::string GetSystemName(boost::shared_ptr<ICIMNamespace> nameSpace);
-    /// The class name of the hosting computer system; throws `TTALException` likewise.
+    /// The class name of the hosting computer system; throws `TTALException` in the same case.
     static std::string GetSystemCreationClassName(boost::shared_ptr<ICIMNamespace> nameSpace);
 };
 

@@ -1,4 +1,4 @@
-// TTALException: how the host reports every failure of its own.
+// TTALException: how the host reports its failures.
 #pragma once
 
 #include <stdexcept>

@@ -1,4 +1,3 @@
-// Writing to the host's core logger.
 #include "plugin/log/log_message.h"
 
 #include "plugin/host/root_object.h"

@@ -21,10 +21,10 @@ public:
 
     /// The one object, made on the first call, which registration makes on the loading thread; never deleted.
     static LogMessage* getInstance();
-    /// The registered plug-in's handle; with null, nothing is logged.
+    /// The registered plug-in's handle; while it is null, nothing is logged.
     static void setPluginInstance(NVEXTAL20::TPluginManagerProvider* instance);
 
-    /// Hands the text over as it stands. Dropped: an empty text, and every text before registration or in a host
+    /// Passes the text on unchanged. Dropped: an empty text, and every text before registration or in a host
     /// without a logger. Exceptions of the logger pass.
     void write(const std::string& text, NVEXTAL20::ILogger::ETALLogSeverity severity) const;
     void writeError(const std::string& text) const;
@@ -35,7 +35,7 @@ public:
 
     /// The text of another system's error code: always empty here.
     std::string lookupWin32Error(int code) const;
-    /// Writes that text, so nothing.
+    /// Writes that text; as it is empty, nothing is logged.
     void writeWin32Error(int code) const;
 
 private:

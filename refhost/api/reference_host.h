@@ -18,7 +18,7 @@
 
 namespace refhost {
 
-/// A plug-in that cannot be loaded, is not one, or throws while loading. `what()` is one sentence for people.
+/// The file cannot be loaded, is not a plug-in, or throws while loading. `what()` is one sentence for people.
 class TAL_API PluginError : public std::runtime_error {
 public:
     explicit PluginError(const std::string& text);
@@ -31,7 +31,7 @@ struct PropertyDeclaration {
     std::string type;  // lower-case MOF word; "reference" for a reference
     bool isArray = false;
     bool isKey = false;
-    std::string referenceClass;  // for a reference: the class it must name, or one beneath it
+    std::string referenceClass;  // for a reference: it must name this class or one beneath it
     std::string declaredIn;      // the class whose declaration counts: the most derived one
     std::string unit;            // empty: none
     std::string description;     // empty: none
@@ -71,7 +71,7 @@ struct LogLine {
     std::string text;
 };
 
-/// Takes a log line, on the thread that logged it. Called for one line after the other; must not throw or use the host.
+/// Takes a log line, on the thread that logged it. Calls never overlap; they must not throw or use the host.
 using LogSink = std::function<void(const LogLine& line)>;
 
 struct PluginIdentity {
@@ -89,7 +89,7 @@ struct RequestResult {
     TAL_API bool reportsFailure() const;
 };
 
-/// A traced value: null, truth, number, text or list of texts.
+/// A traced value: null, boolean, number, text or list of texts.
 using TraceValue =
     std::variant<std::monostate, bool, std::int64_t, std::uint64_t, std::string, std::vector<std::string>>;
 
@@ -98,34 +98,34 @@ struct TraceEntry {
     bool byPlugin = true;  // false: the host called the plug-in
     std::string call;
     std::vector<std::pair<std::string, TraceValue>> arguments;  // by name, in order
-    std::optional<TraceValue> returns;                          // absent: no result, or it threw
+    std::optional<TraceValue> returns;                          // empty: no result, or the call threw
     std::optional<std::string> throws;                          // the exception's text
 };
 
 enum class FaultKind {
     kTalException,
     kStandardException,  // std::runtime_error
-    kForeignException,   // neither of the two; an int
-    kNullResult,         // where the operation returns a pointer; elsewhere the crossing goes on unharmed
+    kForeignException,   // an int
+    kNullResult,         // for operations that return a pointer; others go on as usual
 };
 
 /// Makes crossings by the plug-in fail.
 struct FaultPlan {
     std::size_t crossing = 1;  // counted from 1 since `setFaultPlan`
-    bool fromThenOn = false;   // and every later one
+    bool fromThenOn = false;   // and every later crossing
     FaultKind kind = FaultKind::kTalException;
 };
 
 struct HostOptions {
     std::string systemName;                   // empty: the machine's host name
-    std::vector<std::string> virtualDevices;  // added to those of the management controller
-    bool discoverVirtualDevices = true;       // ask sysfs for those of the management controller
+    std::vector<std::string> virtualDevices;  // besides those of the management controller
+    bool discoverVirtualDevices = true;       // look in sysfs for those of the management controller
     /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
     std::function<void(const std::string& className)> whenServing = {};
 };
 
-/// A complete in-memory host with the one namespace root/cimv2. One may exist at a time in a process: it is what
-/// the static services of the host interface answer from. Requests may run on several threads at once.
+/// A complete in-memory host with the one namespace root/cimv2. Only one may exist at a time in a process, because the
+/// static services of the host interface answer from it. Requests may run on several threads at once.
 class TAL_API ReferenceHost {
 public:
     explicit ReferenceHost(HostOptions options = {});
@@ -146,12 +146,12 @@ public:
     /// Serves one request: drops the instances of the named classes, then hands the classes to every loaded
     /// plug-in at once. Throws `std::invalid_argument` for a class that the schema does not declare.
     RequestResult request(const std::vector<std::string>& classNames);
-    /// The class that a running request last asked the plug-in for; empty when none runs. Safe from any thread.
+    /// The class that a running request last asked the plug-in for; empty when no request runs. Safe from any thread.
     std::string classBeingServed() const;
 
     /// The published instances of exactly this class, in the order committed.
     std::vector<Instance> instances(const std::string& className) const;
-    /// Shows them one after the other, so that they never lie in memory together.
+    /// Shows them one by one, so that the copies are never in memory together.
     void forEachInstance(const std::string& className, const std::function<void(const Instance&)>& show) const;
     /// Drops every published instance but the hosting system's.
     void clear();
@@ -166,8 +166,8 @@ public:
 
     /// Everything logged since the host was made, outside requests too.
     std::vector<LogLine> log() const;
-    /// Hands later log lines of this severity or a graver one to the sink too, as they were logged: nothing in them is
-    /// escaped. A negative severity or no sink: none (the default).
+    /// Passes later log lines of this severity or a graver one to the sink too, unchanged: nothing is escaped. A
+    /// negative severity or an empty sink stops this (the default).
     void forwardLog(int fromSeverity, LogSink sink = {});
 
     /// Starts recording crossings; costs nothing while off.

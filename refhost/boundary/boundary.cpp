@@ -1,4 +1,3 @@
-// The trace and the fault plan behind one lock; only watched crossings come here.
 #include "refhost/boundary/boundary.h"
 
 #include <mutex>
@@ -12,7 +11,7 @@ namespace {
 struct Watch {
     std::mutex mutex;
     std::vector<TraceEntry> entries;
-    std::uint64_t generation = 1;  // raised when entries are handed over, so that calls still running let go of them
+    std::uint64_t generation = 1;  // raised when entries are handed over; calls still running then leave theirs alone
     FaultPlan plan;
     bool planned = false;
 };
@@ -87,7 +86,7 @@ bool Boundary::failAsPlanned(std::size_t crossing, const char* call) {
 
 void CallRecord::begin(bool byPlugin, const char* call, TraceArguments arguments) {
     const std::lock_guard<std::mutex> guard(watch().mutex);
-    if (!Boundary::isTracing()) return;  // the trace was taken meanwhile
+    if (!Boundary::isTracing()) return;  // another thread took the trace
     generation = watch().generation;
     position = watch().entries.size();
     TraceEntry entry;

@@ -2,7 +2,7 @@
 // when a plan says so. There is one boundary in a process.
 //
 // While nothing is recorded and no plan is set, a crossing costs a few plain loads and stores; its arguments are not
-// even described.
+// described.
 #pragma once
 
 #include <atomic>
@@ -30,23 +30,23 @@ public:
     static void setFaultPlan(const FaultPlan& plan);
     static void clearFaultPlan();
 
-    /// While a plan is set: just those since then that were watched, so that a thread that found nobody watching and
-    /// counts late disturbs no number.
+    /// While a plan is set, only crossings made under it count: a thread that checked just before must not shift the
+    /// numbers.
     static std::size_t crossings() noexcept {
         const std::size_t exact = numbered.load(std::memory_order_relaxed);
         return isFailing() ? exact : exact + unwatched.load(std::memory_order_relaxed);
     }
     /// Counts one crossing by the plug-in and returns its number, the first being 1.
     static std::size_t numberCrossing() noexcept { return numbered.fetch_add(1, std::memory_order_relaxed) + 1; }
-    /// Counts one that nobody watches. Two threads at it may lose one: an increment that cannot would be half of what
-    /// the crossing costs.
+    /// Counts an unwatched crossing. Racing threads may lose a count; an atomic increment would cost half as much as
+    /// the crossing.
     static void countCrossing() noexcept {
         unwatched.store(unwatched.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     }
     static bool isWatched() noexcept { return watched.load(std::memory_order_relaxed) != 0; }
     static bool isTracing() noexcept { return (watched.load(std::memory_order_relaxed) & kTracing) != 0; }
 
-    /// Throws when the plan says so; true when the crossing is to answer null, if it can.
+    /// Throws when the plan says so; true when the crossing should return null, if it can.
     static bool failAsPlanned(std::size_t crossing, const char* call);
 
 private:
@@ -72,7 +72,7 @@ public:
     CallRecord(const CallRecord&) = delete;
     CallRecord& operator=(const CallRecord&) = delete;
 
-    /// Runs the call; its result goes into the entry as `show` tells it, its exception as text and then onward.
+    /// Runs the call. Its result goes into the entry as `show` gives it; an exception goes in as text and passes on.
     template <typename Work, typename Show>
     auto run(const Work& work, const Show& show) -> decltype(work()) {
         try {
@@ -100,11 +100,11 @@ private:
     void returned(TraceValue value) const;
     void threw(const char* text) const;
 
-    std::uint64_t generation = 0;  // of the trace that holds the entry; 0: none
+    std::uint64_t generation = 0;  // of the trace that holds the entry; 0: not recorded
     std::size_t position = 0;
 };
 
-/// How a plain result shows in the trace.
+/// A plain result as a traced value.
 struct AsItIs {
     template <typename Value>
     TraceValue operator()(const Value& value) const {
@@ -125,13 +125,13 @@ auto cross(const char* call, const Describe& describe, const Work& work, const S
     return CallRecord(true, call, describe)
         .run(
             [&] {
-                (void)Boundary::failAsPlanned(number, call);  // an answer that cannot be null stays as it is
+                (void)Boundary::failAsPlanned(number, call);  // a result that cannot be null is left unchanged
                 return work();
             },
             show);
 }
 
-/// A crossing that answers with a pointer, which a plan can make null. `show` is not asked about null.
+/// A crossing that returns a pointer, which a plan can make null. `show` is not called for null.
 template <typename Describe, typename Work, typename Show>
 auto crossToPointer(const char* call, const Describe& describe, const Work& work, const Show& show)
     -> decltype(work()) {

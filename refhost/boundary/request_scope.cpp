@@ -1,4 +1,3 @@
-// The thread's own request, and the list of all.
 #include "refhost/boundary/request_scope.h"
 
 #include <algorithm>

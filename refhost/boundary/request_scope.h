@@ -1,4 +1,4 @@
-// RequestScope: what the host keeps about a request while it runs, found again by the thread that runs it.
+// RequestScope: what the host keeps about a running request, found through the thread that runs it.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ class RunningRequests {
 public:
     explicit RunningRequests(std::function<void(const std::string&)> whenServing) : announce(std::move(whenServing)) {}
 
-    /// The class that a running request last asked for; empty when none runs.
+    /// The class that a running request last asked for; empty when no request runs.
     std::string lastServed() const;
 
 private:
@@ -29,7 +29,7 @@ private:
     const std::function<void(const std::string&)> announce;  // may be empty
     mutable std::mutex mutex;
     std::vector<const RequestScope*> scopes;
-    std::uint64_t clock = 0;  // orders the questions
+    std::uint64_t clock = 0;  // counts the classes asked for
     std::uint64_t latest = 0;
 };
 
@@ -49,7 +49,7 @@ public:
     static bool isRunning();
     /// The number of this thread's request; 0 outside.
     static std::uint64_t currentNumber();
-    /// The values that this thread's request made last; null outside.
+    /// The values that this thread's request made most recently; null outside.
     static RecentValues* recentValues();
     /// Adds to the log of this thread's request, if there is one.
     static void collect(const LogLine& line);
@@ -63,7 +63,7 @@ private:
     std::uint64_t ownNumber = 0;
     std::vector<LogLine> lines;
     RecentValues recent;
-    const DeclaredClass* served = nullptr;  // under the lock of `running`, as is the next
+    const DeclaredClass* served = nullptr;  // guarded, like the next member, by the lock of `running`
     std::uint64_t servedAt = 0;
 };
 

@@ -1,4 +1,4 @@
-// How CIM values show in a trace.
+// CIM values as traced values.
 #pragma once
 
 #include "refhost/api/reference_host.h"

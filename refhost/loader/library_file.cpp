@@ -1,4 +1,3 @@
-// Reading of ELF headers: see elf(5).
 #include "refhost/loader/library_file.h"
 
 #include <fcntl.h>

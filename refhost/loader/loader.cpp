@@ -1,4 +1,3 @@
-// The life of a plug-in library: open, registered, in service, given back, closed.
 #include "refhost/loader/loader.h"
 
 #include <dlfcn.h>
@@ -20,13 +19,13 @@ namespace {
 using NVEXTAL20::IPluginBasicQueryCallbacks;
 using NVEXTAL20::IPluginCallbacks;
 
-/// dlopen(3), called as what it is: a load-time constructor may throw through it, but the system's declaration promises
-/// otherwise. Volatile, so that no compiler sees whose promise it was.
+/// dlopen(3), through a type without `noexcept`: a load-time constructor may throw through it, although its declaration
+/// denies that. Volatile, so that the compiler cannot see through the pointer.
 void* (*const volatile openThatMayThrow)(const char* file, int mode) = &::dlopen;
 
 bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
 
-/// The path as the linker shall see it: without a slash it would search its own folders.
+/// The path for the linker, which searches its own folders for a name without a slash.
 std::string existingFile(const std::string& file) {
     struct stat status {};
     if (::stat(file.c_str(), &status) != 0)
@@ -44,7 +43,7 @@ std::string existingFile(const std::string& file) {
     return path;
 }
 
-/// What the linker says, without the file name that it puts before it.
+/// The linker's message, without the file name that it begins with.
 std::string linkerComplaint(const std::string& path) {
     const char* const said = ::dlerror();
     std::string text = said == nullptr ? "the dynamic linker gives no reason" : said;
@@ -84,8 +83,8 @@ void* openLibrary(const std::string& path) {
     }
 }
 
-/// Runs a call that takes the plug-in out of service. Its exceptions are dropped: nobody is left to act on them, and
-/// the unloading must go on.
+/// Runs a call that takes the plug-in out of service. Its exceptions are dropped: nothing can be done about them, and
+/// the unloading must continue.
 template <typename Work>
 void callQuietly(const char* call, const Work& work) noexcept {
     try {
@@ -100,7 +99,7 @@ void callQuietly(const char* call, const Work& work) noexcept {
 PluginLibrary::PluginLibrary(const std::string& file) {
     const std::string path = existingFile(file);
     if (void* const already = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
-        (void)::dlclose(already);  // gives back what the question took
+        (void)::dlclose(already);  // releases the reference that the check took
         throw PluginError("cannot load the plug-in \"" + path +
                           "\": it is already loaded in this process and registers only when it is loaded afresh");
     }
@@ -108,7 +107,7 @@ PluginLibrary::PluginLibrary(const std::string& file) {
     if (handle == nullptr) refuseOpening(path);
 }
 
-PluginLibrary::~PluginLibrary() { (void)::dlclose(handle); }  // a library that stays mapped does no harm
+PluginLibrary::~PluginLibrary() { (void)::dlclose(handle); }  // if this fails, the library stays mapped: harmless
 
 std::shared_ptr<LoadedPlugin> LoadedPlugin::load(const std::string& file) {
     LoadScope scope;

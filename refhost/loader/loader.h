@@ -17,9 +17,9 @@ namespace refhost {
 class PluginLibrary {
 public:
     /// Opens the library, whose load-time constructor registers its entry with the current plug-in manager. Throws
-    /// `PluginError` when the file is missing, no shared library, misses symbols or throws while it loads.
+    /// `PluginError` when the file is missing, not a shared library, lacks symbols or throws while it loads.
     ///
-    /// An exception that passes through the dynamic linker leaves its lock taken and its books unfinished. The process
+    /// An exception that passes through the dynamic linker leaves its lock held and its records incomplete. The process
     /// can still report the error and exit; it should load nothing more.
     explicit PluginLibrary(const std::string& file);
     PluginLibrary(const PluginLibrary&) = delete;
@@ -35,10 +35,10 @@ class LoadedPlugin {
 public:
     /// Loads the library and starts its plug-in. Throws `PluginError`.
     static std::shared_ptr<LoadedPlugin> load(const std::string& file);
-    /// Takes an entry into service that registered from within the process. Throws `PluginError`.
+    /// Takes an entry into service that the process itself registered. Throws `PluginError`.
     static std::shared_ptr<LoadedPlugin> adopt(Registration registered);
 
-    /// Asks for the identity and initialises. Throws `PluginError`, and then the entry has been given back.
+    /// Asks for the identity and initialises. When it throws `PluginError`, the entry has already been given back.
     LoadedPlugin(std::unique_ptr<PluginLibrary> openLibrary, Registration registered, const std::string& file);
     LoadedPlugin(const LoadedPlugin&) = delete;
     LoadedPlugin& operator=(const LoadedPlugin&) = delete;
@@ -48,7 +48,7 @@ public:
     /// Null when the plug-in answers no data requests.
     NVEXTAL20::IPluginBasicQueryCallbacks* query() const { return queries; }
 
-    /// Gives an entry back that was never taken into service.
+    /// Gives back an entry that was never taken into service.
     static void release(NVEXTAL20::IPluginCallbacks& entry) noexcept;
 
 private:

@@ -32,13 +32,13 @@ std::string machineName() {
 }
 
 boost::shared_ptr<const Schema> compiledSchema() {
-    std::vector<MofDocument> documents;  // filled one by one: a list would be copied
+    std::vector<MofDocument> documents;  // filled one by one: an initialiser list would be copied
     documents.push_back(parseMof(kBaseMof, "base.mof"));
     documents.push_back(parseMof(kVendorMof, "vexsg.mof"));
     return boost::make_shared<const Schema>(documents);
 }
 
-/// Makes the copy one of this instance, in the memory that it has already.
+/// Fills the copy from this instance, reusing its memory.
 void fillIn(Instance& copy, const InstanceObject& published) {
     copy.className = published.declaredClass().name();
     copy.path = published.path();
@@ -59,7 +59,7 @@ void fillIn(Instance& copy, const InstanceObject& published) {
     });
 }
 
-/// The text of whatever ended the call early.
+/// The text of the exception that ended the call early.
 template <typename Work>
 std::optional<std::string> failureOf(const Work& work) {
     try {
@@ -96,7 +96,7 @@ struct ReferenceHost::State {
         publishSystem(nameSpace, options.systemName.empty() ? machineName() : options.systemName);
     }
 
-    /// Takes entries into service that registered from within the process.
+    /// Takes entries into service that the process itself registered.
     PluginList pluginsInService() {
         const std::lock_guard<std::mutex> guard(pluginMutex);
         for (Registration& registered : manager->takeUnloaded())
@@ -151,7 +151,7 @@ void ReferenceHost::unloadPlugins() {
         leaving.swap(state->plugins);
     }
     for (const Registration& registered : state->manager->takeUnloaded()) LoadedPlugin::release(*registered->entry);
-    while (!leaving.empty()) leaving.pop_back();  // the last loaded goes first; one that is serving goes when it ends
+    while (!leaving.empty()) leaving.pop_back();  // last loaded first; one that serves is freed after its request
 }
 
 std::vector<PluginIdentity> ReferenceHost::plugins() const {
@@ -174,7 +174,7 @@ RequestResult ReferenceHost::request(const std::vector<std::string>& classNames)
     RequestResult result;
     for (const auto& plugin : serving) {
         if (plugin->query() == nullptr) continue;
-        std::vector<boost::shared_ptr<NVEXTAL20::ICIMClass>> classes;  // afresh: the plug-in may change the list
+        std::vector<boost::shared_ptr<NVEXTAL20::ICIMClass>> classes;  // made anew: the plug-in may change the list
         for (const DeclaredClass* declared : wanted) classes.push_back(state->nameSpace->classObject(*declared));
         const std::optional<std::string> failure = failureOf([&] {
             callPlugin(

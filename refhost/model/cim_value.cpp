@@ -20,7 +20,7 @@ boost::shared_ptr<const TCIMValue::TCIMType::Content> contentNamed(const std::st
     return refhost::typeContent(*type);
 }
 
-/// One of the two truths. Every value of it shares one content, which is never destroyed and so needs no counting.
+/// True or false. All values share one content each, which is never destroyed and so needs no reference count.
 const refhost::ValuePointer& truth(const std::string& text) {
     static const auto& contents = *new std::pair<TCIMValue::Content, TCIMValue::Content>(
         {refhost::CimType::kBoolean, std::string("true")}, {refhost::CimType::kBoolean, std::string("false")});
@@ -40,7 +40,7 @@ boost::shared_ptr<const TCIMValue::Content> parse(refhost::CimType type, const s
     refhost::RecentValues* const recent = refhost::RequestScope::recentValues();
     if (recent == nullptr) return make();
     refhost::ValuePointer& place = recent->placeOf(type, text);
-    // A canonical text is read as itself, so a value that has this text is what would be made of it.
+    // Canonical texts parse to themselves, so a cached value with this text can be reused.
     if (!place || place->type != type || place->text() != text) place = make();
     return place;
 }

@@ -1,4 +1,3 @@
-// The operations of a class: identity, new instances, enumeration.
 #include "refhost/model/class_object.h"
 
 #include "plugin/host/tal_exception.h"
@@ -62,7 +61,7 @@ void ClassObject::EnumerateInstances(boost::function<bool(boost::shared_ptr<ICIM
             return TraceArguments{{"class", declared->name()}, {"flag", std::int64_t{flag}}};
         },
         [&] {
-            // A copy, since the callback may publish and must not find a lock held.
+            // A copy: the callback may publish, so no lock may be held here.
             const auto found = flag == kIncludingSubclasses ? owner->store().familyOf(*declared)
                                                             : owner->store().instancesOf(*declared);
             std::uint64_t delivered = 0;

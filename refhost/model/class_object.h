@@ -21,7 +21,7 @@ public:
                             NVEXTAL20::TCIMOptions& options) override;
 
 private:
-    NamespaceObject* owner;  // not owned: whoever holds the class holds the namespace
+    NamespaceObject* owner;  // not owned: a pointer to the class holds the namespace
     const DeclaredClass* declared;
 };
 

@@ -1,4 +1,3 @@
-// Assignment with the declared types enforced, lookup and commit.
 #include "refhost/model/instance_object.h"
 
 #include <boost/make_shared.hpp>

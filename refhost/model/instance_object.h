@@ -1,4 +1,4 @@
-// InstanceObject: one instance of a declared class, from its creation to its place among the published ones.
+// InstanceObject: one instance of a declared class, from creation to publication.
 #pragma once
 
 #include <atomic>
@@ -18,8 +18,8 @@
 
 namespace refhost {
 
-/// Held by shared pointers only. Keeps its schema, not its store: an instance may outlive the host that made it, and
-/// can then no longer be committed.
+/// Held by shared pointers only. Keeps its schema alive, but not its store: an instance may outlive its host and can
+/// then no longer be committed.
 class InstanceObject final : public NVEXTAL20::ICIMInstance, public boost::enable_shared_from_this<InstanceObject> {
 public:
     InstanceObject(const DeclaredClass& declaredClass, boost::shared_ptr<const Schema> schemaInUse,
@@ -37,7 +37,8 @@ public:
     const DeclaredClass& declaredClass() const { return declared; }
     /// Null for a null property.
     ValuePointer value(std::size_t position) const;
-    /// `show(declared property, value)` for each in the class's order, as of one moment. It must not come back here.
+    /// `show(declared property, value)` for each, in the class's order, as of one moment. It must not call the
+    /// instance.
     template <typename Show>
     void forEachValue(const Show& show) const {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -45,7 +46,7 @@ public:
     }
     /// The object path: the keys that are not null, in byte order.
     std::string path() const;
-    /// Throws `TTALException` when the class declares no such property or the value does not fit it.
+    /// Throws `TTALException` when the class does not declare the property or the value does not fit it.
     void assign(const std::string& name, const ValuePointer& newValue);
 
 private:
@@ -57,9 +58,9 @@ private:
     boost::shared_ptr<const Schema> schema;
     boost::weak_ptr<InstanceStore> store;
     std::vector<PropertyObject> propertyObjects;    // never resized: plug-ins hold pointers into it
-    mutable std::atomic<std::size_t> lastFound{0};  // position; plug-ins look a property up and then assign to it
+    mutable std::atomic<std::size_t> lastFound{0};  // position; plug-ins look a property up, then assign to it
 
-    mutable std::mutex mutex;  // of what follows
+    mutable std::mutex mutex;  // guards the members that follow
     std::vector<ValuePointer> slots;
     bool committed = false;
 };

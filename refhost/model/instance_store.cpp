@@ -1,4 +1,3 @@
-// One lock for all shelves: it is held for pointer moves only. What is dropped is freed after it is released.
 #include "refhost/model/instance_store.h"
 
 #include <utility>

@@ -13,19 +13,20 @@ namespace refhost {
 
 class InstanceObject;
 
-/// Safe to use from several threads. A request has a number, later ones a greater one; 0 stands for no request.
+/// Safe to use from several threads: one lock, held for pointer moves only; dropped instances are freed after it is
+/// released. Requests have rising numbers; 0 means no request.
 class InstanceStore {
 public:
     explicit InstanceStore(std::size_t classCount) : shelves(classCount) {}
 
-    /// Drops the instances of exactly these classes, so that the request can publish them afresh.
+    /// Drops the instances of exactly these classes, so that the request can publish them anew.
     void beginRequest(std::uint64_t request, const std::vector<const DeclaredClass*>& classes);
-    /// Publishes the instance, visible at once. Dropped without a word when a later request has begun to publish the
-    /// same class: its instances are the newer truth, and both together would be doubled.
+    /// Publishes the instance, visible at once. Silently dropped when a later request has begun to publish the same
+    /// class: its instances are newer, and both together would appear twice.
     void publish(const boost::shared_ptr<InstanceObject>& instance, std::uint64_t request);
-    /// Publishes an instance that stays until the store goes.
+    /// Publishes an instance that stays as long as the store.
     void publishForGood(const boost::shared_ptr<InstanceObject>& instance);
-    /// Drops everything but what is there for good.
+    /// Drops all instances but the permanent ones.
     void clear();
 
     /// The instances of exactly this class, in the order published.

@@ -1,4 +1,3 @@
-// Class lookup and the making of instances.
 #include "refhost/model/namespace_object.h"
 
 #include <boost/make_shared.hpp>

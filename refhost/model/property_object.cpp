@@ -1,4 +1,3 @@
-// The three questions that plug-ins put to a property.
 #include "refhost/model/property_object.h"
 
 #include "refhost/boundary/boundary.h"

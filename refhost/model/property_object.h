@@ -19,7 +19,7 @@ public:
     NVEXTAL20::TCIMValue GetValue(NVEXTAL20::TCIMOptions& options) override;
 
 private:
-    InstanceObject* owner;  // not owned: whoever holds the property holds the instance
+    InstanceObject* owner;  // not owned: a pointer to the property holds the instance
     std::size_t position;
 };
 

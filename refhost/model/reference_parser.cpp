@@ -1,4 +1,3 @@
-// Checks what a path names against the declared classes. The named instance need not exist.
 #include "refhost/model/reference_parser.h"
 
 #include <boost/make_shared.hpp>
@@ -21,7 +20,7 @@ void checkKey(const std::string& text, const DeclaredClass& declared, const std:
         refuseText(CimType::kReference, text, "\"" + key + "\" is no key of " + declared.name());
     const CimType type = declared.properties()[*position].type;
     if (type == CimType::kReference)
-        checkPath(value, schema);  // a path within a path: its quotes are doubled at each level, so the depth is small
+        checkPath(value, schema);  // a path within a path: each level doubles the quotes, so the depth is small
     else
         (void)parseScalar(type, value);
 }

@@ -9,9 +9,9 @@
 
 namespace refhost {
 
-/// Throws `TTALException` when the text is no object path, the namespace is null or does not know the class, or a key
-/// is none of the class or does not fit its type. A namespace of another kind than this host's is asked for the class
-/// alone.
+/// Throws `TTALException` when the text is not an object path, the namespace is null or does not know the class, or a
+/// key does not belong to the class or does not fit its type. The named instance need not exist. With a namespace of
+/// another host, only the class is checked.
 boost::shared_ptr<const NVEXTAL20::TCIMReference::Content> parseReference(const std::string& text,
                                                                           NVEXTAL20::ICIMNamespace* nameSpace);
 

@@ -10,7 +10,7 @@ namespace refhost {
 struct MofLiteral {
     enum class Kind { kNull, kBoolean, kNumber, kString, kCharacter };
     Kind kind = Kind::kNull;
-    std::string text;  // "true" or "false" for truths; empty for null
+    std::string text;  // "true" or "false" for booleans; empty for null
 };
 
 struct MofValue {
@@ -37,13 +37,13 @@ struct MofProperty {
 struct MofClass {
     std::vector<MofQualifier> qualifiers;
     std::string name;
-    std::string superclass;  // empty: none
+    std::string superclass;  // empty: a root
     std::vector<MofProperty> properties;
     std::size_t line = 0;
 };
 
 struct MofDocument {
-    std::string source;  // what errors call it
+    std::string source;  // its name in errors
     std::vector<std::string> qualifierNames;
     std::vector<MofClass> classes;
 };

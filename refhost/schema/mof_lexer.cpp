@@ -1,4 +1,4 @@
-// One pass over the text; every step moves forward, so any input ends.
+// One pass over the text. Every step moves forward, so it ends for any input.
 #include "refhost/schema/mof_lexer.h"
 
 #include <charconv>
@@ -23,7 +23,7 @@ int hexValue(char c) {
     return -1;
 }
 
-/// How a character shows in a message: itself, or its number when it has no shape.
+/// A character in a message: itself, or its number when it is not printable.
 std::string shown(char c) {
     if (c > ' ' && c <= '~') return std::string("'") + c + "'";
     return "the byte " + std::to_string(static_cast<unsigned int>(static_cast<unsigned char>(c)));

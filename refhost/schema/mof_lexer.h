@@ -10,7 +10,7 @@ namespace refhost {
 struct MofToken {
     enum class Kind { kName, kString, kCharacter, kNumber, kMark, kEnd };
     Kind kind = Kind::kEnd;
-    std::string text;  // a string's or character's without quotes and escapes
+    std::string text;  // of a string or character without quotes and escapes
     std::size_t line = 1;
 };
 
@@ -19,14 +19,14 @@ public:
     /// `sourceName` is what errors name; the text must outlive the lexer.
     MofLexer(std::string_view mofText, std::string sourceName);
 
-    /// The next token, `kEnd` again and again at the end. Throws `TTALException` naming the line.
+    /// The next token; at the end `kEnd`, every time. Throws `TTALException` naming the line.
     MofToken next();
     [[noreturn]] void refuse(std::size_t atLine, const std::string& why) const;
 
 private:
     bool atEnd() const { return position == text.size(); }
     char here() const { return text[position]; }
-    bool startsWith(std::string_view mark) const {  // not at the end
+    bool startsWith(std::string_view mark) const {  // false at the end
         return here() == mark.front() && text.substr(position, mark.size()) == mark;
     }
     void advance();

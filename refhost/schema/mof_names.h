@@ -24,7 +24,7 @@ inline bool sameName(std::string_view left, std::string_view right) {
     return true;
 }
 
-/// Orders names, those whose letters differ in case alone as one. By length first, where most comparisons end.
+/// Orders names without regard to case, by length first: that ends most comparisons.
 struct NameLess {
     bool operator()(std::string_view left, std::string_view right) const {
         if (left.size() != right.size()) return left.size() < right.size();

@@ -1,4 +1,4 @@
-// Recursive descent without recursion: nothing that is read here nests.
+// Recursive descent, but without recursion: nothing here nests.
 #include "refhost/schema/mof_parser.h"
 
 #include <algorithm>
@@ -85,7 +85,7 @@ private:
         return value;
     }
 
-    /// `[]` or `[n]`, if it stands here.
+    /// `[]` or `[n]`, if present.
     bool takeArrayMark() {
         if (!skipMark('[')) return false;
         if (token.kind == MofToken::Kind::kNumber) step();
@@ -94,7 +94,7 @@ private:
     }
 
     void skipDefault() {
-        if (skipMark('=')) (void)takeValue();  // instances begin with nulls
+        if (skipMark('=')) (void)takeValue();  // not used: instances begin with nulls
     }
 
     /// `Scope(class, property)` or `Flavor(...)`.
@@ -144,7 +144,7 @@ private:
                 expectMark(')');
             }
             if (skipMark(':'))
-                while (token.kind == MofToken::Kind::kName) step();  // flavors change nothing here
+                while (token.kind == MofToken::Kind::kName) step();  // flavors have no effect in this host
             qualifiers.push_back(std::move(qualifier));
         } while (skipMark(','));
         expectMark(']');

@@ -9,8 +9,8 @@
 
 namespace refhost {
 
-/// What the text declares. Key words ignore case; default values are read and left out. Throws `TTALException`
-/// naming `sourceName`, the line and what is wrong, for whatever else the bytes are.
+/// What the text declares. Key words ignore case; default values are read and dropped. For any other bytes throws
+/// `TTALException` naming `sourceName`, the line and what is wrong.
 TAL_API MofDocument parseMof(std::string_view text, const std::string& sourceName);
 
 }  // namespace refhost

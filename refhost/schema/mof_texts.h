@@ -1,4 +1,4 @@
-// The MOF texts that the host is built with.
+// The MOF texts built into the host.
 #pragma once
 
 namespace refhost {

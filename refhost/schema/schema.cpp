@@ -1,4 +1,3 @@
-// Links the declarations of a schema to each other.
 #include "refhost/schema/schema.h"
 
 #include <algorithm>
@@ -46,7 +45,7 @@ bool DeclaredClass::isOrLiesBeneath(const DeclaredClass& other) const {
 }
 
 Schema::Schema(const std::vector<MofDocument>& documents) : declarations(SchemaBuilder(documents).build()) {
-    resolved.reserve(declarations.size());  // others point into it
+    resolved.reserve(declarations.size());  // elements point into it
     for (const ClassDeclaration& declaration : declarations) {
         byName.emplace(declaration.name, resolved.size());
         resolved.emplace_back(declaration, resolved.size());

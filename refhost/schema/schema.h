@@ -1,4 +1,4 @@
-// The declared classes, resolved: inheritance applied, names looked up, families known. Never changes once made.
+// The declared classes, resolved: with inheritance, name lookup and subclasses. Never changes once made.
 #pragma once
 
 #include <cstddef>
@@ -31,7 +31,7 @@ public:
     const ClassDeclaration& declaration() const { return *declared; }
     const std::string& name() const { return declared->name; }
     std::size_t index() const { return position; }
-    /// As in `ClassDeclaration::properties`.
+    /// In the order of `ClassDeclaration::properties`.
     const std::vector<DeclaredProperty>& properties() const { return propertyList; }
     /// The position of the property of exactly that name.
     std::optional<std::size_t> findProperty(std::string_view propertyName) const;
@@ -45,7 +45,7 @@ private:
     friend class Schema;
 
     struct NamedPosition {
-        std::string_view name;  // the declaration's
+        std::string_view name;  // owned by the declaration
         std::size_t position;
     };
 
@@ -60,7 +60,7 @@ private:
 
 class TAL_API Schema {
 public:
-    /// The documents in order, each relying on those before it. Throws `TTALException` naming document, line and
+    /// Takes the documents in order; each may use those before it. Throws `TTALException` naming document, line and
     /// what is wrong.
     explicit Schema(const std::vector<MofDocument>& documents);
     Schema(const Schema&) = delete;

@@ -1,4 +1,4 @@
-// The meaning of a MOF document. Qualifiers without meaning to this host are accepted once they are declared.
+// Qualifiers without meaning to this host are accepted once they are declared.
 #include "refhost/schema/schema_builder.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace refhost {
 
 namespace {
 
-// Far above any real schema; they keep a malicious one from filling the memory with inherited properties.
+// Far above any real schema: a malicious one must not fill the memory with inherited properties.
 constexpr std::size_t kGreatestDepth = 64;
 constexpr std::size_t kMostProperties = 100'000;
 
@@ -156,7 +156,7 @@ void SchemaBuilder::resolve(const Reference& reference) {
     if (!reference.overridden.empty() && !isOrLiesBeneath(*target, reference.overridden))
         refuse(reference.line, "\"" + target->name + "\" does not lie beneath \"" + reference.overridden +
                                    "\", which the overridden \"" + property.name + "\" names");
-    // Classes beneath inherited the name as it was written.
+    // Subclasses inherited the name as written.
     const std::string declaringClass = property.declaredIn;
     const std::string propertyName = property.name;
     const std::string canonicalName = target->name;

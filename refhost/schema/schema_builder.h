@@ -14,20 +14,20 @@
 
 namespace refhost {
 
-/// Used once. Every complaint is a `TTALException` that names document and line.
+/// Used once. Every error is a `TTALException` that names document and line.
 class SchemaBuilder {
 public:
     explicit SchemaBuilder(const std::vector<MofDocument>& mofDocuments) : documents(mofDocuments) {}
     std::vector<ClassDeclaration> build();
 
 private:
-    /// A reference property, checked when every class is known.
+    /// A reference property, checked once all classes are known.
     struct Reference {
         const MofDocument* document;
         std::size_t line;
         std::size_t classPosition;
         std::size_t propertyPosition;
-        std::string overridden;  // the class that the overridden property names; empty: none
+        std::string overridden;  // the class that the overridden property names; may be empty
     };
 
     [[noreturn]] void refuse(std::size_t line, const std::string& why) const;
@@ -37,7 +37,7 @@ private:
     void applyQualifiers(const MofProperty& written, PropertyDeclaration& declared) const;
     void applyValueNames(const MofProperty& written, PropertyDeclaration& declared) const;
     void resolve(const Reference& reference);
-    /// Null when no class has that name, whatever its case.
+    /// Null when no class has that name. Case is ignored.
     const ClassDeclaration* findClass(std::string_view name) const;
     bool isOrLiesBeneath(const ClassDeclaration& one, const std::string& other) const;
 

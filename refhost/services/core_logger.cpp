@@ -1,4 +1,3 @@
-// Log lines: kept in order, given to the request of the thread, handed to the sink of the host's user.
 #include "refhost/services/core_logger.h"
 
 #include <utility>

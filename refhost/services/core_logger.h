@@ -18,7 +18,7 @@ public:
 
     void Log(ETALLogSeverity severity, const std::string& text) override;
 
-    /// Begins to keep lines, with none kept.
+    /// Begins to keep lines, with an empty list.
     void open();
     /// Ends keeping lines and forwarding them.
     void close();

@@ -7,7 +7,7 @@
 
 namespace refhost {
 
-/// A negative one owns nothing.
+/// A negative descriptor owns nothing.
 class Descriptor {
 public:
     explicit Descriptor(int descriptor = -1) noexcept : fd(descriptor) {}
@@ -18,7 +18,7 @@ public:
     bool valid() const noexcept { return fd >= 0; }
     int get() const noexcept { return fd; }
     void close() noexcept {
-        if (fd >= 0) (void)::close(std::exchange(fd, -1));  // nothing was written that could be lost
+        if (fd >= 0) (void)::close(std::exchange(fd, -1));  // only read from: no data can be lost
     }
 
 private:

@@ -21,7 +21,7 @@ namespace {
 using refhost::AsItIs;
 using refhost::TraceArguments;
 
-/// Reads to the end rather than up to the size, which files of /proc do not tell.
+/// Reads to the end, not up to the size: files of /proc have none.
 std::string wholeFile(const std::string& path) {
     const auto refuse = [&](int error) {
         throw TTALException("cannot read \"" + path + "\": " + std::strerror(error));

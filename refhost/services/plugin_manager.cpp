@@ -1,4 +1,3 @@
-// Registration, with the library being loaded known through the thread that loads it.
 #include "refhost/services/plugin_manager.h"
 
 #include <algorithm>
@@ -18,7 +17,7 @@ struct CurrentManager {
 };
 
 CurrentManager& currentManager() {
-    static CurrentManager& kept = *new CurrentManager;  // never destroyed: asked for until the process ends
+    static CurrentManager& kept = *new CurrentManager;  // never destroyed: used until the process ends
     return kept;
 }
 

@@ -1,4 +1,4 @@
-// PluginManager: where entry objects register, and the handles they get.
+// PluginManager: registers entry objects and gives them handles.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -25,16 +25,16 @@ using Registration = std::unique_ptr<NVEXTAL20::TPluginManagerProvider>;
 
 class PluginManager final : public NVEXTAL20::TPluginManagerNamespace {
 public:
-    /// Takes the entry and returns its handle. Null, and nothing is taken, for a null or already registered entry, for
-    /// a second entry of the library that is being loaded, and when no host is there to serve it.
+    /// Takes the entry and returns its handle. Refuses with null a null or already registered entry, a second entry of
+    /// the library that is being loaded, and any entry while no host exists.
     NVEXTAL20::TPluginManagerProvider* registerEntry(NVEXTAL20::IPluginCallbacks* entry);
 
-    /// Hands over what registered outside a load: entries that belong to the process itself.
+    /// Hands over the entries that registered outside a load: those of the process itself.
     std::vector<Registration> takeUnloaded();
-    /// Hands everything over and refuses all that follows.
+    /// Hands over all entries and refuses later ones.
     std::vector<Registration> close();
 
-    /// The manager of the host that exists; null when there is none.
+    /// The current host's manager; null without a host.
     static boost::shared_ptr<PluginManager> current();
     static void setCurrent(const boost::shared_ptr<PluginManager>& manager);
 
@@ -44,14 +44,14 @@ private:
     std::vector<Registration> waiting;
 };
 
-/// While it lives, what this thread registers belongs to the library that it loads.
+/// While it exists, an entry that this thread registers belongs to the library being loaded.
 class LoadScope {
 public:
     LoadScope();
     LoadScope(const LoadScope&) = delete;
     LoadScope& operator=(const LoadScope&) = delete;
     ~LoadScope();
-    /// Null when nothing registered.
+    /// Null when the library registered nothing.
     Registration take() { return std::move(registered); }
 
 private:

@@ -1,4 +1,3 @@
-// A child process with a pipe for what it prints and a descriptor that tells when it has ended.
 #include "refhost/services/process.h"
 
 #include <fcntl.h>
@@ -25,7 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long to sleep between looks at the child where the kernel cannot tell of its end (before Linux 5.3).
+/// How long to sleep between checks of the child where the kernel cannot signal its end (before Linux 5.3).
 constexpr std::chrono::milliseconds kLookInterval{20};
 
 [[noreturn]] void refuse(const std::string& program, int error) {
@@ -52,7 +51,7 @@ pid_t start(const std::string& program, const std::vector<std::string>& argument
     SpawnActions files;
     int error = posix_spawn_file_actions_adddup2(&files.actions, outputEnd, STDOUT_FILENO);
     if (error == 0) error = posix_spawn_file_actions_adddup2(&files.actions, outputEnd, STDERR_FILENO);
-    // Last, since a host without standard streams may have got the pipe as descriptor 0.
+    // Last: in a host without standard streams the pipe may be descriptor 0.
     if (error == 0) error = posix_spawn_file_actions_addopen(&files.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     if (error != 0) refuse(program, error);
 
@@ -61,14 +60,14 @@ pid_t start(const std::string& program, const std::vector<std::string>& argument
     sigset_t all;
     (void)sigemptyset(&none);
     (void)sigfillset(&all);
-    (void)posix_spawnattr_setpgroup(&settings.attributes, 0);  // a group of its own, so that all of it can be killed
-    (void)posix_spawnattr_setsigmask(&settings.attributes, &none);    // the host's blocked and ignored signals
-    (void)posix_spawnattr_setsigdefault(&settings.attributes, &all);  // are no concern of the program
+    (void)posix_spawnattr_setpgroup(&settings.attributes, 0);         // its own group, to be killed as a whole
+    (void)posix_spawnattr_setsigmask(&settings.attributes, &none);    // signals that the host blocks
+    (void)posix_spawnattr_setsigdefault(&settings.attributes, &all);  // or ignores are reset
     (void)posix_spawnattr_setflags(&settings.attributes,
                                    POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
     std::vector<char*> words;
-    words.push_back(const_cast<char*>(program.c_str()));  // posix_spawnp takes char* by history, it changes nothing
+    words.push_back(const_cast<char*>(program.c_str()));  // posix_spawnp takes char* but changes nothing
     for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     pid_t child = 0;
@@ -77,23 +76,23 @@ pid_t start(const std::string& program, const std::vector<std::string>& argument
     return child;
 }
 
-/// A started child: killed and waited for when dropped, so no way out leaves a process or a zombie.
+/// A started child. Its destructor kills it and waits for it, so no return leaves a process or a zombie.
 class Child {
 public:
     explicit Child(pid_t started) : pid(started), handle(static_cast<int>(::syscall(SYS_pidfd_open, started, 0))) {}
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
     ~Child() {
-        if (!hasEnded()) (void)::kill(-pid, SIGKILL);  // the group outlives no limit
+        if (!hasEnded()) (void)::kill(-pid, SIGKILL);  // the whole group
         while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) continue;
     }
 
-    /// Readable once the child has ended; negative where the kernel has no such descriptor.
+    /// Readable once the child has ended; negative where the kernel does not offer this.
     int endSignal() const { return handle.get(); }
 
     bool hasEnded() const {
         siginfo_t state{};
-        // Leaves the child to be waited for, so its number stays taken and the group cannot be a stranger's.
+        // Does not reap the child, so its number stays taken and cannot become another group's.
         const int answer = ::waitid(P_PID, static_cast<id_t>(pid), &state, WEXITED | WNOHANG | WNOWAIT);
         return answer != 0 || state.si_pid != 0;
     }
@@ -111,7 +110,7 @@ bool readOnce(int fd, std::string& output, std::size_t limit) {
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-/// What lies in the pipe now and no more: a process left behind may go on writing for ever.
+/// Only what is in the pipe now: a process left behind may keep writing for ever.
 void drain(int fd, std::string& output) {
     int waiting = 0;
     if (::ioctl(fd, FIONREAD, &waiting) != 0 || waiting <= 0) return;
@@ -138,14 +137,14 @@ std::string runProcess(const std::string& program, const std::vector<std::string
     if (timeLimitSeconds > 0) deadline = Clock::now() + std::chrono::seconds(timeLimitSeconds);
 
     const Child child(start(program, arguments, outputEnd.get()));
-    outputEnd.close();  // or the stream would never end
+    outputEnd.close();  // else the stream would never end
 
     std::string output;
     bool streamOpen = true;
     while (!deadline || Clock::now() < *deadline) {
         pollfd events[] = {{streamOpen ? readingEnd.get() : -1, POLLIN, 0}, {child.endSignal(), POLLIN, 0}};
-        (void)::poll(events, 2, patience(deadline, child.endSignal() < 0));  // an interruption looks again
-        const bool ended = child.hasEnded();  // before reading: what it wrote until then is in the pipe
+        (void)::poll(events, 2, patience(deadline, child.endSignal() < 0));  // interrupted: the loop checks again
+        const bool ended = child.hasEnded();  // before reading: all it wrote is in the pipe by now
         if (ended) break;
         if (events[0].revents != 0) streamOpen = readOnce(readingEnd.get(), output, sizeof(char[65536]));
     }

@@ -1,4 +1,4 @@
-// TRootObject: answers from the host that exists, or as if there were none.
+// TRootObject: answers from the current host; null without one.
 #include "plugin/host/root_object.h"
 
 #include "refhost/boundary/boundary.h"

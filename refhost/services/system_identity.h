@@ -10,7 +10,7 @@ namespace refhost {
 
 inline constexpr const char* kSystemClass = "VEXSG_ComputerSystem";
 
-/// Publishes the one instance of the hosting system, for good.
+/// Publishes the one instance of the hosting system permanently.
 void publishSystem(const boost::shared_ptr<NamespaceObject>& nameSpace, const std::string& systemName);
 
 }  // namespace refhost

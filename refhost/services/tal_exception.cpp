@@ -1,4 +1,4 @@
-// The home of TTALException: its table and type information, the same for every library that throws or catches it.
+// TTALException's virtual table and type information: one copy for all libraries that throw or catch it.
 #include "plugin/host/tal_exception.h"
 
 namespace NVEXTAL20 {

@@ -1,4 +1,3 @@
-// Recognises the management controller's disks in sysfs.
 #include "refhost/services/virtual_devices.h"
 
 #include <limits.h>
@@ -20,11 +19,11 @@ namespace fs = std::filesystem;
 std::mutex settingsMutex;
 
 VirtualDeviceSettings& currentSettings() {
-    static VirtualDeviceSettings& kept = *new VirtualDeviceSettings;  // never destroyed: asked for until the end
+    static VirtualDeviceSettings& kept = *new VirtualDeviceSettings;  // never destroyed: used until the end
     return kept;
 }
 
-/// The first line without the blanks that pad it; empty when it cannot be read.
+/// The first line without padding blanks; empty when it cannot be read.
 std::string attribute(const fs::path& file) {
     std::ifstream stream(file);
     std::string line;
@@ -34,16 +33,16 @@ std::string attribute(const fs::path& file) {
     return line.substr(begin, line.find_last_not_of(" \t\r") + 1 - begin);
 }
 
-/// Whether the entry, which sysfs makes a link to the device, names a place beneath a USB controller. Resolving it
-/// takes a call for every folder on the way, so that is left to those few that may need it.
+/// Whether the entry, a link of sysfs to the device, names a place beneath a USB controller. Resolving the link takes a
+/// call for every folder on the way, so only the few entries that need it are resolved.
 bool mayHangOnUsb(const std::string& entry) {
     char target[PATH_MAX];
     const ssize_t length = ::readlink(entry.c_str(), target, sizeof target);
-    if (length < 0) return true;  // no link: its own name decides
+    if (length < 0) return true;  // not a link: its own name decides
     return std::string_view(target, static_cast<std::size_t>(length)).find("/usb") != std::string_view::npos;
 }
 
-/// The same of the place that the entry leads to, below the root of sysfs; false when it leads nowhere.
+/// The same for the resolved place below the root of sysfs; false when it does not exist.
 bool hangsOnUsb(const fs::path& entry, const std::string& sysfsRoot) {
     std::error_code failure;
     const fs::path resolved = fs::canonical(entry, failure);
@@ -66,7 +65,7 @@ std::vector<std::string> findVirtualDevices(const std::string& sysfsRoot) {
         const std::string model = attribute(path / "device" / "model");
         if (vendor.find("Virtual") == std::string::npos && model.find("Virtual") == std::string::npos) continue;
         std::string name = path.filename().string();
-        std::replace(name.begin(), name.end(), '!', '/');  // how sysfs writes a node in a folder of /dev
+        std::replace(name.begin(), name.end(), '!', '/');  // sysfs writes / as !
         std::string text = "/dev/" + name + ":";
         for (const std::string& word : {vendor, model})
             if (!word.empty()) text += " " + word;

@@ -9,7 +9,7 @@
 namespace refhost {
 
 struct VirtualDeviceSettings {
-    bool discover = true;            // ask sysfs
+    bool discover = true;            // look in sysfs
     std::vector<std::string> added;  // named by hand, after those found
 };
 
@@ -17,7 +17,7 @@ struct VirtualDeviceSettings {
 /// text contains "Virtual", as management controllers present them. Empty when the tree cannot be read.
 TAL_API std::vector<std::string> findVirtualDevices(const std::string& sysfsRoot);
 
-/// What `TOSSpecific::getBmcVirtualDevices` answers with, process-wide.
+/// What `TOSSpecific::getBmcVirtualDevices` uses, for the whole process.
 TAL_API void setVirtualDevices(const VirtualDeviceSettings& settings);
 TAL_API std::vector<std::string> currentVirtualDevices();
 

@@ -1,4 +1,3 @@
-// Decodes strictly: no overlong form, no surrogate.
 #include "refhost/value/character.h"
 
 namespace refhost {

@@ -8,7 +8,7 @@
 
 namespace refhost {
 
-/// True when the bytes are the UTF-8 form of exactly one character up to U+FFFF that is no surrogate.
+/// True when the bytes are the UTF-8 form of exactly one character up to U+FFFF: not overlong, not a surrogate.
 TAL_API bool isOneBmpCharacter(std::string_view bytes);
 
 /// Appends the UTF-8 form of a character up to U+FFFF.

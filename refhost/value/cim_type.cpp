@@ -12,10 +12,10 @@ using TypeContent = NVEXTAL20::TCIMValue::TCIMType::Content;
 
 using TypePointer = boost::shared_ptr<const TypeContent>;
 
-/// One content a type, in the order of CimType.
+/// One content for each type, in the order of CimType.
 const std::vector<TypePointer>& allContents() {
-    // Never destroyed: plug-ins may hold types until the process ends. So the pointers own nothing, and to copy one
-    // takes no counting.
+    // Never destroyed: plug-ins may hold types until the process ends. So the pointers own nothing, and copying one
+    // needs no reference count.
     static const auto& contents = *[] {
         static const char* const words[] = {"string", "boolean", "uint8",  "uint16",   "uint32",
                                             "uint64", "sint8",   "sint16", "sint32",   "sint64",

@@ -29,7 +29,7 @@ struct TCIMReference::Content {
     std::string path;
 };
 
-/// A value that is not null. Its texts are canonical: plain decimal integers, "true" and "false", object paths.
+/// A non-null value. Its texts are canonical: plain decimal integers, "true" and "false", object paths.
 struct TCIMValue::Content {
     using Elements = std::vector<std::string>;
     using Reference = boost::shared_ptr<const TCIMReference::Content>;

@@ -1,4 +1,4 @@
-// Reads the fields from the greatest to the least, so that asterisks can be held to the end.
+// Reads the fields in order, because asterisks must continue to the end.
 #include "refhost/value/datetime.h"
 
 #include <cstddef>

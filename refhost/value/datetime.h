@@ -5,9 +5,9 @@
 
 namespace refhost {
 
-/// Why the text is no datetime, for people; null when it is one. A point is `yyyymmddhhmmss.mmmmmmsutc` with the
-/// sign `s` and the offset in minutes, an interval `ddddddddhhmmss.mmmmmm:000`. Fields without meaning are
-/// asterisks, from some field on to the end of the microseconds.
+/// Why the text is not a datetime, for people; null when it is one. A point is `yyyymmddhhmmss.mmmmmmsutc` with the
+/// sign `s` and the offset in minutes, an interval `ddddddddhhmmss.mmmmmm:000`. Unknown fields are asterisks,
+/// from some field on to the end of the microseconds.
 const char* datetimeFault(std::string_view text);
 
 }  // namespace refhost

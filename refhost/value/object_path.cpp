@@ -1,4 +1,3 @@
-// Writes and reads object paths. Every key value is quoted, whatever its type, so one rule reads them all.
 #include "refhost/value/object_path.h"
 
 #include "refhost/value/value_parser.h"

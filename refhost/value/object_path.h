@@ -18,7 +18,7 @@ struct ObjectPath {
 /// Appends the value in double quotes, with a backslash before each quote and backslash.
 void appendQuoted(std::string& text, std::string_view value);
 
-/// The text of a path; the class alone when there is no key.
+/// The text of a path; the class alone when it has no key. Values of every type are quoted, so one rule reads them all.
 TAL_API std::string objectPathText(const ObjectPath& path);
 
 /// Reads exactly what `objectPathText` writes. Throws `TTALException` saying why for anything else.

@@ -1,5 +1,5 @@
-// RecentValues: a few of the values that were made last, so that equal ones can share one content. The instances of a
-// class differ in few of their properties.
+// RecentValues: a few of the values made most recently. Equal values share one content, since the instances of a class
+// differ in few of their properties.
 #pragma once
 
 #include <array>
@@ -14,8 +14,8 @@ namespace refhost {
 /// For one thread.
 class RecentValues {
 public:
-    /// The place of scalars of this type and text: holds such a value, another one or null. Whoever makes one puts it
-    /// there.
+    /// The place for scalars of this type and text. Holds such a value, another one or null; the caller puts a new
+    /// value there.
     ValuePointer& placeOf(CimType type, std::string_view text) {
         return places[(std::hash<std::string_view>()(text) + static_cast<std::size_t>(type)) % places.size()];
     }

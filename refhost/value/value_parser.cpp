@@ -1,4 +1,3 @@
-// The rules of each CIM type's text form.
 #include "refhost/value/value_parser.h"
 
 #include <charconv>
@@ -39,7 +38,7 @@ std::string parseBoolean(std::string_view text) {
 template <typename Integer>
 std::string parseInteger(CimType type, std::string_view text) {
     Integer number = 0;
-    // Reads digits, with a minus sign before them for signed types only; no plus sign, blank or base prefix.
+    // Reads digits; a minus sign for signed types only; no plus sign, blank or base prefix.
     const std::from_chars_result read = std::from_chars(text.data(), text.data() + text.size(), number);
     if (read.ec == std::errc::invalid_argument || read.ptr != text.data() + text.size())
         refuseText(type, text, "it is no decimal integer");

@@ -1,5 +1,5 @@
-// A thread of the host that ends inside a call of the plug-in's: its stack is unwound through the plug-in, the process
-// lives, and the next request is a clean one.
+// A host thread that ends inside a call by the plug-in: its stack is unwound through the plug-in, the process lives,
+// and the next request is clean.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -13,7 +13,7 @@ namespace {
 using second_host::Call;
 using second_host::Refusal;
 
-/// Runs the work on a thread of its own; what the thread left behind, null when it ended by itself.
+/// Runs the work on a new thread and returns its result: null when the thread ended by itself.
 void* resultOf(std::function<void()> work) {
     const auto run = [](void* context) -> void* {
         (*static_cast<std::function<void()>*>(context))();
@@ -22,18 +22,18 @@ void* resultOf(std::function<void()> work) {
     pthread_t thread{};
     if (pthread_create(&thread, nullptr, run, &work) != 0) throw std::runtime_error("no thread can be made");
     void* result = nullptr;
-    (void)pthread_join(thread, &result);  // the thread is there, and nobody else joins it
+    (void)pthread_join(thread, &result);  // cannot fail: the thread exists and is joined only here
     return result == &work ? nullptr : result;
 }
 
-/// Every computed association and, of each kind, one class that is answered with a line alone.
+/// Every computed association and, of each kind, one class that only logs a line.
 const std::vector<std::string> kClasses = {
     "VEXSG_DynamicExtent", "VEXSG_PartitionPresent",        "VEXSG_LogicalDiskBasedOnPartition",
     "VEXSG_MediaPresent",  "VEXSG_DriveInDynamicDiskGroup", "VEXSG_TapeDrive"};
 
 class EndingThread : public ::testing::TestWithParam<Refusal> {
 protected:
-    /// A request over instances that are paired, the call with that number answered by the refusal.
+    /// A request over instances that are paired; the refusal answers the call of that number.
     void request(std::size_t refusedCall) {
         loaded.nameSpace = second_host::Namespace::create();
         loaded.nameSpace->seed("VEXSG_DiskDrive", {{"Name", "/dev/sdq"}});

@@ -1,4 +1,4 @@
-// The shapes of the plug-in's own classes: which are polymorphic, how long their tables are, what they hold.
+// The shapes of the plug-in's classes: which are polymorphic, how long their tables are, what they hold.
 #include <gtest/gtest.h>
 
 #include <type_traits>
@@ -22,7 +22,7 @@ namespace {
 
 using namespace diskmgt_col;
 
-/// Its operation takes the first slot that the class leaves free. Never made.
+/// Its operation takes the first free slot of the class. Never instantiated.
 template <typename Class>
 class Extended : public Class {
 public:

@@ -1,4 +1,4 @@
-// Requests from several threads at once: each gets what it would have got alone.
+// Requests from several threads at once: each gets the same result as alone.
 #include <gtest/gtest.h>
 
 #include <algorithm>

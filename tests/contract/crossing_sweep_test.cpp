@@ -1,4 +1,4 @@
-// Every call of a request fails once, and then from there on, in every way: the process lives and the next request
+// Each call of a request fails in every way, once or with all later ones: the process lives, and the next request
 // equals a clean one.
 #include <gtest/gtest.h>
 
@@ -16,9 +16,9 @@ using second_host::Refusal;
 
 const std::vector<std::string> kClasses = {"VEXSG_LogicalDisk", "VEXSG_PartitionPresent", "VEXSG_TapeDrive",
                                            "VEXSG_LogicalDiskBasedOnPartition", "VEXSG_MediaPresent"};
-constexpr int kLogicalDisks = 2;  // that a request may build: the machine may have hundreds of mounts
+constexpr int kLogicalDisks = 2;  // the most that a request may build: the machine may have hundreds of mounts
 
-/// What a request leaves behind.
+/// The results of a request.
 struct Outcome {
     std::vector<second_host::LogLine> log;
     std::vector<std::map<std::string, std::string>> published;
@@ -27,8 +27,8 @@ struct Outcome {
 
 class CrossingSweep : public ::testing::TestWithParam<Refusal> {
 protected:
-    /// An instance of every class to be paired, so that associations are built whatever the machine has; and a rule
-    /// that counts the calls and asks `refusal` about each by its number.
+    /// Publishes an instance of every class to be paired, so that associations are built on any machine. Counts the
+    /// calls and passes the number of each to `refusal`.
     void prepare(std::function<Refusal(std::size_t)> refusal) {
         loaded.nameSpace = second_host::Namespace::create();
         loaded.nameSpace->seed("VEXSG_DiskDrive", {{"Name", "/dev/sdq"}});
@@ -40,7 +40,7 @@ protected:
         created = 0;
         loaded.host.refuse([this, refusal](const Call& call) {
             const bool isLogicalDisk = call.operation == "CreateInstance" && call.className == "VEXSG_LogicalDisk";
-            if (isLogicalDisk && ++created > kLogicalDisks) return Refusal::kNull;  // passed over, and not counted
+            if (isLogicalDisk && ++created > kLogicalDisks) return Refusal::kNull;  // skipped and not counted
             counted.push_back(call);
             return refusal(++calls);
         });
@@ -53,13 +53,13 @@ protected:
         for (const std::string& name : kClasses) {
             for (const auto& instance : loaded.nameSpace->instances(name)) {
                 outcome.published.push_back(instance->texts());
-                outcome.published.back().erase("FreeSpace");  // others use it all the time
+                outcome.published.back().erase("FreeSpace");  // other processes change it
             }
         }
         return outcome;
     }
 
-    /// What ends the request: the kind of exception that leaves it, or none.
+    /// The kind of exception that ends the request, if any.
     Refusal requestThatMayFail() {
         try {
             loaded.request(kClasses);
@@ -73,30 +73,30 @@ protected:
         return Refusal::kNone;
     }
 
-    /// The operation whose failure has to end the request when the n-th call and, where said so, all later ones fail;
-    /// nothing when the request has to be served to its end.
+    /// The operation whose failure must end the request when the n-th call (and all later ones, if said so) fails;
+    /// nothing when the request must be served to its end.
     std::optional<std::string> whatEndsTheRequest(std::size_t n, bool fromThenOn) const {
         if (GetParam() == Refusal::kNull) return std::nullopt;
         const Call& failing = cleanCalls.at(n - 1);
-        // What is asked outside a class's own work. Names are asked for once per class; to log a failure, later ones.
+        // Calls outside the work of a class. A class's name is queried once for its work, and again to log a failure.
         for (const char* outside : {"GetSystemName", "GetSystemCreationClassName", "IsAssociation", "GetName"}) {
             if (failing.operation == outside) return failing.operation;
         }
-        std::string className;  // whose work it is
+        std::string className;  // the class being served
         for (std::size_t i = 0; i < n; ++i) {
             if (cleanCalls[i].operation == "IsAssociation") className = cleanCalls[i].className;
         }
         const bool isInstanceClass = className == "VEXSG_LogicalDisk" || className == "VEXSG_TapeDrive";
         if (isInstanceClass && GetParam() == Refusal::kForeignException) return failing.operation;
         if (!fromThenOn) return std::nullopt;
-        // The failure is logged, and that fails too: a standard exception passes, the host's own costs the line.
+        // Logging the failure fails too: a standard exception passes, the host's exception costs the line.
         if (isInstanceClass && GetParam() == Refusal::kStandardException) return "Log";
         if (className == kClasses.back()) return std::nullopt;
         return "IsAssociation";  // of the next class
     }
 
     Loaded loaded;
-    std::vector<Call> cleanCalls;  // of a request that nothing fails in; those of passed-over instances are left out
+    std::vector<Call> cleanCalls;  // of a request without failures, less those for skipped instances
     std::vector<Call> counted;
     std::size_t calls = 0;
     int created = 0;

@@ -11,7 +11,7 @@ using NVEXTAL20::ICIMNamespace;
 using NVEXTAL20::IPluginBasicQueryCallbacks;
 using NVEXTAL20::IPluginCallbacks;
 
-// The signatures of the operations; which slot is called is the tests' choice.
+// The signatures of the operations; the tests choose the slot.
 using Number = unsigned int (IPluginCallbacks::*)();
 using Text = std::string (IPluginCallbacks::*)();
 using Action = void (IPluginCallbacks::*)();
@@ -38,14 +38,14 @@ protected:
     Loaded loaded;
 };
 
-TEST_F(EntrySlots, TheIdentityStandsInSlots2To5) {
+TEST_F(EntrySlots, TheIdentityIsInSlots2To5) {
     EXPECT_EQ(callSlot(entry(), kGetType, Number()), 0U);
     EXPECT_EQ(callSlot(entry(), kGetName, Text()), "Disk Management Information Collector");
     EXPECT_EQ(callSlot(entry(), kGetVersion, Text()), "1.0");
     EXPECT_EQ(callSlot(entry(), kGetInterfaceVersion, Text()), "1.0");
 }
 
-TEST_F(EntrySlots, InitAndDeInitStandInSlots7And8) {
+TEST_F(EntrySlots, InitAndDeInitAreInSlots7And8) {
     callSlot(entry(), kInit, Action());
     callSlot(entry(), kDeInit, Action());
     EXPECT_EQ(entry().GetType(), 0U) << "the object must live on";

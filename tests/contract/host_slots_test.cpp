@@ -1,4 +1,4 @@
-// Slot order of the host's interfaces, as another host's implementation gets it from the headers.
+// Slot order of the host's interfaces, as the headers give it to another host's implementation.
 #include <gtest/gtest.h>
 
 #include "plugin/host/cim_model.h"
@@ -19,7 +19,7 @@ using NVEXTAL20::TCIMReference;
 using NVEXTAL20::TCIMValue;
 
 // Each of these remembers the operation last called, counted from 0 as listed, and what it was called with.
-// `afterLast` takes the first slot that the interface leaves free.
+// `afterLast` takes the first free slot of the interface.
 
 class Logger final : public ILogger {
 public:

@@ -1,4 +1,4 @@
-// What a plug-in contains of the host's types: their inline parts are binary interface too.
+// The inline parts of the host's types: plug-ins contain them, so they are binary interface too.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -15,7 +15,7 @@ using NVEXTAL20::ICIMInstance;
 using InstancePointer = boost::shared_ptr<ICIMInstance>;
 using Gathering = NVEXTAL20::TAddToVectorCallback<ICIMInstance>;
 
-// The base is deprecated, and part of the interface.
+// The base class is deprecated, but part of the interface.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 static_assert(std::is_base_of_v<std::unary_function<InstancePointer, bool>, Gathering>);
@@ -25,7 +25,7 @@ static_assert(std::is_convertible_v<Gathering*, std::unary_function<InstancePoin
 #pragma GCC diagnostic pop
 static_assert(std::is_constructible_v<Gathering, std::vector<InstancePointer>&>);
 
-TEST(HostTypes, GatheringAppendsInOrderAndAlwaysGoesOn) {
+TEST(HostTypes, GatheringAppendsInOrderAndAlwaysContinues) {
     std::vector<InstancePointer> gathered(1);
     const Gathering gathering(gathered);
     EXPECT_TRUE(gathering(nullptr));

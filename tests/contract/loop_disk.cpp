@@ -16,7 +16,7 @@ namespace contract {
 
 namespace {
 
-constexpr int kMostTries = 20;  // others attach disks too, and may take the device that was free
+constexpr int kMostTries = 20;  // another process may take the free device first
 
 constexpr unsigned int kPartitionSectors = 256;
 
@@ -47,14 +47,14 @@ int imageInMemory() {
     return -1;
 }
 
-/// Tells the kernel of a partition, or to forget it. Kernels that read such tables know it already, others never would.
+/// Adds a partition to the kernel or removes it. Kernels that read such tables already have it; others need this.
 void tellKernel(int device, int operation, unsigned int slot) {
     blkpg_partition partition = {};
     partition.pno = static_cast<int>(slot) + 1;
     partition.start = static_cast<long long>(startSector(slot)) * 512;
     partition.length = static_cast<long long>(kPartitionSectors) * 512;
     blkpg_ioctl_arg request = {operation, 0, sizeof partition, &partition};
-    (void)ioctl(device, BLKPG, &request);  // fails when it is so already
+    (void)ioctl(device, BLKPG, &request);  // fails when already done
 }
 
 }  // namespace

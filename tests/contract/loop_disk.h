@@ -1,5 +1,5 @@
-// A small disk of the tests' own, so that there is one to report whatever the machine has: two partitions in an MBR,
-// held in memory, attached as a loop device for as long as the object lives.
+// A small disk for the tests, so that any machine has one to report: an MBR with two partitions, held in memory and
+// attached as a loop device while the object lives.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ public:
     ~LoopDisk();
 
     const std::string& path() const { return devicePath; }
-    /// What kept it from being attached.
+    /// Why it could not be attached.
     const std::string& failure() const { return reason; }
 
 private:

@@ -1,4 +1,4 @@
-// Reading of sysfs, of devices and of the mount table, in the plainest way.
+// Reads sysfs, devices and the mount table in the plainest way.
 #include "tests/contract/machine_witness.h"
 
 #include <dirent.h>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kMountTable = "/etc/mtab";
 
-/// In the order of the directory, which sorting tools would lose.
+/// In the order of the directory, so without sorting.
 std::vector<std::string> entriesOf(const std::string& directory) {
     std::vector<std::string> names;
     DIR* const open = opendir(directory.c_str());
@@ -49,7 +49,7 @@ std::optional<std::uint64_t> sizeOf(const std::string& path) {
     return sizeBytes;
 }
 
-/// The kernel marks a partition's directory with a file of that name.
+/// The directory of a partition contains a file of that name.
 bool hasPartitions(const std::string& deviceName) {
     const std::string directory = "/sys/block/" + deviceName;
     for (const std::string& entry : entriesOf(directory)) {
@@ -58,7 +58,7 @@ bool hasPartitions(const std::string& deviceName) {
     return false;
 }
 
-/// A field of the mount table: blank, tab, line end and backslash stand there as octal numbers.
+/// A field of the mount table, where blank, tab, line end and backslash are octal escapes.
 std::string unescaped(const std::string& field) {
     static const std::map<std::string, char> escapes = {
         {"\\040", ' '}, {"\\011", '\t'}, {"\\012", '\n'}, {"\\134", '\\'}};
@@ -71,7 +71,7 @@ std::string unescaped(const std::string& field) {
     return text;
 }
 
-/// The C library does not show automounter entries that are marked so.
+/// The C library skips automounter entries with this mark.
 bool isHidden(const Mount& mount) {
     return mount.type == "autofs" && ("," + mount.options + ",").find(",ignore,") != std::string::npos;
 }

@@ -1,4 +1,4 @@
-// The running machine, read by the tests themselves: what the plug-in must have found. No code of the plug-in is used.
+// The running machine as read by the tests: what the plug-in must find. Uses no code of the plug-in.
 #pragma once
 
 #include <cstdint>
@@ -37,14 +37,14 @@ struct Mount {
 
 /// The devices in sysfs that have a size and are neither RAM disks nor mapped volumes, by path, in its order.
 std::vector<std::string> listedDevices();
-/// Those among them that open and tell their size.
+/// Those among them that can be opened and have a size.
 std::vector<Drive> readDrives();
-/// The first mount of every source, by source in byte order; none when the table cannot be opened for update.
+/// The first mount of every source, by source in byte order; empty when the table cannot be opened for update.
 std::vector<Mount> readMounts();
 bool mountTableIsOpenToUs();
 
-/// Makes the attempt between two readings, again until both are equal: devices and mounts of others come and go. What
-/// was read. Throws `std::runtime_error` when that never ends.
+/// Makes the attempt between two readings and repeats this until both are equal, because other processes add and remove
+/// devices and mounts. Returns the reading. Throws `std::runtime_error` when they never agree.
 template <typename Read, typename Attempt>
 auto whileStill(Read read, Attempt attempt) {
     constexpr int kMostTries = 200;

@@ -1,4 +1,3 @@
-// Opening, asking and closing of the plug-in library.
 #include "tests/contract/plugin_session.h"
 
 #include <dlfcn.h>
@@ -22,8 +21,8 @@ namespace contract {
 
 namespace {
 
-/// A host without a plug-in manager never learns of the entry object, which then stays for good. Only there, what the
-/// library allocates while it loads does not count as leaked.
+/// In a host without a plug-in manager the entry object is never registered and never freed. Only there, allocations of
+/// the loading library do not count as leaks.
 class UnregisteredEntry {
 public:
     UnregisteredEntry()
@@ -44,8 +43,8 @@ private:
     [[maybe_unused]] const bool isExempt;
 };
 
-/// `dlopen` is declared never to throw, but passes on what the library's constructors throw. Called through this
-/// pointer, the compiler leaves the way out open.
+/// `dlopen` is declared never to throw, but exceptions of the library's constructors pass through it. For a call
+/// through this pointer, the compiler allows that.
 void* (*volatile const openLibrary)(const char* file, int flags) = dlopen;
 
 struct Search {
@@ -87,7 +86,7 @@ void PluginSession::unload() {
     second_host::SecondHost& host = second_host::SecondHost::current();
     if (host.plugin() != nullptr) host.plugin()->PrepareForUnload();
     host.forgetPlugin();
-    (void)dlclose(library);  // whether it is gone is what mappedLibraries tells
+    (void)dlclose(library);  // mappedLibraries shows whether it is unmapped
     library = nullptr;
 }
 
@@ -109,7 +108,7 @@ std::vector<std::string> mappedLibraries(const std::string& nameEnd) {
         if (endsSo) wanted.found.push_back(std::filesystem::canonical(file));
         return 0;
     };
-    (void)dl_iterate_phdr(visit, &search);  // the visitor always goes on
+    (void)dl_iterate_phdr(visit, &search);  // the visitor never stops early
     return search.found;
 }
 

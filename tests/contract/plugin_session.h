@@ -1,4 +1,4 @@
-// Loads the built plug-in library, as it is, into the second host, and asks it for classes.
+// Loads the built plug-in library unchanged into the second host and requests classes from it.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -18,7 +18,7 @@ using ClassList = std::vector<boost::shared_ptr<NVEXTAL20::ICIMClass>>;
 
 class PluginSession {
 public:
-    /// Opens the library, which registers with the host that exists. Throws `std::runtime_error` with the loader's
+    /// Opens the library, which registers with the current host. Throws `std::runtime_error` with the loader's
     /// text; exceptions of the registration pass.
     PluginSession();
     PluginSession(const PluginSession&) = delete;
@@ -51,7 +51,7 @@ struct Loaded {
     boost::shared_ptr<second_host::Namespace> nameSpace = second_host::Namespace::create();
 };
 
-/// The files of the loaded libraries whose name ends so, with links resolved.
+/// The files of the loaded libraries whose name has this ending, with links resolved.
 std::vector<std::string> mappedLibraries(const std::string& nameEnd);
 
 using diskmgt_test::servedClasses;

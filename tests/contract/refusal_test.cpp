@@ -26,7 +26,7 @@ std::function<Refusal(const Call&)> refusing(const std::string& operation, Refus
     };
 }
 
-/// Building is watched on the logical disks: a running machine always has some.
+/// Uses the logical disks: a running machine always has some.
 class Building : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -35,12 +35,12 @@ protected:
         ASSERT_FALSE(mounts.empty());
     }
 
-    /// The logical disks, then a class that shows that the request went on.
+    /// The logical disks, then a class that shows that the request continued.
     void request() { loaded.request({"VEXSG_LogicalDisk", "VEXSG_DynamicExtent"}); }
     std::vector<boost::shared_ptr<second_host::Instance>> published() const {
         return loaded.nameSpace->instances("VEXSG_LogicalDisk");
     }
-    /// The two classes' own lines with these between them.
+    /// The lines of the two classes, with these between them.
     static Log withClassLines(const Log& between) {
         Log log = {{3, "Logical disk information.."}};
         log.insert(log.end(), between.begin(), between.end());
@@ -238,7 +238,7 @@ TEST_F(Pairs, AStandardExceptionOnTheSecondKeepsTheFirstAndNeverBuildsTheThird) 
     expectOnlyTheClassLines();
 }
 
-TEST_F(Pairs, AStandardExceptionWhileAFailureIsLoggedEndsTheClassInSilence) {
+TEST_F(Pairs, AStandardExceptionWhileAFailureIsLoggedEndsTheClassSilently) {
     loaded.host.refuse([](const Call& call) {
         if (call.operation == "CommitToClass") return Refusal::kTalException;
         return isLineThatBegins(call, "Attempted creation") ? Refusal::kStandardException : Refusal::kNone;
@@ -269,7 +269,7 @@ TEST(RequestRefusal, ANullNamespaceCostsOnlyTheAssociations) {
     EXPECT_EQ(loaded.host.log(), (Log{{3, "PartitionPresent associations..."}, kExtentLine[0]}));
 }
 
-TEST(RequestRefusal, AnUnknownSystemEndsTheRequestBeforeAnyClassIsAsked) {
+TEST(RequestRefusal, AnUnknownSystemEndsTheRequestBeforeAnyClassIsQueried) {
     Services services;
     services.knowsItsSystem = false;
     Loaded loaded(services);
@@ -290,7 +290,7 @@ TEST(RequestRefusal, ARefusedNameOrAssociationQueryPassesToTheHost) {
     }
 }
 
-/// Two classes whose only work is a line; the host refuses to log the first, and the line about that failure too.
+/// Two classes that only log a line; the host refuses the first line, and the line about that failure too.
 void requestWithAFailureWhileAFailureIsLogged(Loaded& loaded, Refusal refusal) {
     int lines = 0;
     loaded.host.refuse(
@@ -327,7 +327,7 @@ TEST(Silence, WithoutALoggerEveryLineIsDroppedAndTheRestServed) {
     EXPECT_EQ(loaded.nameSpace->instances("VEXSG_LogicalDisk").size(), mounts.size());
 }
 
-/// What the plug-in logs in a host that names every device of the machine as virtual and refuses the registration.
+/// The plug-in's log in a host that refuses the registration and names every device of the machine as virtual.
 Log logOfAnUnregisteredPlugin() {
     Services services;
     services.acceptsPlugins = false;
@@ -337,7 +337,8 @@ Log logOfAnUnregisteredPlugin() {
     Loaded loaded(services);
     EXPECT_NE(loaded.host.plugin(), nullptr);
     EXPECT_EQ(loaded.host.handle(), nullptr);
-    loaded.host.refuse(refusing("CommitToClass", Refusal::kTalException));  // lines, were the plug-in registered
+    loaded.host.refuse(
+        refusing("CommitToClass", Refusal::kTalException));  // would be logged if the plug-in were registered
     loaded.request(servedClasses());
     EXPECT_TRUE(loaded.nameSpace->instances("VEXSG_DiskDrive").empty());
     return loaded.host.log();

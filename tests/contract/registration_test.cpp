@@ -1,4 +1,4 @@
-// What happens while the library loads, and what it says of itself.
+// Loading the library, and its identity.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -40,7 +40,7 @@ TEST(Registration, TheLibrariesOfThisHostServeThePluginAndNoOthers) {
     EXPECT_EQ(mappedLibraries("/libdiskmgt.pi.so"), just(DISKMGT_PLUGIN_FILE));
 }
 
-TEST(Registration, LoadingRegistersOneEntryObjectAndAsksNothingElse) {
+TEST(Registration, LoadingRegistersOneEntryObjectAndMakesNoOtherCall) {
     int registrations = 0;
     Services services;
     services.onRegistration = [&](NVEXTAL20::IPluginCallbacks&) { ++registrations; };
@@ -75,7 +75,7 @@ TEST(Registration, InitAndDeInitDoNothing) {
     expectIsTheDiskCollector(identityOf(loaded.plugin.entry()));
 }
 
-TEST(Registration, AMissingManagerLeavesALoadedLibraryThatAsksNothing) {
+TEST(Registration, WithoutAManagerTheLoadedLibraryMakesNoCall) {
     Services services;
     services.pluginManager = PluginManager::kNone;
     const Loaded loaded(services);
@@ -83,7 +83,7 @@ TEST(Registration, AMissingManagerLeavesALoadedLibraryThatAsksNothing) {
     EXPECT_TRUE(loaded.host.calls().empty());
 }
 
-TEST(Registration, AForeignManagerLeavesALoadedLibraryThatAsksNothing) {
+TEST(Registration, WithAForeignManagerTheLoadedLibraryMakesNoCall) {
     Services services;
     services.pluginManager = PluginManager::kForeign;
     const Loaded loaded(services);
@@ -91,7 +91,7 @@ TEST(Registration, AForeignManagerLeavesALoadedLibraryThatAsksNothing) {
     EXPECT_TRUE(loaded.host.calls().empty());
 }
 
-/// In a process of its own: the dynamic loader is left in the middle of a load.
+/// In a separate process: the load leaves the dynamic loader in an unfinished state.
 [[noreturn]] void loadAndTellWhatLeaves(Services services) {
     constexpr int kLeft = 7;
     constexpr int kLoaded = 8;
@@ -114,7 +114,7 @@ TEST(Registration, AnExceptionOfTheHostLeavesTheLoad) {
     EXPECT_EXIT(loadAndTellWhatLeaves(services), ::testing::ExitedWithCode(7), "TTALException: not today");
 }
 
-TEST(Registration, AStandardExceptionLeavesTheLoadToo) {
+TEST(Registration, AStandardExceptionPassesOutOfTheLoadToo) {
     Services services;
     services.onRegistration = [](NVEXTAL20::IPluginCallbacks&) { throw std::runtime_error("nor tomorrow"); };
     EXPECT_EXIT(loadAndTellWhatLeaves(services), ::testing::ExitedWithCode(7), "std::exception: nor tomorrow");

@@ -38,7 +38,7 @@ Lines afterOpening(const Lines& rest) {
 
 TEST(Request, AllSeventeenClassesLogTheirLinesInOrder) {
     Loaded loaded;
-    (void)whileStill(listedDevices, [&] {  // a disk that vanishes meanwhile has a line of its own
+    (void)whileStill(listedDevices, [&] {  // a disk that vanishes during the request adds a line
         loaded.host.clearRecords();
         loaded.request(servedClasses());
     });
@@ -80,14 +80,14 @@ TEST(Request, ClassesWithoutAContentOnLinuxStayEmpty) {
     }
 }
 
-TEST(Request, AnEmptyListAsksForTheSystemTwiceAndNothingElse) {
+TEST(Request, AnEmptyListQueriesTheSystemTwiceAndNothingElse) {
     Loaded loaded;
     loaded.request({});
     EXPECT_EQ(summary(loaded.host.calls()), kOpening);
     EXPECT_TRUE(loaded.host.log().empty());
 }
 
-TEST(Request, AClassThatIsNotServedIsAskedForItsNameOnly) {
+TEST(Request, AnUnservedClassIsQueriedForItsNameOnly) {
     Loaded loaded;
     loaded.request({"VEXSG_MediaAccessDevice"});
     EXPECT_EQ(summary(loaded.host.calls()),
@@ -181,7 +181,7 @@ TEST(Request, EveryOptionsMapIsFreshAndOnlyTheClassLookupFillsIt) {
     }
 }
 
-TEST(Request, EnumerationsAlwaysAskForSubclasses) {
+TEST(Request, EnumerationsAlwaysIncludeSubclasses) {
     Loaded loaded;
     loaded.request(servedClasses());
     const auto enumerations = loaded.calls("EnumerateInstances");

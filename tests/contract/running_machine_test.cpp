@@ -1,4 +1,4 @@
-// What the plug-in publishes about the machine it runs on, against what the tests read there themselves.
+// Compares what the plug-in publishes about the running machine with the tests' own readings.
 #include <gtest/gtest.h>
 
 #include "tests/contract/loop_disk.h"
@@ -10,14 +10,14 @@ namespace {
 
 using Instances = std::vector<boost::shared_ptr<second_host::Instance>>;
 
-/// What a request for the class publishes.
+/// The instances that a request for the class publishes.
 Instances requestAnew(Loaded& loaded, const std::string& className) {
     loaded.nameSpace = second_host::Namespace::create();
     loaded.request({className});
     return loaded.nameSpace->instances(className);
 }
 
-TEST(RunningMachine, DrivesAreTheListedDevicesThatTellTheirSize) {
+TEST(RunningMachine, DrivesAreTheListedDevicesWithAReadableSize) {
     const LoopDisk disk;  // containers often have disks that do not open
     Loaded loaded;
     Instances published;

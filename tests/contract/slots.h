@@ -1,4 +1,4 @@
-// Virtual tables as they lie in memory: slots read and called by number, past the compiler's own dispatch. Holds for
+// Virtual tables in memory: slots are read and called by number, without the compiler's dispatch. Holds for
 // the Itanium C++ ABI, where a virtual destructor takes two slots: destroy, and destroy and free.
 #pragma once
 
@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-// Clang's sanitizer compares the types of functions that are called by address, and a member is of another type.
+// Clang's sanitizer compares the types of functions called by address, and a member function has another type.
 #if defined(__clang__)
 #define CONTRACT_CALLS_BY_ADDRESS __attribute__((no_sanitize("function")))
 #else
@@ -15,7 +15,7 @@
 
 namespace contract {
 
-/// A pointer to a member function as it lies in memory: an address, or the offset of a slot plus one.
+/// A pointer to a member function in memory: an address, or the offset of a slot plus one.
 struct MemberPointer {
     std::uintptr_t target;
     std::ptrdiff_t adjustment;
@@ -31,10 +31,10 @@ inline const std::uintptr_t* tableOf(const void* object) {
     return table;
 }
 
-/// How far the object's whole lies from it, in bytes: negative in a second base.
+/// Offset to the complete object, in bytes: negative in a second base.
 inline std::ptrdiff_t offsetToWhole(const void* object) { return static_cast<std::ptrdiff_t>(tableOf(object)[-2]); }
 
-/// A member operation as the function that its slot holds: the object comes first.
+/// The type of the function in a member operation's slot: the object is its first argument.
 template <typename Operation>
 struct FunctionOf;
 template <typename Class, typename Result, typename... Parameters>

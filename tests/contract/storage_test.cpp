@@ -1,5 +1,5 @@
-// Who frees the entry object, and when: this program counts every `new` and `delete` of the process, the library's
-// included.
+// Who frees the entry object, and when. This program counts every `new` and `delete` of the process, including the
+// library's.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-std::atomic<const void*> watched{nullptr};  // the storage whose release is counted, until it is handed out again
+std::atomic<const void*> watched{nullptr};  // counts the release of this storage until it is allocated again
 std::atomic<int> releases{0};
 
 void release(void* storage) noexcept {
@@ -49,9 +49,9 @@ protected:
         releases = 0;
         watched = &loaded.plugin.entry();
     }
-    void TearDown() override { watched = nullptr; }  // whoever gets the storage next is not counted
+    void TearDown() override { watched = nullptr; }  // a later user of the storage is not counted
 
-    /// The entry object is gone already; the library must not be asked for it again.
+    /// The entry object is freed already; the library must not be asked for it again.
     void expectFreedOnce() {
         loaded.host.forgetPlugin();
         EXPECT_EQ(releases, 1);
@@ -69,7 +69,7 @@ TEST_F(Storage, TheEntryObjectLivesUntilTheHostGivesItBack) {
     expectFreedOnce();
 }
 
-TEST_F(Storage, PrepareForUnloadStandsInSlot6) {
+TEST_F(Storage, PrepareForUnloadIsInSlot6) {
     callSlot(loaded.plugin.entry(), 6, static_cast<void (IPluginCallbacks::*)()>(nullptr));
     expectFreedOnce();
 }
@@ -94,7 +94,7 @@ TEST_F(Storage, Slot1OfTheSecondBaseFreesTheWholeObject) {
     expectFreedOnce();
 }
 
-/// In a process of its own: the dynamic loader is left in the middle of a load.
+/// In a separate process: the load leaves the dynamic loader in an unfinished state.
 [[noreturn]] void loadIntoAHostThatThrows() {
     releases = 0;
     Services services;

@@ -1,4 +1,4 @@
-// What happens when the host gives the plug-in up.
+// Unloading the plug-in.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kPluginName = "/libdiskmgt.pi.so";
 
-TEST(Unload, NothingIsAskedOfTheHostFromThenOn) {
+TEST(Unload, NoHostCallFollows) {
     Loaded loaded;
     loaded.request(servedClasses());
     loaded.host.clearRecords();

@@ -1,7 +1,7 @@
 // Every allocation inside the plug-in's part of a request fails, once and from then on.
 //
-// Allocations that the reference host makes while it is called count too. It hands `std::bad_alloc` on, so to the
-// plug-in they look like a standard exception of the host, and the same must hold: every assertion here is about both.
+// Allocations of the reference host during its calls count too. It passes `std::bad_alloc` on, which the plug-in sees
+// as a standard exception of the host. The same must hold, so every assertion here covers both.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -45,7 +45,7 @@ protected:
         clean = request.run();
     }
 
-    /// How many of each kind the plug-in's part of a request makes.
+    /// Number of allocations of each kind in the plug-in's part of a request.
     int countOf(Kind kind) {
         int count = 0;
         request.setAround([&](const FullRequest::Serve& serve) {
@@ -70,12 +70,12 @@ protected:
         return outcome;
     }
 
-    /// What the class ought to hold: associations follow from what was published.
+    /// The expected instances of the class: associations follow from the published instances.
     std::vector<Texts> due(const std::string& className, const Outcome& outcome) const {
         return isAssociationClass(className) ? pairsOf(className, outcome) : clean.of(className);
     }
 
-    /// The classes that do not hold what they ought to; each holds how that begins.
+    /// The classes that differ from what is expected; each must hold a beginning of it.
     std::vector<std::string> classesCutShort(const Outcome& outcome) const {
         std::vector<std::string> cut;
         for (const std::string& className : allClasses()) {
@@ -95,10 +95,9 @@ protected:
             const std::string line = "3 " + cut[0] + "collection encountered exception: std::bad_alloc";
             EXPECT_EQ(std::count(outcome.log.begin(), outcome.log.end(), line), 1);
         } else if (!cut.empty()) {
-            EXPECT_EQ(told, 0);  // associations are given up in silence
+            EXPECT_EQ(told, 0);  // a failed association logs nothing
         }
-        // Of the usual lines only such of the class that ended are missing: the drives have the first two, then each
-        // class has one.
+        // Only lines of the class that ended are missing: the drives have the first two, then each class has one.
         const std::vector<std::string> usual = withoutExhaustion(outcome.log);
         auto next = usual.begin();
         std::set<std::string> classesMissing;
@@ -151,11 +150,11 @@ TEST_F(AllocationFault, OnceCostsOneClassOrTheRequest) {
         }
         EXPECT_EQ(differences(request.run(), clean), "") << "the next request";
     }
-    EXPECT_GT(classesEnded, requestsEnded);  // most is allocated inside the guards of a class
+    EXPECT_GT(classesEnded, requestsEnded);  // most allocations are inside the guards of a class
     EXPECT_GT(requestsEnded, 0);
 }
 
-TEST_F(AllocationFault, FromThenOnTakesNothingThatWasPublishedBefore) {
+TEST_F(AllocationFault, FromThenOnKeepsWhatWasPublishedBefore) {
     const int allocations = countOf(Kind::operatorNew);
     for (int number = 1; number <= allocations && !HasFailure(); ++number) {
         SCOPED_TRACE("from allocation " + std::to_string(number) + " of " + std::to_string(allocations) + " on");
@@ -169,7 +168,7 @@ TEST_F(AllocationFault, FromThenOnTakesNothingThatWasPublishedBefore) {
 }
 
 TEST_F(AllocationFault, AGptArrayThatCannotBeAllocatedHasNoEntries) {
-    ASSERT_EQ(countOf(Kind::calloc), 2);  // when the partitions of the drive are counted, and when they are listed
+    ASSERT_EQ(countOf(Kind::calloc), 2);  // counting the partitions of the drive, and listing them
     Outcome counted = clean;
     for (Texts& drive : counted.published["VEXSG_DiskDrive"])
         if (drive["DeviceID"] == "/dev/sdb") drive["NoOfPartitions"] = "0";

@@ -1,4 +1,4 @@
-// The replaced operators. Everything comes from malloc, so that sanitizers go on watching it.
+// The replaced operators. All memory comes from malloc, so that sanitizers still check it.
 #include "tests/faults/allocation_faults.h"
 
 #include <malloc.h>

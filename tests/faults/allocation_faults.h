@@ -8,14 +8,14 @@
 
 namespace diskmgt_test {
 
-/// While it lives, allocations of its thread are counted and the planned ones fail: operator new throws
-/// `std::bad_alloc`, calloc answers null. The described machine's own are left alone: the kernel needs none of the
-/// program's memory. One at a time on a thread.
+/// While it exists, allocations of its thread are counted and the planned ones fail: operator new throws
+/// `std::bad_alloc`, calloc returns null. Those of the described machine do not count: the kernel would not use the
+/// program's memory. One at a time per thread.
 class AllocationFaults {
 public:
     enum class Kind { operatorNew, calloc };
 
-    /// The n-th of that kind fails, and with `fromThenOn` every later one, of both kinds; 0: none fails.
+    /// The n-th of that kind fails, and with `fromThenOn` every later one of both kinds; with 0 all succeed.
     AllocationFaults(Kind failingKind, int n, Fault how);
     AllocationFaults(const AllocationFaults&) = delete;
     AllocationFaults& operator=(const AllocationFaults&) = delete;
@@ -34,7 +34,7 @@ private:
     int counts[2] = {0, 0};
 };
 
-/// The most bytes that operator new has handed out and not got back, above those at its construction.
+/// The peak of bytes allocated by operator new and not yet freed, above those at its construction.
 class PeakMemory {
 public:
     PeakMemory();

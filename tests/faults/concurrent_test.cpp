@@ -1,4 +1,4 @@
-// Eight threads at once: every request tells and publishes what it would have alone.
+// Eight threads at once: every request logs and publishes the same as alone.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -34,7 +34,7 @@ protected:
         clean = request.run();
     }
 
-    /// Runs the work of each thread, its number given, as nearly at once as can be.
+    /// Runs the work of each thread, given its number, as simultaneously as possible.
     template <typename Work>
     static void onAllThreads(const Work& work) {
         std::vector<std::thread> threads;
@@ -60,7 +60,7 @@ protected:
     Outcome clean;
 };
 
-TEST_F(Concurrent, RequestsForEverythingTellTheSameAndTheLatestIsWhatStays) {
+TEST_F(Concurrent, FullRequestsAgreeAndTheLatestOneStays) {
     std::atomic<int> wrong{0};
     onAllThreads([&](int) {
         const refhost::RequestResult result = request.host.request(allClasses());

@@ -44,7 +44,7 @@ TEST_F(Crossing, ARequestWithoutOneServesTheWholeServer) {
     EXPECT_EQ(clean.of("VEXSG_PartitionPresent").size(), 9U);
     EXPECT_EQ(clean.of("VEXSG_MediaPresent").size(), 3U);
     EXPECT_EQ(clean.of("VEXSG_LogicalDiskBasedOnPartition").size(), 2U);
-    EXPECT_EQ(clean.of("VEXSG_LogicalDisk")[0].at("TotalSpace"), "20480");  // of its source, /data being out of reach
+    EXPECT_EQ(clean.of("VEXSG_LogicalDisk")[0].at("TotalSpace"), "20480");  // of its source: /data cannot be measured
     EXPECT_EQ(clean.log.size(), 18U);  // one for each class, one for the virtual disk
     diskmgt_test::expectAssociationsFollow(clean);
 }

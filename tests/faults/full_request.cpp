@@ -1,4 +1,3 @@
-// The server, the session, and the plain search for pairs.
 #include "tests/faults/full_request.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +38,7 @@ void describeSysfs(FakeOs& machine) {
     machine.sysfsDisk("sda", 16384, "8:0", {"sda1", "sda2", "sda3", "sda5", "sda6"});
     machine.sysfsDisk("nvme0n1", 2048, "259:0", {"nvme0n1p1", "nvme0n1p2"});
     machine.sysfsDisk("sdb", 2048, "8:16", {"sdb1", "sdb5"});
-    machine.sysfsDisk("sdc", 2048, "135:32", {});  // begins like the RAM disks' number
+    machine.sysfsDisk("sdc", 2048, "135:32", {});  // its number begins like that of a RAM disk
     machine.sysfsDisk("sdd", 2048, "8:48", {});
     machine.sysfsDisk("sde", 2048, "8:64", {});
 }
@@ -59,7 +58,7 @@ void describeMounts(FakeOs& machine) {
     machine.fileSystem("/run", {4096, 20, 10, 10, 24, 0});
     machine.fileSystem("/tmp", {4096, 40, 30, 30, 25, 0});
     machine.fileSystem("/srv", {1024, 70, 60, 50, 3, 4});
-    machine.fileSystem("/dev/disk/by-label/data", {4096, 5, 4, 4, 6, 0});  // where the nodes lie: /data cannot be asked
+    machine.fileSystem("/dev/disk/by-label/data", {4096, 5, 4, 4, 6, 0});  // holds the nodes: /data cannot be measured
 }
 
 std::string quoted(const std::string& value) {
@@ -71,7 +70,7 @@ std::string quoted(const std::string& value) {
     return text + "\"";
 }
 
-/// The object path that the host gives a logical device.
+/// The object path of a logical device.
 std::string pathOf(const std::string& className, const Texts& texts) {
     std::string path = className;
     char separator = '.';
@@ -97,7 +96,7 @@ Index indexOf(const Outcome& outcome, const std::string& className, const std::s
     return index;
 }
 
-/// The path of the first one whose key lies within the text.
+/// The path of the first entry whose key lies within the text.
 std::optional<std::string> firstWithin(const Index& index, const std::string& text) {
     for (const auto& [key, path] : index)
         if (text.find(key) != std::string::npos) return path;

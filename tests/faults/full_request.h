@@ -1,4 +1,4 @@
-// A described server, one request for every class that the plug-in serves, and what came of it.
+// A described server, a request for every class that the plug-in serves, and the outcome.
 #pragma once
 
 #include <functional>
@@ -28,7 +28,7 @@ bool isAssociationClass(const std::string& className);
 /// The non-null properties of an instance by name; arrays joined by "|".
 using Texts = std::map<std::string, std::string>;
 
-/// What one request left behind.
+/// The outcome of one request.
 struct Outcome {
     std::map<std::string, std::vector<Texts>> published;  // by class, in the order committed
     std::vector<std::string> log;                         // "3 Partition information.."
@@ -36,10 +36,10 @@ struct Outcome {
 
     const std::vector<Texts>& of(const std::string& className) const { return published.at(className); }
 };
-/// What one outcome has and the other lacks, a line each; empty when they are the same.
+/// The differences of two outcomes, a line each; empty when they are equal.
 std::string differences(const Outcome& actual, const Outcome& expected);
 
-/// A reference host that the plug-in's own entry object serves in this process.
+/// A reference host served by the plug-in's entry object in this process.
 class FullRequest {
 public:
     /// Runs the plug-in's part of a request.
@@ -51,7 +51,7 @@ public:
     ~FullRequest();
 
     Outcome run();
-    /// Called in place of the plug-in with its work, so that a test can switch something on for just that long.
+    /// Called with the plug-in's work instead of it, so that a test can switch something on for just that time.
     void setAround(std::function<void(const Serve&)> surroundings) { around = std::move(surroundings); }
 
     refhost::ReferenceHost host;
@@ -63,13 +63,13 @@ private:
 };
 
 /// The associations of a class that follow from the published instances, found by searching every pair. `readsLink`
-/// tells where a path links to; empty: nowhere.
+/// gives the target of a link; empty when the path is not a link.
 std::vector<Texts> pairsOf(const std::string& associationClass, const Outcome& outcome,
                            const std::function<std::string(const std::string&)>& readsLink);
-/// The same, links being those of the described server.
+/// The same, with the links of the described server.
 std::vector<Texts> pairsOf(const std::string& associationClass, const Outcome& outcome);
 
-/// Every association class holds just the pairs of the published instances; but for the one named.
+/// Every association class, except the named one, holds exactly the pairs of the published instances.
 void expectAssociationsFollow(const Outcome& outcome, const std::string& butFor = {});
 
 /// The first `count` of them.
@@ -78,7 +78,7 @@ std::vector<T> firstOf(const std::vector<T>& all, std::size_t count) {
     return {all.begin(), all.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
-/// Whether `part` is how `whole` begins.
+/// Whether `whole` begins with `part`.
 template <typename T>
 bool isBeginningOf(const std::vector<T>& part, const std::vector<T>& whole) {
     return part.size() <= whole.size() && part == firstOf(whole, part.size());

@@ -1,4 +1,4 @@
-// Disks made to exhaust the host's memory: what the plug-in asks for stays bounded, however large a disk says it is.
+// Disks made to exhaust the host's memory: the plug-in's allocations stay bounded for any claimed size.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ constexpr std::size_t kMiB = std::size_t{1} << 20;
 constexpr std::size_t kBound = 300 * kMiB;
 constexpr std::uint64_t kHugeDisk = std::uint64_t{1} << 50;
 
-/// What a disk's bytes are, sector by sector.
+/// The bytes of a disk, sector by sector.
 using Sectors = void (*)(std::uint64_t sector, unsigned char* bytes);
 
 void putEntry(unsigned char* sector, unsigned slot, unsigned char type, std::uint32_t start) {
@@ -31,7 +31,7 @@ void putEntry(unsigned char* sector, unsigned slot, unsigned char type, std::uin
     std::memcpy(entry + 8, &start, sizeof start);
 }
 
-/// Never ends, never returns: each record has three partitions and a link to the next sector.
+/// An endless chain without a repeat: each record has three partitions and a link to the next sector.
 void endlessChain(std::uint64_t sector, unsigned char* bytes) {
     if (sector == 0) {
         putEntry(bytes, 0, 0x05, 1);
@@ -47,7 +47,7 @@ void fourEndlessChains(std::uint64_t sector, unsigned char* bytes) {
     for (unsigned slot = 0; slot < 4; ++slot) putEntry(bytes, slot, 0x05, 1);
 }
 
-/// The same with nothing but links.
+/// The same with links only.
 void endlessLinks(std::uint64_t sector, unsigned char* bytes) {
     putEntry(bytes, 0, 0x05, static_cast<std::uint32_t>(sector == 0 ? 1 : sector));
 }
@@ -60,20 +60,20 @@ void crowdedGpt(std::uint64_t sector, unsigned char* bytes) {
     if (sector == 1) std::memcpy(bytes + 80, &count, sizeof count);
 }
 
-/// A GPT whose entries, that many, are all used.
+/// A GPT with this number of entries, all used.
 void fullGpt(std::int32_t count, std::uint64_t sector, unsigned char* bytes) {
     if (sector == 0) putEntry(bytes, 0, 0xEE, 1);
     if (sector == 1) std::memcpy(bytes + 80, &count, sizeof count);
     if (sector > 1) std::memset(bytes, 0xFF, 512);
 }
 
-/// As many as are reported at all.
+/// The most entries that are reported.
 void gptAtItsBudget(std::uint64_t sector, unsigned char* bytes) { fullGpt(773, sector, bytes); }
 
-/// One more.
+/// One entry more than that.
 void gptAboveItsBudget(std::uint64_t sector, unsigned char* bytes) { fullGpt(774, sector, bytes); }
 
-/// A GPT that says it has more entries than memory could hold, none of them used.
+/// A GPT that claims more entries than fit into memory, all unused.
 void emptyVastGpt(std::uint64_t sector, unsigned char* bytes) {
     if (sector == 0) putEntry(bytes, 0, 0xEE, 1);
     const std::int32_t count = 1 << 20;
@@ -162,13 +162,13 @@ TEST(HostileMachine, AGptAtItsBudgetIsPublishedWithinTheBound) {
     EXPECT_EQ(outcome.of("VEXSG_DiskPartition").back().at("DeviceID"), "/dev/sda773");
 }
 
-TEST(HostileMachine, ServesEverythingElseBesideOneHostileDiskOfEachKind) {
+TEST(HostileMachine, ServesTheRestBesideOneHostileDiskOfEachKind) {
     FakeOs machine;
     diskmgt_test::describeServer(machine);
     machine.keepNoTexts();
     diskmgt_test::FullRequest request;
     const diskmgt_test::Outcome clean = request.run();
-    // Rings, a table of itself, lies about the entries; each disk found by sysfs too.
+    // Rings, a table that contains itself, false entry counts; sysfs lists each disk too.
     machine.device("/dev/sdf", DiskImage().slot(0, 0x05, 0, 9).slot(1, 0x05, 0, 9));
     machine.device("/dev/sdg", DiskImage().slot(0, 0x05, 8, 9).slot(0, 0x83, 1, 1, 8).slot(1, 0x05, 0, 1, 8));
     machine.device("/dev/sdh", DiskImage().gpt(-5));

@@ -1,5 +1,5 @@
-// Keys made to exhaust the host's memory while instances are paired: what the search takes is bounded by the texts that
-// are searched, not by the keys.
+// Keys made to exhaust the host's memory while instances are paired: the searched texts bound the memory of the search,
+// not the keys.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,13 +17,13 @@ using diskmgt_test::PeakMemory;
 constexpr std::size_t kMiB = std::size_t{1} << 20;
 constexpr std::size_t kNone = ContainedKeySearch::kNone;
 
-/// That many different texts of that length, in byte order.
+/// The given number of different texts of that length, in byte order.
 std::vector<std::string> numbered(std::size_t count, std::size_t length) {
     std::vector<std::string> texts;
     for (std::size_t i = 0; i < count; ++i) {
         const std::string number = std::to_string(1000000 + i);
         std::string text = "/dev/" + number;
-        while (text.size() < length) text += "/" + number;  // no two share more than a few bytes
+        while (text.size() < length) text += "/" + number;  // common prefixes are only a few bytes long
         texts.push_back(text.substr(0, length));
     }
     return texts;
@@ -42,7 +42,7 @@ Searched search(const std::vector<std::string>& keys, const std::vector<std::str
     return {peak.bytes(), found};
 }
 
-TEST(HostilePairingMemory, KeysLongerThanEveryTextTakeNone) {
+TEST(HostilePairingMemory, KeysLongerThanEveryTextTakeNoMemory) {
     const auto pages = search(numbered(4000, 4000), numbered(10000, 12));
     EXPECT_LT(pages.peakBytes, kMiB);
     EXPECT_EQ(pages.found, std::vector<std::size_t>(10000, kNone));
@@ -60,11 +60,11 @@ TEST(HostilePairingMemory, OneLongTextDoesNotMakeRoomForEveryKey) {
     EXPECT_EQ(searched.found.back(), 77777U);
 }
 
-TEST(HostilePairingMemory, WithoutTextsNothingIsMadeButTheListOfKeys) {
+TEST(HostilePairingMemory, WithoutTextsOnlyTheListOfKeysIsMade) {
     EXPECT_LT(search(numbered(4000, 4000), {}).peakBytes, kMiB);
 }
 
-TEST(HostilePairingMemory, LongTextsTakeNoMoreThanTwiceTheirOwn) {
+TEST(HostilePairingMemory, LongTextsTakeAtMostTwiceTheirSize) {
     const auto texts = numbered(4000, 4000);
     const auto drives = search(numbered(1000, 12), texts);
     EXPECT_LT(drives.peakBytes, kMiB);

@@ -1,5 +1,5 @@
-// Partition tables made to hurt: the shapes that have brought other readers down. Each disk stands between two honest
-// ones, whose partitions must all be found.
+// Hostile partition tables: the shapes that crashed other readers. Each disk lies between two valid ones, whose
+// partitions must all be found.
 #include <gmock/gmock.h>
 #include <pthread.h>
 
@@ -52,7 +52,7 @@ TEST_P(HostileTable, IsReadToAnEndAndHarmsNoOtherDisk) {
     EXPECT_EQ(PartitionTableParser().enumPartitions({"/dev/sdb"}), diskmgt_test::literalPartitions(disk));
 }
 
-// A chain of extended records that comes back (CVE-2016-5011) or a table that contains itself (CVE-2019-13103).
+// A chain of extended records with a cycle (CVE-2016-5011), or a table that contains itself (CVE-2019-13103).
 INSTANTIATE_TEST_SUITE_P(
     Chain, HostileTable,
     ::testing::Values(
@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
                     {"/dev/sdb5", "/dev/sdb1", "/dev/sdb5", "/dev/sdb2"}}),
     [](const auto& row) { return std::string(row.param.label); });
 
-/// A GPT of four slots, the second and the last used, with something else in its header.
+/// A GPT of four slots, the second and the last used, with another value in its header.
 DiskImage withHeaderField(std::uint64_t offset, std::uint64_t value, unsigned width) {
     return DiskImage()
         .gpt(4)
@@ -105,7 +105,7 @@ DiskImage withHeaderField(std::uint64_t offset, std::uint64_t value, unsigned wi
 
 const std::vector<std::string> kBothSlots{"/dev/sdb2", "/dev/sdb4"};
 
-// Entries larger, smaller or more than said, or elsewhere, and numbers past the array (CVE-2020-0256).
+// Wrong size, number or place of the entries in the header, and numbers past the array (CVE-2020-0256).
 INSTANTIATE_TEST_SUITE_P(
     Gpt, HostileTable,
     ::testing::Values(HostileCase{"entries_of_no_size", withHeaderField(84, 0, 4), kBothSlots},
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
                           {"/dev/sdb1", "/dev/sdb2"}}),
     [](const auto& row) { return std::string(row.param.label); });
 
-/// Runs the work on a thread whose stack is small.
+/// Runs the work on a thread with a small stack.
 void onSmallStack(const std::function<void()>& work) {
     constexpr std::size_t kStackBytes = 256 * 1024;
     pthread_attr_t attributes;
@@ -151,7 +151,7 @@ void onSmallStack(const std::function<void()>& work) {
 }
 
 TEST(HostileDisk, LongAndNestedChainsTakeNoStack) {
-    constexpr std::uint64_t kRecords = 50000;  // four chains of them stay within the bound of a disk
+    constexpr std::uint64_t kRecords = 50000;  // four such chains stay within the bound of a disk
     FakeOs machine;
     machine.keepNoTexts();
     // Every sector is a record with one partition and a link to the next; the MBR has four extended partitions.

@@ -1,4 +1,4 @@
-// Every question to the kernel fails, once and from then on, with every error that it can give, and reads come short.
+// Every system call fails, once and from then on, with every error that it can give; and reads are short.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -84,7 +84,7 @@ TEST_F(KernelFault, OnceCostsNothingButWhatTheCallWasFor) {
     }
 }
 
-TEST_F(KernelFault, FromThenOnTakesNothingThatWasFoundBefore) {
+TEST_F(KernelFault, FromThenOnKeepsWhatWasFoundBefore) {
     const KernelModel model = modelOfACleanRequest();
     for (int number = 1; number <= model.calls() && !HasFailure(); ++number) {
         for (const int error : {errorsOf(model.at(number).name).front(), EMFILE}) {
@@ -96,17 +96,17 @@ TEST_F(KernelFault, FromThenOnTakesNothingThatWasFoundBefore) {
     }
 }
 
-/// Bytes that are enough of a read for what is looked at, the rest being zero on the server or unused. None of a GPT
-/// header: the entries are read from wherever the header ended.
+/// Lengths that cover the needed bytes of a read; the rest is zero on the server or unused. Empty for a GPT header: the
+/// entries are read from where the header ended.
 std::vector<std::size_t> harmlessLengths(const KernelModel::Call& call) {
-    if (!call.isInTables) return {1, 2, 3};   // text: read on to the line end
+    if (!call.isInTables) return {1, 2, 3};   // text: read further to the line end
     if (call.detail == "16") return {5, 15};  // the type is the fifth byte
     if (call.detail == "66") return {64, 65};
     if (call.detail == "512") return {};
     return {5 * 128, 5 * 128 - 1, 16383};  // the fifth entry is the last used one
 }
 
-TEST_F(KernelFault, AReadThatComesShortChangesNothingWhenItHoldsWhatCounts) {
+TEST_F(KernelFault, AShortReadThatHoldsTheNeededBytesChangesNothing) {
     const KernelModel model = modelOfACleanRequest();
     for (int number = 1; number <= model.calls() && !HasFailure(); ++number) {
         if (model.at(number).name != "read") continue;
@@ -136,7 +136,7 @@ TEST_F(KernelFault, ReadsOfOneByteFromSomeCallOnLeaveDisksThatWereReadBefore) {
         SCOPED_TRACE("from " + model.describe(number) + " on, reads give one byte");
         const Outcome found = runWithFailure(number, Fault::fromThenOn, Effect::readsAtMost(1));
         EXPECT_FALSE(found.failure);
-        // One byte of a table is no partition, and one byte at a time of a text is still the text.
+        // One byte of a table holds no partition, but a text read byte by byte is still complete.
         std::vector<std::string> namesNow;
         for (const Texts& partition : found.of("VEXSG_DiskPartition")) namesNow.push_back(partition.at("DeviceID"));
         std::vector<std::string> namesOnce;

@@ -1,5 +1,5 @@
-// The shapes of bugs that other readers of partition tables had, each under its public number: read to an end, on a
-// small stack, with nothing read or written past what was asked for. The sanitizers' builds watch the memory.
+// Disks that trigger known bugs of other partition-table readers, each under its public number. Reading them must end,
+// on a small stack and within the buffers, which the sanitizers' builds check.
 #include <gmock/gmock.h>
 
 #include "collect/partition_table_parser.h"
@@ -22,7 +22,7 @@ constexpr std::uint64_t kHeader = 512;
 constexpr std::uint64_t kCount = kHeader + 80;
 constexpr std::uint64_t kEntrySize = kHeader + 84;
 
-/// The "DeviceID" of every partition of the disk, which must be what the literal reading gives.
+/// The "DeviceID" of every partition of the disk. Asserts that the literal reading gives the same.
 std::vector<std::string> namesOn(const DiskImage& image) {
     FakeOs machine;
     machine.device("/dev/sda", image);
@@ -33,7 +33,7 @@ std::vector<std::string> namesOn(const DiskImage& image) {
     return valuesOf(found, "DeviceID");
 }
 
-// An extended partition chain whose record links to itself at relative offset zero kept a reader busy for ever.
+// A record of an extended chain that links to itself at relative offset zero kept a reader in an endless loop.
 TEST(PublicBug, Cve2016_5011_ExtendedRecordThatLinksToItselfAtOffsetZero) {
     const auto image =
         DiskImage().slot(0, 0x83, 1, 1).slot(1, 0x05, 4, 99).slot(0, 0x83, 1, 1, 4).slot(1, 0x05, 0, 99, 4);
@@ -41,7 +41,7 @@ TEST(PublicBug, Cve2016_5011_ExtendedRecordThatLinksToItselfAtOffsetZero) {
     EXPECT_THAT(namesOn(DiskImage().slot(0, 0x05, 0, 99)), ElementsAre("/dev/sda1"));
 }
 
-// A partition table that contains itself made a reader call itself until its stack was gone.
+// A partition table that contains itself made a reader recurse until its stack overflowed.
 TEST(PublicBug, Cve2019_13103_TablesThatContainThemselvesInEverySlot) {
     DiskImage image;
     for (std::uint64_t sector = 0; sector < 4; ++sector)
@@ -49,7 +49,7 @@ TEST(PublicBug, Cve2019_13103_TablesThatContainThemselvesInEverySlot) {
     EXPECT_THAT(namesOn(image), ElementsAre("/dev/sda1", "/dev/sda2", "/dev/sda3", "/dev/sda4"));
 }
 
-// More logical partitions than its array had places made a reader write past it.
+// More logical partitions than array elements made a reader write past the array.
 TEST(PublicBug, Cve2021_0308_MoreLogicalPartitionsThanAnyArrayHasPlaces) {
     constexpr std::uint32_t kRecords = 300;
     DiskImage chain = DiskImage().slot(0, 0x05, 1, kRecords);
@@ -63,9 +63,8 @@ TEST(PublicBug, Cve2021_0308_MoreLogicalPartitionsThanAnyArrayHasPlaces) {
     EXPECT_EQ(names.back(), "/dev/sda1");
 }
 
-// A header whose entries are not of the reader's size, or are more than the reader's array holds, made a reader write
-// past it.
-TEST(PublicBug, Cve2020_0256_GptEntrySizesThatAreNotTheReadersOwn) {
+// A header with entries of another size, or more entries than array elements, made a reader write past the array.
+TEST(PublicBug, Cve2020_0256_GptEntrySizesOtherThanTheReaders) {
     for (const std::uint64_t size : {0U, 1U, 16U, 127U, 129U, 256U, 4096U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         SCOPED_TRACE("entries of " + std::to_string(size) + " bytes");
         const auto image =

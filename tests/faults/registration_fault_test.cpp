@@ -1,4 +1,4 @@
-// Registration meets a host that fails: the plug-in stays out, silent, and takes nothing with it.
+// Registration in a host that fails: the plug-in stays unregistered and silent, and leaks nothing.
 #include <gtest/gtest.h>
 
 #include "plugin/entry/disk_mgt_callbacks.h"
@@ -15,7 +15,7 @@ using diskmgt_test::describeServer;
 using diskmgt_test::FakeOs;
 using refhost::FaultKind;
 
-constexpr std::size_t kCrossings = 2;  // the plug-in manager is asked for, the plug-in registered
+constexpr std::size_t kCrossings = 2;  // get the plug-in manager, register the plug-in
 
 class RegistrationFault : public ::testing::TestWithParam<std::size_t> {
 protected:
@@ -35,7 +35,7 @@ protected:
     refhost::ReferenceHost host{diskmgt_test::quietHost()};
 };
 
-TEST_P(RegistrationFault, AnExceptionLeavesTheConstructorAndNothingBehind) {
+TEST_P(RegistrationFault, AnExceptionPassesOutOfTheConstructorWithoutALeak) {
     plan(FaultKind::kTalException);
     EXPECT_THROW(new TDiskMgtCallbacks, NVEXTAL20::TTALException);
     expectThatALaterOneServes();
@@ -61,7 +61,7 @@ TEST_P(RegistrationFault, ANullAnswerLeavesThePlugInUnregisteredAndSilent) {
     EXPECT_TRUE(host.log().empty());
     EXPECT_FALSE(host.request({"VEXSG_DiskDrive"}).failure);
     EXPECT_TRUE(host.instances("VEXSG_DiskDrive").empty());
-    entry->PrepareForUnload();  // the host never knew of it
+    entry->PrepareForUnload();  // the host never got it
     expectThatALaterOneServes();
 }
 

@@ -1,4 +1,4 @@
-// Thousands of requests to the running kernel, whatever disks the machine has: nothing grows.
+// Thousands of requests on the running kernel, with any disks: memory and descriptors do not grow.
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <unistd.h>
@@ -26,9 +26,9 @@ constexpr int kBatches = 100;
 constexpr bool kCountsBytes = true;
 #endif
 constexpr int kRequestsInABatch = 100;
-constexpr std::size_t kAllowedGrowth = 16384;  // of what stays allocated; one lost string a request would be more
+constexpr std::size_t kAllowedGrowth = 16384;  // in allocated bytes; one leaked string per request would be more
 
-/// Numbers and targets of the open descriptors, less the one that lists them.
+/// Numbers and targets of the open descriptors, except the one used for listing.
 std::set<std::string> openDescriptors() {
     std::set<std::string> open;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -60,7 +60,7 @@ protected:
     std::string mbrDisk() const { return folder / "mbr.img"; }
     std::string gptDisk() const { return folder / "gpt.img"; }
 
-    /// A host, its requests, and the end of both.
+    /// Makes a host, runs its requests and destroys it.
     void runBatch() {
         PluginSession session;
         for (int i = 0; i < kRequestsInABatch; ++i) {
@@ -73,7 +73,7 @@ protected:
 };
 
 TEST_F(Soak, ThousandsOfRequestsLeaveNoDescriptorAndNoMemoryBehind) {
-    for (int i = 0; i < 2; ++i) ASSERT_NO_FATAL_FAILURE(runBatch());  // buffers that stay are there now
+    for (int i = 0; i < 2; ++i) ASSERT_NO_FATAL_FAILURE(runBatch());  // lasting buffers are allocated now
     const std::set<std::string> before = openDescriptors();
     const std::size_t bytesBefore = bytesInUse();
     for (int batch = 0; batch < kBatches; ++batch) {

@@ -1,4 +1,3 @@
-// Publishing of drives, partitions and logical disks.
 #include "tests/support/association_scene.h"
 
 #include "provider/result_builder.h"

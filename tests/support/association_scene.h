@@ -25,7 +25,7 @@ public:
     AssociationScene& partitionWithoutKey();
     AssociationScene& driveWithoutKey();
 
-    /// What one of the associator's operations gives, inside a request.
+    /// Runs one operation of the associator inside a request and returns the pairs.
     using Operation = std::vector<diskmgt_col::ReferenceMap> (diskmgt_col::DiskInfoAssociator::*)(
         boost::shared_ptr<NVEXTAL20::ICIMNamespace>);
     std::vector<NamedPair> pairs(Operation operation);

@@ -1,4 +1,4 @@
-"""A real browser, without a window, that looks at one page; every request it makes is seen here and answered here."""
+"""A real browser, without a window, that opens one page. All its requests are recorded and answered here."""
 
 import http.server
 import re
@@ -13,11 +13,11 @@ PAGE = "http://page.example/"
 _OPTIONS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--hide-scrollbars", "--window-size=1200,1600",
             "--disable-background-networking", "--disable-component-update", "--disable-sync", "--disable-extensions",
             "--no-first-run", "--no-default-browser-check", "--disable-features=OptimizationHints,MediaRouter"]
-_HOUSEKEEPING = re.compile(r"(http://)?[a-z0-9.-]*\.(google|googleapis|gvt1)\.com[:/]")  # the browser's own, with any page
+_HOUSEKEEPING = re.compile(r"(http://)?[a-z0-9.-]*\.(google|googleapis|gvt1)\.com[:/]")  # by the browser itself, with any page
 
 
 class Browser:
-    """Serves the page as its own proxy, so that nothing that is asked for gets past it. `requests`: what was asked."""
+    """Serves the page as its own proxy, so that it sees every request. `requests`: those so far."""
 
     def __init__(self, page, folder):
         self.page, self.folder, self.requests = page, folder, []
@@ -77,7 +77,7 @@ class Browser:
 
 
 def _first_pixel(png):
-    """Red, green and blue; whatever a row's filter is, its first pixel of the first row is stored as it is."""
+    """Red, green and blue. Every filter of PNG leaves the first pixel of the first row unchanged."""
     place, packed = 8, b""
     while place < len(png):
         size, kind = struct.unpack(">I4s", png[place:place + 8])

@@ -1,4 +1,3 @@
-// Recipes of disks: tables written at their places, everything else zero.
 #include "tests/support/disk_image.h"
 
 #include <algorithm>
@@ -121,7 +120,7 @@ void DiskImage::writeTo(const std::string& file) const {
     std::ofstream out(file, std::ios::binary | std::ios::trunc);
     if (length > 0) {
         out.seekp(static_cast<std::streamoff>(length - 1));
-        out.put('\0');  // the last byte gives the file its length; the rest stays a hole
+        out.put('\0');  // the last byte sets the length; the rest is a hole
     }
     for (const auto& [number, content] : sectors) {
         const std::uint64_t first = number * kSectorBytes;

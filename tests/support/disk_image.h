@@ -28,7 +28,7 @@ public:
     DiskImage& gptCount(std::int32_t entryCount);
     /// GPT entry `number`, from 1; the type GUID in its canonical, hyphenated form.
     DiskImage& gptEntry(unsigned number, const std::string& typeGuid, std::uint64_t firstLba, std::uint64_t lastLba);
-    /// Bytes as they are to lie on the disk.
+    /// Bytes as they appear on the disk.
     DiskImage& bytes(std::uint64_t offset, const std::string& content);
     /// Unsigned little-endian integer of `width` bytes.
     DiskImage& little(std::uint64_t offset, std::uint64_t value, unsigned width);
@@ -36,7 +36,7 @@ public:
     DiskImage& cutAt(std::uint64_t sizeBytes);
 
     std::uint64_t sizeBytes() const noexcept { return length; }
-    /// Copies what lies at `offset`, at most `size` bytes, and returns how many there were.
+    /// Copies at most `size` bytes from `offset` on and returns their number.
     std::size_t readAt(std::uint64_t offset, char* buffer, std::size_t size) const;
     /// The whole disk; for small ones.
     std::string allBytes() const;

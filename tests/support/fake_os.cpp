@@ -1,4 +1,3 @@
-// Describing the machine, choosing its faults, reading back what was asked of it.
 #include "tests/support/fake_os.h"
 
 #include <algorithm>
@@ -14,7 +13,7 @@ namespace {
 
 FakeOs::State* machineInPlace = nullptr;
 
-/// "/sys/block/" and "/sys/block" name the same directory.
+/// "/sys/block/" and "/sys/block" are the same directory.
 std::string withoutTrailingSlash(std::string path) {
     while (path.size() > 1 && path.back() == '/') path.pop_back();
     return path;

@@ -1,4 +1,4 @@
-// FakeOs: a described machine that answers every question of base/os.h, notes each one and can fail any of them.
+// FakeOs: a described machine that answers every call of base/os.h, records it and can make it fail.
 #pragma once
 
 #include <cerrno>
@@ -17,16 +17,16 @@ namespace diskmgt_test {
 /// How long a fault lasts.
 enum class Fault { once, fromThenOn };
 
-/// What a call that is made to fail does.
+/// The effect of a failing call.
 struct Effect {
-    int error = EIO;                        // answered by a call that can fail
-    std::optional<std::size_t> readAtMost;  // set: nothing fails, but reads give no more bytes than this
+    int error = EIO;                        // errno of a call that can fail
+    std::optional<std::size_t> readAtMost;  // set: no error, but reads give at most this many bytes
 
     static Effect failsWith(int error) { return {error, std::nullopt}; }
     static Effect readsAtMost(std::size_t bytes) { return {0, bytes}; }
 };
 
-/// What statfs(2) answers.
+/// The result of statfs(2).
 struct SpaceFigures {
     std::uint64_t blockBytes = 4096;
     std::uint64_t blocks = 0;
@@ -39,8 +39,8 @@ struct SpaceFigures {
 /// Copies the bytes of a device from `offset` on; the range lies within the device.
 using Content = std::function<void(std::uint64_t offset, char* buffer, std::size_t size)>;
 
-/// The machine that base/os.h talks to while this object lives; one at a time. A question without a machine aborts.
-/// Descriptor numbers are never used twice, so that a stale one is noticed. All operations may be called from
+/// The machine behind base/os.h while this object lives; one at a time. A call without a machine aborts. Descriptor
+/// numbers are never reused, so that use of a stale one is noticed. All operations may be called from
 /// several threads at once; describe the machine before they start.
 class FakeOs {
 public:
@@ -62,7 +62,7 @@ public:
     /// A directory listing "." and "..", then these names in this order; exactly these when "." is among them.
     FakeOs& directory(const std::string& path, const std::vector<std::string>& entries);
     FakeOs& link(const std::string& path, const std::string& target);
-    /// Something that exists and can do nothing else.
+    /// A path that exists and allows nothing else.
     FakeOs& node(const std::string& path);
     FakeOs& fileSystem(const std::string& path, const SpaceFigures& figures);
     FakeOs& remove(const std::string& path);
@@ -71,7 +71,7 @@ public:
     FakeOs& sysfsDisk(const std::string& name, std::uint64_t sectors, const std::string& majorMinor,
                       const std::vector<std::string>& partitions);
 
-    // What happened.
+    // The calls so far.
 
     /// Calls since the machine was made, or since the last `failCall`, `heal` or `forgetCalls`.
     int calls() const;
@@ -84,19 +84,19 @@ public:
     /// Descriptors, directories and mount tables.
     int openHandles() const;
     int mostOpenDescriptors() const;
-    /// Paths whose descriptor was closed without ever having been kept from child processes.
+    /// Paths whose descriptor was closed without ever being close-on-exec.
     std::vector<std::string> inheritablePaths() const;
     /// Uses of a descriptor, directory or table that is not open.
     int staleUses() const;
-    /// True on a thread while it is inside one of the machine's answers. The kernel needs no memory of the program's:
-    /// whoever makes allocations fail leaves the machine's own alone.
+    /// True on a thread during one of the machine's calls. The kernel would not use the program's memory, so tests that
+    /// make allocations fail spare those of the machine.
     static bool isAnswering();
 
     // Faults. They stay until `heal`.
 
     /// The n-th call from now on fails, and with `fromThenOn` every later one.
     void failCall(int n, Fault how, Effect effect = {});
-    /// Every call whose text begins like this fails.
+    /// Every call whose text begins with this fails.
     void failCallsLike(const std::string& beginning, Effect effect = {});
     void heal();
     /// Paths of the calls that were made to fail, as the calls named them.

@@ -1,4 +1,4 @@
-// The questions of base/os.h, answered by the described machine instead of the kernel.
+// The calls of base/os.h, answered by the described machine instead of the kernel.
 #include <fcntl.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 
 thread_local bool answering = false;
 
-/// Held for the length of one answer.
+/// Held during one call.
 class Lock {
 public:
     explicit Lock(std::mutex& mutex) : held(mutex) { answering = true; }
@@ -31,7 +31,7 @@ private:
 
 bool failed(const std::optional<diskmgt_test::Effect>& effect) { return effect && !effect->readAtMost; }
 
-/// Sets errno and answers -1, as a failed system call does.
+/// Sets errno and returns -1, like a failed system call.
 int refuse(int error) {
     errno = error;
     return -1;
@@ -88,7 +88,7 @@ int closeFile(int fd) {
     if (open == nullptr) return -1;
     const bool fails = failed(machine.note("close", open->path));
     if (!open->closeOnExec) machine.inheritable.push_back(open->path);
-    machine.descriptors.erase(fd);  // even a failing close(2) gives the descriptor up
+    machine.descriptors.erase(fd);  // even a failing close(2) releases the descriptor
     return fails ? -1 : 0;
 }
 
@@ -182,7 +182,7 @@ DIR* openDirectory(const std::string& path) {
     auto directory = std::make_unique<OpenDirectory>(OpenDirectory{name, node->entries, 0});
     void* const handle = directory.get();
     machine.directories[handle] = std::move(directory);
-    return static_cast<DIR*>(handle);  // opaque to everybody but this file
+    return static_cast<DIR*>(handle);  // opaque outside this file
 }
 
 const char* nextEntryName(DIR* directory) {
@@ -250,7 +250,7 @@ void closeMountTable(std::FILE* table) {
         ++machine.stale;
         return;
     }
-    (void)machine.note("endmntent", found->second->path);  // it cannot fail
+    (void)machine.note("endmntent", found->second->path);  // cannot fail
     (void)::endmntent(table);
     machine.tables.erase(found);
 }

@@ -1,4 +1,4 @@
-// What a FakeOs knows and counts. Shared by its two source files only.
+// The state of a FakeOs. Shared only by its two source files.
 #pragma once
 
 #include <cstdio>
@@ -55,19 +55,19 @@ struct FakeOs::State {
     int stale = 0;
     std::vector<std::string> inheritable;
 
-    int failingCall = 0;  // 0: none
+    int failingCall = 0;  // 0: no call
     Fault failingHow = Fault::once;
     Effect failingEffect;
     std::vector<std::pair<std::string, Effect>> failingTexts;
     std::vector<std::string> hits;
 
-    /// Notes one call; the effect when it is to fail. With `errno` set accordingly.
+    /// Records one call. If it is to fail, sets `errno` and returns the effect.
     std::optional<Effect> note(const char* name, const std::string& path, const std::string& detail = {});
-    /// The node that a path leads to, links followed; null when there is none.
+    /// The node that a path leads to, through links; null when it does not exist.
     const Node* find(const std::string& path) const;
     Descriptor* descriptor(int fd);
 
-    /// The machine in place; aborts when there is none.
+    /// The current machine; aborts without one.
     static State& current();
 };
 

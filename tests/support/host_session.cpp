@@ -1,4 +1,3 @@
-// Sessions with the reference host.
 #include "tests/support/host_session.h"
 
 #include <boost/pointer_cast.hpp>

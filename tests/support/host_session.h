@@ -1,5 +1,5 @@
-// HostSession: a reference host with an entry object of the test's own, so that a test can do inside a request what
-// the plug-in does there. PluginSession: the plug-in's entry object, registered in this very process.
+// HostSession: a reference host with the test's entry object, so that a test can do inside a request what the plug-in
+// does there. PluginSession: the plug-in's entry object, registered in this process.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -57,7 +57,7 @@ std::vector<std::string> column(const refhost::ReferenceHost& host, const std::s
 std::vector<std::string> linesOf(const std::vector<refhost::LogLine>& log);
 /// The call names of the entries that the plug-in made, in order.
 std::vector<std::string> callsByPlugin(const std::vector<refhost::TraceEntry>& trace);
-/// Counts crossings by the plug-in up to the n-th one of that name: what `FaultPlan::crossing` takes. 0: none.
+/// The number of the n-th crossing of that name, for `FaultPlan::crossing`; 0 when there are fewer.
 std::size_t crossingOf(const std::vector<refhost::TraceEntry>& trace, const std::string& call, int n = 1);
 
 }  // namespace diskmgt_test

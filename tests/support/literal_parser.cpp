@@ -1,4 +1,4 @@
-// The literal reading: one small step after the other, no shortcut, no shared code with the parser.
+// The literal reading in small steps, without shortcuts.
 #include "tests/support/literal_parser.h"
 
 #include <cstdint>
@@ -13,7 +13,7 @@ using Maps = std::vector<PropertyMap>;
 /// A budget on the pairs of all maps of a GPT disk, each of which repeats those before it.
 constexpr std::uint64_t kMostGptPairs = 2097152;
 
-/// Reads on from where the last read ended, like a descriptor.
+/// Continues where the last read ended, like a descriptor.
 class Cursor {
 public:
     explicit Cursor(const LiteralDisk& opened) : disk(opened) {}
@@ -27,7 +27,7 @@ public:
     /// Where the next read begins.
     std::uint64_t place() const { return position; }
 
-    /// What is left, at most `size` bytes.
+    /// The rest, at most `size` bytes.
     std::string read(std::uint64_t size) {
         if (position >= disk.bytes.size()) return "";
         const std::string got = disk.bytes.substr(position, size);
@@ -66,7 +66,7 @@ std::string nameOf(const LiteralDisk& disk, const std::string& numberText, const
 
 bool isExtended(unsigned char type) { return type == 0x05 || type == 0x0F; }
 
-/// 66 bytes, what is missing zero; empty when nothing was read.
+/// 66 bytes, padded with zeros; empty when nothing was read.
 std::string readTable(Cursor& cursor) {
     std::string table = cursor.read(66);
     if (!table.empty()) table.resize(66, '\0');
@@ -76,7 +76,7 @@ std::string readTable(Cursor& cursor) {
 /// The sixteen-byte entries of the table in that sector; with `inExtended` those of the whole chain.
 std::vector<std::string> entriesOf(Cursor& cursor, std::uint64_t sector, bool inExtended) {
     std::vector<std::string> entries;
-    (void)cursor.seek(sector * 512 + 446);  // a table that cannot be sought is read from where the cursor stands
+    (void)cursor.seek(sector * 512 + 446);  // on failure the table is read from the current position
     std::set<std::uint64_t> placesRead{cursor.place()};
     std::string table = readTable(cursor);
     while (!table.empty()) {
@@ -128,7 +128,7 @@ Maps tableMaps(const LiteralDisk& disk, Cursor& cursor, std::uint64_t sector, bo
 }
 
 Maps gptMaps(const LiteralDisk& disk, Cursor& cursor) {
-    (void)cursor.seek(512);  // not checked: the header is then read from where the cursor stands
+    (void)cursor.seek(512);  // not checked: on failure the header is read from the current position
     std::string header = cursor.read(512);
     header.resize(512, '\0');
     const std::uint64_t count = number(header, 80, 4);
@@ -174,7 +174,7 @@ Maps literalPartitions(const LiteralDisk& disk) {
 std::string literalTypeNumber(const std::string& typeBytes) {
     static const struct {
         const char* typeNumber;
-        const char* stored;  // the bytes as they lie on disk
+        const char* stored;  // the bytes as on disk
     } known[] = {
         {"5", "41EE4D02E733D3119D690008C781F39F"},  {"6", "28732AC11FF8D211BA4B00A0C93EC93B"},
         {"7", "4861682149646F6E744E656564454649"},  {"8", "16E3C9E35C0BB84D817DF92DF00215AE"},

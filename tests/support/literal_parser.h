@@ -10,16 +10,16 @@
 
 namespace diskmgt_test {
 
-/// A disk that can be opened, and what else exists beside it.
+/// A disk that can be opened, and the other paths that exist.
 struct LiteralDisk {
     std::string path;
     std::string bytes;
     bool isBlockDevice = true;            // a seek past its end fails and moves nothing
-    std::set<std::string> existingPaths;  // what a question for existence finds
+    std::set<std::string> existingPaths;  // paths that exist for access(2)
 };
 
-/// What the disk contributes to an enumeration. A walk through extended boot records ends where a read has begun
-/// before. Takes any positive number of GPT entries as allocatable.
+/// The maps of the disk in an enumeration. A walk along extended boot records ends where an earlier read began. Assumes
+/// that any positive number of GPT entries can be allocated.
 std::vector<diskmgt_col::PropertyMap> literalPartitions(const LiteralDisk& disk);
 
 /// The "PartitionType" of a GPT entry by the sixteen bytes of its type.

@@ -1,5 +1,5 @@
-"""Reads MOF as a CIM broker's compiler does: the published grammar to the letter, then what a broker asks of classes and
-instances. It shares nothing with the product."""
+"""Reads MOF as a CIM broker's compiler does: the exact published grammar, then a broker's checks of classes and
+instances. It shares no code with the product."""
 
 import re
 
@@ -24,7 +24,7 @@ _KEY = re.compile(r'([A-Za-z_][A-Za-z0-9_]*)="((?:[^"\\]|\\["\\])*)"')
 
 
 class MofError(Exception):
-    """The text is not MOF, or no broker would take it; says where."""
+    """The text is not MOF, or a broker would refuse it; says where."""
 
 
 class Class:

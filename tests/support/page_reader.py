@@ -1,4 +1,4 @@
-"""What stands in an HTML page: its elements and its text."""
+"""The elements and the text of an HTML page."""
 
 from html.parser import HTMLParser
 
@@ -8,7 +8,7 @@ _STRUCTURE = {"html", "head", "body", "meta", "title", "style", "header", "main"
 
 
 class Page(HTMLParser):
-    """`elements`: (name, attributes) in order; `text`: all text together; `strangers`: names no page of ours has."""
+    """`elements`: (name, attributes) in order; `text`: all text together; `strangers`: unexpected names."""
 
     def __init__(self, markup):
         super().__init__(convert_charrefs=True)
@@ -28,5 +28,5 @@ class Page(HTMLParser):
         return {name for _, attributes in self.elements for name, _ in attributes}
 
     def values(self, name):
-        """What attributes of that name hold."""
+        """The values of the attributes of that name."""
         return [value for _, attributes in self.elements for key, value in attributes if key == name]

@@ -1,4 +1,4 @@
-// Looking into property maps from tests.
+// Access to property maps for tests.
 #pragma once
 
 #include <iterator>
@@ -12,7 +12,7 @@ namespace diskmgt_test {
 using diskmgt_col::PropertyMap;
 using PropertyMaps = std::vector<PropertyMap>;
 
-/// The value that counts, the newest of that name; "(absent)" when there is none.
+/// The newest value of that name, which counts; "(absent)" without one.
 inline std::string valueOf(const PropertyMap& map, const std::string& name) {
     const auto [first, end] = map.equal_range(name);
     return first == end ? "(absent)" : std::prev(end)->second;
@@ -26,7 +26,7 @@ inline std::vector<std::string> allValuesOf(const PropertyMap& map, const std::s
     return values;
 }
 
-/// The value that counts, of each map.
+/// The newest value of that name in each map.
 inline std::vector<std::string> valuesOf(const PropertyMaps& maps, const std::string& name) {
     std::vector<std::string> values;
     for (const PropertyMap& map : maps) values.push_back(valueOf(map, name));

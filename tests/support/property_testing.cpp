@@ -1,6 +1,6 @@
-// Settings of every property test, however its program is started: 400 cases, and no shrinking. A failing property then
+// Settings of all property tests, however the program is started: 400 cases, no shrinking. A failing property then
 // ends at once instead of after minutes, and says how to reproduce it; RC_PARAMS="noshrink=0 ..." shrinks that case.
-// What RC_PARAMS sets itself stays.
+// Settings in RC_PARAMS take precedence.
 #include <cstdlib>
 #include <string>
 

@@ -1,4 +1,4 @@
-// RenamedClass: a class of the host under another name, for names that no schema declares.
+// RenamedClass: a class of the host under another name, for names that the schema does not declare.
 #pragma once
 
 #include <boost/shared_ptr.hpp>

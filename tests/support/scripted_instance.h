@@ -1,4 +1,4 @@
-// ScriptedInstance: an instance that is no host's, and the class that creates it. What it answers is the test's.
+// ScriptedInstance: an instance whose answers the test scripts, and the class that creates it.
 #pragma once
 
 #include <boost/make_shared.hpp>

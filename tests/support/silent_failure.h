@@ -1,4 +1,4 @@
-// SilentFailure: an exception of the host, or of the standard library, that has no text at all.
+// SilentFailure: an exception of the host, or of the standard library, without any text.
 #pragma once
 
 #include <stdexcept>

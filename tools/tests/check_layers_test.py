@@ -53,12 +53,12 @@ class Layers(ScratchTree):
 
     def test_a_header_that_does_not_exist_is_an_error(self):
         self.put("base/a.cpp", '// Source.\n#include "base/gone.h"\n')
-        self.assertIn("no header of the project", self.findings()[0])
+        self.assertIn("not a header of the project", self.findings()[0])
 
     def test_a_path_relative_to_the_including_file_is_an_error(self):
         self.put("base/used.h", "// Header.\n")
         self.put("base/a.cpp", '// Source.\n#include "used.h"\n')
-        self.assertIn("no header of the project", self.findings()[0])
+        self.assertIn("not a header of the project", self.findings()[0])
 
     def test_tests_may_include_their_neighbours_by_name(self):
         self.put("tests/unit/used.h", "// Header.\n")

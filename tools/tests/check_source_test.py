@@ -1,4 +1,4 @@
-"""Every rule of check_source can fail, and what only looks like a breach passes."""
+"""Every rule of check_source can fail, and text that only resembles a breach passes."""
 
 import contextlib
 import io
@@ -120,7 +120,7 @@ class Layout(unittest.TestCase):
 
     def test_paths_of_a_machine_are_refused(self):
         for path in ("/home" + "/ada/x", "/root" + "/x", "/Users" + "/ada", "/work" + "space/x", "/work" + "/x"):
-            self.assertEqual(found("docs/A.md", f"# A\nSee {path}.\n"), ["a path of somebody's machine"], path)
+            self.assertEqual(found("docs/A.md", f"# A\nSee {path}.\n"), ["a path of one machine"], path)
         self.assertEqual(found("docs/A.md", "# A\nMounted on /home, below $D/home/x, in https://a.org/home/x.\n"), [])
 
     def test_citations_are_refused(self):

@@ -1,4 +1,4 @@
-"""What the script promises, and what the documents say of it, is what it does."""
+"""The script does what its help and the documents say."""
 
 import re
 import subprocess

@@ -1,4 +1,4 @@
-"""The closing line of the tests counts everything, and counts nothing as better than it was."""
+"""The closing line of the tests counts everything, and never counts a bad result as a good one."""
 
 import contextlib
 import io

@@ -1,4 +1,4 @@
-// A copy into memory whose size is only known when the program runs. The lower levels of checked copies pass it over.
+// A copy into memory whose size is only known when the program runs. Lower levels of checked copies do not check it.
 #include <cstdlib>
 #include <cstring>
 

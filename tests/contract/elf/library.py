@@ -15,7 +15,7 @@ def output_of(*command):
 
 
 def needed(path=PLUGIN):
-    """The names of the libraries that the file asks for, in its order."""
+    """The names of the libraries that the file needs, in its order."""
     return re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "-dW", path))
 
 
@@ -30,13 +30,13 @@ def segments(path=PLUGIN):
 
 
 def imports(path=PLUGIN):
-    """Mangled names of the symbols that the file takes from others, without versions."""
+    """Mangled names of the imported symbols, without versions."""
     listing = output_of("nm", "-D", "--undefined-only", path)
     return {re.sub(r"@.*", "", line.split()[-1]) for line in listing.splitlines()}
 
 
 def defined(path):
-    """Mangled names of the symbols that the file offers to others."""
+    """Mangled names of the exported symbols."""
     listing = output_of("nm", "-D", "--defined-only", path)
     return {re.sub(r"@.*", "", line.split()[-1]) for line in listing.splitlines()}
 
@@ -48,13 +48,13 @@ def readable(names):
 
 
 def run_path(path=PLUGIN):
-    """The folders that the file has the loader search for its libraries, of either kind of entry."""
+    """The folders in which the loader searches for the libraries, from both kinds of entry."""
     found = [value for tag, value in dynamic_tags(path) if tag in ("RUNPATH", "RPATH")]
     return [folder for value in found for folder in re.search(r"\[(.*)\]", value)[1].split(":")]
 
 
 def exports(path=PLUGIN):
-    """(kind, readable name) of the symbols that others can see, as nm tells."""
+    """(kind, readable name) of the exported symbols, as nm shows them."""
     listing = output_of("nm", "-DC", "--defined-only", path)
     return [(kind, name) for kind, name in re.findall(r"^[0-9a-f]* +(\w) (.*)$", listing, re.MULTILINE)]
 
@@ -72,7 +72,7 @@ def load_time_constructors(path=PLUGIN):
     section = re.search(r"\.init_array +INIT_ARRAY +([0-9a-f]+) [0-9a-f]+ ([0-9a-f]+)",
                         output_of("readelf", "-SW", path))
     begin, size = int(section[1], 16), int(section[2], 16)
-    # The file holds no addresses: the loader puts them there, from these relocations.
+    # The addresses are not in the file: the loader writes them from these relocations.
     relocations = re.findall(r"^([0-9a-f]+) +[0-9a-f]+ R_\w+_RELATIVE +([0-9a-f]+)$",
                              output_of("readelf", "-rW", path), re.MULTILINE)
     targets = {int(place, 16): int(target, 16) for place, target in relocations}

@@ -1,4 +1,4 @@
-"""What the plug-in asks of others, what others see of it, and in which order it sets itself up."""
+"""What the plug-in imports and exports, and the order of its load-time constructors."""
 import re
 
 import library
@@ -30,7 +30,7 @@ def test_shows_nothing_of_its_own_namespace():
 
 
 def test_shows_only_the_host_types_that_are_cast_and_caught():
-    """Anything more could be bound by a library that stays, and would keep the plug-in in the process for good."""
+    """A library that stays loaded could bind any other symbol, which would keep the plug-in loaded for good."""
     host_type = re.compile(r"(typeinfo|typeinfo name|vtable) for NVEXTAL20::\w+")
     assert [name for _, name in library.exports() if not host_type.fullmatch(name)] == []
 
@@ -50,7 +50,7 @@ def test_registers_before_any_static_constant_exists():
 
 
 def test_has_no_run_path():
-    """It takes the host libraries that the process has, and never brings others along."""
+    """It uses the host libraries of the process and never loads others."""
     assert library.run_path() == []
 
 

@@ -1,4 +1,4 @@
-"""How the plug-in is linked and compiled to withstand its input: it runs as root in somebody else's process."""
+"""How the plug-in is linked and compiled to withstand its input: it runs as root in another program's process."""
 import platform
 import re
 
@@ -40,5 +40,5 @@ def test_is_marked_for_control_flow_protection():
 
 @pytest.mark.skipif(platform.machine() != "x86_64", reason="the note is of x86 processors")
 def test_the_loader_calls_no_start_up_code_without_a_landing_mark():
-    """The two functions of the system's start-up files have none, which would make the note a lie."""
+    """The two functions of the system's start-up files have no landing mark, so the note would be false."""
     assert {"INIT", "FINI"} & {tag for tag, _ in library.dynamic_tags()} == set()

@@ -1,5 +1,5 @@
-"""The operations that the plug-in imports from the host's two libraries. It is bound at once when it is loaded, so a host
-that lacks a single one of them cannot load it; and a host offers no more than these.
+"""The operations that the plug-in imports from the host's two libraries. All are bound when it is loaded, so a host that
+lacks one of them cannot load it; and a host exports only these.
 """
 import re
 
@@ -40,7 +40,7 @@ TYPE_INFORMATION = re.compile(r"(typeinfo|typeinfo name|vtable) for ")
 
 
 def taken_from_the_host():
-    """Whatever name it has: a symbol of the host's namespace, or one that only the host's libraries define."""
+    """A symbol of the host's namespace, or any symbol that only the host's libraries define."""
     of_the_host = set().union(*(library.defined(path) for path in library.HOST_LIBRARIES))
     names = library.readable(library.imports() & of_the_host)
     names |= {name for name in library.readable(library.imports()) if "NVEXTAL20::" in name}

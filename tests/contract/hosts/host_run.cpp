@@ -1,4 +1,4 @@
-// One request in one host; see the header.
+// One request in one host.
 #include "tests/contract/hosts/host_run.h"
 
 #include <dlfcn.h>

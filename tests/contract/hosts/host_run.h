@@ -1,8 +1,8 @@
-// A run of the plug-in in whatever host libraries this function is linked with.
+// Runs the plug-in in the host libraries that this function is linked with.
 #pragma once
 
-/// Makes a host, loads the plug-in into it, asks it for one association, and takes it out of service. Prints what
-/// happened, a line for each fact:
+/// Makes a host, loads the plug-in, requests one association and takes the plug-in out of service. Prints a line for
+/// each fact:
 ///   refused TEXT      the loader's reason
 ///   published N       associations
 ///   logged TEXT

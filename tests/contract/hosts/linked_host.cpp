@@ -1,4 +1,4 @@
-// A host whose program is linked with its libraries. `linked_host PLUGIN`.
+// A host program that is linked with the host's libraries. `linked_host PLUGIN`.
 #include "tests/contract/hosts/host_run.h"
 
 int main(int count, char** words) {

@@ -1,5 +1,5 @@
-// A host whose program is linked with none of its libraries, and opens them for itself alone.
-// `local_host PLUGIN HOST`, HOST a library that is linked with the host's.
+// A host program that is not linked with the host's libraries and opens them with local visibility.
+// `local_host PLUGIN HOST`, HOST a library linked with the host's.
 #include <dlfcn.h>
 
 #include <iostream>

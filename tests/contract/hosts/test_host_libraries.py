@@ -1,5 +1,5 @@
-"""Whose libraries the plug-in uses in another host: that host's, or none. Each host is a process of its own, which prints
-what hosts/host_run.h says. Its libraries have the names that the plug-in asks for, or names with a version.
+"""Whose libraries the plug-in uses in another host: that host's, or none. Each host is a separate process, which prints
+the lines described in hosts/host_run.h. Its libraries have the names that the plug-in asks for, or names with a version.
 """
 import os
 import subprocess
@@ -14,7 +14,7 @@ VERSIONED = os.environ["DISKMGT_VERSIONED_LIBRARIES"]
 
 
 def facts(host_libraries, way, search_path=None):
-    """Kind to texts, in order. The way in which the host comes by its libraries: linked, or opened locally."""
+    """Kind to texts, in order. The host gets its libraries in one of two ways: linked, or opened locally."""
     command = {"linked": [HOSTS / f"linked_host_{host_libraries}", PLUGIN],
                "local": [HOSTS / "local_host", PLUGIN, HOSTS / f"libhost_run_{host_libraries}.so"]}[way]
     environment = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}

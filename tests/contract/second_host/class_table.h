@@ -12,12 +12,12 @@ struct PropertyRow {
     std::string name;
     Kind kind;
     bool isArray = false;
-    std::string referenceClass = {};  // of a reference: the class it must name, or one beneath it
+    std::string referenceClass = {};  // of a reference: it must name this class or one beneath it
 };
 
 struct ClassRow {
     std::string name;
-    std::string parent;  // empty: none
+    std::string parent;  // empty: a root
     bool isAssociation;
     std::vector<PropertyRow> properties;  // inherited ones included
 };

@@ -1,5 +1,5 @@
-// The second host's services: registration, log, and a record of every call that reaches it, any of which a test may
-// have refused. It shares no code with the reference host, only the headers of the host interface.
+// The second host's services: registration, log, and a record of all calls. A test can refuse any call. It shares with
+// the reference host only the headers of the host interface.
 #pragma once
 
 #include <functional>
@@ -17,7 +17,7 @@ namespace second_host {
 
 /// One call of the plug-in, as it arrived.
 struct Call {
-    std::string operation;                       // as the host interface names it
+    std::string operation;                       // its name in the host interface
     std::string className;                       // of the object that was called; empty where it has none
     std::string argument;                        // property name, class name, flag, ...
     std::map<std::string, std::string> options;  // texts of the options map, before the host wrote into it
@@ -29,14 +29,14 @@ struct LogLine {
     bool operator==(const LogLine& other) const { return severity == other.severity && text == other.text; }
 };
 
-/// What a call gets instead of what it asks for.
+/// How a call fails.
 enum class Refusal {
     kNone,
-    kNull,  // where the operation returns a pointer; elsewhere the call goes on unharmed
+    kNull,  // for operations that return a pointer; others go on as usual
     kTalException,
     kStandardException,
-    kForeignException,  // neither of the two; an int
-    kThreadExit,        // the calling thread ends there, its stack unwound
+    kForeignException,  // an int
+    kThreadExit,        // the calling thread ends and its stack is unwound
     kThreadCancelled,
 };
 
@@ -45,19 +45,19 @@ constexpr const char* kRefusalText = "the second host refuses";
 
 enum class PluginManager { kPresent, kNone, kForeign };  // foreign: a namespace, but no plug-in manager
 
-/// What the host offers. To be settled before the plug-in is loaded.
+/// What the host offers. Set before the plug-in is loaded.
 struct Services {
     PluginManager pluginManager = PluginManager::kPresent;
     bool hasLogger = true;
     bool acceptsPlugins = true;                                        // false: registration answers null
-    std::function<void(NVEXTAL20::IPluginCallbacks&)> onRegistration;  // its exceptions leave the registration
+    std::function<void(NVEXTAL20::IPluginCallbacks&)> onRegistration;  // its exceptions pass out of the registration
     bool knowsItsSystem = true;                                        // false: the schema helpers throw
     std::vector<std::string> virtualDevices;                           // of the management controller
     std::string systemName = "second.example";
     std::string systemClassName = "VEXSG_SecondSystem";
 };
 
-/// One may exist at a time; it is what the static services answer from. Calls may come from several threads.
+/// One may exist at a time: the static services answer from it. Calls may come from several threads.
 class TAL_API SecondHost {
 public:
     explicit SecondHost(Services offered = {});
@@ -65,21 +65,21 @@ public:
     SecondHost& operator=(const SecondHost&) = delete;
     ~SecondHost();
 
-    /// The one that exists.
+    /// The current host.
     static SecondHost& current();
 
-    /// Asks the rule about every later call; an empty rule refuses nothing.
+    /// Applies the rule to every later call; an empty rule refuses nothing.
     void refuse(std::function<Refusal(const Call&)> newRule);
-    /// Records the call. Throws when it is refused that way; true: answer null.
+    /// Records the call. Throws if it is to be refused with an exception; true: return null.
     bool isAnsweredNull(Call call);
     void writeLog(int severity, const std::string& text);
     /// Makes the plug-in's handle, or null.
     NVEXTAL20::TPluginManagerProvider* registerPlugin(NVEXTAL20::IPluginCallbacks* entry);
 
     const Services& offers() const { return services; }
-    /// The registered entry object, the host's own; null before registration and after `forgetPlugin`.
+    /// The registered entry object, owned by the host; null before registration and after `forgetPlugin`.
     NVEXTAL20::IPluginCallbacks* plugin() const { return registered; }
-    /// What registration answered.
+    /// The result of the registration.
     NVEXTAL20::TPluginManagerProvider* handle() const { return issued; }
     void forgetPlugin() { registered = nullptr; }
 
@@ -92,7 +92,7 @@ private:
     const Services services;
     NVEXTAL20::IPluginCallbacks* registered = nullptr;
     NVEXTAL20::TPluginManagerProvider* issued = nullptr;
-    mutable std::mutex guard;  // of all that follows
+    mutable std::mutex guard;  // guards the members that follow
     std::function<Refusal(const Call&)> rule;
     std::vector<LogLine> logged;
     std::vector<Call> received;

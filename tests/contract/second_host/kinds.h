@@ -1,4 +1,4 @@
-// The CIM types that the second host knows: those that the disk classes declare, and no more.
+// The CIM types that the second host knows: only those that the disk classes declare.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -26,7 +26,7 @@ struct Array {
 /// A reference is the instance itself: this host has no object paths.
 using InstancePointer = boost::shared_ptr<NVEXTAL20::ICIMInstance>;
 
-/// The alternatives up to the reference stand in the order of `Kind`.
+/// The alternatives up to the reference are in the order of `Kind`.
 using Held = std::variant<std::string, bool, std::uint16_t, std::uint32_t, std::uint64_t, InstancePointer, Array>;
 
 }  // namespace second_host
@@ -36,7 +36,7 @@ namespace NVEXTAL20 {
 struct TCIMValue::TCIMType::Content {
     Content(second_host::Kind typeKind, bool isOfArray) : kind(typeKind), isArray(isOfArray) {}
     second_host::Kind kind;
-    bool isArray;  // an array's type and that of its elements have one name and are two types
+    bool isArray;  // an array type and its element type differ but share a name
 };
 
 struct TCIMReference::Content {

@@ -1,4 +1,3 @@
-// The second host's object model.
 #include "tests/contract/second_host/model.h"
 
 #include <boost/make_shared.hpp>
@@ -20,7 +19,7 @@ using NVEXTAL20::TTALException;
 
 namespace {
 
-/// Records a call, then writes into its options: a map that is used twice shows on the second call.
+/// Records a call, then writes into its options, so that a reused map shows on the next call.
 bool isAnsweredNull(const char* operation, const std::string& className, const std::string& argument,
                     TCIMOptions& options) {
     Call call{operation, className, argument, {}};
@@ -67,7 +66,7 @@ boost::shared_ptr<ICIMProperty> Instance::GetProperty(const std::string& name, T
 void Instance::SetProperty(const std::string& name, TCIMValue& value, TCIMOptions& options) {
     (void)isAnsweredNull("SetProperty", className(), name, options);
     if (!fits(declaration(name), value)) throw TTALException("the value does not fit " + name);
-    values.erase(name);  // this host never assigns to a value, so that every assignment is the plug-in's
+    values.erase(name);  // this host never assigns to a value: all assignments are the plug-in's
     values.emplace(name, value);
 }
 

@@ -1,4 +1,4 @@
-// Namespace, classes and instances of the second host, with what tests need to seed them and to read them back.
+// Namespace, classes and instances of the second host, which tests can seed and read back.
 #pragma once
 
 #include <boost/enable_shared_from_this.hpp>
@@ -35,7 +35,7 @@ public:
     std::optional<std::string> text(const std::string& name) const;
     /// Texts of an array's elements; nothing for null.
     std::optional<std::vector<std::string>> elements(const std::string& name) const;
-    /// The instance that a reference names; null when it names none.
+    /// The instance that a reference names; null without one.
     const NVEXTAL20::ICIMInstance* referenced(const std::string& name) const;
     /// Every assigned property as text, for comparing whole instances. References are left out.
     std::map<std::string, std::string> texts() const;
@@ -64,7 +64,7 @@ public:
     const ClassRow& declared() const { return *row; }
     void commit(boost::shared_ptr<Instance> instance);
     std::vector<boost::shared_ptr<Instance>> committed() const;
-    /// Whether the class is that one, or lies beneath it.
+    /// Whether the class is that one or a subclass of it.
     bool isA(const std::string& ancestor) const;
 
 private:
@@ -76,18 +76,18 @@ private:
 
 class TAL_API Namespace final : public NVEXTAL20::ICIMNamespace, public boost::enable_shared_from_this<Namespace> {
 public:
-    /// With every class of the table, and no instance.
+    /// Has every class of the table and no instance.
     static boost::shared_ptr<Namespace> create();
 
     boost::shared_ptr<NVEXTAL20::ICIMClass> GetClass(const std::string& className,
                                                      NVEXTAL20::TCIMOptions& options) override;
 
-    /// Null when there is none. Not recorded as a call.
+    /// Null when the class is unknown. Not recorded as a call.
     boost::shared_ptr<Class> find(const std::string& className) const;
     const std::vector<boost::shared_ptr<Class>>& all() const { return classes; }
-    /// What was committed to exactly this class, in order.
+    /// The instances committed to exactly this class, in order.
     std::vector<boost::shared_ptr<Instance>> instances(const std::string& className) const;
-    /// Commits an instance of the test's own.
+    /// Commits an instance that a test made.
     boost::shared_ptr<Instance> seed(const std::string& className, const std::map<std::string, std::string>& texts);
 
 private:

@@ -78,7 +78,7 @@ std::string TCIMSchemaHelper::GetSystemCreationClassName(boost::shared_ptr<ICIMN
     return systemFact("GetSystemCreationClassName", SecondHost::current().offers().systemClassName);
 }
 
-// This host runs no programs and reads no files for its plug-ins; the disk plug-in asks for neither.
+// This host runs no programs and reads no files for its plug-ins; the disk plug-in needs neither.
 std::string TOSSpecific::SpawnProcess(std::string program, std::vector<std::string> /*arguments*/,
                                       int /*timeLimitSeconds*/) {
     throw TTALException("this host does not run " + program);

@@ -37,7 +37,7 @@ TEST(ByteView, GivesNothingForAFieldThatReachesPastTheEndAtEveryLength) {
         }
 }
 
-TEST(ByteView, IsNotFooledByASumThatWraps) {
+TEST(ByteView, RejectsARangeWhoseEndWrapsAround) {
     const ByteView view(kBytes, sizeof kBytes);
     constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
     EXPECT_FALSE(view.holds(kHuge, 2));
@@ -46,7 +46,7 @@ TEST(ByteView, IsNotFooledByASumThatWraps) {
     EXPECT_FALSE(view.little<std::uint32_t>(kHuge - 1).has_value());
 }
 
-TEST(ByteView, HoldsNothingPastItsEndButTheEmptyRangeAtIt) {
+TEST(ByteView, HoldsOnlyTheEmptyRangeAtItsEnd) {
     const ByteView view(kBytes, 4);
     EXPECT_TRUE(view.holds(4, 0));
     EXPECT_FALSE(view.holds(5, 0));
@@ -54,7 +54,7 @@ TEST(ByteView, HoldsNothingPastItsEndButTheEmptyRangeAtIt) {
     EXPECT_EQ(view.size(), 4U);
 }
 
-TEST(ByteView, CopiesRecordsAsTheyLie) {
+TEST(ByteView, CopiesRecordsUnchanged) {
     struct Pair {
         unsigned char first;
         unsigned char second;

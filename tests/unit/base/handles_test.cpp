@@ -50,7 +50,7 @@ TEST(UniqueFd, HandsTheDescriptorOverWhenMoved) {
     EXPECT_EQ(machine.staleUses(), 0);
 }
 
-TEST(OpenDevice, OpensReadOnlyAndThenKeepsTheDescriptorFromChildren) {
+TEST(OpenDevice, OpensReadOnlyThenSetsCloseOnExec) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage());
     { EXPECT_TRUE(openDevice("/dev/sda").valid()); }
@@ -59,13 +59,13 @@ TEST(OpenDevice, OpensReadOnlyAndThenKeepsTheDescriptorFromChildren) {
     EXPECT_THAT(machine.inheritablePaths(), IsEmpty());
 }
 
-TEST(OpenDevice, AsksNothingMoreOfADeviceThatDoesNotOpen) {
+TEST(OpenDevice, MakesNoFurtherCallForADeviceThatDoesNotOpen) {
     FakeOs machine;
     EXPECT_FALSE(openDevice("/dev/sda").valid());
     EXPECT_THAT(machine.callTexts(), ElementsAre("open(/dev/sda, O_RDONLY)"));
 }
 
-TEST(OpenDevice, StaysUsableWhenTheDescriptorCannotBeKeptFromChildren) {
+TEST(OpenDevice, StaysUsableWhenCloseOnExecFails) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage());
     machine.failCallsLike("fcntl(", Effect::failsWith(EINVAL));

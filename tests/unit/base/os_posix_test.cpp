@@ -1,5 +1,5 @@
-// The real kernel behind base/os.h, asked about files in a temporary directory. Linked with os_posix.cpp, so
-// it is a program of its own.
+// The real kernel behind base/os.h, on files in a temporary directory. A separate program, because it is linked
+// with os_posix.cpp.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <pthread.h>
@@ -41,7 +41,7 @@ protected:
     std::string directory;
 };
 
-TEST_F(PosixOs, ReadsOnFromWhereItSought) {
+TEST_F(PosixOs, ReadsFromTheOffsetItSeekedTo) {
     const UniqueFd file(os::openFile(write("table", "0123456789"), O_RDONLY));
     ASSERT_TRUE(file.valid());
     char buffer[8] = {};
@@ -52,7 +52,7 @@ TEST_F(PosixOs, ReadsOnFromWhereItSought) {
     EXPECT_EQ(os::readSome(file.get(), buffer, 8), 0);
 }
 
-TEST_F(PosixOs, OpensWhatLiesBelowAnOpenDirectory) {
+TEST_F(PosixOs, OpensFilesRelativeToAnOpenDirectory) {
     (void)write("table", "0123");
     const UniqueDirectory folder(os::openDirectory(directory));
     const UniqueFd file(os::openBelow(folder.get(), "table", O_RDONLY | O_CLOEXEC));
@@ -82,16 +82,16 @@ TEST_F(PosixOs, AnswersTheKernelsErrorsUnchanged) {
     EXPECT_EQ(errno, EBADF);
 }
 
-TEST_F(PosixOs, OpensWithTheGivenFlagsAndKeepsFromChildrenOnRequest) {
+TEST_F(PosixOs, OpensWithTheGivenFlagsAndSetsCloseOnExecOnRequest) {
     const UniqueFd file(os::openFile(write("plain", "x"), O_RDONLY));
     EXPECT_EQ(::fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
-    const UniqueFd witness(::open((directory + "/plain").c_str(), O_RDONLY));  // the kernel adds flags of its own
+    const UniqueFd witness(::open((directory + "/plain").c_str(), O_RDONLY));  // shows which flags the kernel adds
     EXPECT_EQ(::fcntl(file.get(), F_GETFL), ::fcntl(witness.get(), F_GETFL));
     EXPECT_GE(os::setCloseOnExec(file.get()), 0);
     EXPECT_NE(::fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
 }
 
-TEST_F(PosixOs, GivesDescriptorsBack) {
+TEST_F(PosixOs, ClosesDescriptors) {
     const int file = os::openFile(write("plain", "x"), O_RDONLY);
     EXPECT_EQ(os::closeFile(file), 0);
     EXPECT_EQ(::fcntl(file, F_GETFD), -1);
@@ -124,7 +124,7 @@ TEST_F(PosixOs, NothingIsGivenBackAtACancellationPoint) {
     EXPECT_EQ(result, PTHREAD_CANCELED) << "the cancellation was lost";
 }
 
-TEST_F(PosixOs, LeavesTheSizeAloneForWhatIsNoBlockDevice) {
+TEST_F(PosixOs, LeavesTheSizeAloneForFilesThatAreNotBlockDevices) {
     const UniqueFd file(os::openFile(write("plain", "x"), O_RDONLY));
     std::uint64_t bytes = 7;
     EXPECT_LT(os::blockDeviceSize(file.get(), bytes), 0);
@@ -132,14 +132,14 @@ TEST_F(PosixOs, LeavesTheSizeAloneForWhatIsNoBlockDevice) {
     EXPECT_EQ(bytes, 7U);
 }
 
-TEST_F(PosixOs, TellsWhetherAPathExists) {
+TEST_F(PosixOs, ReportsWhetherAPathExists) {
     EXPECT_EQ(os::checkAccess(write("there", "")), 0);
     EXPECT_LT(os::checkAccess(directory + "/missing"), 0);
     std::filesystem::create_symlink("missing", directory + "/dangling");
     EXPECT_LT(os::checkAccess(directory + "/dangling"), 0);
     const std::string closed = write("closed", "");
     std::filesystem::permissions(closed, std::filesystem::perms::none);
-    EXPECT_EQ(os::checkAccess(closed), 0);  // whatever may be done with it
+    EXPECT_EQ(os::checkAccess(closed), 0);  // permissions do not matter
 }
 
 TEST_F(PosixOs, ReadsLinksWithoutATerminator) {
@@ -193,7 +193,7 @@ TEST_F(PosixOs, ReadsMountTables) {
     EXPECT_EQ(os::openMountTable((directory + "/missing").c_str(), "r+"), nullptr);
 }
 
-TEST_F(PosixOs, AMountEntryLiesInTheCallersBufferAndMayFillIt) {
+TEST_F(PosixOs, AMountEntryUsesTheCallersBufferUpToItsSize) {
     const std::string longOptions(20000, 'o');
     const std::string table = write("mtab", "x /a ext4 " + longOptions + " 0 0\ny /b xfs rw 0 0\n");
     const UniqueMountTable opened(os::openMountTable(table.c_str(), "r+"));
@@ -204,7 +204,7 @@ TEST_F(PosixOs, AMountEntryLiesInTheCallersBufferAndMayFillIt) {
     mntent second;
     std::vector<char> secondLine(65536);
     ASSERT_TRUE(os::nextMountEntry(opened.get(), second, secondLine.data(), static_cast<int>(secondLine.size())));
-    EXPECT_EQ(first.mnt_opts, longOptions);  // the next entry has overwritten nothing
+    EXPECT_EQ(first.mnt_opts, longOptions);  // not overwritten by the next entry
     EXPECT_STREQ(first.mnt_fsname, "x");
     EXPECT_STREQ(second.mnt_fsname, "y");
     for (const char* const field : {first.mnt_fsname, first.mnt_dir, first.mnt_type, first.mnt_opts})

@@ -19,7 +19,7 @@ using Texts = std::vector<std::string>;
 
 Texts split(std::string text, char delimiter = ',') { return multiStringTok(text, delimiter); }
 
-/// What a stream writes when nobody has changed its locale.
+/// What a stream writes in the classic locale.
 template <typename T>
 std::string streamed(T value) {
     std::ostringstream stream;
@@ -28,13 +28,13 @@ std::string streamed(T value) {
     return stream.str();
 }
 
-/// Thousands in groups, as an environment might ask for.
+/// A locale that groups thousands.
 struct GroupedDigits : std::numpunct<char> {
     char do_thousands_sep() const override { return '.'; }
     std::string do_grouping() const override { return "\3"; }
 };
 
-/// Texts in which separators are frequent.
+/// Texts with many separators.
 rc::Gen<std::string> separatedText() {
     return rc::gen::container<std::string>(rc::gen::element(',', ',', ' ', 'a', '\0'));
 }
@@ -70,7 +70,7 @@ TEST(DataToString, GivesTheEmptyTextForANullString) {
     EXPECT_EQ(dataToString<char*>(nullptr), "");
 }
 
-TEST(DataToString, GroupsNoDigitsWhateverTheProcessLocale) {
+TEST(DataToString, GroupsNoDigitsInAnyProcessLocale) {
     const std::locale before = std::locale::global(std::locale(std::locale::classic(), new GroupedDigits));
     EXPECT_EQ(dataToString<int>(-1234567), "-1234567");
     EXPECT_EQ(dataToString<unsigned int>(1234567), "1234567");
@@ -114,7 +114,7 @@ TEST(MultiStringTok, GivesNothingForEmptyTextAndForDelimitersAlone) {
     EXPECT_THAT(split(",,,"), IsEmpty());
 }
 
-TEST(MultiStringTok, GivesTheWholeTextWhenNothingSeparates) { EXPECT_THAT(split("/boot"), ElementsAre("/boot")); }
+TEST(MultiStringTok, GivesTheWholeTextWithoutDelimiters) { EXPECT_THAT(split("/boot"), ElementsAre("/boot")); }
 
 TEST(MultiStringTok, DropsLeadingDelimiters) { EXPECT_THAT(split(",,a"), ElementsAre("a")); }
 

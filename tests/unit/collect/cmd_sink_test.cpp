@@ -23,10 +23,10 @@ using ::testing::IsEmpty;
 
 using Lines = std::vector<std::string>;
 
-/// Captures and counts.
+/// Captures and counts lines.
 int capture(CmdSink& sink, std::string text) { return sink.getContents(text); }
 
-/// Every line, through the cursor, from the first on.
+/// All lines, read through the cursor from the first on.
 Lines linesOf(CmdSink& sink) {
     Lines lines;
     for (sink.toBeginPos(); sink.isGood();) lines.push_back(sink.readLine());
@@ -96,7 +96,7 @@ TEST(CmdSink, ReadingByIndexMovesTheCursorThere) {
     CmdSink sink;
     (void)capture(sink, "a\nb\nc\n");
     EXPECT_EQ(sink.readLine(1), "b");
-    EXPECT_EQ(sink.readLine(), "b");  // the cursor stands on the line just read
+    EXPECT_EQ(sink.readLine(), "b");  // the cursor is on the line just read
     EXPECT_EQ(sink.readLine(), "c");
 }
 
@@ -119,7 +119,7 @@ TEST(CmdSink, ReadingPastTheEndGivesEmptyTextsWhileTheCursorGrows) {
         EXPECT_FALSE(sink.isGood());
         EXPECT_EQ(sink.readLine(), "");
     }
-    EXPECT_EQ(sink.readLine(0), "a");  // only now does it come back
+    EXPECT_EQ(sink.readLine(0), "a");  // only this moves it back
     EXPECT_TRUE(sink.isGood());
 }
 
@@ -165,7 +165,7 @@ TEST(CmdSink, AssigningToItselfDoesNothing) {
     EXPECT_EQ(sink.readLine(), "b");
 }
 
-/// Counts the lines and tells the first.
+/// Counts the lines and keeps the first.
 struct CountSpec : ParseSpec<std::pair<int, std::string>> {
     std::pair<int, std::string> parseSink(CmdSink& sink) override {
         std::pair<int, std::string> result{0, sink.isGood() ? sink.readLine() : ""};

@@ -1,4 +1,4 @@
-// Two and more requests at once: collectors share nothing, so each thread gets the texts a single one would.
+// Several requests at once: collectors share no state, so each thread gets the same texts as a single one.
 #include <gmock/gmock.h>
 
 #include <thread>
@@ -19,7 +19,7 @@ using ::testing::Each;
 
 constexpr std::size_t kThreads = 8;
 
-/// What every collector finds, one after the other.
+/// The results of all collectors in turn.
 PropertyMaps collectAll() {
     diskmgt_col::LDMStore store;
     PropertyMaps all = diskmgt_col::PhysDiskInformation().doEnumeration("VEXSG_DiskDrive", store);

@@ -1,4 +1,4 @@
-// The decisions about block devices, each by itself.
+// The decisions about block devices, one at a time.
 #include "collect/device_rules.h"
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ TEST(DeviceRules, OnlyDotEntriesAndDeviceMapperNamesAreDroppedByName) {
         EXPECT_EQ(judgeEntryName(name), EntryName::kDisk) << name;
 }
 
-TEST(DeviceRules, ADiskWithASizeThatIsNoRamDiskIsOffered) {
+TEST(DeviceRules, ADiskWithASizeIsOfferedUnlessItIsARamDisk) {
     FakeOs machine;
     machine.sysfsDisk("sda", 128, "8:0", {}).sysfsDisk("ram0", 128, "1:0", {}).sysfsDisk("sr0", 0, "11:0", {});
     EXPECT_TRUE(readSysfsDisk("sda").isOffered());
@@ -37,7 +37,7 @@ TEST(DeviceRules, ADiskWithASizeThatIsNoRamDiskIsOffered) {
     EXPECT_TRUE(!empty.hasSize() && !empty.isRamDisk() && !empty.isOffered());
 }
 
-TEST(DeviceRules, AMissingSizeFileIsToldFromAZeroSize) {
+TEST(DeviceRules, AMissingSizeFileDiffersFromAZeroSize) {
     FakeOs machine;
     machine.sysfsDisk("sr0", 0, "11:0", {}).directory("/sys/block/sdx", {}).file("/sys/block/sdx/dev", "8:16\n");
     EXPECT_EQ(readSysfsDisk("sr0").sizeLine, "0");
@@ -83,7 +83,7 @@ TEST(DeviceRules, AMeasuredDeviceStaysOpenWhileItIsHeld) {
     EXPECT_EQ(machine.openDescriptors(), 0);
 }
 
-TEST(DeviceRules, AnUnmeasuredDeviceTellsWhichStepFailedAndHow) {
+TEST(DeviceRules, AnUnmeasuredDeviceShowsWhichStepFailedAndHow) {
     FakeOs machine;
     machine.file("/dev/sdb", "no device").device("/dev/sda", DiskImage(4096));
     const MeasuredDevice missing = measureDevice("/dev/sdx");

@@ -23,7 +23,7 @@ using ::testing::IsEmpty;
 
 DiskImage oneByMbr() { return DiskImage().slot(0, 0x83, 2048, 100); }
 
-TEST(EnumPartitions, AsksTheKernelExactlyThisOfAnMbrDisk) {
+TEST(EnumPartitions, MakesExactlyTheseCallsForAnMbrDisk) {
     FakeOs machine;
     machine.device("/dev/sda", oneByMbr());
     (void)partitionsOn(machine, {"/dev/sda"});
@@ -32,7 +32,7 @@ TEST(EnumPartitions, AsksTheKernelExactlyThisOfAnMbrDisk) {
                                                  "lseek(/dev/sda, 446)", "read(/dev/sda, 66)", "close(/dev/sda)"));
 }
 
-TEST(EnumPartitions, AsksOnceForADeviceThatIsNotThere) {
+TEST(EnumPartitions, TriesToOpenAMissingDeviceOnce) {
     FakeOs machine;
     EXPECT_THAT(partitionsOn(machine, {"/dev/sda"}), IsEmpty());
     EXPECT_THAT(machine.callTexts(), ElementsAre("open(/dev/sda, O_RDONLY)"));
@@ -108,7 +108,7 @@ TEST(EnumPartitions, AFailedProbeSeekMeansMbrAndNoProbeRead) {
                             "lseek(/dev/sda, 0)", "lseek(/dev/sda, 446)", "read(/dev/sda, 66)", "close(/dev/sda)"));
 }
 
-TEST(EnumPartitions, AnEmptyProbeReadGoesOnToAnMbrThatHasNothing) {
+TEST(EnumPartitions, AnEmptyProbeReadLeadsToAnEmptyMbr) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage(446));
     EXPECT_THAT(partitionsOn(machine, {"/dev/sda"}), IsEmpty());
@@ -118,7 +118,7 @@ TEST(EnumPartitions, AnEmptyProbeReadGoesOnToAnMbrThatHasNothing) {
 }
 
 TEST(EnumPartitions, ADeviceShorterThanItsTableIsReadFromItsStart) {
-    // The seek to the table fails on so short a device, and the read goes on from where the rewinding left it.
+    // On so short a device the seek to the table fails, and the read continues where the rewind left off.
     auto image = DiskImage().bytes(4, "\x83").little(12, 5, 4).cutAt(100);
     EXPECT_THAT(valuesOf(partitionsOf(image), "Size"), ElementsAre("2560"));
 }
@@ -142,7 +142,7 @@ TEST(EnumPartitions, AFailedCloseOnExecChangesNothing) {
     EXPECT_EQ(machine.openHandles(), 0);
 }
 
-TEST(EnumPartitions, AFailedRewindChangesNothingOfAnMbr) {
+TEST(EnumPartitions, AFailedRewindDoesNotChangeAnMbr) {
     FakeOs machine;
     machine.device("/dev/sda", oneByMbr());
     machine.failCallsLike("lseek(/dev/sda, 0)");
@@ -162,7 +162,7 @@ TEST(EnumPartitions, AnExceptionWhileADeviceIsOpenClosesIt) {
     }
 }
 
-/// Every path out of the parser: MBR, chain, GPT, NVMe, floppy, absent.
+/// Disks for every path through the parser: MBR, chain, GPT, NVMe, floppy, missing.
 class EnumPartitionsFaults : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -184,7 +184,7 @@ protected:
             {"/dev/sda", "/dev/none", "/dev/sdb", "/dev/nvme0n1", "/dev/fd0", "/dev/nvme1n1"});
     }
 
-    /// One enumeration per disk, so that the maps tell whose they are.
+    /// One enumeration per disk, so that each map belongs to a known disk.
     std::map<std::string, PropertyMaps> byDisk() {
         std::map<std::string, PropertyMaps> found;
         for (const std::string disk : {"/dev/sda", "/dev/sdb", "/dev/nvme0n1", "/dev/fd0", "/dev/nvme1n1"})
@@ -195,7 +195,7 @@ protected:
     FakeOs machine;
 };
 
-TEST_F(EnumPartitionsFaults, EveryFailedCallClosesEverythingAndHarmsNoOtherDisk) {
+TEST_F(EnumPartitionsFaults, EveryFailedCallLeaksNothingAndAffectsNoOtherDisk) {
     const auto clean = byDisk();
     const int calls = machine.calls();
     ASSERT_GT(calls, 40);
@@ -230,13 +230,13 @@ TEST_F(EnumPartitionsFaults, OneEnumerationOfAllDisksClosesEverything) {
             const auto found = enumerate();
             EXPECT_EQ(machine.openHandles(), 0);
             EXPECT_EQ(machine.staleUses(), 0);
-            EXPECT_LE(found.size(), clean.size() + 4);  // a GPT taken for an MBR shows its protective entry at the most
+            EXPECT_LE(found.size(), clean.size() + 4);  // a GPT read as an MBR shows at most its protective entry
         }
     machine.heal();
     EXPECT_EQ(enumerate(), clean);
 }
 
-TEST_F(EnumPartitionsFaults, NothingLingersBetweenParsers) {
+TEST_F(EnumPartitionsFaults, ParsersShareNoState) {
     diskmgt_col::PartitionTableParser parser;
     const auto first = parser.enumPartitions({"/dev/sda", "/dev/sdb"});
     EXPECT_EQ(parser.enumPartitions({"/dev/sda", "/dev/sdb"}), first);

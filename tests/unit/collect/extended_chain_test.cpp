@@ -1,4 +1,4 @@
-// Walking the chain of extended boot records: what is a link, what ends the walk, what hostile chains do.
+// The walk along extended boot records: which entries are links, what ends the walk, hostile chains.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -20,7 +20,7 @@ using ::testing::SizeIs;
 
 namespace os = diskmgt_col::os;
 
-/// Sizes of the entries in sectors: enough to tell them apart.
+/// Sizes of the entries in sectors, which identify them.
 std::vector<std::uint32_t> sectorCounts(const std::vector<diskmgt_col::PartitionDescriptor>& entries) {
     std::vector<std::uint32_t> counts;
     for (const auto& entry : entries) counts.push_back(entry.sectorCount);
@@ -60,7 +60,7 @@ TEST(ExtendedChain, EntriesBehindALinkAreNotExamined) {
 TEST(ExtendedChain, FreeSlotsAreSkippedAndAllFourSlotsCount) {
     EXPECT_THAT(chainOf(DiskImage()
                             .slot(1, 0x83, 1, 11, 100)
-                            .slot(2, 0x85, 1, 12, 100)  // no link
+                            .slot(2, 0x85, 1, 12, 100)  // not a link
                             .slot(3, 0x05, 10, 1, 100)
                             .slot(0, 0xEE, 1, 13, 110)
                             .slot(3, 0x83, 1, 14, 110),
@@ -68,7 +68,7 @@ TEST(ExtendedChain, FreeSlotsAreSkippedAndAllFourSlotsCount) {
                 ElementsAre(11U, 12U, 13U, 14U));
 }
 
-TEST(ExtendedChain, AFreeSlotWithAStartIsNoLink) {
+TEST(ExtendedChain, AFreeSlotWithAStartIsNotALink) {
     EXPECT_THAT(chainOf(DiskImage().slot(0, 0x00, 10, 5, 100).slot(0, 0x83, 1, 99, 110), 100), IsEmpty());
 }
 
@@ -93,7 +93,7 @@ TEST(ExtendedChain, ItsFirstRecordMayLieBeyondTwoTebibytes) {
                 ElementsAre(11U, 12U));
 }
 
-TEST(ExtendedChain, AsksForOneSeekAndOneReadPerTable) {
+TEST(ExtendedChain, MakesOneSeekAndOneReadPerTable) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage().slot(1, 0x05, 8, 1, 16).slot(0, 0x83, 1, 1, 24));
     (void)entriesAt(16, true);
@@ -162,7 +162,7 @@ TEST(ExtendedChain, TwoWalksOverTheSameRecordsAreIndependent) {
     EXPECT_THAT(valuesOf(maps, "DeviceID"), ElementsAre("/dev/sda5", "/dev/sda1", "/dev/sda5", "/dev/sda2"));
 }
 
-/// A disk whose every sector is a table that links to the next one; `entriesPerTable` used slots stand before the
+/// A disk whose every sector is a table that links to the next one; `entriesPerTable` used slots come before the
 /// link, and before them as many free ones. The last sector's table has one entry, of 7 sectors, and no link.
 void describeLongChain(FakeOs& machine, std::uint64_t sectors, unsigned entriesPerTable, unsigned freeSlots = 0) {
     machine.keepNoTexts().device(
@@ -192,7 +192,7 @@ TEST(ExtendedChain, AMillionLinksAreFollowedToTheEnd) {
 TEST(ExtendedChain, OneLinkMoreThanTheBoundIsNotFollowed) {
     FakeOs machine;
     describeLongChain(machine, (std::uint64_t{1} << 20) + 2, 0);
-    EXPECT_THAT(entriesAt(0, true), IsEmpty());  // the one entry lies behind it
+    EXPECT_THAT(entriesAt(0, true), IsEmpty());  // the only entry is behind it
 }
 
 TEST(ExtendedChain, ALinkToATableWithAFreeFirstSlotCountsLikeAnyOther) {
@@ -204,7 +204,7 @@ TEST(ExtendedChain, ALinkToATableWithAFreeFirstSlotCountsLikeAnyOther) {
     EXPECT_THAT(entriesAt(0, true), IsEmpty());
 }
 
-TEST(ExtendedChain, NoLinkIsFollowedOnceTheBoundOfEntriesIsMet) {
+TEST(ExtendedChain, TheWalkEndsAtTheBoundOfEntries) {
     FakeOs machine;
     describeLongChain(machine, std::uint64_t{1} << 32, 2);
     EXPECT_THAT(entriesAt(0, true), SizeIs(262144));
@@ -212,17 +212,17 @@ TEST(ExtendedChain, NoLinkIsFollowedOnceTheBoundOfEntriesIsMet) {
 
 TEST(ExtendedChain, AQuarterOfAMillionEntriesAreCollected) {
     FakeOs machine;
-    describeLongChain(machine, 262143 / 3 + 1, 3);  // three in every table and one in the last
+    describeLongChain(machine, 262143 / 3 + 1, 3);  // three per table, one in the last
     const auto entries = entriesAt(0, true);
     ASSERT_THAT(entries, SizeIs(262144));
     EXPECT_EQ(entries.back().sectorCount, 7U);
 }
 
-TEST(ExtendedChain, AnAbsurdChainEndsAndKeepsWhatItCollected) {
+TEST(ExtendedChain, AHugeChainEndsAndKeepsWhatItCollected) {
     FakeOs machine;
     describeLongChain(machine, std::uint64_t{1} << 32, 0);
     EXPECT_THAT(entriesAt(0, true), IsEmpty());
-    EXPECT_LE(machine.calls(), 3 * (1 << 20));  // it ended well before the end of the disk
+    EXPECT_LE(machine.calls(), 3 * (1 << 20));  // ended well before the end of the disk
     describeLongChain(machine, std::uint64_t{1} << 32, 3);
     const auto entries = entriesAt(0, true);
     EXPECT_GE(entries.size(), 262144U);
@@ -231,8 +231,8 @@ TEST(ExtendedChain, AnAbsurdChainEndsAndKeepsWhatItCollected) {
 
 TEST(ExtendedChain, TheBoundsCountForAllChainsOfADiskTogether) {
     FakeOs machine;
-    // Four extended partitions. Two begin in sector 1, and from there on every record links to the next sector; the
-    // others begin with a partition.
+    // Four extended partitions. Two begin in sector 1, from where every record links to the next sector; the others
+    // begin with a partition.
     constexpr std::uint32_t kElsewhere = 1U << 30;
     machine.keepNoTexts().device("/dev/sda", std::uint64_t{1} << 41,
                                  [](std::uint64_t offset, char* buffer, std::size_t size) {
@@ -249,8 +249,8 @@ TEST(ExtendedChain, TheBoundsCountForAllChainsOfADiskTogether) {
     EXPECT_LE(machine.calls(), 3 * (1 << 20));  // a seek and a read for each link of one chain, not of four
 }
 
-TEST(ExtendedChain, TheBoundsCountNoLinkThatLeadsOutOfTheDisk) {
-    // The first chain has one link less than the bound allows, and then one to where the disk ends.
+TEST(ExtendedChain, LinksOutOfTheDiskDoNotCountTowardsTheBounds) {
+    // The first chain has one link less than the bound allows, then one to the end of the disk.
     constexpr std::uint32_t kChain = 1U << 21;
     constexpr std::uint64_t kEnd = std::uint64_t{kChain} + diskmgt_col::kMaxChainLinks;
     FakeOs machine;
@@ -286,7 +286,7 @@ TEST(ExtendedChain, AFailedFirstReadGivesNothing) {
     EXPECT_THAT(entriesAt(100, false), IsEmpty());
 }
 
-TEST(ExtendedChain, ATableCutShortIsNotCompletedFromTheOneBefore) {
+TEST(ExtendedChain, ATruncatedTableIsNotCompletedFromTheOneBefore) {
     // The linked table ends after its second slot. The table before it has used entries in all four slots.
     auto image = DiskImage().slot(0, 0x83, 1, 11, 4).slot(1, 0x83, 1, 12, 4).slot(2, 0x83, 1, 13, 4);
     image.slot(3, 0x05, 2, 1, 4).slot(0, 0x83, 1, 14, 6).slot(1, 0x83, 1, 15, 6).cutAt(6 * 512 + 446 + 32);

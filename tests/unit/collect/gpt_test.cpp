@@ -27,7 +27,7 @@ constexpr const char* kSwap = "0657FD6D-A4AB-43C4-84E5-0933C84B4F4F";
 constexpr const char* kEfi = "C12A7328-F81F-11D2-BA4B-00A0C93EC93B";
 constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 
-/// The sizes asked for, read by read, of /dev/sda.
+/// The size of each read of /dev/sda, as requested.
 std::vector<std::string> readsOf(const FakeOs& machine) {
     const std::string beginning = "read(/dev/sda, ";
     std::vector<std::string> sizes;
@@ -132,7 +132,7 @@ struct CountCase {
 
 class GptCount : public ::testing::TestWithParam<CountCase> {};
 
-TEST_P(GptCount, LimitsTheSlotsThatAreLookedAt) {
+TEST_P(GptCount, LimitsTheSlotsExamined) {
     const auto image = DiskImage()
                            .gpt(GetParam().count)
                            .gptEntry(1, kLinux, 1, 2)
@@ -166,7 +166,7 @@ TEST(PartitionTableParser, TheLargestGptCountIsDecidedByTheAllocation) {
     }
 }
 
-/// A GPT whose first `used` slots are used, of `count`.
+/// A GPT of `count` slots, the first `used` of them used.
 DiskImage crowded(unsigned used, std::int32_t count) {
     DiskImage image;
     image.gpt(count);
@@ -194,7 +194,7 @@ TEST(PartitionTableParser, TheBudgetCountsUsedEntriesNotSlots) {
     EXPECT_EQ(valueOf(maps.back(), "DeviceID"), "/dev/sda99999");
 }
 
-TEST(PartitionTableParser, AnOpenDeviceIsReadAsGptWhateverItsFirstSectorSays) {
+TEST(PartitionTableParser, AnOpenDeviceIsReadAsGptWithAnyFirstSector) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage().gpt(4).gptEntry(2, kLinux, 1, 2).slot(0, 0x83, 1, 7));
     const int fd = diskmgt_col::os::openFile("/dev/sda", 0);
@@ -229,8 +229,8 @@ TEST(PartitionTableParser, AnArrayOfExactlyAMebibyteIsReadAtOnce) {
     EXPECT_EQ(readsOf(machine), (std::vector<std::string>{"16", "512", "1048576"}));
 }
 
-TEST(PartitionTableParser, WhatOneReadOfTheKernelGivesIsReadAndNoMore) {
-    constexpr std::uint64_t kMostBytes = 0x7ffff000;  // of one read(2), however much is asked for
+TEST(PartitionTableParser, ReadsNoMoreThanOneReadOfTheKernelReturns) {
+    constexpr std::uint64_t kMostBytes = 0x7ffff000;  // the limit of one read(2)
     constexpr unsigned kLastSlot = kMostBytes / 128;
     FakeOs machine;
     machine.keepNoTexts().device(
@@ -245,15 +245,15 @@ TEST(PartitionTableParser, WhatOneReadOfTheKernelGivesIsReadAndNoMore) {
                 ElementsAre("/dev/sda" + std::to_string(kLastSlot)));
 }
 
-TEST(PartitionTableParser, APieceThatIsCutShortEndsTheArrayAndKeepsNothingOfTheOneBefore) {
-    // The second piece ends within its first slot, where the first piece has a used one with other fields.
+TEST(PartitionTableParser, AShortPieceEndsTheArrayWithoutBytesOfTheOneBefore) {
+    // The second piece ends within its first slot; the first piece has another used entry at that place.
     auto image = DiskImage().gpt(16384).gptEntry(1, kSwap, 7, 9).gptEntry(8193, kLinux, 1, 2);
     const auto maps = partitionsOf(image.cutAt(1024 + (1 << 20) + 16));
     EXPECT_THAT(valuesOf(maps, "PartitionType"), ElementsAre("14", "17"));
     EXPECT_THAT(valuesOf(maps, "StartingOffset"), ElementsAre("9", "0"));
 }
 
-TEST(PartitionTableParser, NothingIsReadBehindAPieceThatCameShort) {
+TEST(PartitionTableParser, NothingIsReadAfterAShortPiece) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage(8 << 20).gpt(16384).gptEntry(1, kSwap, 1, 2).gptEntry(2, kLinux, 3, 4));
     machine.failCallsLike("read(/dev/sda, 1048576)", Effect::readsAtMost(128));
@@ -261,7 +261,7 @@ TEST(PartitionTableParser, NothingIsReadBehindAPieceThatCameShort) {
     EXPECT_EQ(readsOf(machine), (std::vector<std::string>{"16", "512", "1048576"}));
 }
 
-TEST(PartitionTableParser, NothingIsReadBehindAPieceThatCouldNotBeRead) {
+TEST(PartitionTableParser, NothingIsReadAfterAnUnreadablePiece) {
     FakeOs machine;
     machine.device("/dev/sda", DiskImage(8 << 20).gpt(16384).gptEntry(1, kSwap, 1, 2).gptEntry(8193, kLinux, 3, 4));
     machine.failCallsLike("read(/dev/sda, 1048576)", Effect::failsWith(EIO));
@@ -286,7 +286,7 @@ TEST(PartitionTableParser, TheBudgetEndsTheReadingOfAHugeArray) {
         if (offset == 512) std::fill_n(buffer + 80, 4, '\0'), buffer[82] = '\x10';  // 2^20 entries: 128 MiB
     });
     EXPECT_THAT(partitionsOn(machine, {"/dev/sda"}), IsEmpty());
-    EXPECT_LE(machine.calls(), 10);  // as for a usual disk, and one piece of the array at the most
+    EXPECT_LE(machine.calls(), 10);  // as for a usual disk, plus at most one piece of the array
 }
 
 TEST(PartitionTableParser, AnArrayCutAtAnyLengthGivesTheEntriesThatAreThere) {
@@ -294,7 +294,7 @@ TEST(PartitionTableParser, AnArrayCutAtAnyLengthGivesTheEntriesThatAreThere) {
         DiskImage(4096).gpt(3).gptEntry(1, kLinux, 1, 2).gptEntry(2, kLinux, 3, 4).gptEntry(3, kLinux, 5, 6);
     for (std::uint64_t length = 0; length <= 3 * 128; ++length) {
         const auto maps = partitionsOf(DiskImage(whole).cutAt(1024 + length));
-        EXPECT_THAT(maps, SizeIs((length + 127) / 128)) << length << " bytes";  // what is missing of an entry is zero
+        EXPECT_THAT(maps, SizeIs((length + 127) / 128)) << length << " bytes";  // the missing part of an entry is zero
     }
 }
 
@@ -306,7 +306,7 @@ TEST(PartitionTableParser, TheFieldsThatTheCutLeftOutAreZero) {
     const auto halfALastLba = partitionsOf(DiskImage(whole).cutAt(1024 + 41));
     EXPECT_THAT(valuesOf(halfALastLba, "StartingOffset"), ElementsAre("4"));
     const auto typeAlone = partitionsOf(DiskImage(whole).cutAt(1024 + 8));
-    EXPECT_THAT(valuesOf(typeAlone, "PartitionType"), ElementsAre("0"));  // the half that is left is no known type
+    EXPECT_THAT(valuesOf(typeAlone, "PartitionType"), ElementsAre("0"));  // half a type is unknown
 }
 
 TEST(PartitionTableParser, AHeaderCutBeforeItsCountGivesNothing) {
@@ -333,7 +333,7 @@ TEST(PartitionTableParser, AFailedOrShortArrayReadLeavesTheRestUnused) {
 }
 
 TEST(PartitionTableParser, AFailedGptSeekReadsTheHeaderFromTheStartOfTheDisk) {
-    // The seeks are not checked: the first sector then stands for the header, the second for the entries.
+    // The seeks are not checked: the first sector is then read as the header, the second as the entries.
     auto image = DiskImage().gpt(0).little(80, 2, 4).bytes(512, diskmgt_test::guidBytes(kSwap)).little(512 + 40, 9, 8);
     FakeOs machine;
     machine.device("/dev/sda", image);

@@ -1,4 +1,4 @@
-// The reference host as collectors meet it: no virtual devices but those given, and its log as plain texts.
+// The reference host for tests of collectors: only the given virtual devices, and its log as plain texts.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace diskmgt_test {
 
-/// Options of a host on which the tests' own machine has no say.
+/// Options of a host that do not depend on the machine running the tests.
 inline refhost::HostOptions hostWith(std::vector<std::string> virtualDevices = {}) {
     refhost::HostOptions options;
     options.systemName = "testhost";
@@ -26,7 +26,7 @@ inline std::vector<std::string> logLines(const refhost::ReferenceHost& host) {
     return lines;
 }
 
-/// A store as a platform with dynamic disks might fill it.
+/// A store filled as on a platform with dynamic disks.
 inline diskmgt_col::LDMStore filledStore() {
     diskmgt_col::LDMDataBase record;
     for (auto& table : record.tables) table["/dev/sda"] = {{"DeviceID", "/dev/sda9"}, {"Size", "1"}};

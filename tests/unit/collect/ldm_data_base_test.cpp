@@ -35,7 +35,7 @@ TEST(LdmDataBase, CopyingAnEmptyStoreGivesAnEmptyStore) {
     EXPECT_THAT(LDMStore(empty), IsEmpty());
 }
 
-TEST(LdmDataBase, ACopyOfAStoreIsWholeAndItsOwn) {
+TEST(LdmDataBase, ACopyOfAStoreIsCompleteAndIndependent) {
     LDMStore original = diskmgt_test::filledStore();
     const LDMStore copy = original;
     original["/dev/sda"].tables[4].clear();
@@ -49,7 +49,7 @@ TEST(LdmDataBase, CanBeDestroyedThroughItsBase) {
     static_assert(std::is_copy_constructible_v<LDMDataBase> && std::is_copy_assignable_v<LDMDataBase>);
 }
 
-TEST(LdmDataBase, NoCollectorHeedsTheStoreOrChangesIt) {
+TEST(LdmDataBase, NoCollectorReadsOrChangesTheStore) {
     const refhost::ReferenceHost host(diskmgt_test::hostWith());
     FakeOs machine;
     machine.device("/dev/sda", DiskImage().slot(0, 0x83, 1, 1)).sysfsDisk("sda", 2048, "8:0", {"sda1"});

@@ -1,4 +1,4 @@
-// Tables that lie past the end of the disk: their seek fails, and the read goes on where the last one ended.
+// Tables that lie past the end of the disk: their seek fails, and the read continues where the last one ended.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -16,7 +16,7 @@ using diskmgt_test::valuesOf;
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
-/// Sizes of the entries in sectors: enough to tell them apart.
+/// Sizes of the entries in sectors, which identify them.
 std::vector<std::uint32_t> sectorCounts(const std::vector<diskmgt_col::PartitionDescriptor>& entries) {
     std::vector<std::uint32_t> counts;
     for (const auto& entry : entries) counts.push_back(entry.sectorCount);
@@ -66,7 +66,7 @@ TEST(ExtendedChain, AWalkThatAlwaysLinksPastTheEndEndsWithTheDisk) {
             slotBytes('\x83', 1, 1) + slotBytes('\x05', kBehindEverything, 1) + std::string(34, 0);
         std::memcpy(buffer, table.data(), size);
     });
-    // From the slots of sector 0 on, table behind table; of the last one there is room for both slots.
+    // Table after table from the slots of sector 0 on; the last has room for both slots.
     EXPECT_THAT(entriesAt(0, true), SizeIs((kSectors * 512 - 446 + 65) / 66));
 }
 
@@ -76,14 +76,14 @@ TEST(ExtendedChain, ACycleThroughALinkPastTheEndEndsAtATableAlreadyRead) {
                            .slot(1, 0x05, kBehindEverything, 1, 100)
                            .bytes(101 * 512, slotBytes('\x83', 1, 12) + slotBytes('\x05', 0, 1));
     EXPECT_THAT(chainOf(image, 100), ElementsAre(11U, 12U));
-    // The first table of this walk is itself read where the last read ended, which no link ever leads to again.
+    // The first table of this walk is itself read where the last read ended; no link leads there again.
     const auto maps = partitionsOf(DiskImage(4 * 512)
                                        .slot(0, 0x05, kBehindEverything, 1)
                                        .bytes(512, slotBytes('\x83', 1, 12) + slotBytes('\x05', 0, 1)));
     EXPECT_THAT(valuesOf(maps, "DeviceID"), ElementsAre("/dev/sda5", "/dev/sda1"));
 }
 
-TEST(ExtendedChain, ATableReachedByReadingOnIsKnownWhenALinkLeadsThere) {
+TEST(ExtendedChain, ALinkToATableReachedBySequentialReadingEndsTheWalk) {
     // 256 tables of 66 bytes, each of which links past the end: the next one lies at the slots of sector 33.
     constexpr std::uint64_t kSector = 33;
     DiskImage image((kSector + 1) * 512);
@@ -94,7 +94,7 @@ TEST(ExtendedChain, ATableReachedByReadingOnIsKnownWhenALinkLeadsThere) {
     EXPECT_THAT(chainOf(image, 0), ElementsAre(11U));
 }
 
-TEST(ExtendedChain, WithoutAnySeekThatSucceedsTheWalkEndsWithTheDisk) {
+TEST(ExtendedChain, WhenEverySeekFailsTheWalkEndsWithTheDisk) {
     FakeOs machine;
     DiskImage image(4 * 512);
     for (std::uint64_t table = 0; table * 66 < 4 * 512; ++table)

@@ -1,4 +1,4 @@
-// Measuring of given block devices: which are dropped, what is said of the others.
+// Measuring given block devices: which are dropped, and the maps of the others.
 #include "collect/linux_disk_info.h"
 
 #include <gmock/gmock.h>
@@ -52,7 +52,7 @@ TEST(LinuxDiskInfo, DescribesADiskWithFivePairs) {
     EXPECT_EQ(machine.openHandles(), 0);
 }
 
-TEST(LinuxDiskInfo, NoDevicesGiveNothingButTheVirtualOnesAreStillAskedFor) {
+TEST(LinuxDiskInfo, NoDevicesGiveNothingButTheVirtualOnesAreStillQueried) {
     refhost::ReferenceHost host(hostWith());
     const FakeOs machine;
     host.startTrace();
@@ -61,7 +61,7 @@ TEST(LinuxDiskInfo, NoDevicesGiveNothingButTheVirtualOnesAreStillAskedFor) {
     EXPECT_EQ(machine.calls(), 0);
 }
 
-TEST(LinuxDiskInfo, TheVirtualDevicesAreAskedForOnceWhenConstructed) {
+TEST(LinuxDiskInfo, TheConstructorQueriesTheVirtualDevicesOnce) {
     refhost::ReferenceHost host(hostWith());
     const FakeOs machine;
     host.startTrace();
@@ -71,7 +71,7 @@ TEST(LinuxDiskInfo, TheVirtualDevicesAreAskedForOnceWhenConstructed) {
     EXPECT_THAT(host.takeTrace(), SizeIs(1));
 }
 
-TEST(LinuxDiskInfo, AFailingQuestionForVirtualDevicesLeavesTheConstructor) {
+TEST(LinuxDiskInfo, AFailingQueryForVirtualDevicesThrowsFromTheConstructor) {
     refhost::ReferenceHost host(hostWith());
     const FakeOs machine;
     host.setFaultPlan({});
@@ -93,8 +93,8 @@ TEST_P(VirtualDevices, DropTheDevicesTheyContain) {
     const auto disks = LinuxDiskInfo().enumDiskInfo({"/dev/sdb"});
     EXPECT_EQ(disks.empty(), GetParam().isDropped);
     if (!GetParam().isDropped) return;
-    EXPECT_THAT(logLines(host), ElementsAre(ignored("/dev/sdb")));  // once, however many entries contain it
-    EXPECT_EQ(machine.calls(), 0);                                  // and it is not touched
+    EXPECT_THAT(logLines(host), ElementsAre(ignored("/dev/sdb")));  // once, although several entries contain it
+    EXPECT_EQ(machine.calls(), 0);                                  // and it is not opened
 }
 
 INSTANTIATE_TEST_SUITE_P(LinuxDiskInfo, VirtualDevices,
@@ -146,7 +146,7 @@ TEST(LinuxDiskInfo, TheSizeIsThe64BitNumberOfBytes) {
     }
 }
 
-TEST(LinuxDiskInfo, TheNumberOfPartitionsIsTheParsersNotThatOfSysfs) {
+TEST(LinuxDiskInfo, TheNumberOfPartitionsComesFromTheParserNotFromSysfs) {
     const refhost::ReferenceHost host(hostWith());
     FakeOs machine;
     machine.device("/dev/nvme0n1",
@@ -192,7 +192,7 @@ TEST(LinuxDiskInfo, TheDirectoryIsReadToTheFirstPartition) {
                             "readdir(/sys/block/sda)", "readdir(/sys/block/sda)", "closedir(/sys/block/sda)"));
 }
 
-TEST(LinuxDiskInfo, CountingReadsTheTablesAndAsksForNoNode) {
+TEST(LinuxDiskInfo, CountingReadsTheTablesAndChecksNoNode) {
     const refhost::ReferenceHost host(hostWith());
     FakeOs machine;
     machine.device("/dev/nvme0n1", DiskImage().slot(0, 0x83, 1, 1).slot(1, 0x05, 10, 1).slot(0, 0x83, 1, 1, 10));
@@ -291,7 +291,7 @@ INSTANTIATE_TEST_SUITE_P(
                       SysfsCase{"an_empty_name_matches_anything", "/dev/", "/sys/block", {"sda"}, true}),
     [](const auto& row) { return std::string(row.param.label); });
 
-TEST(LinuxDiskInfo, PartitionsAreCountedWhateverSysfsShows) {
+TEST(LinuxDiskInfo, PartitionsAreCountedIndependentlyOfSysfs) {
     const refhost::ReferenceHost host(hostWith());
     FakeOs machine;
     machine.device("/dev/sda", twoPrimaries());
@@ -300,7 +300,7 @@ TEST(LinuxDiskInfo, PartitionsAreCountedWhateverSysfsShows) {
     EXPECT_EQ(machine.openHandles(), 0);
 }
 
-TEST(LinuxDiskInfo, EveryFailedCallClosesEverythingAndHarmsNoOtherDisk) {
+TEST(LinuxDiskInfo, EveryFailedCallLeaksNothingAndAffectsNoOtherDisk) {
     const refhost::ReferenceHost host(hostWith());
     FakeOs machine;
     const std::vector<std::string> paths{"/dev/sda", "/dev/sdb", "/dev/nvme0n1"};
@@ -328,7 +328,7 @@ TEST(LinuxDiskInfo, EveryFailedCallClosesEverythingAndHarmsNoOtherDisk) {
     EXPECT_EQ(LinuxDiskInfo().enumDiskInfo(paths), clean);
 }
 
-TEST(LinuxDiskInfo, AHostWithoutALoggerLosesTheLineAndNothingElse) {
+TEST(LinuxDiskInfo, WithoutALoggerOnlyTheLineIsLost) {
     refhost::ReferenceHost host(hostWith());
     FakeOs machine;
     machine.device("/dev/sda", twoPrimaries());

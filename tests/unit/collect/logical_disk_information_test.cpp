@@ -33,7 +33,7 @@ protected:
         EXPECT_EQ(machine.staleUses(), 0);
         return maps;
     }
-    /// The only logical disk of this table.
+    /// The single logical disk of this table.
     PropertyMap only(const std::string& table) {
         machine.file("/etc/mtab", table);
         PropertyMaps maps = enumerate();
@@ -91,7 +91,7 @@ TEST_F(LogicalDisks, AreSortedByTheBytesOfTheirSource) {
                 ElementsAre("/dev/sda1", "/dev/sda10", "/dev/sdb1", "Zone", "proc", "tmpfs", "\xC3\xA9t\xC3\xA9"));
 }
 
-TEST_F(LogicalDisks, AnUnmeasurableMountPointTakesTheFiguresOfItsSourcesPath) {
+TEST_F(LogicalDisks, AnUnmeasurableMountPointGetsTheFiguresOfItsSourcesPath) {
     machine.fileSystem("/dev/sda1", SpaceFigures{512, 8, 4, 4, 5, 6});  // the file system that holds /dev
     const PropertyMap disk = only("/dev/sda1 /gone ext4 rw 0 0\n");
     EXPECT_EQ(valueOf(disk, "TotalSpace"), "4096");
@@ -115,7 +115,7 @@ TEST_F(LogicalDisks, AMountThatWillBeDiscardedIsNeverMeasured) {
     EXPECT_THAT(machine.callTexts(), ::testing::Not(::testing::Contains("statfs(/dead)")));
 }
 
-TEST_F(LogicalDisks, AnAutomountThatWillBeDiscardedIsMeasuredAllTheSame) {
+TEST_F(LogicalDisks, AnAutomountThatWillBeDiscardedIsStillMeasured) {
     machine.fileSystem("/one", SpaceFigures{1, 1, 1, 1, 0, 0}).fileSystem("/two", SpaceFigures{1, 2, 2, 2, 0, 0});
     machine.file("/etc/mtab", "auto /one autofs rw 0 0\nauto /two autofs rw 0 0\nauto /gone autofs rw 0 0\n");
     const auto maps = enumerate();
@@ -127,7 +127,7 @@ TEST_F(LogicalDisks, AnAutomountThatWillBeDiscardedIsMeasuredAllTheSame) {
     EXPECT_THAT(valuesOf(maps, "TotalSpace"), ElementsAre("1"));
 }
 
-TEST_F(LogicalDisks, ItIsTheTypeOfTheLaterEntryThatMakesAnAutomount) {
+TEST_F(LogicalDisks, TheTypeOfTheLaterEntryMakesItAnAutomount) {
     machine.file("/etc/mtab",
                  "auto /one autofs rw 0 0\nauto /two nfs rw 0 0\nauto /three autofs4 rw 0 0\nauto /four AUTOFS rw 0 0\n"
                  "server:/x /five nfs rw 0 0\nserver:/x /six autofs rw 0 0\n");
@@ -138,14 +138,14 @@ TEST_F(LogicalDisks, ItIsTheTypeOfTheLaterEntryThatMakesAnAutomount) {
     EXPECT_THAT(calls, ::testing::Contains("statfs(/six)"));
 }
 
-TEST_F(LogicalDisks, ARelativeMountPointIsMeasuredAsItStands) {
+TEST_F(LogicalDisks, ARelativeMountPointIsMeasuredUnchanged) {
     machine.fileSystem("place", SpaceFigures{1, 5, 5, 5, 0, 0}).fileSystem("/dev/sda1", SpaceFigures{1, 7, 7, 7, 0, 0});
     EXPECT_EQ(valueOf(only("/dev/sda1 place ext4 rw 0 0\n"), "TotalSpace"), "5");
     EXPECT_THAT(machine.callTexts(), ::testing::Contains("statfs(place)"));
     EXPECT_THAT(machine.callTexts(), ::testing::Not(::testing::Contains("statfs(/dev/sda1)")));
 }
 
-TEST_F(LogicalDisks, AFailedMeasurementLeavesNoFiguresOfAnEarlierOneBehind) {
+TEST_F(LogicalDisks, AFailedMeasurementKeepsNoFiguresOfAnEarlierOne) {
     machine.fileSystem("/a", SpaceFigures{4096, 9, 8, 7, 6, 5});
     machine.file("/etc/mtab", "/dev/sda1 /a ext4 rw 0 0\n/dev/sda2 /b ext4 ro 0 0\n");
     const auto maps = enumerate();
@@ -274,7 +274,7 @@ TEST_F(LogicalDisks, ThousandsOfMountsAreKeptApart) {
     EXPECT_TRUE(std::is_sorted(sources.begin(), sources.end()));
 }
 
-TEST_F(LogicalDisks, EveryFailedCallClosesTheTableAndHarmsNoEarlierMount) {
+TEST_F(LogicalDisks, EveryFailedCallClosesTheTableAndAffectsNoEarlierMount) {
     machine.file("/etc/mtab", "/dev/sda1 /a ext4 rw 0 0\n/dev/sda2 /b ext4 rw 0 0\nproc /proc proc rw 0 0\n");
     machine.fileSystem("/a", {1, 2, 1, 1, 0, 0}).fileSystem("/dev/sda2", {1, 4, 3, 2, 0, 0});
     const auto clean = enumerate();
@@ -285,7 +285,7 @@ TEST_F(LogicalDisks, EveryFailedCallClosesTheTableAndHarmsNoEarlierMount) {
             machine.failCall(n, how, Effect::failsWith(EIO));
             const auto found = enumerate();
             EXPECT_LE(found.size(), clean.size());
-            for (const PropertyMap& disk : found) {  // the five unconditional properties, whatever failed
+            for (const PropertyMap& disk : found) {  // the five unconditional properties are always there
                 EXPECT_GE(disk.size(), 5U);
                 EXPECT_EQ(valueOf(disk, "DeviceID"), valueOf(disk, "ElementName"));
             }

@@ -29,7 +29,7 @@ TEST(PartitionTableParser, DescribesAnMbrPartitionWithEightPairs) {
     EXPECT_THAT(partitionsOf(DiskImage().slot(0, 0x83, 2048, 1048576, 0, 0x80)), ElementsAre(expected));
 }
 
-TEST(PartitionTableParser, MbrNumbersHaveNoGroupsWhateverTheProcessLocale) {
+TEST(PartitionTableParser, MbrNumbersHaveNoDigitGroupsInAnyProcessLocale) {
     struct Grouped : std::numpunct<char> {
         char do_thousands_sep() const override { return '.'; }
         std::string do_grouping() const override { return "\3"; }
@@ -223,7 +223,7 @@ TEST(PartitionTableParser, AnExtendedEntryIsRelativeToTheSectorOfItsTable) {
 
 TEST(PartitionTableParser, NumbersThatPassTheLargestIntegerWrap) {
     FakeOs machine;
-    const std::uint64_t sector = 536870911;  // times four is the largest 32-bit number less three
+    const std::uint64_t sector = 536870911;  // times four: the largest 32-bit number minus three
     DiskImage image;
     for (const unsigned slot : {0U, 1U, 2U, 3U}) image.slot(slot, 0x83, 1, 1, sector);
     machine.device("/dev/sda", image);

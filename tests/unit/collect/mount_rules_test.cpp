@@ -1,4 +1,4 @@
-// The decisions about the mount table, each by itself.
+// The decisions about the mount table, one at a time.
 #include "collect/mount_rules.h"
 
 #include <gmock/gmock.h>
@@ -14,7 +14,7 @@ using diskmgt_test::FakeOs;
 
 struct statfs statistics;
 
-TEST(MountRules, TheMountPointIsMeasuredAndTheSourceLeftAlone) {
+TEST(MountRules, OnlyTheMountPointIsMeasuredWhenItCanBe) {
     FakeOs machine;
     machine.fileSystem("/data", {512, 7}).fileSystem("/dev/sda1", {4096, 9});
     EXPECT_EQ(measureMount("/data", "/dev/sda1", statistics), MeasuredPath::kMountPoint);

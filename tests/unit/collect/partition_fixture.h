@@ -10,7 +10,7 @@
 
 namespace diskmgt_test {
 
-/// The partitions of these devices; whatever happened, nothing may stay open.
+/// The partitions of these devices. Asserts that nothing stays open.
 inline PropertyMaps partitionsOn(FakeOs& machine, const std::vector<std::string>& devicePaths) {
     PropertyMaps maps = diskmgt_col::PartitionTableParser().enumPartitions(devicePaths);
     EXPECT_EQ(machine.openHandles(), 0);
@@ -19,7 +19,7 @@ inline PropertyMaps partitionsOn(FakeOs& machine, const std::vector<std::string>
     return maps;
 }
 
-/// The partitions of one block device, which is the whole machine. Counting alone must tell as many.
+/// The partitions of a machine with one block device. Asserts that counting gives the same number.
 inline PropertyMaps partitionsOf(const DiskImage& image, const std::string& devicePath = "/dev/sda") {
     FakeOs machine;
     machine.device(devicePath, image);
@@ -28,7 +28,7 @@ inline PropertyMaps partitionsOf(const DiskImage& image, const std::string& devi
     return maps;
 }
 
-/// The entries of the table at a sector, through a descriptor of this test's own.
+/// The entries of the table at a sector, read through a descriptor that the test opened.
 inline std::vector<diskmgt_col::PartitionDescriptor> entriesAt(std::uint64_t sector, bool inExtended) {
     const int fd = diskmgt_col::os::openFile("/dev/sda", 0);
     const auto offset = static_cast<long long>(sector * kSectorBytes + 446);

@@ -35,7 +35,7 @@ TEST_P(GptTypeNumber, IsTheOneOfItsGuid) {
     EXPECT_EQ(partTypeNumParser(guidFrom(guidBytes(GetParam().guid))), GetParam().number);
 }
 
-/// A table is compared as a whole: one bit more or less anywhere is another type.
+/// Compared as a whole: any changed bit makes another type.
 TEST_P(GptTypeNumber, ChangesWithEveryBitOfTheGuid) {
     const std::string known = guidBytes(GetParam().guid);
     for (std::size_t bit = 0; bit < 128; ++bit) {
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(PartTypeNumParser, GptTypeNumber,
                                            TypeCase{"vmware_vmfs", "AA31E02A-400F-11DB-9590-000C2911D1B8", "19"}),
                          [](const auto& row) { return std::string(row.param.label); });
 
-TEST(PartTypeNumParser, AZeroFirstHalfIsType19WhateverFollows) {
+TEST(PartTypeNumParser, AZeroFirstHalfIsType19WithAnySecondHalf) {
     const std::string zeroes(8, '\0');
     EXPECT_EQ(partTypeNumParser(guidFrom(zeroes + "\x01\x02\x03\x04\x05\x06\x07\x08")), "19");
     EXPECT_EQ(partTypeNumParser(guidFrom(zeroes + std::string(8, '\xFF'))), "19");
@@ -145,7 +145,7 @@ TEST(GptEntryCount, IsZeroWhenTheHeaderEndsBeforeIt) {
     EXPECT_EQ(diskmgt_col::gptEntryCount(ByteView(header.data(), 84)), 0x01010101);
 }
 
-TEST(GptEntryAt, IsNoneWhenTheBytesEndBeforeItsEnd) {
+TEST(GptEntryAt, IsAbsentWhenTheBytesEndBeforeItsEnd) {
     const std::string entries(256, '\x07');
     for (std::size_t length = 0; length <= entries.size(); ++length) {
         const ByteView view(entries.data(), length);

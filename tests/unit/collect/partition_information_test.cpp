@@ -71,7 +71,7 @@ TEST(PartitionInformation, TheFirstAndTheLastOfEachKindAreExamined) {
 
 TEST(PartitionInformation, ARaidDeviceIsParsedLikeADisk) {
     FakeOs machine;
-    machine.device("/dev/md0", DiskImage().bytes(446, std::string(64, '\x41')));  // whatever it holds
+    machine.device("/dev/md0", DiskImage().bytes(446, std::string(64, '\x41')));  // any content
     const auto maps = enumerate(machine);
     EXPECT_THAT(valuesOf(maps, "DeviceID"), ElementsAre("/dev/md01", "/dev/md02", "/dev/md03", "/dev/md04"));
     EXPECT_THAT(valuesOf(maps, "PartitionSubType"), ElementsAre("65", "65", "65", "65"));

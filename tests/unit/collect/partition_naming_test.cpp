@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
                    Names{"disk.img01", "disk.img02"}}),
     [](const auto& row) { return std::string(row.param.label); });
 
-TEST(PartitionNaming, AsksForThePlainNodeFirstAndNoFurtherThanNeeded) {
+TEST(PartitionNaming, ChecksThePlainNodeFirstAndStopsAtTheFirstThatExists) {
     FakeOs machine;
     machine.device("/dev/nvme0n1", gptDisk()).node("/dev/nvme0n11");
     (void)partitionsOn(machine, {"/dev/nvme0n1"});
@@ -112,7 +112,7 @@ TEST(PartitionNaming, AsksForThePlainNodeFirstAndNoFurtherThanNeeded) {
     EXPECT_THAT(questions, ElementsAre("access(/dev/nvme0n11)", "access(/dev/nvme0n12)", "access(/dev/nvme0n1p2)"));
 }
 
-TEST(PartitionNaming, AsksNothingForOtherDisks) {
+TEST(PartitionNaming, ChecksNoNodeForOtherDisks) {
     FakeOs machine;
     machine.device("/dev/sda", mbrDisk());
     (void)partitionsOn(machine, {"/dev/sda"});

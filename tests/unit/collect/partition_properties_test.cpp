@@ -47,7 +47,7 @@ void expectLiteralReading(const LiteralDisk& disk) {
     RC_CLASSIFY(found.empty(), "no partitions");
 }
 
-/// Some value of `usual` most of the time, else any at all.
+/// Mostly a value of `usual`, else any.
 template <typename T>
 rc::Gen<T> mostly(rc::Gen<T> usual) {
     return rc::gen::weightedOneOf<T>({{5, std::move(usual)}, {1, rc::gen::arbitrary<T>()}});
@@ -85,7 +85,7 @@ LiteralDisk drawSurroundings(std::string bytes) {
     return disk;
 }
 
-/// Most of the time the whole disk, else cut anywhere.
+/// Mostly the whole disk, else cut anywhere.
 void drawCut(DiskImage& image) {
     if (*rc::gen::weightedElement<bool>({{2, false}, {1, true}}))
         image.cutAt(*rc::gen::inRange<std::uint64_t>(0, image.sizeBytes() + 1));
@@ -135,7 +135,7 @@ RC_GTEST_PROP(PartitionTableParser, ReadsRandomBytesLiterally, ()) {
                                      rc::gen::resize(200, rc::gen::arbitrary<std::vector<std::uint8_t>>()));
     for (const auto& [offset, bytes] : *rc::gen::container<Pieces>(piece))
         image.bytes(offset, std::string(bytes.begin(), bytes.end()));
-    image.little(512 + 82, 0, 2);  // a larger number of GPT entries is the allocator's to accept or refuse
+    image.little(512 + 82, 0, 2);  // the allocator decides about a larger number of GPT entries
     if (*rc::gen::arbitrary<bool>()) image.gpt(*rc::gen::inRange<std::int32_t>(0, 40));
     drawCut(image);
     expectLiteralReading(drawSurroundings(image.allBytes()));

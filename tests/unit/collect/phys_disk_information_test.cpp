@@ -106,7 +106,7 @@ TEST_F(PhysicalDisks, TheOrderIsThatOfTheDirectory) {
     EXPECT_THAT(names(), ElementsAre("/dev/sdc", "/dev/nvme0n1", "/dev/sda", "/dev/hda", "/dev/sdb"));
 }
 
-TEST_F(PhysicalDisks, OtherClassesAreEmptyAndAskNothing) {
+TEST_F(PhysicalDisks, OtherClassesAreEmptyAndMakeNoCall) {
     addDisk("sda", 8, "8:0");
     machine.forgetCalls();
     host.startTrace();
@@ -127,7 +127,7 @@ TEST_F(PhysicalDisks, WithoutSysfsThereAreNoDisksAndALogLine) {
     for (const refhost::TraceEntry& entry : host.takeTrace())
         asked = asked || entry.call.find("irtualDevices") != std::string::npos ||
                 entry.call.find("Bmc") != std::string::npos;
-    EXPECT_TRUE(asked);  // the management controller is asked all the same
+    EXPECT_TRUE(asked);  // the management controller is still asked
 }
 
 TEST_F(PhysicalDisks, AnEmptyListingGivesNothing) {
@@ -159,7 +159,7 @@ TEST_F(PhysicalDisks, ReadsEachAttributeOnceAndClosesTheListingBeforeMeasuring) 
     EXPECT_THAT(machine.inheritablePaths(), IsEmpty());
 }
 
-TEST_F(PhysicalDisks, EveryFailedCallClosesEverythingAndHarmsNoOtherDisk) {
+TEST_F(PhysicalDisks, EveryFailedCallLeaksNothingAndAffectsNoOtherDisk) {
     addDisk("sda", 8, "8:0", {"sda1"});
     addDisk("sdb", 8, "8:16");
     addDisk("nvme0n1", 8, "259:0", {"nvme0n1p1"});
@@ -261,7 +261,7 @@ TEST(SysfsText, NumbersAreTakenOnlyWhenTheyFit) {
     EXPECT_EQ(majorNumberFrom("-2147483649:0"), 0);
 }
 
-TEST(SysfsText, ANegativeSizeIsWhatExtractionMakesOfIt) {
+TEST(SysfsText, ANegativeSizeWrapsAsInStreamExtraction) {
     EXPECT_EQ(sectorCountFrom("-1"), ~0UL);  // extraction succeeds, modulo 2^64
     EXPECT_EQ(sectorCountFrom("-18446744073709551616"), 0UL);
 }
@@ -288,7 +288,7 @@ TEST(SysfsText, TheFirstLineIsReadInAsManyPiecesAsItTakes) {
     EXPECT_EQ(machine.openHandles(), 0);
 }
 
-TEST(SysfsText, NothingIsReadBehindAPage) {
+TEST(SysfsText, NothingIsReadPastAPage) {
     FakeOs machine;
     machine.file("/sys/block/sda/size", std::string(4095, ' ') + "123\n");
     EXPECT_EQ(diskmgt_col::firstLineOf("/sys/block/sda/size"), std::string(4095, ' ') + "1");

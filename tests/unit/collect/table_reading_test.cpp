@@ -1,4 +1,4 @@
-// What reading a device's tables ran into, beside what was found.
+// Errors while a device's tables are read, reported beside the partitions.
 #include <gmock/gmock.h>
 
 #include <cerrno>
@@ -23,7 +23,7 @@ struct Seen {
     std::size_t partitions;
 };
 
-/// What is seen of /dev/sda when the n-th call does as said; 0: none. Counting must see the same as describing.
+/// The reading of /dev/sda when the n-th call fails as given; 0: no call. Counting must give the same as describing.
 Seen seenOn(const DiskImage& image, int call = 0, Effect effect = {}) {
     FakeOs machine;
     machine.device("/dev/sda", image);
@@ -41,7 +41,7 @@ Seen seenOn(const DiskImage& image, int call = 0, Effect effect = {}) {
     return described;
 }
 
-/// Each table is sought and read: the calls after opening (two) and looking at the first slot (three).
+/// A seek and a read for each table, after opening (two calls) and checking the first slot (three).
 constexpr int kFirstSlotRead = 4, kMbrRead = 7, kExtendedRead = 9, kLinkRead = 11, kGptHeaderRead = 7,
               kGptEntriesRead = 8;
 
@@ -53,7 +53,7 @@ DiskImage chain() {
         .slot(0, 0x83, 1, 1, 150);
 }
 
-TEST(TableReading, HasNothingToSayOfWholeTables) {
+TEST(TableReading, ReportsNothingForCompleteTables) {
     for (const DiskImage& image : {chain(), DiskImage().gpt(4).gptEntry(1, kLinux, 34, 40), DiskImage().gpt(0)}) {
         const TableReading reading = seenOn(image).reading;
         EXPECT_EQ(reading.error, 0);

@@ -1,4 +1,4 @@
-// What the names and identifiers of block devices say.
+// What names and identifiers of block devices mean.
 #include "machine/block_devices.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@ TEST(VolumeKind, IsThePrefixOfTheIdentifier) {
     EXPECT_EQ(volumeKindFrom("VDO-1").kind, Kind::kDeviceMapper);
 }
 
-TEST(VolumeKind, APartitionOfTheVolumeBeneathHasItsNumberInFront) {
+TEST(VolumeKind, APartitionsIdentifierBeginsWithItsNumber) {
     EXPECT_EQ(volumeKindFrom("part12-mpath-3600").kind, Kind::kPartition);
     EXPECT_EQ(volumeKindFrom("part12-mpath-3600").partitionNumber, 12U);
     for (const char* const uuid : {"part-mpath", "part1", "partx-mpath", "part1mpath"})
@@ -43,7 +43,7 @@ TEST(PartitionNumber, FollowsTheNameOfTheDisk) {
     EXPECT_EQ(partitionNumberIn("sda1", ""), std::nullopt);
 }
 
-TEST(NaturalOrder, IsTheOrderThatPeopleExpect) {
+TEST(NaturalOrder, IsNaturalOrder) {
     const std::vector<std::string> ordered{"dm-0",    "dm-2",      "dm-10",    "loop0", "md0",  "md0p1", "nvme0n1",
                                            "nvme0n2", "nvme0n2p1", "nvme0n10", "sda",   "sda1", "sda2",  "sda10",
                                            "sdb",     "sdz",       "sdaa",     "sdaa1", "sdab", "sr0",   "vda"};

@@ -1,4 +1,4 @@
-// /sys/block as it is on servers, and as it is not.
+// /sys/block as found on servers, and malformed.
 #include "machine/block_reader.h"
 
 #include <gmock/gmock.h>
@@ -131,7 +131,7 @@ TEST(BlockReader, ExclamationMarksAreSlashesBelowDev) {
     EXPECT_THAT(deviceIn(blocks, "dm-0").unlistedSlaves, IsEmpty());
 }
 
-TEST(BlockReader, BothEndsOfWhatLiesOnWhatAreOneLink) {
+TEST(BlockReader, BothEndsOfAnEdgeMakeOneLink) {
     DescribedTree tree;
     tree.disk("sda", "8:0", 8).partition("sda", "sda1", "8:1", 1, 2).disk("sdb", "8:16", 8).disk("md0", "9:0", 8);
     tree.lies("md0", "sda/sda1").lies("md0", "sdb");
@@ -156,7 +156,7 @@ TEST(BlockReader, HoldersThatAreNotListedAreKeptByName) {
     EXPECT_THAT(blocks.devices[0].unlistedSlaves, ElementsAre("gone"));
 }
 
-TEST(BlockReader, AFolderThatTheKernelListsAsADiskIsNoPartition) {
+TEST(BlockReader, AFolderThatTheKernelListsAsADiskIsNotAPartition) {
     DescribedTree tree;
     tree.disk("xvda", "202:0", 8).partition("xvda", "xvda1", "202:1", 1, 2).disk("xvda1", "202:1", 8);
     const BlockDevices blocks = readBlockDevices();
@@ -164,7 +164,7 @@ TEST(BlockReader, AFolderThatTheKernelListsAsADiskIsNoPartition) {
     EXPECT_EQ(deviceIn(blocks, "xvda1").kind, Kind::kDisk);
 }
 
-TEST(BlockReader, TextsThatSayNothingLeaveTheirFieldsOut) {
+TEST(BlockReader, TextsThatDoNotParseLeaveTheirFieldsEmpty) {
     DescribedTree tree;
     tree.file("/sys/block/sda/dev", "8\n")
         .file("/sys/block/sda/size", "18446744073709551615\n")
@@ -186,7 +186,7 @@ TEST(BlockReader, TextsEndAfterAPage) {
     EXPECT_EQ(readBlockDevices().devices[0].backingFile.size(), 4096U);
 }
 
-TEST(BlockReader, NamesThatAreNotUtf8StayAsTheyAre) {
+TEST(BlockReader, NamesThatAreNotUtf8StayUnchanged) {
     DescribedTree tree;
     tree.disk("sd\xE9", "8:0", 8).partition("sd\xE9", "sd\xE9\x31", "8:1", 1, 2);
     EXPECT_THAT(namesOf(readBlockDevices()), ElementsAre("sd\xE9", "sd\xE9\x31"));
@@ -225,7 +225,7 @@ TEST(BlockReader, CallsGrowWithTheDisksAlone) {
     EXPECT_EQ(callsWith(20) - callsWith(10), callsWith(12) - callsWith(2));
 }
 
-TEST(BlockReader, WhateverVanishesMeanwhileNothingLeaksAndTheRestIsThere) {
+TEST(BlockReader, DevicesThatVanishLeakNothingAndTheRestIsKept) {
     DescribedTree tree;
     tree.disk("sda", "8:0", 8).partition("sda", "sda1", "8:1", 1, 2).disk("dm-0", "253:0", 8).lies("dm-0", "sda/sda1");
     const auto clean = namesOf(readBlockDevices());

@@ -1,4 +1,4 @@
-// A tree of small files in front of the kernel's: folders follow from the paths.
+// A tree of small files that hides the kernel's. Folders follow from the paths.
 #pragma once
 
 #include <map>
@@ -26,7 +26,7 @@ public:
         list(path);
         return *this;
     }
-    /// A disk with the two texts that nearly every one has.
+    /// A disk with the two texts that nearly every disk has.
     DescribedTree& disk(const std::string& name, const std::string& number, std::uint64_t sectors) {
         return file("/sys/block/" + name + "/dev", number + "\n")
             .file("/sys/block/" + name + "/size", std::to_string(sectors) + "\n");
@@ -38,7 +38,7 @@ public:
             .file(folderPath + "/start", std::to_string(start) + "\n")
             .file(folderPath + "/size", std::to_string(sectors) + "\n");
     }
-    /// `upper` lies on `lower`, a path below /sys/block: both ends, as the kernel writes them.
+    /// `upper` lies on `lower`, a path below /sys/block: at both ends, as the kernel lists it.
     DescribedTree& lies(const std::string& upper, const std::string& lower) {
         const std::string lowerName = lower.substr(lower.rfind('/') + 1);
         return link("/sys/block/" + upper + "/slaves/" + lowerName, "../../" + lower)

@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 constexpr const char* kLine =
     R"(36 35 98:0 /mnt1 /mnt\040two rw,noatime master:1 shared:2 - ext3 /dev/root rw,errors=continue)";
 
-TEST(MountLine, HasEveryFieldWithItsEscapesTakenOut) {
+TEST(MountLine, HasEveryFieldUnescaped) {
     const auto mount = mountFrom(kLine);
     ASSERT_TRUE(mount.has_value());
     EXPECT_EQ(mount->id, 36U);
@@ -35,7 +35,7 @@ TEST(MountLine, MayLackOptionalFieldsAndTheSourceMayBeEmpty) {
     EXPECT_EQ(mount->superOptions, "rw");
 }
 
-TEST(MountLine, ADashAsSourceIsNoSeparator) {
+TEST(MountLine, ADashAsSourceIsNotTheSeparator) {
     const auto mount = mountFrom("1 0 0:5 / - rw - fuse - rw");
     ASSERT_TRUE(mount.has_value());
     EXPECT_EQ(mount->mountPoint, "-");
@@ -43,7 +43,7 @@ TEST(MountLine, ADashAsSourceIsNoSeparator) {
     EXPECT_EQ(mount->source, "-");
 }
 
-TEST(MountLine, CutAnywhereIsNoMountUntilItsLastField) {
+TEST(MountLine, CutBeforeItsLastFieldIsRefused) {
     const std::string whole = kLine;
     const std::size_t lastField = whole.rfind(' ') + 1;
     for (std::size_t length = 0; length < lastField; ++length)
@@ -51,19 +51,19 @@ TEST(MountLine, CutAnywhereIsNoMountUntilItsLastField) {
     EXPECT_TRUE(mountFrom(whole.substr(0, lastField)).has_value());
 }
 
-TEST(MountLine, WithNumbersThatAreNoneIsNoMount) {
+TEST(MountLine, WithMalformedNumbersIsRefused) {
     EXPECT_FALSE(mountFrom("x 0 0:5 / / rw - tmpfs none rw").has_value());
     EXPECT_FALSE(mountFrom("1 x 0:5 / / rw - tmpfs none rw").has_value());
     EXPECT_FALSE(mountFrom("1 0 05 / / rw - tmpfs none rw").has_value());
 }
 
-TEST(Mounts, LinesThatAreNotTheKernelsAreLeftOut) {
+TEST(Mounts, LinesOfAnotherFormAreLeftOut) {
     const auto mounts = mountsIn("\nrubbish\n1 0 8:1 / / rw - ext4 /dev/sda1 rw\n");
     ASSERT_EQ(mounts.size(), 1U);
     EXPECT_EQ(mounts[0].source, "/dev/sda1");
 }
 
-/// Mounts with the parents that these mount points lead to, as the kernel would have made them one after the other.
+/// Mounts with the parents that the kernel would give them when they are mounted in this order.
 class Table {
 public:
     void mount(const std::string& place) {
@@ -75,7 +75,7 @@ public:
         mounts.push_back(made);
     }
 
-    /// Where a path leads, step by step as the kernel walks it.
+    /// Resolves a path step by step, as the kernel does.
     std::size_t lookUp(const std::string& path) const {
         std::size_t current = topOf(0);
         for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
@@ -112,19 +112,19 @@ std::vector<bool> hiddenOf(const std::vector<std::string>& places) {
     return hiddenByLaterMount(table.mounts);
 }
 
-TEST(HiddenMounts, OneAtTheSamePlaceHidesTheEarlierOne) {
+TEST(HiddenMounts, AMountAtTheSamePlaceHidesTheEarlierOne) {
     EXPECT_THAT(hiddenOf({"/", "/mnt", "/mnt"}), ElementsAre(false, true, false));
 }
 
-TEST(HiddenMounts, OneAboveHidesWhatLiesBelow) {
+TEST(HiddenMounts, AMountAboveHidesThoseBelow) {
     EXPECT_THAT(hiddenOf({"/", "/mnt/a", "/mnt/a/b", "/mnt"}), ElementsAre(false, true, true, false));
 }
 
-TEST(HiddenMounts, OneMadeAfterwardsBelowIsSeen) {
+TEST(HiddenMounts, ALaterMountBelowIsVisible) {
     EXPECT_THAT(hiddenOf({"/", "/mnt/a", "/mnt", "/mnt/a"}), ElementsAre(false, true, false, false));
 }
 
-TEST(HiddenMounts, ANameThatBeginsAlikeIsNotBelow) {
+TEST(HiddenMounts, APathWithACommonPrefixIsNotBelow) {
     EXPECT_THAT(hiddenOf({"/", "/mnt/ab", "/mnt/a", "/mnt/a-b"}), ElementsAre(false, false, false, false));
 }
 
@@ -155,7 +155,7 @@ TEST(HiddenMounts, ParentsInACircleEnd) {
     EXPECT_EQ(hiddenByLaterMount(mounts).size(), 3U);
 }
 
-TEST(HiddenMounts, ATableWithoutItsRootHidesNothingElse) {
+TEST(HiddenMounts, ATableWithoutItsRootHidesNothing) {
     const auto mounts = mountsIn("5 2 8:1 / /srv/a rw - ext4 a rw\n6 2 8:2 / /srv/b rw - ext4 b rw\n");
     EXPECT_THAT(hiddenByLaterMount(mounts), ElementsAre(false, false));
 }

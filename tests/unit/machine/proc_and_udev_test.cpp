@@ -28,12 +28,12 @@ TEST(Swaps, AreTheLinesBelowTheHeadings) {
     EXPECT_TRUE(swaps[1].isFile);
 }
 
-TEST(Swaps, LinesThatAreNotTheKernelsAreLeftOut) {
+TEST(Swaps, LinesOfAnotherFormAreLeftOut) {
     EXPECT_FALSE(swapFrom("").has_value());
     EXPECT_FALSE(swapFrom("/dev/sda1 partition 4").has_value());
     EXPECT_FALSE(swapFrom("/dev/sda1 other 4 0 0").has_value());
     EXPECT_FALSE(swapFrom("/dev/sda1 partition x 0 0").has_value());
-    EXPECT_FALSE(swapFrom("/dev/sda1 partition 4 18446744073709551615 0").has_value());  // KiB: no number of bytes
+    EXPECT_FALSE(swapFrom("/dev/sda1 partition 4 18446744073709551615 0").has_value());  // KiB: does not fit as bytes
 }
 
 constexpr const char* kRecord =
@@ -95,7 +95,7 @@ TEST(DiskLinks, AreListedByTheDeviceTheyLeadTo) {
     EXPECT_EQ(tree.machine.openHandles(), 0);
 }
 
-TEST(DiskLinks, AreNoneWithoutUdev) {
+TEST(DiskLinks, AreEmptyWithoutUdev) {
     const DescribedTree tree;
     EXPECT_TRUE(readDiskLinks().empty());
 }

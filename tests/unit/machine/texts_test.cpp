@@ -16,13 +16,13 @@ TEST(MachineTexts, OctalEscapesBecomeTheirBytes) {
     EXPECT_EQ(withoutOctalEscapes(R"(\377)"), "\xFF");
 }
 
-TEST(MachineTexts, WhatIsNoOctalEscapeStays) {
+TEST(MachineTexts, OtherTextThanOctalEscapesStays) {
     for (const char* const text :
          {R"(\)", R"(\0)", R"(\04)", R"(\089)", R"(\400)", R"(\777)", R"(a\ b)", R"(\-01)", ""})
         EXPECT_EQ(withoutOctalEscapes(text), text);
 }
 
-TEST(MachineTexts, AnEscapedBackslashBeginsNoSecondEscape) {
+TEST(MachineTexts, AnEscapedBackslashDoesNotBeginAnotherEscape) {
     EXPECT_EQ(withoutOctalEscapes(R"(\134040)"), R"(\040)");
     EXPECT_EQ(withoutHexEscapes(R"(\x5cx20)"), R"(\x20)");
 }
@@ -33,14 +33,14 @@ TEST(MachineTexts, HexadecimalEscapesBecomeTheirBytes) {
         EXPECT_EQ(withoutHexEscapes(text), text);
 }
 
-TEST(MachineTexts, NumbersAreDigitsAndNothingElse) {
+TEST(MachineTexts, NumbersAreDigitsOnly) {
     EXPECT_EQ(decimalFrom("0"), 0U);
     EXPECT_EQ(decimalFrom("18446744073709551615"), 18446744073709551615U);
     for (const char* const text : {"", " 1", "1 ", "-1", "+1", "0x1", "1\n", "18446744073709551616", "1,0"})
         EXPECT_EQ(decimalFrom(text), std::nullopt) << text;
 }
 
-TEST(MachineTexts, LinesEndAtLineEndsAndTheLastNeedsNone) {
+TEST(MachineTexts, LinesEndAtLineEndsAndTheLastMayLackIts) {
     EXPECT_THAT(linesIn("a\n\nb"), ElementsAre("a", "", "b"));
     EXPECT_THAT(linesIn("a\n"), ElementsAre("a"));
     EXPECT_THAT(linesIn(""), ElementsAre());
@@ -49,7 +49,7 @@ TEST(MachineTexts, LinesEndAtLineEndsAndTheLastNeedsNone) {
 
 TEST(MachineTexts, FieldsBetweenTwoBlanksAreEmpty) { EXPECT_THAT(fieldsIn("a  b "), ElementsAre("a", "", "b", "")); }
 
-TEST(MachineTexts, FillOfDrivesIsTakenOffBothEnds) {
+TEST(MachineTexts, PaddingOfDrivesIsTrimmedAtBothEnds) {
     EXPECT_EQ(trimmed(std::string_view("\0 \tWD 1\r\n \0", 11)), "WD 1");
     EXPECT_EQ(trimmed(" \n"), "");
 }

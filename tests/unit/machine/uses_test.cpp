@@ -1,4 +1,4 @@
-// What uses a device, through every layer; and the rows in which all devices are shown.
+// What uses a device, through every layer; and the rows that show all devices.
 #include "machine/uses.h"
 
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@ using diskmgt_test::DescribedTree;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// What is said of one device, as names.
+/// The uses of one device, as names.
 struct Said {
     std::vector<std::string> holders;
     std::vector<std::string> mountPoints;
@@ -64,27 +64,27 @@ protected:
     DescribedTree tree;
 };
 
-TEST_F(Layered, ADiskIsUsedByWhatLiesOnItsPartitionsThroughEveryLayer) {
+TEST_F(Layered, ADiskIsUsedThroughEveryLayerAboveItsPartitions) {
     const Said said = usesOf("sda");
     EXPECT_THAT(said.holders, ElementsAre("dm-0", "dm-1", "dm-2"));
     EXPECT_THAT(said.mountPoints, ElementsAre("/", "/boot"));
     EXPECT_THAT(said.swaps, ElementsAre("/dev/mapper/vg-swap"));
 }
 
-TEST_F(Layered, APartitionIsUsedByWhatLiesOnItAlone) {
+TEST_F(Layered, APartitionIsUsedOnlyByDevicesOnIt) {
     EXPECT_THAT(usesOf("sda1").mountPoints, ElementsAre("/boot"));
     EXPECT_THAT(usesOf("sda1").holders, IsEmpty());
     EXPECT_THAT(usesOf("sda2").mountPoints, ElementsAre("/"));
 }
 
-TEST_F(Layered, AVolumeIsNotUsedByWhatItLiesOn) {
+TEST_F(Layered, AVolumeIsNotUsedByDevicesBeneathIt) {
     EXPECT_THAT(usesOf("dm-1").holders, IsEmpty());
     EXPECT_THAT(usesOf("dm-1").mountPoints, ElementsAre("/"));
 }
 
-TEST_F(Layered, TheSourceOfAMountWithoutADeviceIsAnybodysText) { EXPECT_THAT(usesOf("sdb").mountPoints, IsEmpty()); }
+TEST_F(Layered, TheSourceOfAMountWithoutADeviceIsNotADevice) { EXPECT_THAT(usesOf("sdb").mountPoints, IsEmpty()); }
 
-TEST_F(Layered, ADiskThatNothingIsSeenToUseSaysNothing) {
+TEST_F(Layered, AnUnusedDiskHasNoUses) {
     const Machine machine = readMachine();
     EXPECT_FALSE(Uses(machine).of(machine.blocks.find("sdb").value()).any());
     EXPECT_TRUE(Uses(machine).of(machine.blocks.find("sda").value()).any());
@@ -103,7 +103,7 @@ TEST_F(Layered, ALoopOnTheDeviceItselfUsesIt) {
     EXPECT_THAT(usesOf("sdb").holders, ElementsAre("loop0"));
 }
 
-TEST_F(Layered, AHiddenPathIsUsedAsItsDiskIs) {
+TEST_F(Layered, AHiddenPathHasTheUsesOfItsDisk) {
     tree.disk("nvme0n1", "253:1", 8).file("/sys/block/nvme0c0n1/hidden", "1\n");
     tree.disk("nvme0n1", "259:0", 8).file("/proc/self/mountinfo", "20 1 259:0 / / rw - ext4 x rw\n");
     EXPECT_THAT(usesOf("nvme0c0n1").holders, ElementsAre("nvme0n1"));
@@ -130,7 +130,7 @@ TEST(Uses, TheWholeAccountSaysWhichTablesCouldNotBeRead) {
     EXPECT_EQ(machine.swapError, ENOENT);
 }
 
-/// Random devices, some of them partitions' worth of layers, some in cycles.
+/// Random devices, some in many layers, some in cycles.
 BlockDevices randomGraph() {
     BlockDevices blocks;
     blocks.devices.resize(*rc::gen::inRange<std::size_t>(0, 30));
@@ -146,7 +146,7 @@ BlockDevices randomGraph() {
     return blocks;
 }
 
-TEST(Arrangement, OfAnyGraphShowsEveryDeviceOnceAndKeepsEveryWayToADisk) {
+TEST(Arrangement, OfAnyGraphShowsEveryDeviceOnceAndKeepsEveryPathToADisk) {
     EXPECT_TRUE(rc::check("whole once, each link one row", [] {
         const BlockDevices blocks = randomGraph();
         const std::vector<ArrangedRow> rows = arrange(blocks);
@@ -197,7 +197,7 @@ TEST(Uses, OfAnyGraphEndAndReachWhatIsMounted) {
     }));
 }
 
-TEST(Arrangement, AVolumeOnTwoDisksIsWholeBeneathTheFirst) {
+TEST(Arrangement, AVolumeOnTwoDisksIsShownInFullBeneathTheFirst) {
     DescribedTree tree;
     tree.disk("sda", "8:0", 8).disk("sdb", "8:16", 8).disk("md0", "9:0", 8).disk("dm-0", "253:0", 8);
     tree.lies("md0", "sda").lies("md0", "sdb").lies("dm-0", "md0");

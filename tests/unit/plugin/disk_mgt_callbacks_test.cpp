@@ -28,7 +28,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-TEST(TDiskMgtCallbacks, TellsItsIdentity) {
+TEST(TDiskMgtCallbacks, ReportsItsIdentity) {
     PluginSession session;
     (void)session.host.request({});  // an entry that registered by itself is taken into service by the next request
     const auto plugins = session.host.plugins();
@@ -51,7 +51,7 @@ TEST(TDiskMgtCallbacks, AnEmptyClassListPreparesBothProvidersAndCollectsNothing)
     EXPECT_FALSE(result.failure.has_value());
 }
 
-TEST(TDiskMgtCallbacks, AsksEachClassInOrderWhetherItIsAnAssociation) {
+TEST(TDiskMgtCallbacks, QueriesEachClassInOrderWhetherItIsAnAssociation) {
     FakeOs machine;
     PluginSession session;
     session.host.startTrace();
@@ -74,7 +74,7 @@ TEST(TDiskMgtCallbacks, AClassNamedTwiceIsServedTwice) {
 TEST(TDiskMgtCallbacks, AFailingIdentityQueryOfTheHostEndsTheRequest) {
     FakeOs machine;
     PluginSession session;
-    for (const std::size_t crossing : {1U, 2U, 3U, 4U}) {  // each provider asks for both names
+    for (const std::size_t crossing : {1U, 2U, 3U, 4U}) {  // each provider queries both names
         session.host.setFaultPlan({crossing, false, FaultKind::kTalException});
         const auto result = session.host.request({"VEXSG_DynamicExtent"});
         EXPECT_TRUE(result.failure.has_value()) << crossing;
@@ -104,7 +104,7 @@ TEST(TDiskMgtCallbacks, ANullClassEndsTheRequestWithAnException) {
     });
 }
 
-/// Answers the association query into its options too, and looks at its name query whether that answer is still held.
+/// Also writes into the options of the association query; its name query checks whether that answer is still held.
 class AnsweringClass final : public diskmgt_test::RenamedClass {
 public:
     explicit AnsweringClass(boost::shared_ptr<NVEXTAL20::ICIMClass> original)
@@ -144,7 +144,7 @@ TEST(TDiskMgtCallbacks, WithoutAPluginManagerItStaysUnregisteredAndSilent) {
     TDiskMgtCallbacks entry;
     session.host.clearFaultPlan();
     (void)session.insideRequest({}, [](auto, Classes&) {});
-    EXPECT_EQ(session.host.plugins().size(), 1U);  // the session's own
+    EXPECT_EQ(session.host.plugins().size(), 1U);  // the session's
     LogMessage::getInstance()->writeError("unheard");
     EXPECT_THAT(session.host.log(), IsEmpty());
 }
@@ -166,7 +166,7 @@ TEST(TDiskMgtCallbacks, AnExceptionOfTheRegistrationLeavesTheConstructor) {
     }
 }
 
-TEST(TDiskMgtCallbacks, WhatItGaveTheLogStaysWhenItIsGone) {
+TEST(TDiskMgtCallbacks, TheLogKeepsItsHandleAfterTheObjectIsFreed) {
     HostSession session;
     LogMessage::setPluginInstance(nullptr);
     auto* const entry = new TDiskMgtCallbacks;  // registered: the log has the handle

@@ -43,7 +43,7 @@ TEST(LogMessage, BeforeRegistrationEveryWriteIsDropped) {
     EXPECT_THAT(session.host.log(), IsEmpty());
 }
 
-TEST(LogMessage, NoLoggerIsAskedForWhenNothingIsToBeWritten) {
+TEST(LogMessage, TheLoggerIsQueriedOnlyForTextsToWrite) {
     HostSession session;
     session.host.startTrace();
     LogMessage::getInstance()->writeError("");
@@ -72,7 +72,7 @@ TEST(LogMessage, WriteWin32ErrorNeverLogs) {
     EXPECT_THAT(session.host.log(), IsEmpty());
 }
 
-TEST(LogMessage, AnObjectOfSomebodysOwnWritesAndEndsWithoutTouchingTheOneOfAll) {
+TEST(LogMessage, ALocalObjectWritesAndLeavesTheSingletonAlone) {
     HostSession session;
     { LogMessage().writeStatus("mine"); }
     LogMessage::getInstance()->writeStatus("everybody's");

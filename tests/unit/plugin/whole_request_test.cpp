@@ -1,4 +1,4 @@
-// The plug-in's whole job: one request for every class it serves, crossing by crossing.
+// One request for every class that the plug-in serves, crossing by crossing.
 #include <gmock/gmock.h>
 
 #include "tests/support/fake_os.h"
@@ -39,7 +39,7 @@ std::string lineOf(const TraceEntry& entry) {
     return line;
 }
 
-/// What a request is expected to cross the boundary with.
+/// The crossings expected of a request.
 class Expectation {
 public:
     void add(const std::string& line) { lines.push_back(line); }

@@ -1,4 +1,4 @@
-// Class names are matched to the letter, by both providers.
+// Both providers match class names exactly, case included.
 #include <gmock/gmock.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// ContainedKeySearch and isSubString: the quick searches give exactly what the plain one gives.
+// ContainedKeySearch and isSubString: the fast searches give the same results as the plain one.
 #include "provider/contained_key_search.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ constexpr std::size_t kNone = ContainedKeySearch::kNone;
 
 std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts) { return {texts.begin(), texts.end()}; }
 
-/// The first key, in key order, that lies within the text: found the plain way.
+/// The first key, in key order, that lies within the text, by plain search.
 std::size_t plainSearch(const std::vector<std::string>& sortedKeys, const std::string& text) {
     const InstanceIndexEntry containing(text, nullptr);
     const auto found = std::find_if(sortedKeys.begin(), sortedKeys.end(), [&](const std::string& key) {
@@ -33,7 +33,7 @@ std::vector<std::size_t> plainSearches(const std::vector<std::string>& sortedKey
     return found;
 }
 
-/// Both ways of searching, which must agree.
+/// Searches in both ways, which must agree.
 std::size_t quickSearch(const std::vector<std::string>& sortedKeys, const std::string& text) {
     const ContainedKeySearch search(viewsOf(sortedKeys));
     const std::size_t found = search.firstWithin(text);
@@ -71,7 +71,7 @@ TEST(ContainedKeySearch, EveryByteValueIsAByteLikeAnyOther) {
     const std::string key("\0\xff\x80", 3);
     EXPECT_EQ(quickSearch({key}, std::string("a\0\xff\x80z", 5)), 0U);
     EXPECT_EQ(quickSearch({key}, std::string("a\0\xff", 3)), kNone);
-    EXPECT_EQ(quickSearch({"\x01", "\xff"}, "a\xff"), 1U);  // bytes are not signed
+    EXPECT_EQ(quickSearch({"\x01", "\xff"}, "a\xff"), 1U);  // bytes are unsigned
 }
 
 TEST(ContainedKeySearch, EachTextHasItsOwnAnswerInTheOrderOfTheTexts) {
@@ -152,7 +152,7 @@ TEST(ContainedKeySearch, EqualsThePlainSearchOnAnyKeys) {
     }));
 }
 
-/// Texts that are pieces of keys set beside each other, so that most hold several keys and almost hold others.
+/// Texts joined from pieces of keys, so that most contain several keys and nearly contain others.
 TEST(ContainedKeySearch, EqualsThePlainSearchOnTextsMadeOfKeys) {
     EXPECT_TRUE(rc::check("equals the plain search", [] {
         const auto keys = someSortedKeys();

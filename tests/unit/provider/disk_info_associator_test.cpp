@@ -1,4 +1,4 @@
-// DiskInfoAssociator: which instances are paired, in which roles and order, and what is asked of the host.
+// DiskInfoAssociator: which instances are paired, in which roles and order, and the calls to the host.
 #include "provider/disk_info_associator.h"
 
 #include <gmock/gmock.h>
@@ -29,7 +29,7 @@ constexpr auto kOnPartition = &DiskInfoAssociator::enumerateDiskBasedOnPartition
 constexpr auto kPartitionOnDrive = &DiskInfoAssociator::enumeratePartitionPresentAssociations;
 constexpr auto kDiskOnDrive = &DiskInfoAssociator::enumerateMediaPresentAssociations;
 
-TEST(DiskInfoAssociator, EachPartitionNamesItsOwnDriveAsAntecedentInKeyOrder) {
+TEST(DiskInfoAssociator, EachPartitionNamesItsDriveAsAntecedentInKeyOrder) {
     AssociationScene scene;
     scene.partitions({"/dev/sdb1", "/dev/sda1"}).drives({"/dev/sdb", "/dev/sda"});
     EXPECT_THAT(scene.pairs(kPartitionOnDrive),
@@ -78,7 +78,7 @@ TEST(DiskInfoAssociator, ARelativeLinkTargetIsNotMadeAbsolute) {
     EXPECT_THAT(scene.pairs(kDiskOnDrive), IsEmpty());
 }
 
-TEST(DiskInfoAssociator, ARelativeLinkTargetIsSearchedAsItStands) {
+TEST(DiskInfoAssociator, ARelativeLinkTargetIsSearchedUnchanged) {
     AssociationScene scene;
     scene.logicalDisks({"/dev/mapper/vg-root"}).drives({"dm-0"});
     scene.machine.link("/dev/mapper/vg-root", "../dm-0");
@@ -109,7 +109,7 @@ TEST(DiskInfoAssociator, ALinkTargetOfOneLetterCounts) {
     EXPECT_THAT(scene.pairs(kDiskOnDrive), ElementsAre(Pair("VEXSG_DiskDrive q", "VEXSG_LogicalDisk /dev/root")));
 }
 
-TEST(DiskInfoAssociator, TheLinkIsAskedForWith256BytesAndOnlyWhenNoDriveMatches) {
+TEST(DiskInfoAssociator, TheLinkIsReadWith256BytesAndOnlyWhenNoDriveMatches) {
     AssociationScene scene;
     scene.logicalDisks({"/dev/sda1", "proc"}).drives({"/dev/sda"});
     (void)scene.pairs(kDiskOnDrive);
@@ -132,7 +132,7 @@ TEST(DiskInfoAssociator, WithoutDrivesEveryLogicalDiskStillReadsItsLink) {
     EXPECT_THAT(scene.machine.callTexts(), SizeIs(2));
 }
 
-TEST(DiskInfoAssociator, BothQueriesRunInTheirOrderThoughTheFirstFindsNothing) {
+TEST(DiskInfoAssociator, BothQueriesRunInOrderEvenWhenTheFirstFindsNothing) {
     struct Row {
         AssociationScene::Operation operation;
         const char* outer;
@@ -170,7 +170,7 @@ TEST(DiskInfoAssociator, WithoutLogicalDisksTheDriveQueryStillRuns) {
     EXPECT_EQ(std::get<std::string>(trace[2].arguments[0].second), "VEXSG_MediaAccessDevice");
 }
 
-TEST(DiskInfoAssociator, AsksOneLookupAndOneEnumerationPerIndexAndTwoReferencesPerPair) {
+TEST(DiskInfoAssociator, MakesOneLookupAndOneEnumerationPerIndexAndTwoReferencesPerPair) {
     AssociationScene scene;
     scene.partitions({"/dev/sda1", "/dev/sda2", "/dev/sdc1"}).drives({"/dev/sda"});
     std::vector<refhost::TraceEntry> trace;
@@ -191,7 +191,7 @@ TEST(DiskInfoAssociator, InstancesWithNullKeysMatchEachOther) {
     EXPECT_THAT(scene.pairs(kPartitionOnDrive), ElementsAre(Pair("VEXSG_DiskDrive nameless", "VEXSG_DiskPartition")));
 }
 
-TEST(DiskInfoAssociator, PartitionsWithEqualKeysEachGetTheirOwnAssociation) {
+TEST(DiskInfoAssociator, EveryPartitionOfEqualKeyGetsAnAssociation) {
     AssociationScene scene;
     scene.partitions({"/dev/sda5", "/dev/sda5"}).drives({"/dev/sda"});
     EXPECT_THAT(scene.pairs(kPartitionOnDrive), SizeIs(2));
@@ -245,7 +245,7 @@ public:
     NVEXTAL20::TCIMValue GetValue(NVEXTAL20::TCIMOptions& /*options*/) override { return {}; }
 };
 
-/// Has three instances, and notes what it delivers and which keys are asked for.
+/// Has three instances; records what it delivers and which keys are read.
 class WatchedClass final : public RenamedClass {
 public:
     WatchedClass() : RenamedClass(nullptr, "") {}
@@ -283,7 +283,7 @@ TEST(DiskInfoAssociator, TheWholeEnumerationIsGatheredBeforeAnyKeyIsRead) {
                 ElementsAre("instance", "instance", "instance", "end", "key Name", "key Name", "key Name"));
 }
 
-/// Of any name, with one instance that is null.
+/// A class of any name with one null instance.
 class HollowClass final : public RenamedClass {
 public:
     HollowClass() : RenamedClass(nullptr, "") {}

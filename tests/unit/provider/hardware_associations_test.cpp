@@ -1,4 +1,4 @@
-// HardwareAssociations: the eight rows, their lines, and the silence about failures.
+// HardwareAssociations: the eight rows, their lines, and that failures log nothing.
 #include "provider/hardware_associations.h"
 
 #include <gmock/gmock.h>
@@ -193,7 +193,7 @@ TEST(HardwareAssociations, TheResultIsZeroAfterAFailureToo) {
         });
         EXPECT_TRUE(isRaised);
         EXPECT_EQ(answer, 0);
-        EXPECT_THAT(scene.session.host.instances("VEXSG_PartitionPresent"), SizeIs(1));  // the first call's
+        EXPECT_THAT(scene.session.host.instances("VEXSG_PartitionPresent"), SizeIs(1));  // of the first call
     }
 }
 
@@ -211,7 +211,7 @@ TEST(HardwareAssociations, AFailureWithoutATextEndsTheClassInSilence) {
     EXPECT_THAT(linesOf(result.log), ElementsAre("3 PartitionPresent associations..."));
 }
 
-TEST(ReferenceBuilder, AnInstanceIsAskedForEvenForAnEmptyMap) {
+TEST(ReferenceBuilder, AnInstanceIsRequestedEvenForAnEmptyMap) {
     AssociationScene scene;
     (void)scene.session.insideRequest({"VEXSG_PartitionPresent"}, [&](auto, Classes& classes) {
         ReferenceMap empty;
@@ -236,7 +236,7 @@ TEST(ReferenceBuilder, AFailureWithoutATextIsLoggedWithoutIt) {
                 ElementsAre("3 Attempted creation of instance for VEXSG_PartitionPresent threw exception "));
 }
 
-TEST(ReferenceBuilder, AnEmptyMapOrARefusedInstanceCreatesNothingAndSaysNothing) {
+TEST(ReferenceBuilder, AnEmptyMapOrARefusedInstanceCreatesAndLogsNothing) {
     AssociationScene scene;
     const auto result = scene.session.insideRequest({"VEXSG_PartitionPresent"}, [&](auto, Classes& classes) {
         ReferenceMap empty;

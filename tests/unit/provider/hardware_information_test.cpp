@@ -1,4 +1,4 @@
-// HardwareInformation: the nine rows, their lines, the stamp, and what a failure costs.
+// HardwareInformation: the nine rows, their lines, the stamp, and the effect of failures.
 #include "provider/hardware_information.h"
 
 #include <gmock/gmock.h>
@@ -58,7 +58,7 @@ TEST_F(HardwareInformationOn, EveryInstanceCarriesTheIdentityOfTheHostingSystem)
     }
 }
 
-TEST_F(HardwareInformationOn, TheThreeInstanceClassesLogTheirLinesInTheOrderAsked) {
+TEST_F(HardwareInformationOn, TheThreeInstanceClassesLogTheirLinesInTheOrderRequested) {
     const auto result = session.host.request({"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"});
     EXPECT_THAT(linesOf(result.log), ElementsAre("3 Physical disk information.. VEXSG_DiskDrive",
                                                  "3 Partition information..", "3 Logical disk information.."));
@@ -69,14 +69,14 @@ TEST_F(HardwareInformationOn, TheThreeInstanceClassesLogTheirLinesInTheOrderAske
     EXPECT_THAT(column(session.host, "VEXSG_LogicalDisk", "OtherIdentifyingInfo"), ElementsAre("/", "/proc"));
 }
 
-TEST_F(HardwareInformationOn, EachClassLogsItsLineBeforeTheKernelIsAskedAnything) {
+TEST_F(HardwareInformationOn, EachClassLogsItsLineBeforeAnySystemCall) {
     for (const char* const className : {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"}) {
         SCOPED_TRACE(className);
         session.host.startTrace();
         (void)session.host.request({className});
         const auto line = crossingOf(session.host.takeTrace(), "log");
         machine.forgetCalls();
-        session.host.setFaultPlan({line, false, FaultKind::kStandardException});  // which ends the class there
+        session.host.setFaultPlan({line, false, FaultKind::kStandardException});  // ends the class there
         (void)session.host.request({className});
         session.host.clearFaultPlan();
         EXPECT_EQ(machine.calls(), 0);
@@ -94,7 +94,7 @@ TEST_F(HardwareInformationOn, TheOtherDriveClassesLogTheirNameAndStayEmpty) {
     }
 }
 
-TEST_F(HardwareInformationOn, DynamicExtentsAreAnsweredWithALineAndNothing) {
+TEST_F(HardwareInformationOn, DynamicExtentsLogALineAndPublishNothing) {
     const auto result = session.host.request({"VEXSG_DynamicExtent"});
     EXPECT_THAT(linesOf(result.log), ElementsAre("3 Dynamic Extent information.."));
     EXPECT_THAT(session.host.instances("VEXSG_DynamicExtent"), IsEmpty());
@@ -123,7 +123,7 @@ TEST_F(HardwareInformationOn, AFailureEndsItsClassAndTheNextIsStillServed) {
     }
 }
 
-TEST_F(HardwareInformationOn, AForeignExceptionGoesOnToTheHost) {
+TEST_F(HardwareInformationOn, AForeignExceptionPassesToTheHost) {
     session.host.startTrace();
     (void)session.host.request({"VEXSG_DiskDrive"});
     const auto creation = crossingOf(session.host.takeTrace(), "createInstance");
@@ -172,7 +172,7 @@ TEST(HardwareInformation, TheExceptionLineRunsTheClassNameIntoTheMessage) {
     EXPECT_THAT(result.log[1].text, StartsWith("VEXSG_DiskDrivecollection encountered exception: "));
 }
 
-/// Calls the provider itself, inside a request.
+/// Calls the provider directly, inside a request.
 class HardwareInformationAlone : public ::testing::Test {
 protected:
     void with(const std::function<void(HardwareInformation&)>& work) {
@@ -205,7 +205,7 @@ TEST_F(HardwareInformationAlone, TheTableHasNineRowsAndDynamicDiskGroupsShareThe
     });
 }
 
-TEST_F(HardwareInformationAlone, TheStampStandsBesideEntriesOfTheSameName) {
+TEST_F(HardwareInformationAlone, TheStampIsAddedToEntriesOfTheSameName) {
     with([&](HardwareInformation& provider) {
         EXPECT_FALSE(provider.enumerateInstances(served));
         PropertyMap device = {{"SystemName", "other"}};
@@ -221,7 +221,7 @@ TEST_F(HardwareInformationAlone, TheStampStandsBesideEntriesOfTheSameName) {
     EXPECT_FALSE(result.failure.has_value());
 }
 
-TEST_F(HardwareInformationAlone, AClassThatIsNotServedIsTheCurrentOneAllTheSame) {
+TEST_F(HardwareInformationAlone, AnUnservedClassStillBecomesTheCurrentOne) {
     with([&](HardwareInformation& provider) {
         EXPECT_FALSE(provider.enumerateInstances(boost::make_shared<RenamedClass>(served, "Unserved")));
         PropertyMap device;
@@ -232,7 +232,7 @@ TEST_F(HardwareInformationAlone, AClassThatIsNotServedIsTheCurrentOneAllTheSame)
     EXPECT_THAT(result.log, IsEmpty());
 }
 
-TEST_F(HardwareInformationAlone, AFailureWithoutATextEndsTheClassAndItsLineHasNone) {
+TEST_F(HardwareInformationAlone, AFailureWithoutATextEndsTheClassWithALineWithoutIt) {
     machine.sysfsDisk("sda", 8, "8:0", {}).device("/dev/sda", DiskImage());
     using Creation = std::function<boost::shared_ptr<NVEXTAL20::ICIMInstance>()>;
     const Creation failures[] = {
@@ -264,7 +264,7 @@ TEST_F(HardwareInformationAlone, AHostThatFailsWhileAFailureIsLoggedLosesOnlyThe
     EXPECT_THAT(linesOf(result.log), ElementsAre(line, line));
 }
 
-TEST_F(HardwareInformationAlone, DynamicDiskGroupsHaveACollectionOfTheirOwnThatLogsAndYieldsNothing) {
+TEST_F(HardwareInformationAlone, TheCollectionForDynamicDiskGroupsLogsAndPublishesNothing) {
     with([](HardwareInformation& provider) { EXPECT_THAT(provider.enumDynamicDiskGroupInformation(), IsEmpty()); });
     EXPECT_THAT(linesOf(result.log), ElementsAre("3 Dynamic Disk Group information.."));
 }

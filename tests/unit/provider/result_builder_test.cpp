@@ -1,4 +1,4 @@
-// ResultBuilder: texts become typed properties, and what is refused costs only itself.
+// ResultBuilder: texts become typed properties, and a refused one costs only itself.
 #include "provider/result_builder.h"
 
 #include <gmock/gmock.h>
@@ -32,7 +32,7 @@ using ::testing::UnorderedElementsAre;
 
 const char* const kClass = "VEXSG_DiskDrive";
 
-/// Builds one instance of a class inside a request of its own.
+/// Builds one instance of a class inside a separate request.
 class ResultBuilding : public ::testing::Test {
 protected:
     bool build(PropertyMap map, const std::string& className = kClass) {
@@ -48,7 +48,7 @@ protected:
         return session.host.takeTrace();
     }
 
-    /// Builds into an instance of the test's own.
+    /// Builds into an instance that the test supplies.
     bool buildInto(const boost::shared_ptr<ScriptedInstance>& instance, PropertyMap map) {
         bool nothingCommitted = false;
         result = session.insideRequest({kClass}, [&](auto, Classes& classes) {
@@ -77,7 +77,7 @@ TEST_F(ResultBuilding, AnEmptyMapCreatesNoInstanceAndReturnsTrue) {
     EXPECT_THAT(result.log, IsEmpty());
 }
 
-TEST_F(ResultBuilding, AnInstanceIsAskedForEvenForAnEmptyMap) {
+TEST_F(ResultBuilding, AnInstanceIsRequestedEvenForAnEmptyMap) {
     EXPECT_THAT(callsByPlugin(cleanTrace({})), ElementsAre("createInstance"));
 }
 
@@ -159,13 +159,13 @@ INSTANTIATE_TEST_SUITE_P(Texts, ArrayBuilding,
                                            ArrayCase{"no_piece_gives_an_empty_array", ",,", {}}),
                          [](const auto& row) { return row.param.label; });
 
-TEST_F(ResultBuilding, AsksTheHostForNothingMoreThanOnePropertyTakes) {
+TEST_F(ResultBuilding, MakesNoHostCallBeyondThoseOfOneProperty) {
     EXPECT_THAT(callsByPlugin(cleanTrace({{"Size", "1"}})),
                 ElementsAre("createInstance", "getProperty", "propertyType", "isArray", "classNamespace", "parseValue",
                             "setProperty", "commit"));
 }
 
-TEST_F(ResultBuilding, AsksForTheNamespaceOncePerArrayElement) {
+TEST_F(ResultBuilding, QueriesTheNamespaceOncePerArrayElement) {
     session.host.startTrace();
     (void)build({{"OtherIdentifyingInfo", "a,b,"}}, "VEXSG_LogicalDisk");
     EXPECT_THAT(callsByPlugin(session.host.takeTrace()),
@@ -228,7 +228,7 @@ TEST_F(ResultBuilding, AFailedCommitIsLoggedAndReturnsTrue) {
                 ElementsAre(StartsWith("3 Attempted creation of instance for VEXSG_DiskDrive threw exception ")));
 }
 
-TEST_F(ResultBuilding, AFailureWithoutATextCostsThePropertyAndHasNoLineOfItsOwn) {
+TEST_F(ResultBuilding, AFailureWithoutATextCostsThePropertyAndLogsNoTextLine) {
     const auto instance = boost::make_shared<ScriptedInstance>();
     instance->onGetProperty = [](const std::string&) -> boost::shared_ptr<NVEXTAL20::ICIMProperty> {
         throw SilentHostFailure();

@@ -1,4 +1,4 @@
-// A plug-in that lives in the test itself: the test says what it does when it is asked for data.
+// A plug-in inside the test program. The test supplies what it does on a data request.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ using Service = std::function<void(const Namespace&, Classes&)>;
 
 class InProcessPlugin final : public NVEXTAL20::IPluginCallbacks, public NVEXTAL20::IPluginBasicQueryCallbacks {
 public:
-    /// Registers a new plug-in with the host that exists, which owns it from then on. True when it was taken.
+    /// Registers a new plug-in with the current host, which then owns it. True when it was accepted.
     static bool enter(Service service) {
         auto* const entry = new InProcessPlugin(std::move(service));
         auto* const manager =
@@ -47,13 +47,13 @@ private:
     Service serve;
 };
 
-/// The value that `text` makes as one of `type`.
+/// `text` parsed as a value of `type`.
 inline NVEXTAL20::TCIMValue parsed(const std::string& type, std::string text, const Namespace& nameSpace = {}) {
     return NVEXTAL20::TCIMValue(NVEXTAL20::TCIMValue::TCIMType(type), text, nameSpace);
 }
 
-/// A host whose plug-in does what each test gives it. The work runs within a request, where failures show: what it
-/// throws becomes the request's failure.
+/// A host whose plug-in runs the work of a test. The work runs within a request; an exception becomes the request's
+/// failure.
 class WithHost {
 public:
     explicit WithHost(refhost::HostOptions options = {"testhost", {}, false}) : host(std::move(options)) {

@@ -1,4 +1,4 @@
-// Disk recipes put bytes where they say.
+// Disk recipes put bytes at the given places.
 #include "tests/support/disk_image.h"
 
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ TEST(DiskImage, ReadsAcrossSectorsAndNoFurtherThanItsEnd) {
     EXPECT_EQ(image.readAt(2048, buffer, sizeof buffer), 0U);
 }
 
-TEST(DiskImage, RefusesWhatIsNoGuid) {
+TEST(DiskImage, RefusesMalformedGuids) {
     for (const char* const text : {"", "C12A7328", "C12A7328-F81F-11D2-BA4B-00A0C93EC93G",
                                    "C12A7328F81F-11D2-BA4B-00A0C93EC93B-", "c12a7328-f81f-11d2-ba4b-00a0c93ec93b0"})
         EXPECT_THROW((void)diskmgt_test::guidBytes(text), std::invalid_argument) << text;

@@ -1,4 +1,4 @@
-// The described machine answers as a kernel would, notes every call and fails those it is told to.
+// The described machine answers as a kernel would, records every call and fails the chosen ones.
 #include "tests/support/fake_os.h"
 
 #include <fcntl.h>
@@ -34,7 +34,7 @@ TEST(FakeOs, ABlockDeviceRefusesSeeksPastItsEndAndKeepsItsPosition) {
     EXPECT_EQ(os::closeFile(fd), 0);
 }
 
-TEST(FakeOs, AFileTakesAnySeekAndHasNoDeviceSize) {
+TEST(FakeOs, AFileAllowsAnySeekAndHasNoDeviceSize) {
     FakeOs machine;
     machine.file("/f", "text");
     const int fd = os::openFile("/f", O_RDONLY);
@@ -48,7 +48,7 @@ TEST(FakeOs, AFileTakesAnySeekAndHasNoDeviceSize) {
     EXPECT_EQ(os::closeFile(fd), 0);
 }
 
-TEST(FakeOs, NoticesTheUseOfADescriptorThatIsClosed) {
+TEST(FakeOs, NoticesTheUseOfAClosedDescriptor) {
     FakeOs machine;
     machine.file("/f", "text");
     const int fd = os::openFile("/f", O_RDONLY);
@@ -60,7 +60,7 @@ TEST(FakeOs, NoticesTheUseOfADescriptorThatIsClosed) {
     EXPECT_THAT(machine.inheritablePaths(), ElementsAre("/f"));
 }
 
-TEST(FakeOs, OpensWhatLiesBelowAnOpenDirectory) {
+TEST(FakeOs, OpensFilesRelativeToAnOpenDirectory) {
     FakeOs machine;
     machine.directory("/d", {"f"}).file("/d/f", "text");
     DIR* const directory = os::openDirectory("/d");
@@ -72,7 +72,7 @@ TEST(FakeOs, OpensWhatLiesBelowAnOpenDirectory) {
     EXPECT_EQ(machine.staleUses(), 1);
 }
 
-TEST(FakeOs, FollowsLinksToWhatTheyLeadTo) {
+TEST(FakeOs, FollowsLinks) {
     FakeOs machine;
     machine.node("/dev/sda1").link("/dev/disk/by-id/x", "../../sda1").link("/loop", "/loop").link("/gone", "nowhere");
     EXPECT_EQ(os::checkAccess("/dev/disk/by-id/x"), 0);
@@ -96,7 +96,7 @@ TEST(FakeOs, ListsDirectoriesInTheOrderDescribed) {
     EXPECT_THAT(names, ElementsAre(".", "..", "sdb", "sda"));
 }
 
-TEST(FakeOs, FailsTheCallItIsToldToOnceOrFromThenOn) {
+TEST(FakeOs, FailsTheChosenCallOnceOrFromThenOn) {
     FakeOs machine;
     machine.node("/a");
     machine.failCall(2, Fault::once, Effect::failsWith(EACCES));
@@ -115,7 +115,7 @@ TEST(FakeOs, FailsTheCallItIsToldToOnceOrFromThenOn) {
     EXPECT_THAT(machine.callTexts(), ElementsAre("access(/a)"));
 }
 
-TEST(FakeOs, ShortReadsGiveFewerBytesAndFailNothing) {
+TEST(FakeOs, ShortReadsGiveFewerBytesWithoutAnError) {
     FakeOs machine;
     machine.file("/f", "0123456789");
     machine.failCallsLike("read(", Effect::readsAtMost(3));
@@ -132,7 +132,7 @@ TEST(FakeOs, OnlyOneMachineExistsAtATime) {
     EXPECT_THROW(FakeOs(), std::logic_error);
 }
 
-TEST(FakeOsDeathTest, AQuestionWithoutAMachineAborts) {
+TEST(FakeOsDeathTest, ACallWithoutAMachineAborts) {
     EXPECT_DEATH((void)os::checkAccess("/a"), "no FakeOs describes a machine");
 }
 

@@ -16,7 +16,7 @@ TEST(PropertyTesting, AFailingPropertyIsNotShrunk) {
         ++cases;
         RC_ASSERT(numbers.empty());
     };
-    rc::detail::TestListenerAdapter quiet;  // this failure is wanted
+    rc::detail::TestListenerAdapter quiet;  // this failure is expected
     const auto result =
         rc::detail::checkTestable(property, rc::detail::TestMetadata(), rc::detail::configuration().testParams, quiet);
     EXPECT_TRUE(result.is<rc::detail::FailureResult>());

@@ -1,4 +1,4 @@
-// The fault plan: which crossing fails, how, and that it then has no effect.
+// The fault plan: which crossing fails, how, and that a failed one has no effect.
 #include <gtest/gtest.h>
 
 #include "plugin/host/os_specific.h"
@@ -18,16 +18,16 @@ using refhost::FaultPlan;
 
 class Faults : public ::testing::Test {
 protected:
-    /// Makes the next crossing fail in this way, for good when `fromThenOn`.
+    /// Makes the next crossing fail in this way; with `fromThenOn`, all later ones too.
     void plan(FaultKind kind, std::size_t crossing = 1, bool fromThenOn = false) {
         setup.host.setFaultPlan({crossing, fromThenOn, kind});
     }
     WithHost setup;
 };
 
-TEST_F(Faults, CrossingsAreCountedFromThePlanOrTheHostsBirth) {
+TEST_F(Faults, CrossingsAreCountedFromThePlanOrTheHostsConstruction) {
     const std::size_t before = setup.host.crossings();
-    EXPECT_EQ(before, 2u);  // the plug-in's own registration: the manager, then the entry
+    EXPECT_EQ(before, 2u);  // the plug-in's registration: the manager, then the entry
     (void)TRootObject::GetCoreLogger();
     EXPECT_EQ(setup.host.crossings(), before + 1);
     plan(FaultKind::kTalException, 100);
@@ -46,7 +46,7 @@ TEST_F(Faults, ExactlyThePlannedCrossingThrows) {
     EXPECT_TRUE(TOSSpecific::FileExists("/"));
 }
 
-TEST_F(Faults, FromThenOnEveryLaterOneThrowsUntilThePlanIsCleared) {
+TEST_F(Faults, FromThenOnEveryLaterCrossingThrowsUntilThePlanIsCleared) {
     plan(FaultKind::kStandardException, 2, true);
     EXPECT_TRUE(TOSSpecific::FileExists("/"));
     for (int i = 0; i < 3; ++i) EXPECT_THROW((void)TOSSpecific::FileExists("/"), std::runtime_error);

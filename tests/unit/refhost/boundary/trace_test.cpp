@@ -47,7 +47,7 @@ std::string shown(const TraceEntry& entry) {
 
 class Trace : public ::testing::Test {
 protected:
-    /// The crossings of the work, without the host's own call around it.
+    /// The crossings of the work, without the host's call around it.
     std::vector<std::string> traceOf(const std::function<void(const Namespace&)>& work) {
         (void)setup.failureOf([](const Namespace&) {});  // takes the plug-in into service
         setup.host.startTrace();
@@ -161,7 +161,7 @@ TEST_F(Trace, PutsNestedCallsAfterTheOneTheyBeganIn) {
                      "\"VEXSG_ComputerSystem\",Name=\"testhost\"'"}));
 }
 
-TEST_F(Trace, ShowsTheHostsCallsAndLeavesItsOwnWorkOut) {
+TEST_F(Trace, ShowsTheHostsCallsButNotItsInternalWork) {
     setup.host.startTrace();
     (void)setup.request({"VEXSG_DiskDrive"}, [](const Namespace&, Classes&) {});
     (void)setup.host.instances("VEXSG_ComputerSystem");
@@ -173,7 +173,7 @@ TEST_F(Trace, ShowsTheHostsCallsAndLeavesItsOwnWorkOut) {
                             "host:getData(classes=['VEXSG_DiskDrive'])", "host:deInit()", "host:prepareForUnload()"}));
 }
 
-TEST_F(Trace, CopiesAndPlainQuestionsAreNoCrossings) {
+TEST_F(Trace, CopiesAndPlainQueriesAreNotCrossings) {
     EXPECT_EQ(traceOf([](const Namespace&) {
                   const TCIMValue text(std::string("x"));
                   TCIMValue copy = text;

@@ -24,7 +24,7 @@ void onThreads(const std::function<void(int)>& work) {
     for (std::thread& thread : threads) thread.join();
 }
 
-/// Publishes ten instances of each class asked for, logging each, and reads what others published meanwhile.
+/// Publishes ten instances of each requested class, logs each, and reads what other threads publish.
 void serve(const Namespace& ns, Classes& classes) {
     TCIMOptions options;
     for (const auto& one : classes) {
@@ -45,7 +45,7 @@ void serve(const Namespace& ns, Classes& classes) {
 const std::vector<std::string> kClasses = {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk",
                                            "VEXSG_TapeDrive"};
 
-TEST(Concurrency, EveryRequestHasItsOwnLogAndEveryClassItsInstancesOnce) {
+TEST(Concurrency, EveryRequestGetsItsLogAndEveryClassItsInstancesOnce) {
     WithHost setup;
     (void)setup.request({}, serve);
     std::atomic<int> wrong{0};
@@ -67,7 +67,7 @@ TEST(Concurrency, EveryRequestHasItsOwnLogAndEveryClassItsInstancesOnce) {
         EXPECT_EQ(setup.host.instances(name).size(), static_cast<std::size_t>(kInstances)) << name;
 }
 
-TEST(Concurrency, RequestThatALaterOneOvertookPublishesNothingMore) {
+TEST(Concurrency, AnOvertakenRequestPublishesNothingMore) {
     WithHost setup;
     bool isOuter = true;
     (void)setup.request({"VEXSG_DiskDrive"}, [&](const Namespace& ns, Classes&) {
@@ -76,7 +76,7 @@ TEST(Concurrency, RequestThatALaterOneOvertookPublishesNothingMore) {
         isOuter = false;
         std::thread([&] { (void)setup.host.request({"VEXSG_DiskDrive"}); }).join();
         newInstance(ns, "VEXSG_DiskDrive")->AddToClass({});  // too late
-        newInstance(ns, "VEXSG_TapeDrive")->AddToClass({});  // nobody else asked for these
+        newInstance(ns, "VEXSG_TapeDrive")->AddToClass({});  // no other request has these
     });
     EXPECT_EQ(setup.host.instances("VEXSG_DiskDrive").size(), 1u);
     EXPECT_EQ(setup.host.instances("VEXSG_TapeDrive").size(), 1u);
@@ -104,7 +104,7 @@ TEST(Concurrency, TraceAndFaultsMayChangeWhileRequestsRun) {
     EXPECT_EQ(setup.host.instances("VEXSG_DiskDrive").size(), static_cast<std::size_t>(kInstances));
 }
 
-TEST(Concurrency, AFaultPlanCountsFromZeroWhateverACallThatBeganBeforeItAdds) {
+TEST(Concurrency, AFaultPlanCountsFromZeroDespiteCallsThatBeganBefore) {
     WithHost setup;
     std::atomic<std::size_t> made{0};
     std::atomic<bool> running{true};
@@ -115,9 +115,9 @@ TEST(Concurrency, AFaultPlanCountsFromZeroWhateverACallThatBeganBeforeItAdds) {
         }
     });
     for (int round = 0; round < 300; ++round) {
-        while (made < static_cast<std::size_t>(round) * 10) std::this_thread::yield();  // some that nobody watches
+        while (made < static_cast<std::size_t>(round) * 10) std::this_thread::yield();  // some unwatched ones
         const std::size_t before = made;
-        setup.host.setFaultPlan({0, false, refhost::FaultKind::kTalException});  // of a crossing that never comes
+        setup.host.setFaultPlan({0, false, refhost::FaultKind::kTalException});  // crossing 0 never comes
         const std::size_t counted = setup.host.crossings();
         EXPECT_LE(counted, made - before + 1);
         setup.host.clearFaultPlan();

@@ -1,4 +1,4 @@
-// Loading plug-in libraries: the good one, and every kind of file that is none.
+// Loading plug-in libraries: a good one, and every kind of bad file.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -118,14 +118,14 @@ TEST(Loader, MissingFileIsNamed) {
               "library");
 }
 
-TEST(Loader, FolderIsNoPlugin) {
+TEST(Loader, FolderIsRefused) {
     ReferenceHost host;
     EXPECT_EQ(refusalOf(host, "/tmp"),
               "cannot load the plug-in \"/tmp\": it is a folder; give the path of a library in it");
     EXPECT_EQ(refusalOf(host, "/dev/null"), "cannot load the plug-in \"/dev/null\": it is no regular file");
 }
 
-TEST(Loader, TextFileIsNoSharedLibrary) {
+TEST(Loader, TextFileIsNotASharedLibrary) {
     ReferenceHost host;
     const TemporaryFile text("not a library, but long enough for the header of one, and then some more text to read\n");
     EXPECT_EQ(refusalOf(host, text.path),
@@ -141,7 +141,7 @@ std::string contentOf(const std::string& file) {
     return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
 }
 
-TEST(Loader, ALibraryThatWasCutShortIsRefusedBeforeItIsMapped) {
+TEST(Loader, ATruncatedLibraryIsRefusedBeforeItIsMapped) {
     ReferenceHost host;
     const std::string whole = contentOf(pluginFile("good_plugin"));
     for (const std::size_t size : {std::size_t{64}, std::size_t{100}, std::size_t{4096}, std::size_t{8192}}) {
@@ -172,7 +172,7 @@ TEST(Loader, MissingSymbolIsNamed) {
                   "of this one");
 }
 
-TEST(Loader, LibraryThatRegistersNothingIsNoPlugin) {
+TEST(Loader, LibraryThatRegistersNothingIsRefused) {
     ReferenceHost host;
     EXPECT_EQ(refusalOf(host, pluginFile("registers_nothing")),
               "\"" + pluginFile("registers_nothing") + "\" is a shared library but registers no disk plug-in");
@@ -189,8 +189,8 @@ TEST(Loader, PluginThatCannotStartIsGivenBackAndClosed) {
     EXPECT_EQ(::dlopen(pluginFile("fails_to_start").c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
-/// Loads in a process of its own, since the dynamic linker is not to be trusted after an exception passed through it.
-/// The process reports the error, serves a request without the plug-in, takes the host down and exits normally.
+/// Loads in a separate process, because the dynamic linker is unreliable after an exception has passed through it. The
+/// process reports the error, serves a request without the plug-in, destroys the host and exits normally.
 [[noreturn]] void loadAndExit(const std::string& name) {
     {
         ReferenceHost host;

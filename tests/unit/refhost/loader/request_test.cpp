@@ -1,4 +1,4 @@
-// Requests: what is dropped, who is asked, how failures come back.
+// Requests: which instances are dropped, which plug-ins are called, how failures are reported.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -16,7 +16,7 @@ using NVEXTAL20::TCIMOptions;
 using refhost::ReferenceHost;
 using refhost::RequestResult;
 
-/// Publishes one empty instance of each class asked for.
+/// Publishes one empty instance of each requested class.
 void publishOneEach(const Namespace&, Classes& classes) {
     TCIMOptions options;
     for (const auto& one : classes) one->CreateInstance(options)->AddToClass(options);
@@ -47,7 +47,7 @@ TEST(Host, ManagerExistsOnlyAsLongAsTheHost) {
     EXPECT_EQ(dynamic_cast<NVEXTAL20::TPluginManagerNamespace&>(*manager).RegisterPlugin(nullptr), nullptr);
 }
 
-TEST(Host, SystemIsNamedAfterTheMachineUnlessToldOtherwise) {
+TEST(Host, SystemIsNamedAfterTheMachineByDefault) {
     char name[HOST_NAME_MAX + 1] = {};
     ASSERT_EQ(::gethostname(name, sizeof name - 1), 0);
     const ReferenceHost host;
@@ -55,7 +55,7 @@ TEST(Host, SystemIsNamedAfterTheMachineUnlessToldOtherwise) {
               std::string("VEXSG_ComputerSystem.CreationClassName=\"VEXSG_ComputerSystem\",Name=\"") + name + "\"");
 }
 
-TEST(Host, AnInstanceWithoutAValueShowsNothingOfTheOneBeforeIt) {
+TEST(Host, AnInstanceWithoutAValueDoesNotShowThatOfTheOneBefore) {
     WithHost setup;
     ASSERT_EQ(setup.failureOf([](const Namespace& ns) {
         const auto named = newInstance(ns, "VEXSG_DiskDrive");
@@ -79,7 +79,7 @@ TEST(Registration, NullAndSecondTimeAreRefused) {
     EXPECT_EQ(manager.RegisterPlugin(nullptr), nullptr);
 }
 
-TEST(Registration, ManagerOfSomebodyElseRefuses) {
+TEST(Registration, ManagerOfAnotherHostRefuses) {
     NVEXTAL20::TPluginManagerNamespace stranger;
     EXPECT_EQ(stranger.RegisterPlugin(nullptr), nullptr);
 }
@@ -145,7 +145,7 @@ TEST(Request, WithoutPluginPublishesNothing) {
     EXPECT_TRUE(host.instances("no such class").empty());
 }
 
-TEST(Request, WhateverThePluginThrowsBecomesTheFailure) {
+TEST(Request, AnythingThePluginThrowsBecomesTheFailure) {
     WithHost setup;
     EXPECT_EQ(setup.request({}, [](const Namespace&, Classes&) { throw NVEXTAL20::TTALException("host"); }).failure,
               "host");
@@ -183,7 +183,7 @@ TEST(Request, FromWithinARequestIsALogicError) {
     });
 }
 
-TEST(Request, ClassBeingServedIsTheOneLastAskedForItsNameOrKind) {
+TEST(Request, ClassBeingServedIsTheOneLastQueriedForItsNameOrKind) {
     WithHost setup;
     EXPECT_EQ(setup.host.classBeingServed(), "");
     (void)setup.request({"VEXSG_DiskDrive", "VEXSG_MediaPresent"}, [&](const Namespace&, Classes& classes) {
@@ -223,7 +223,7 @@ TEST(Request, InstancesAreCopiesWithEveryDeclaredProperty) {
 TEST(Request, EqualTextsMakeTheValueOfTheirOwnType) {
     WithHost with;
     with.inRequest([](const Namespace& nameSpace) {
-        // Twice, since a request remembers values that it made.
+        // Twice, because a request caches values that it made.
         for (int turn = 0; turn < 2; ++turn) {
             EXPECT_EQ(std::string(parsed("string", "007", nameSpace)), "007");
             EXPECT_EQ(std::string(parsed("uint16", "7", nameSpace)), "7");

@@ -65,7 +65,7 @@ TEST_F(Model, NewInstanceIsEmptyAndNotYetThere) {
     });
 }
 
-TEST_F(Model, PropertyTellsItsDeclaration) {
+TEST_F(Model, PropertyShowsItsDeclaration) {
     setup.inRequest([](const Namespace& ns) {
         TCIMOptions options;
         const auto disk = newInstance(ns, "VEXSG_LogicalDisk");

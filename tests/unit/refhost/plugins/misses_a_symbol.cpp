@@ -1,3 +1,3 @@
-// A library that calls what nobody defines.
+// A library that calls an undefined function.
 extern "C" int aFunctionThatNobodyDefines();
 extern "C" __attribute__((visibility("default"))) int callIt() { return aFunctionThatNobodyDefines(); }

@@ -1,2 +1,2 @@
-// A shared library like any other: it knows no plug-in manager.
+// An ordinary shared library: it does not register a plug-in.
 extern "C" __attribute__((visibility("default"))) int answerOfALibrary() { return 42; }

@@ -1,4 +1,4 @@
-// MOF text: what is understood, what is refused and with which words.
+// MOF text: what is read, and what is refused with which message.
 #include "refhost/schema/mof_parser.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Classes resolved from MOF: inheritance, qualifiers, and what is refused. Then the schema the host is built with.
+// Classes resolved from MOF: inheritance, qualifiers, and what is refused. Then the schema built into the host.
 #include "refhost/schema/schema.h"
 
 #include <gtest/gtest.h>
@@ -152,7 +152,7 @@ TEST(Schema, TreeThatIsTooDeepIsRefused) {
     EXPECT_EQ(refusalOf(text), "t.mof, line 2: the class tree is too deep");
 }
 
-// The schema that the host is built with.
+// The schema built into the host.
 
 class HostSchema : public ::testing::Test {
 protected:

@@ -1,4 +1,4 @@
-// The core logger: what is kept, what a request collects, what reaches the sink.
+// The core logger: which lines are kept, collected by a request, passed to the sink.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -36,7 +36,7 @@ TEST(LoggerWithoutHost, DropsLinesAndStaysTheSame) {
     before->Log(ILogger::kError, "nor this");
 }
 
-TEST(Logger, KeepsSeverityAndTextInOrderAsTheyStand) {
+TEST(Logger, KeepsSeverityAndTextInOrderUnchanged) {
     const WithHost setup;
     say(ILogger::kVerbose, "");
     say(ILogger::kError, "two\nlines ");
@@ -64,7 +64,7 @@ TEST(Logger, HandsGraveLinesToTheSinkAsTheyWereLogged) {
     say(ILogger::kWarning, "careful \xC3\xA4");
     say(ILogger::kStatus, "chatter");
     EXPECT_EQ(textsOf(seen), (Texts{"0 bad\x1b[31m\n\xC2\x9B", "1 careful \xC3\xA4"}));
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");  // what a terminal may show is for the sink to decide
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");  // only the sink decides what a terminal shows
 }
 
 TEST(Logger, ForwardsNothingUnlessAsked) {
@@ -80,7 +80,7 @@ TEST(Logger, ForwardsNothingUnlessAsked) {
         say(ILogger::kError, "no sink");
         setup.host.forwardLog(4, sink);
     }
-    const WithHost next;  // a new host forwards nothing of its own accord
+    const WithHost next;  // a new host forwards nothing by default
     say(ILogger::kError, "and again");
     EXPECT_TRUE(seen.empty());
 }

@@ -37,7 +37,7 @@ TEST_F(Files, CaptureReturnsEveryByte) {
     EXPECT_EQ(TOSSpecific::CaptureFile(write("empty", "")), "");
 }
 
-TEST_F(Files, CaptureReadsFilesThatTellNoSize) {
+TEST_F(Files, CaptureReadsFilesWithoutASize) {
     EXPECT_NE(TOSSpecific::CaptureFile("/proc/self/status").find("Name:"), std::string::npos);
 }
 

@@ -26,7 +26,7 @@ std::size_t openDescriptors() {
 
 bool hasChildren() { return ::waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD; }
 
-/// True once no process of the group is left; waits for it, since a killed process needs a moment to go.
+/// True once the group has no process left. Waits, because a killed process takes a moment to end.
 bool groupVanishes(pid_t group) {
     for (int look = 0; look < 1000; ++look) {
         if (::kill(-group, 0) != 0 && errno == ESRCH) return true;
@@ -95,7 +95,7 @@ TEST_F(Process, GrandchildThatHoldsTheOutputOpenIsNotWaitedFor) {
     const std::string output = shell("sleep 600 & echo $!");
     const auto grandchild = static_cast<pid_t>(std::strtol(output.c_str(), nullptr, 10));
     ASSERT_GT(grandchild, 0);
-    EXPECT_EQ(::kill(grandchild, SIGKILL), 0);  // it was left alone, and alive
+    EXPECT_EQ(::kill(grandchild, SIGKILL), 0);  // it was not killed
 }
 
 TEST_F(Process, GrandchildThatWritesForEverIsNotWaitedFor) {
@@ -103,7 +103,7 @@ TEST_F(Process, GrandchildThatWritesForEverIsNotWaitedFor) {
     EXPECT_FALSE(output.empty());
 }
 
-TEST_F(Process, LimitOfZeroOrLessIsNone) {
+TEST_F(Process, LimitOfZeroOrLessMeansUnlimited) {
     EXPECT_EQ(shell("sleep 0.1; echo done", 0), "done\n");
     EXPECT_EQ(shell("sleep 0.1; echo done", -5), "done\n");
 }

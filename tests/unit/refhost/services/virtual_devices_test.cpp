@@ -23,7 +23,7 @@ constexpr const char* kSataPlace = "pci0000:00/0000:00:17.0/ata1/host0/target0:0
 class VirtualDevices : public ::testing::Test {
 protected:
     VirtualDevices() {
-        char name[] = "/tmp/usb-sysfs-XXXXXX";  // a root whose own name says "/usb" must not count
+        char name[] = "/tmp/usb-sysfs-XXXXXX";  // a root with "/usb" in its own name must not count
         root = ::mkdtemp(name);
         fs::create_directories(root / "block");
     }
@@ -41,7 +41,7 @@ protected:
     fs::path root;
 };
 
-TEST_F(VirtualDevices, UsbDiskCalledVirtualIsOne) {
+TEST_F(VirtualDevices, UsbDiskCalledVirtualIsVirtual) {
     addDevice("sdb", kUsbPlace, "Maker   ", "Virtual HDisk   ");
     EXPECT_EQ(findVirtualDevices(root.string()), Texts{"/dev/sdb: Maker Virtual HDisk"});
 }
@@ -51,12 +51,12 @@ TEST_F(VirtualDevices, VendorMayBeTheOneCalledVirtual) {
     EXPECT_EQ(findVirtualDevices(root.string()), Texts{"/dev/sr0: Virtual CDROM"});
 }
 
-TEST_F(VirtualDevices, UsbDiskOfAnotherNameIsNone) {
+TEST_F(VirtualDevices, UsbDiskOfAnotherNameIsNotVirtual) {
     addDevice("sdb", kUsbPlace, "Maker", "Flash Disk");
     EXPECT_EQ(findVirtualDevices(root.string()), Texts());
 }
 
-TEST_F(VirtualDevices, DiskNotReachedOverUsbIsNone) {
+TEST_F(VirtualDevices, DiskNotReachedOverUsbIsNotVirtual) {
     addDevice("sda", kSataPlace, "Maker", "Virtual disk");
     EXPECT_EQ(findVirtualDevices(root.string()), Texts());
 }
@@ -90,7 +90,7 @@ TEST_F(VirtualDevices, NodeInAFolderIsNamedAsInDev) {
     EXPECT_EQ(findVirtualDevices(root.string()), Texts{"/dev/maker/c0d0: Virtual"});
 }
 
-TEST_F(VirtualDevices, DanglingEntriesAndMissingTreesAreNothing) {
+TEST_F(VirtualDevices, DanglingEntriesAndMissingTreesGiveNothing) {
     fs::create_symlink("../devices/usb/gone", root / "block" / "sdx");
     EXPECT_EQ(findVirtualDevices(root.string()), Texts());
     EXPECT_EQ(findVirtualDevices((root / "none").string()), Texts());
@@ -105,12 +105,12 @@ TEST(VirtualDeviceService, AppendsTheEntriesGivenByHand) {
     EXPECT_EQ(devices, (Texts{"kept", "/dev/sdb", "/dev/sr1: cd"}));
 }
 
-TEST(VirtualDeviceService, TheHostTellsWhatPluginsGet) {
+TEST(VirtualDeviceService, TheHostShowsTheListThatPluginsGet) {
     const refhost::ReferenceHost host({"h", {"/dev/sdb", "/dev/sr1: cd"}, false});
     EXPECT_EQ(host.virtualDevices(), (Texts{"/dev/sdb", "/dev/sr1: cd"}));
 }
 
-TEST(VirtualDeviceService, EntriesGoWithTheirHost) {
+TEST(VirtualDeviceService, EntriesAreDroppedWithTheirHost) {
     { const refhost::ReferenceHost host({"h", {"/dev/sdb"}, false}); }
     const refhost::ReferenceHost host({"h", {}, false});
     Texts devices;

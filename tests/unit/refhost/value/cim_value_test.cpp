@@ -56,7 +56,7 @@ TEST(CimValue, TextThatDoesNotFitSaysTypeTextAndReason) {
               "the text \"1\" is no boolean: it is neither true nor false");
 }
 
-TEST(CimValue, NoElementGivesAnEmptyArrayThatIsNotNull) {
+TEST(CimValue, AnEmptyListGivesAnEmptyArrayThatIsNotNull) {
     TCIMValue value;
     value.Set(Type("string"), 256, {});
     EXPECT_FALSE(value.IsNull());
@@ -88,7 +88,7 @@ TEST(CimValue, NullAndNestedElementsAreRefused) {
               "element 1 of an array of string is itself an array");
 }
 
-TEST(CimType, TextNameGoesInAndComesOut) {
+TEST(CimType, ATypesNameIsReadAndWritten) {
     for (const char* word : {"string", "uint64", "boolean", "datetime", "reference"}) {
         const Type type{std::string(word)};
         EXPECT_EQ(type.ToString(), word);

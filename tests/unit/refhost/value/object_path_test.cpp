@@ -1,4 +1,4 @@
-// Object paths: how they are written, and that only what is written so is read.
+// Object paths: their written form, and that no other form is read.
 #include "refhost/value/object_path.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ TEST(ObjectPathText, EscapesQuotesAndBackslashesOnly) {
     EXPECT_EQ(objectPathText({"A", {{"K", "a\"b\\c,d=e\n"}}}), "A.K=\"a\\\"b\\\\c,d=e\n\"");
 }
 
-TEST(ObjectPath, RoundTripsWhateverTheValuesHold) {
+TEST(ObjectPath, RoundTripsAnyValues) {
     EXPECT_TRUE(rc::check("print, then parse", [](const std::map<std::uint16_t, std::string>& values) {
         ObjectPath path{"Some_Class1", {}};
         std::map<std::string, std::string> keys;  // in byte order

@@ -68,7 +68,7 @@ TEST_F(ReferenceValue, NeedsANamespace) {
               "the text \"VEXSG_DiskDrive\" is no reference: no namespace was given to look up its class");
 }
 
-TEST_F(ReferenceValue, AnotherNamespaceIsAskedForTheClass) {
+TEST_F(ReferenceValue, AnotherNamespaceIsSearchedForTheClass) {
     const std::string refusal = setup.failureOf([](const Namespace&) {
         (void)parsed("reference", "VEXSG_DiskDrive", NVEXTAL20::TRootObject::GetPluginManager());
     });

@@ -20,7 +20,7 @@ struct Row {
     const char* label;
     CimType type;
     std::string text;
-    std::string canonical;  // empty with refused texts
+    std::string canonical;  // empty for refused texts
 };
 
 std::string labelOf(const ::testing::TestParamInfo<Row>& row) { return row.param.label; }
