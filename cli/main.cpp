@@ -11,6 +11,7 @@
 #include "cli/supervise.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
+#include "worker/worker.h"
 
 namespace {
 
@@ -32,7 +33,8 @@ int main(int argumentCount, char** arguments) {
     endOnSignalsAsFirstProcess();
     try {
         const Options options = readOptions(argumentCount, arguments);
-        return options.mayStall ? runSupervised(options) : runHere(options);
+        if (options.mayStall) worker::endProcess(runSupervised(options));
+        return runHere(options);
     } catch (const CommandError& error) {
         writeRemark(error.what());
         return error.status();

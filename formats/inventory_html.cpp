@@ -64,11 +64,12 @@ private:
         if (inventory.isComplete() && published.failures.empty() && inventory.doubtfulPairs.empty()) return;
         out.raw("<section class='card warn' aria-labelledby='warnings'><h2 id='warnings'>Worth knowing</h2>\n<ul>");
         if (!inventory.isComplete()) {
-            out.raw("<li>This page is not complete: time ran out before these were served: ");
+            out.raw("<li>This page is not complete: ");
+            out.raw(published.isAnyLeftOut() ? "these were not served: " : "time ran out before these were served: ");
             out.text(joined(published.missingClasses, ", ")).raw(".</li>\n");
         }
         for (const ClassFailure& failure : published.failures)
-            out.raw("<li>A failure was reported: ").text(failure.text).raw("</li>\n");
+            out.raw(failure.isLeftOut ? "<li>" : "<li>A failure was reported: ").text(failure.text).raw("</li>\n");
         for (const DoubtfulPair& pair : inventory.doubtfulPairs) {
             out.raw("<li>").raw(name(pair.device)).raw(" is paired with ").raw(name(pair.pairedWith));
             out.raw(" only because their names are alike");

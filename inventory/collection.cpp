@@ -5,7 +5,10 @@
 #include <utility>
 
 #include "inventory/observation.h"
+#include "inventory/stalling_nodes.h"
+#include "session/class_plan.h"
 #include "session/packed_classes.h"
+#include "text/wording.h"
 #include "worker/worker.h"
 
 namespace diskmgt {
@@ -49,6 +52,19 @@ ServedClass serve(PluginSession& session, const std::string& className) {
     return served;
 }
 
+/// Whether the class stays out: it would wait at a node, or pairs one that stays out.
+bool isToBeLeftOut(const std::string& className, PluginSession& session, std::vector<std::string>& leftOut,
+                   Published& published) {
+    const std::vector<std::string>& pairs = reliedOnBy(className);
+    const bool isPairing = std::any_of(pairs.begin(), pairs.end(),
+                                       [&leftOut](const std::string& needed) { return contains(leftOut, needed); });
+    const StallingNode node = stallingNodeOf(className, session.host().virtualDevices());
+    if (node) published.failures.push_back({className, node.sentence(), true});
+    if (!isPairing && !node) return false;
+    leftOut.push_back(className);
+    return true;
+}
+
 }  // namespace
 
 Inventory collectInventory(PluginSession& session) {
@@ -58,7 +74,9 @@ Inventory collectInventory(PluginSession& session) {
     {
         const Deadline limit = session.startTimeLimit(true);
         (void)session.load();
+        std::vector<std::string> leftOut;
         for (const std::string& className : inventoryClasses()) {
+            if (isToBeLeftOut(className, session, leftOut, collected.published)) continue;
             ServedClass served = serve(session, className);
             worker::makeKnown(packed(served));
             add(std::move(served), collected.published);
@@ -77,8 +95,10 @@ Inventory knownInventory(PluginSession& session, const std::string& known) {
 }
 
 ExitStatus reportFailures(const Inventory& inventory) {
-    if (inventory.published.failures.empty()) return kDone;
-    return reportFailure(inventory.published.failures.front().text);
+    const std::vector<ClassFailure>& failures = inventory.published.failures;
+    if (failures.empty()) return kDone;
+    if (failures.front().isLeftOut) return reportNotServed(inventory.published.missingClasses, failures.front().text);
+    return reportFailure(failures.front().text);
 }
 
 }  // namespace diskmgt

@@ -81,7 +81,9 @@ DeviceFacts examineDevice(const std::string& path, const KernelList& list,
     facts.isCandidate = contains(diskmgt_col::candidateDisks(), path);
     facts.hasNode = os::checkAccess(path) == 0;
     if (facts.isListed) readSysfs(facts);
-    if ((facts.isOffered() && facts.virtualEntry.empty()) || facts.isCandidate) openAndMeasure(facts);
+    if (!facts.isMeasuredAsDrive() && !facts.isCandidate) return facts;
+    facts.stalling = stallingNodeAt(path);
+    if (!facts.stalling) openAndMeasure(facts);
     return facts;
 }
 
@@ -91,9 +93,11 @@ std::vector<DeviceFacts> examineAllDevices(const KernelList& list, const std::ve
     devices.reserve(list.names.size());
     for (const std::string& name : list.names)
         devices.push_back(examineDevice("/dev/" + name, list, virtualDevices, progress));
-    for (const std::string& path : diskmgt_col::candidateDisks())
-        if (!list.has(diskmgt_col::sysfsNameOf(path)) && os::checkAccess(path) == 0)
-            devices.push_back(examineDevice(path, list, virtualDevices, progress));
+    for (const std::string& path : diskmgt_col::candidateDisks()) {
+        if (list.has(diskmgt_col::sysfsNameOf(path))) continue;
+        progress.nowAt("asking about " + path);
+        if (os::checkAccess(path) == 0) devices.push_back(examineDevice(path, list, virtualDevices, progress));
+    }
     return devices;
 }
 

@@ -10,6 +10,7 @@
 #include "collect/device_rules.h"
 #include "collect/partition_table_parser.h"
 #include "inventory/progress.h"
+#include "inventory/stalling_nodes.h"
 
 namespace diskmgt {
 
@@ -31,6 +32,7 @@ struct DeviceFacts {
     std::string virtualEntry;      // that names the device; empty: none does
     bool isCandidate = false;      // one of the disks whose partitions are looked for
     bool hasNode = false;          // something can be reached under the path
+    StallingNode stalling;         // a collector would open it and wait, so it was not opened here
     bool isTried = false;          // opened, because a collector would
     int openError = 0;             // of the open; 0: it succeeded or was not tried
     int sizeError = 0;             // of the question for the size
@@ -46,7 +48,8 @@ struct DeviceFacts {
 
     /// Whether the kernel's list offers it to be measured as a drive.
     bool isOffered() const { return isListed && nameVerdict == diskmgt_col::EntryName::kDisk && sysfs.isOffered(); }
-    bool isDrive() const { return isOffered() && virtualEntry.empty() && sizeBytes.has_value(); }
+    bool isMeasuredAsDrive() const { return isOffered() && virtualEntry.empty(); }
+    bool isDrive() const { return isMeasuredAsDrive() && sizeBytes.has_value(); }
     bool hasPartitions() const { return isCandidate && tableCount > 0; }
     bool isReadable() const { return isTried && openError == 0 && readError == 0; }
     /// The kernel or the tables know partitions that are never looked for.

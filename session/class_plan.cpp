@@ -30,13 +30,6 @@ const std::vector<Reliance>& reliances() {
     return all;
 }
 
-const std::vector<std::string>& reliedOnBy(const std::string& className) {
-    static const std::vector<std::string> nothing;
-    for (const Reliance& reliance : reliances())
-        if (className == reliance.association) return reliance.classes;
-    return nothing;
-}
-
 /// True when the class at `position` relies on a class that is named only later.
 bool standsTooEarly(const std::vector<std::string>& asked, std::size_t position) {
     const auto here = asked.begin() + static_cast<std::ptrdiff_t>(position);
@@ -47,6 +40,13 @@ bool standsTooEarly(const std::vector<std::string>& asked, std::size_t position)
 }
 
 }  // namespace
+
+const std::vector<std::string>& reliedOnBy(const std::string& className) {
+    static const std::vector<std::string> nothing;
+    for (const Reliance& reliance : reliances())
+        if (className == reliance.association) return reliance.classes;
+    return nothing;
+}
 
 ClassPlan planRequest(const std::vector<std::string>& asked, bool exact) {
     ClassPlan plan;

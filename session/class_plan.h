@@ -18,6 +18,9 @@ struct ClassPlan {
 /// one of them moves behind it, because a request begins by dropping the instances of all its classes.
 ClassPlan planRequest(const std::vector<std::string>& asked, bool exact);
 
+/// The classes that an association pairs; empty for other classes.
+const std::vector<std::string>& reliedOnBy(const std::string& className);
+
 /// Throws `CommandError` that names the nearest known names when the schema does not declare one of the classes.
 void requireKnownClasses(const refhost::ReferenceHost& host, const std::vector<std::string>& asked);
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "session/log_lines.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 
@@ -115,6 +116,11 @@ ExitStatus reportFailures(const ServedPlan& served) {
 ExitStatus reportFailure(const std::string& failure) {
     writeRemark("the plug-in or host reported a failure, so the data may be incomplete: " + failure +
                 "; --log-level verbose shows the whole log");
+    return kFailureReported;
+}
+
+ExitStatus reportNotServed(const std::vector<std::string>& classNames, const std::string& reason) {
+    writeRemark("not served: " + joined(classNames, ", ") + ": " + reason);
     return kFailureReported;
 }
 

@@ -61,5 +61,7 @@ private:
 ExitStatus reportFailures(const ServedPlan& served);
 /// Says what was reported; `kFailureReported`.
 ExitStatus reportFailure(const std::string& failure);
+/// The same of classes that were not asked for.
+ExitStatus reportNotServed(const std::vector<std::string>& classNames, const std::string& reason);
 
 }  // namespace diskmgt

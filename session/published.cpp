@@ -1,6 +1,8 @@
 // The classes of an inventory, and access by class.
 #include "session/published.h"
 
+#include <algorithm>
+
 #include "schema/vocabulary.h"
 
 namespace diskmgt {
@@ -11,6 +13,10 @@ const std::vector<std::string>& inventoryClasses() {
     static const std::vector<std::string> classes = {kDiskDrive,   kDiskPartition, kPartitionPresent,
                                                      kLogicalDisk, kMediaPresent,  kLogicalDiskBasedOnPartition};
     return classes;
+}
+
+bool Published::isAnyLeftOut() const {
+    return std::any_of(failures.begin(), failures.end(), [](const ClassFailure& failure) { return failure.isLeftOut; });
 }
 
 const std::vector<refhost::Instance>& instancesOf(const Published& published, const std::string& className) {

@@ -21,13 +21,16 @@ struct PublishedClass {
 struct ClassFailure {
     std::string className;
     std::string text;
+    bool isLeftOut = false;  // it was not asked for, and the text says why
 };
 
 struct Published {
     std::vector<refhost::Instance> systems;   // the hosting system, which the host publishes itself
     std::vector<PublishedClass> classes;      // in the order of `inventoryClasses`; those served completely
     std::vector<ClassFailure> failures;       // one per class at most
-    std::vector<std::string> missingClasses;  // not served when time ran out
+    std::vector<std::string> missingClasses;  // not asked for, or not served when time ran out
+
+    bool isAnyLeftOut() const;
 };
 
 /// Empty when the class was not served.

@@ -29,9 +29,9 @@ std::size_t roomOf(int descriptor) {
 Relay::Relay(int realDescriptor) : real(realDescriptor) {}
 
 Relay::Read Relay::readFrom(int pipe) {
-    held.resize(kBuffer);
-    const ssize_t count = ::read(pipe, held.data(), held.size());
-    held.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    if (held == nullptr) held.reset(new char[kBuffer]);
+    const ssize_t count = ::read(pipe, held.get(), kBuffer);
+    end = count > 0 ? static_cast<std::size_t>(count) : 0;
     next = 0;
     if (count == 0) return Read::kEnd;
     return count > 0 ? Read::kSome : Read::kNothingYet;
@@ -41,13 +41,13 @@ int Relay::writeSome() {
     if (largestPiece == 0) largestPiece = roomOf(real);
     pollfd room{real, POLLOUT, 0};
     if (::poll(&room, 1, 0) == 0) return 0;
-    const ssize_t count = ::write(real, held.data() + next, std::min(largestPiece, held.size() - next));
+    const ssize_t count = ::write(real, held.get() + next, std::min(largestPiece, end - next));
     if (count >= 0) {
         next += static_cast<std::size_t>(count);
         return 0;
     }
     if (errno == EINTR || errno == EAGAIN) return 0;
-    next = held.size();
+    next = end;
     return errno;
 }
 

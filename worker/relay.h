@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 namespace diskmgt::worker {
 
@@ -11,7 +11,7 @@ class Relay {
 public:
     explicit Relay(int realDescriptor);
 
-    bool isHolding() const { return next < held.size(); }
+    bool isHolding() const { return next < end; }
     enum class Read { kSome, kNothingYet, kEnd };
     /// Takes what the pipe has, up to a buffer's size. Only while nothing is held.
     Read readFrom(int pipe);
@@ -22,8 +22,9 @@ public:
 private:
     int real;
     std::size_t largestPiece = 0;  // that is written at once without waiting; 0: not asked yet
-    std::vector<char> held;
+    std::unique_ptr<char[]> held;  // never cleared: pages that no byte came to are not touched
     std::size_t next = 0;
+    std::size_t end = 0;
 };
 
 }  // namespace diskmgt::worker

@@ -92,7 +92,7 @@ Worker::Worker(const std::function<int()>& work, const Wants& wants) {
     if (wants.prepare) wants.prepare();
     const int result = work();
     account().note(result);
-    std::exit(result);
+    endProcess(result);
 }
 
 Worker::~Worker() {
@@ -128,6 +128,15 @@ void Worker::end(bool isAsked) {
     if (endsWithin(kToTidyUp)) return;
     (void)::kill(child, SIGKILL);
     (void)endsWithin(kToBeKilled);
+}
+
+void endProcess(int exitStatus) {
+#ifndef DISKMGT_EXITS_WHOLE
+    (void)std::fflush(nullptr);  // what could fail has been flushed and checked
+    ::_exit(exitStatus);
+#else
+    std::exit(exitStatus);
+#endif
 }
 
 void makeKnown(const std::string& piece) {

@@ -1,6 +1,7 @@
 // explain: why each device is or is not reported, beside what the plug-in answers.
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,10 @@
 #include "cli/tables/table.h"
 #include "formats/json.h"
 #include "inventory/instance_values.h"
+#include "inventory/stalling_nodes.h"
 #include "schema/vocabulary.h"
 #include "session/plugin_session.h"
+#include "text/wording.h"
 #include "worker/worker.h"
 
 namespace diskmgt {
@@ -43,23 +46,33 @@ Explanation explain(const Options& options, const std::vector<std::string>& virt
                                     : explainNamed(options.operands, virtualDevices, progress);
 }
 
-std::vector<std::string> identifiersOf(const refhost::ReferenceHost& host, const std::string& className) {
-    std::vector<std::string> identifiers;
+using Identifiers = std::vector<std::string>;
+
+std::optional<Identifiers> identifiersOf(const refhost::ReferenceHost& host, const ClassPlan& plan,
+                                         const std::string& className) {
+    if (!contains(plan.request, className)) return std::nullopt;
+    Identifiers identifiers;
     for (const refhost::Instance& instance : host.instances(className))
         identifiers.push_back(textOf(instance, diskmgt_col::kDeviceId));
     return identifiers;
 }
 
-/// Logical disks are left out: serving them would measure mounts that may never answer. The document is delivered as it
-/// is when time is up.
-ServedPlan request(PluginSession& session, const std::string& document) {
+struct Answered {
+    ClassPlan plan;
+    ServedPlan served;
+};
+
+/// Asks for what can be compared: serving logical disks would measure mounts that may never answer, and a class whose
+/// request would wait at a node is left out too. The document is delivered as it is when time is up.
+Answered request(PluginSession& session, const std::string& document) {
     worker::makeKnown(document);
     const Deadline limit = session.startTimeLimit(true, ", so this was not compared with its answer");
-    ServedPlan served;
-    ClassPlan plan;
-    plan.request = {diskmgt_col::kDiskDrive, diskmgt_col::kDiskPartition};
-    served.request = session.request(plan);
-    return served;
+    Answered answered;
+    std::vector<std::string>& classes = answered.plan.request;
+    for (const std::string& className : {diskmgt_col::kDiskDrive, diskmgt_col::kDiskPartition})
+        if (!stallingNodeOf(className, session.host().virtualDevices())) classes.push_back(className);
+    if (!classes.empty()) answered.served.request = session.request(answered.plan);
+    return answered;
 }
 
 }  // namespace
@@ -74,13 +87,13 @@ ExitStatus runExplain(const Options& options) {
         (void)session.load();
     }
     Explanation explanation = explain(options, session.host().virtualDevices());
-    const ServedPlan served = request(session, documentOf(explanation, options, output));
-    compareWithAnswer({identifiersOf(session.host(), diskmgt_col::kDiskDrive),
-                       identifiersOf(session.host(), diskmgt_col::kDiskPartition)},
+    const Answered answered = request(session, documentOf(explanation, options, output));
+    compareWithAnswer({identifiersOf(session.host(), answered.plan, diskmgt_col::kDiskDrive),
+                       identifiersOf(session.host(), answered.plan, diskmgt_col::kDiskPartition)},
                       explanation);
     output.write(documentOf(explanation, options, output));
     output.finish();
-    return reportFailures(served);
+    return reportFailures(answered.served);
 }
 
 void deliverKnownExplanation(const Options& options, const std::string& known) {

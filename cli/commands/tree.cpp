@@ -11,7 +11,9 @@
 #include "cli/io/output.h"
 #include "cli/tables/tree.h"
 #include "inventory/collection.h"
+#include "schema/vocabulary.h"
 #include "terminal/remarks.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 
@@ -29,7 +31,8 @@ std::vector<std::string> whatIsMissing(const Inventory& inventory) {
 /// Says what to do about an inventory that shows less than it could.
 void adviseOn(const Inventory& inventory) {
     mentionRights(whatIsMissing(inventory));
-    if (inventory.drives.empty() && ::geteuid() == 0)
+    const bool wereDrivesServed = !contains(inventory.published.missingClasses, diskmgt_col::kDiskDrive);
+    if (inventory.drives.empty() && wereDrivesServed && ::geteuid() == 0)
         writeRemark("no disks are reported; \"diskmgt explain\" tells why");
 }
 

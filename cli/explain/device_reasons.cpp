@@ -26,6 +26,10 @@ Reason openFailure(const DeviceFacts& facts) {
     return {"no-node", "no node in /dev", "There is no node " + facts.path + "."};
 }
 
+Reason notABlockDevice(const DeviceFacts& facts) {
+    return {"not-a-block-device", facts.stalling.kind + ", no block device", facts.stalling.sentence() + "."};
+}
+
 /// The word of the entry that the path was found in: "/dev/sdbc" for /dev/sdb.
 std::string wordAround(const std::string& path, const std::string& entry) {
     const std::size_t begin = entry.find(path);
@@ -96,6 +100,8 @@ Verdict judgeDrive(const DeviceFacts& facts) {
         addSysfsReasons(facts, reasons);
     } else if (!facts.virtualEntry.empty()) {
         reasons.push_back(virtualReason(facts));
+    } else if (facts.stalling) {
+        reasons.push_back(notABlockDevice(facts));
     } else if (facts.openError != 0) {
         reasons.push_back(openFailure(facts));
     } else if (!facts.sizeBytes) {
@@ -118,6 +124,8 @@ Verdict judgePartitions(const DeviceFacts& facts) {
         reasons.push_back(
             {"not-a-candidate", facts.hasUnaskedPartitions() ? "partitions are never looked for under this name" : "",
              "Partitions are never looked for under the name " + facts.path + ", only under " + kCandidateNames + "."});
+    } else if (facts.stalling) {
+        reasons.push_back(notABlockDevice(facts));
     } else if (facts.openError != 0) {
         reasons.push_back(openFailure(facts));
     } else if (facts.readError != 0) {

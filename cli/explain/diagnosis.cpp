@@ -55,6 +55,11 @@ void tellOfRights(const std::vector<DeviceFacts>& devices, const MountTableFacts
                        ": for this user " + what + ".");
 }
 
+void tellOfStallingNodes(const std::vector<DeviceFacts>& devices, Sentences& told) {
+    for (const DeviceFacts& device : devices)
+        if (device.stalling) told.push_back(device.stalling.sentence() + ".");
+}
+
 void tellOfMissingNodes(const std::vector<DeviceFacts>& devices, Sentences& told) {
     const Names missing = namesWhere(devices, [](const DeviceFacts& device) {
         return device.isOffered() && device.virtualEntry.empty() && device.openError == ENOENT && !device.isHiddenPath;
@@ -132,6 +137,7 @@ std::vector<std::string> diagnose(const KernelList& list, const std::vector<Devi
     Sentences told;
     tellOfDrives(list, devices, told);
     tellOfRights(devices, table, told);
+    tellOfStallingNodes(devices, told);
     tellOfMissingNodes(devices, told);
     tellOfNames(devices, told);
     tellOfTables(devices, told);

@@ -1,6 +1,7 @@
 // Explains a whole machine, or what was asked for by name.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,10 +23,10 @@ Explanation explainNamed(const std::vector<std::string>& operands, const std::ve
 std::vector<std::string> diagnose(const KernelList& list, const std::vector<DeviceFacts>& devices,
                                   const MountTableFacts& table);
 
-/// What the plug-in answered.
+/// What the plug-in answered; a class that was not asked for has no answer.
 struct PluginAnswer {
-    std::vector<std::string> drives;
-    std::vector<std::string> partitions;
+    std::optional<std::vector<std::string>> drives;
+    std::optional<std::vector<std::string>> partitions;
 };
 /// Adds a reason to each device about which the plug-in says otherwise, and a sentence to the diagnosis.
 void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation);

@@ -15,7 +15,8 @@ constexpr const char* kAdvice =
 
 void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::vector<std::string>& differing) {
     for (DeviceExplanation& device : explanation.devices) {
-        const bool isAnswered = contains(answer.drives, device.path);
+        if (!answer.drives) break;
+        const bool isAnswered = contains(*answer.drives, device.path);
         if (isAnswered == device.drive.isReported) continue;
         const std::string said = isAnswered ? "reports it as a drive" : "does not report it as a drive";
         device.drive.reasons.push_back(
@@ -23,7 +24,8 @@ void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::v
         differing.push_back(device.path);
     }
     for (DeviceExplanation& device : explanation.devices) {
-        if (device.partitionOf.empty() || contains(answer.partitions, device.path) == device.partitions.isReported)
+        if (!answer.partitions) break;
+        if (device.partitionOf.empty() || contains(*answer.partitions, device.path) == device.partitions.isReported)
             continue;
         device.partitions.reasons.push_back(
             {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in says otherwise, against these rules."});
@@ -34,7 +36,7 @@ void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::v
 /// Drives that the plug-in has and nothing here accounts for.
 std::vector<std::string> unexplainedDrives(const PluginAnswer& answer, const Explanation& explanation) {
     std::vector<std::string> unexplained;
-    for (const std::string& drive : answer.drives) {
+    for (const std::string& drive : answer.drives.value_or(std::vector<std::string>())) {
         const bool isKnown = std::any_of(explanation.devices.begin(), explanation.devices.end(),
                                          [&drive](const DeviceExplanation& device) { return device.path == drive; });
         if (!isKnown) unexplained.push_back(drive);
@@ -76,8 +78,8 @@ void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation) {
     unsigned long expected = 0;
     for (const DeviceExplanation& device : explanation.devices)
         if (device.partitions.isReported) expected += device.tableCount;
-    if (expected != answer.partitions.size())
-        explanation.diagnosis.push_back("The plug-in reports " + counted(answer.partitions.size(), "partition") +
+    if (answer.partitions && expected != answer.partitions->size())
+        explanation.diagnosis.push_back("The plug-in reports " + counted(answer.partitions->size(), "partition") +
                                         ", but " + std::to_string(expected) + " are explained here." + kAdvice);
 }
 

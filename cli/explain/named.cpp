@@ -79,7 +79,7 @@ private:
 
     DeviceExplanation explainPartOf(const std::string& diskPath, const std::string& path) {
         const DeviceFacts disk = examineDevice(diskPath, list, virtualDevices, progress);
-        const bool isReadable = disk.isCandidate && disk.openError == 0;
+        const bool isReadable = disk.isCandidate && disk.isTried && disk.openError == 0;
         DeviceExplanation part = explainPartition(
             path, disk, isReadable ? partitionNamesInTable(diskPath) : std::vector<std::string>(), table);
         if (os::checkAccess(path) != 0)

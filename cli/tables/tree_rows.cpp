@@ -167,8 +167,10 @@ private:
                 "\"listed\": the drive's own count of partitions differs from what was found on it; \"diskmgt "
                 "explain\" tells why");
         if (inventory.isComplete()) return;
-        tree.notes.push_back("Time ran out, so this is not all; not served: " +
-                             joined(inventory.published.missingClasses, ", "));
+        const bool isLeftOut = inventory.published.isAnyLeftOut();
+        tree.notes.push_back(
+            (isLeftOut ? "This is not all; not served: " : "Time ran out, so this is not all; not served: ") +
+            joined(inventory.published.missingClasses, ", "));
     }
 
     const Inventory& inventory;
