@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "session/log_lines.h"
+#include "worker/account.h"
 
 namespace diskmgt {
 
@@ -80,6 +81,7 @@ refhost::PluginIdentity PluginSession::load() {
         while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
         const bool saysWhatToDo = reason.find("; give the path of ") != std::string::npos;
         writeRemark(reason + (saysWhatToDo ? "" : "; name another plug-in") + " with --plugin FILE or DISKMGT_PLUGIN");
+        worker::account().note(kPluginUnusable);
         ::_exit(kPluginUnusable);
     }
 }

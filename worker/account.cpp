@@ -61,6 +61,7 @@ void Account::reset(const Stage& usual, const std::string& usualSubject) {
     current = 0;
     relayTurn = 0;
     outputError = 0;
+    hasNoted = false;
     usualStage = usual;
     hasUsual = usual.limitSeconds > 0;
     if (!hasUsual) return;
