@@ -136,11 +136,26 @@ private:
 
     int statusOf(const Outcome& outcome) {
         if (WIFSIGNALED(outcome.waitStatus)) return sayCrash(outcome, WTERMSIG(outcome.waitStatus));
+        if (!worker::account().isNoted()) return sayLeft(outcome);
         const int status = WEXITSTATUS(outcome.waitStatus);
         const int error = worker::account().outputError;
         if (status != kDone || error == 0 || error == EPIPE) return status;
         writeRemark(std::string("cannot write to standard output: ") + std::strerror(error) +
                     "; send it elsewhere with --output FILE");
+        return kFailureReported;
+    }
+
+    /// Code that was called, most likely the plug-in's, has ended the process with exit(3) or the like: whatever
+    /// status it chose, the work is not done.
+    static int sayLeft(const Outcome& outcome) {
+        const std::string during = outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
+        if (outcome.isInStage && outcome.stage.ofPlugin) {
+            writeRemark("the plug-in ended the process" + during +
+                        "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+            return kPluginUnusable;
+        }
+        writeRemark("the process that did the work ended" + during +
+                    " before it was done; what was written is not complete, please report it");
         return kFailureReported;
     }
 

@@ -11,6 +11,7 @@
 
 #include "session/log_lines.h"
 #include "text/wording.h"
+#include "worker/account.h"
 
 namespace diskmgt {
 
@@ -81,6 +82,7 @@ refhost::PluginIdentity PluginSession::load() {
         while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
         const bool saysWhatToDo = reason.find("; give the path of ") != std::string::npos;
         writeRemark(reason + (saysWhatToDo ? "" : "; name another plug-in") + " with --plugin FILE or DISKMGT_PLUGIN");
+        worker::account().note(kPluginUnusable);
         ::_exit(kPluginUnusable);
     }
 }

@@ -62,6 +62,7 @@ void Account::reset(const Stage& usual, const std::string& usualSubject) {
     relayTurn = 0;
     outputError = 0;
     notedStatus = 0;
+    hasNoted = false;
     usualStage = usual;
     hasUsual = usual.limitSeconds > 0;
     if (!hasUsual) return;

@@ -32,7 +32,10 @@ public:
     /// Changes what the stage is at.
     void nowAt(const std::string& subject);
     /// With what the worker is about to exit.
-    void note(int exitStatus) { notedStatus.store(exitStatus, std::memory_order_release); }
+    void note(int exitStatus) {
+        notedStatus.store(exitStatus, std::memory_order_relaxed);
+        hasNoted.store(true, std::memory_order_release);
+    }
 
     // The watching side.
     /// Before the worker starts: forgets all, and enters the stage of whatever is no other stage, if it has a limit.
@@ -45,6 +48,8 @@ public:
     /// False when the stage has ended meanwhile.
     bool giveUp(std::uint32_t number);
     int noted() const { return notedStatus.load(std::memory_order_acquire); }
+    /// False: something else than the end of the work made the worker exit.
+    bool isNoted() const { return hasNoted.load(std::memory_order_acquire); }
 
     std::atomic<std::uint32_t> relayTurn{0};  // odd while bytes of standard output are on their way; a futex
     std::atomic<int> outputError{0};          // why standard output cannot be written
@@ -54,6 +59,7 @@ private:
 
     std::atomic<std::uint32_t> current{0};
     std::atomic<int> notedStatus{0};
+    std::atomic<bool> hasNoted{false};
     std::uint32_t latest = 0;
     Stage stages[2];  // one is read while the other is written
     Stage usualStage;

@@ -138,12 +138,15 @@ ExitStatus report(const ProbedFile& probed, const std::string& path) {
 ExitStatus runProbe(const Options& options) {
     Output output(options.outputFile);
     ExitStatus status = kDone;
+    const bool isTerminal = output.isTerminal();
     output.write("[");
     const char* beforeFile = "\n";
     for (const std::string& path : options.operands) {
         ProbedFile probed = probe(path, options.timeoutSeconds);
         if (report(probed, path) != kDone) status = kFailureReported;
-        output.write(beforeFile + ("{\"path\": " + json::quoted(path)) + ", \"partitions\": [");
+        const std::string name = json::quoted(path);
+        output.write(beforeFile + ("{\"path\": " + (isTerminal ? json::forTerminal(name) : name)) +
+                     ", \"partitions\": [");
         beforeFile = ",\n";
         const char* beforeMap = "\n";
         for (diskmgt_col::PropertyMap& partition : probed.partitions) {

@@ -43,6 +43,10 @@ class TestUnusablePlugin:
         assert "throwing_at_load.so" in self.check(run, command, plugin("throwing_at_load"), tmp_path)
         assert sorted(os.listdir(tmp_path)) == ["out"]
 
+    def test_ends_the_process_while_loading(self, run, command, plugin, tmp_path):
+        said = self.check(run, command, plugin("leaving_at_load"), tmp_path)
+        assert "ended the process while loading" in said and "leaving_at_load.so" in said
+
     def test_throws_while_loading_without_a_time_limit(self, run, command, plugin):
         done = run(*command, "--plugin", plugin("throwing_at_load"), "--timeout", "0")
         assert done.status == 3

@@ -87,6 +87,15 @@ def test_no_name_is_turned_around_on_a_terminal(plugin, arguments):
     assert not [mark for mark in TURNING if mark in seen]
 
 
+def test_probe_turns_no_file_name_around_on_a_terminal(tmp_path):
+    image = tmp_path / "\u202egmi.ksid\u2066"
+    image.write_bytes(bytes(512))
+    _, seen = on_a_terminal("probe", str(image))
+    (probed,) = json.loads(seen)
+    assert probed["path"] == str(image)
+    assert not [mark for mark in TURNING if mark in seen]
+
+
 def test_json_on_a_terminal_holds_the_same_values(plugin):
     _, seen = on_a_terminal("get", DISK, "--plugin", plugin("misleading"))
     (disks,) = json.loads(seen)["classes"]

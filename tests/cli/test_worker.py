@@ -7,7 +7,7 @@ import time
 from pathlib import Path
 
 import pytest
-from conftest import COMMAND, environment
+from conftest import COMMAND, can_trace, environment
 
 CLASS = "VEXSG_DiskDrive"
 
@@ -164,3 +164,16 @@ def test_first_process_of_a_name_space(plugin):
     done = subprocess.run([*command[:-1], "get", CLASS, "--plugin", plugin("sleeping"), "--timeout", "0.5"],
                           env=environment(), capture_output=True, check=False)
     assert done.returncode == 4 and b"serving" in done.stderr
+
+
+@pytest.mark.skipif(not can_trace(), reason="strace is missing or not allowed to trace")
+def test_time_to_tidy_up_is_measured_and_not_counted_in_naps(plugin, tmp_path):
+    """Each nap takes fifty times what it asks for, as on a busy machine."""
+    calls = tmp_path / "calls"
+    done = subprocess.run(["strace", "-qq", "-o", calls, "-e", "trace=clock_nanosleep",
+                           "-e", "inject=clock_nanosleep:delay_exit=50000",
+                           COMMAND, "get", CLASS, "--plugin", plugin("sleeping"), "--timeout", "0.1"],
+                          env=environment(), capture_output=True, check=False,
+                          preexec_fn=lambda: signal.signal(signal.SIGTERM, signal.SIG_IGN))
+    assert done.returncode == 4
+    assert 1 <= calls.read_text().count("clock_nanosleep(") <= 20
