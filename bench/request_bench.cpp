@@ -21,7 +21,7 @@ const MachineSize kFullGptDisk = {1, 128, 14, Layout::gpt};
 void request(benchmark::State& state, const MachineSize& size, const std::vector<std::string>& classes) {
     diskmgt_test::FakeOs machine;
     describe(machine, size);
-    diskmgt_test::PluginSession session;
+    diskmgt_test::HostWithPlugin session;
     (void)session.host.request(diskmgt_bench::allClasses());
 
     machine.forgetCalls();

@@ -14,7 +14,7 @@
 namespace {
 
 using diskmgt_test::DiskImage;
-using diskmgt_test::PluginSession;
+using diskmgt_test::HostWithPlugin;
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 constexpr int kBatches = 10;  // some ten times slower; leaks are found without counting bytes
@@ -81,7 +81,7 @@ protected:
 
     /// A host, its requests, and the end of both.
     void runBatch() {
-        PluginSession session;
+        HostWithPlugin session;
         for (int i = 0; i < kRequestsInABatch; ++i) {
             ASSERT_FALSE(session.host.request(everyClass()).failure);
             ASSERT_EQ(diskmgt_col::PartitionTableParser().enumPartitions({mbrDisk(), gptDisk()}).size(), 5U);

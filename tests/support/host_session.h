@@ -1,5 +1,5 @@
 // HostSession: a reference host with an entry object of the test's own, so that a test can do inside a request what
-// the plug-in does there. PluginSession: the plug-in's entry object, registered in this very process.
+// the plug-in does there. HostWithPlugin: the plug-in's entry object, registered in this very process.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -38,12 +38,12 @@ private:
     RequestWork current;
 };
 
-class PluginSession {
+class HostWithPlugin {
 public:
-    explicit PluginSession(refhost::HostOptions options = quietHost());
-    PluginSession(const PluginSession&) = delete;
-    PluginSession& operator=(const PluginSession&) = delete;
-    ~PluginSession();
+    explicit HostWithPlugin(refhost::HostOptions options = quietHost());
+    HostWithPlugin(const HostWithPlugin&) = delete;
+    HostWithPlugin& operator=(const HostWithPlugin&) = delete;
+    ~HostWithPlugin();
 
     refhost::ReferenceHost host;
 };

@@ -8,7 +8,7 @@ namespace {
 
 using diskmgt_test::DiskImage;
 using diskmgt_test::FakeOs;
-using diskmgt_test::PluginSession;
+using diskmgt_test::HostWithPlugin;
 using refhost::TraceEntry;
 using refhost::TraceValue;
 using ::testing::ElementsAreArray;
@@ -118,7 +118,7 @@ protected:
     }
 
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
 };
 
 TEST_F(WholeRequest, OfAllSeventeenClassesCrossesTheBoundaryAsWritten) {

@@ -20,7 +20,7 @@ using diskmgt_test::DiskImage;
 using diskmgt_test::FakeOs;
 using diskmgt_test::HostSession;
 using diskmgt_test::linesOf;
-using diskmgt_test::PluginSession;
+using diskmgt_test::HostWithPlugin;
 using diskmgt_test::RenamedClass;
 using diskmgt_test::ScriptedClass;
 using diskmgt_test::SilentHostFailure;
@@ -45,7 +45,7 @@ protected:
     }
 
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
 };
 
 TEST_F(HardwareInformationOn, EveryInstanceCarriesTheIdentityOfTheHostingSystem) {
@@ -160,7 +160,7 @@ TEST_F(HardwareInformationOn, AFailureOfTheVirtualDeviceQueryCostsTheDriveClassO
 TEST(HardwareInformation, TheExceptionLineRunsTheClassNameIntoTheMessage) {
     FakeOs machine;
     machine.sysfsDisk("sda", 8, "8:0", {}).device("/dev/sda", DiskImage());
-    PluginSession session;
+    HostWithPlugin session;
     session.host.startTrace();
     (void)session.host.request({"VEXSG_DiskDrive"});
     const auto creation = crossingOf(session.host.takeTrace(), "createInstance");
