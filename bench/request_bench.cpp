@@ -4,6 +4,7 @@
 
 #include "bench/allocations.h"
 #include "bench/machines.h"
+#include "session/request_failure.h"
 #include "tests/support/host_session.h"
 
 namespace {
@@ -31,7 +32,7 @@ void request(benchmark::State& state, const MachineSize& size, const std::vector
     state.counters["allocations"] = static_cast<double>(diskmgt_bench::allocationCount() - allocationsBefore);
     state.counters["crossings"] = static_cast<double>(session.host.crossings() - crossingsBefore);
     state.counters["kernel_calls"] = machine.calls();
-    if (result.reportsFailure()) state.SkipWithError("the request failed");
+    if (diskmgt::failureIn(result)) state.SkipWithError("the request failed");
     std::size_t instances = 0;
     for (const std::string& name : classes) instances += session.host.instances(name).size();
     state.counters["instances"] = static_cast<double>(instances);

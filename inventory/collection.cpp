@@ -6,6 +6,7 @@
 
 #include "inventory/observation.h"
 #include "session/packed_classes.h"
+#include "session/request_failure.h"
 #include "worker/worker.h"
 
 namespace diskmgt {
@@ -44,7 +45,7 @@ void add(ServedClass served, Published& published) {
 
 ServedClass serve(PluginSession& session, const std::string& className) {
     ServedClass served;
-    served.failure = PluginSession::failureOf(session.request({className}));
+    served.failure = failureClause(session.request({className}));
     served.published = {session.host().findClass(className), session.host().instances(className)};
     return served;
 }
