@@ -21,6 +21,10 @@ std::string_view trimmed(std::string_view text);
 /// A number of digits and nothing else; nothing when it is anything else or does not fit.
 std::optional<std::uint64_t> decimalFrom(std::string_view text);
 
+/// sysfs writes a node in a folder of /dev with "!": "cciss!c0d0" is that of /dev/cciss/c0d0.
+std::string nodeOfSysfsName(std::string name);
+std::string sysfsNameOfNode(std::string nodeBelowDev);
+
 /// "\040" becomes a blank, as the kernel writes blanks in mount points. What is no such escape stays as it is.
 std::string withoutOctalEscapes(std::string_view text);
 /// "\x20" becomes a blank, as udev writes blanks in labels. What is no such escape stays as it is.
