@@ -52,7 +52,7 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
     // Intended: no blank after the class name. Held by
     // HardwareInformation.TheExceptionLineRunsTheClassNameIntoTheMessage.
     const auto logFailure = [this](const char* what) {
-        tellOrLose(
+        logIfPossible(
             [&] { log->writeDebug(className + kCollectionEncounteredException + dataToString<const char*>(what)); });
     };
     try {

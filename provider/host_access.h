@@ -30,7 +30,7 @@ inline void commit(NVEXTAL20::ICIMInstance& instance) { instance.AddToClass(NVEX
 
 /// Logs a failure. A host that fails here too loses the line, not the work that goes on.
 template <typename Logging>
-void tellOrLose(const Logging& logging) {
+void logIfPossible(const Logging& logging) {
     try {
         logging();
     } catch (const NVEXTAL20::TTALException&) {  // nowhere left to log it
@@ -39,7 +39,7 @@ void tellOrLose(const Logging& logging) {
 
 /// Logs that an instance was given up.
 inline void logFailedCreation(NVEXTAL20::ICIMClass& cls, const NVEXTAL20::TTALException& failure) {
-    tellOrLose([&] {
+    logIfPossible([&] {
         std::ostringstream text;  // takes a failure without a text too
         text << kAttemptedCreation << nameOf(cls) << " threw exception " << failure.what();
         LogMessage::getInstance()->writeDebug(text.str());
