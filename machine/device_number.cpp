@@ -1,4 +1,3 @@
-// Two decimal numbers with a colon between.
 #include "machine/device_number.h"
 
 #include <limits>

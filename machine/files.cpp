@@ -1,4 +1,3 @@
-// Reading through base/os.h.
 #include "machine/files.h"
 
 #include <cerrno>

@@ -1,4 +1,3 @@
-// Lines, and the walk along their parents.
 #include "machine/mounts.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// Columns of /proc/swaps.
 #include "machine/swaps.h"
 
 #include <limits>

@@ -1,4 +1,3 @@
-// Which key goes where.
 #include "machine/udev_record.h"
 
 #include <limits>

@@ -1,4 +1,3 @@
-// One walk over UTF-8 with two ways to treat what is not fit to be shown.
 #include "text/readable_text.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// One line for people where programs get all values.
 #include "cli/tables/changes.h"
 
 #include <type_traits>
