@@ -4,6 +4,7 @@
 
 #include "bench/allocations.h"
 #include "bench/machines.h"
+#include "session/request_failure.h"
 #include "tests/support/host_session.h"
 #include "tests/support/served_classes.h"
 
@@ -22,7 +23,7 @@ const MachineSize kFullGptDisk = {1, 128, 14, Layout::gpt};
 void request(benchmark::State& state, const MachineSize& size, const std::vector<std::string>& classes) {
     diskmgt_test::FakeOs machine;
     describe(machine, size);
-    diskmgt_test::PluginSession session;
+    diskmgt_test::HostWithPlugin session;
     (void)session.host.request(diskmgt_test::servedClasses());
 
     machine.forgetCalls();
@@ -32,7 +33,7 @@ void request(benchmark::State& state, const MachineSize& size, const std::vector
     state.counters["allocations"] = static_cast<double>(diskmgt_bench::allocationCount() - allocationsBefore);
     state.counters["crossings"] = static_cast<double>(session.host.crossings() - crossingsBefore);
     state.counters["kernel_calls"] = machine.calls();
-    if (result.reportsFailure()) state.SkipWithError("the request failed");
+    if (diskmgt::failureIn(result)) state.SkipWithError("the request failed");
     std::size_t instances = 0;
     for (const std::string& name : classes) instances += session.host.instances(name).size();
     state.counters["instances"] = static_cast<double>(instances);

@@ -1,4 +1,3 @@
-// The commands and what their help says.
 #include "cli/command_table.h"
 
 #include <limits>

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <clocale>
 #include <csignal>
 #include <exception>
 #include <string>
@@ -31,6 +32,7 @@ int main(int argumentCount, char** arguments) {
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
     (void)std::signal(SIGXFSZ, SIG_IGN);  // so is a file that would exceed "ulimit -f"
     endOnSignalsAsFirstProcess();
+    (void)std::setlocale(LC_CTYPE, "");  // for the widths of texts; an unknown locale leaves plain ASCII
     try {
         const Options options = readOptions(argumentCount, arguments);
         if (options.mayStall) worker::endProcess(runSupervised(options));

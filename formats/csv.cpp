@@ -1,4 +1,3 @@
-// Quoting and joining.
 #include "formats/csv.h"
 
 #include <cstddef>

@@ -1,4 +1,3 @@
-// Escaping.
 #include "formats/html_writer.h"
 
 #include "text/readable_text.h"

@@ -1,4 +1,3 @@
-// Heading, what to know, a card per drive, and what is on no drive.
 #include "formats/inventory_html.h"
 
 #include "formats/drive_picture.h"
@@ -11,16 +10,16 @@ namespace diskmgt {
 
 namespace {
 
-class Writing {
+class HtmlInventoryWriter {
 public:
-    explicit Writing(const Inventory& shown) : inventory(shown) {}
+    explicit HtmlInventoryWriter(const Inventory& shown) : inventory(shown) {}
 
     std::string page() {
         head();
         heading();
         warnings();
         out.raw("<main>\n");
-        key();
+        keyToPictures();
         for (std::size_t i = 0; i < inventory.drives.size(); ++i) drive(inventory.drives[i], i);
         if (inventory.drives.empty()) out.raw("<section class='card'><p>No drives are reported.</p></section>\n");
         loose();
@@ -83,7 +82,7 @@ private:
         return HtmlWriter().raw("<span class='name'>").text(text).raw("</span>").page();
     }
 
-    void key() {
+    void keyToPictures() {
         if (inventory.partitions.empty()) return;
         out.raw("<ul class='key' aria-label='Key to the pictures'>");
         for (const PurposeStyle& purpose : kPurposes)
@@ -159,6 +158,6 @@ private:
 
 }  // namespace
 
-std::string inventoryPage(const Inventory& inventory) { return Writing(inventory).page(); }
+std::string inventoryPage(const Inventory& inventory) { return HtmlInventoryWriter(inventory).page(); }
 
 }  // namespace diskmgt

@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::uint64_t kSchemaVersion = 1;
 
-class Writing {
+class JsonInventoryWriter {
 public:
-    explicit Writing(const Inventory& shown) : inventory(shown) {}
+    explicit JsonInventoryWriter(const Inventory& shown) : inventory(shown) {}
 
     std::string document() {
         // One name around everything: top-level names become facts of their own where facter reads the document.
@@ -142,6 +142,6 @@ private:
 
 }  // namespace
 
-std::string inventoryJson(const Inventory& inventory) { return Writing(inventory).document(); }
+std::string inventoryJson(const Inventory& inventory) { return JsonInventoryWriter(inventory).document(); }
 
 }  // namespace diskmgt

@@ -10,9 +10,9 @@ namespace diskmgt {
 
 namespace {
 
-class Writing {
+class MetricsInventoryWriter {
 public:
-    explicit Writing(const Inventory& shown) : inventory(shown) {}
+    explicit MetricsInventoryWriter(const Inventory& shown) : inventory(shown) {}
 
     std::string text() {
         drives();
@@ -94,6 +94,6 @@ private:
 
 }  // namespace
 
-std::string inventoryMetrics(const Inventory& inventory) { return Writing(inventory).text(); }
+std::string inventoryMetrics(const Inventory& inventory) { return MetricsInventoryWriter(inventory).text(); }
 
 }  // namespace diskmgt

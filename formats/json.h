@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "base/property_map.h"
 #include "refhost/api/reference_host.h"
 
 namespace diskmgt {
@@ -25,11 +24,6 @@ void writeInstance(JsonWriter& out, const refhost::Instance& instance);
 
 /// One line of `trace`.
 std::string traceLine(std::size_t number, const refhost::TraceEntry& entry);
-
-/// One partition of `probe`: [["name","value"],...] without a line end, in map order.
-std::string pairs(const diskmgt_col::PropertyMap& partition);
-/// A text in quotes.
-std::string quoted(const std::string& text);
 
 /// The same values for a terminal: marks of writing direction, which let a name show as another one, as \uNNNN.
 std::string forTerminal(const std::string& document);

@@ -1,9 +1,8 @@
-// Printable ASCII is escaped here; the few texts with anything else are left to the JSON library.
 #include "formats/json_writer.h"
 
 #include <algorithm>
 
-#include "formats/json.h"
+#include "text/utf8.h"
 
 namespace diskmgt {
 
@@ -24,12 +23,50 @@ bool isPlain(std::string_view text) {
     return isOdd == 0;
 }
 
+void appendCode(std::string& out, unsigned char code) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    out += "\\u00";
+    out += kDigits[code >> 4U];
+    out += kDigits[code & 0xFU];
+}
+
+void appendAscii(std::string& out, char character) {
+    switch (character) {
+        case '"':
+        case '\\':
+            out += '\\';
+            out += character;
+            return;
+        case '\b':
+            out += "\\b";
+            return;
+        case '\t':
+            out += "\\t";
+            return;
+        case '\n':
+            out += "\\n";
+            return;
+        case '\f':
+            out += "\\f";
+            return;
+        case '\r':
+            out += "\\r";
+            return;
+        default:
+            if (isPrintable(character))
+                out += character;
+            else
+                appendCode(out, static_cast<unsigned char>(character));
+    }
+}
+
 }  // namespace
 
 JsonWriter& JsonWriter::key(std::string_view name) {
-    beginLine();
+    separate();
     appendQuoted(name);
-    pending += ": ";
+    pending += ':';
+    if (layout != JsonLayout::kCompact) pending += ' ';
     afterKey = true;
     return *this;
 }
@@ -46,70 +83,81 @@ JsonWriter& JsonWriter::plain(std::string_view value) {
     return *this;
 }
 
+void JsonWriter::flush() {
+    sink(pending);
+    pending.clear();
+}
+
 std::string JsonWriter::take() {
     pending += '\n';
     isFirst = true;
     return std::exchange(pending, {});
 }
 
-JsonWriter& JsonWriter::begin(char bracket) {
+JsonWriter& JsonWriter::begin(char bracket, JsonLayout within) {
     beginValue();
     pending += bracket;
-    ++depth;
+    outside.push_back(layout);
+    layout = within;
     isFirst = true;
     return *this;
 }
 
 JsonWriter& JsonWriter::end(char bracket) {
-    --depth;
-    if (!isFirst) {  // an empty one stays on its line
-        pending += '\n';
-        pending.append(kIndent * depth, ' ');
-    }
+    if (!isFirst) endLine();
+    layout = outside.back();
+    outside.pop_back();
     pending += bracket;
     isFirst = false;
-    if (sink && pending.size() >= kPieceSize) {
-        sink(pending);
-        pending.clear();
-    }
+    if (sink && pending.size() >= kPieceSize) flush();
     return *this;
 }
 
 void JsonWriter::beginValue() {
-    if (!afterKey && depth > 0) beginLine();
+    if (!afterKey && !outside.empty()) separate();
     afterKey = false;
 }
 
-void JsonWriter::beginLine() {
+/// Begins a member or element.
+void JsonWriter::separate() {
     const std::size_t begin = isFirst ? 1 : 0;
-    const std::size_t blanks = kIndent * depth;
     isFirst = false;
-    pending.append(kLineAndBlanks + begin, 2 - begin + std::min(blanks, kMostBlanks));
-    if (blanks > kMostBlanks) pending.append(blanks - kMostBlanks, ' ');
+    if (layout == JsonLayout::kIndented) {
+        const std::size_t blanks = kIndent * outside.size();
+        pending.append(kLineAndBlanks + begin, 2 - begin + std::min(blanks, kMostBlanks));
+        if (blanks > kMostBlanks) pending.append(blanks - kMostBlanks, ' ');
+    } else if (layout == JsonLayout::kLines) {
+        pending.append(kLineAndBlanks + begin, 2 - begin);
+    } else if (begin == 0) {
+        pending += layout == JsonLayout::kSpaced ? ", " : ",";
+    }
+}
+
+/// Behind the last member or element.
+void JsonWriter::endLine() {
+    if (layout != JsonLayout::kIndented && layout != JsonLayout::kLines) return;
+    pending += '\n';
+    if (layout == JsonLayout::kIndented) pending.append(kIndent * (outside.size() - 1), ' ');
 }
 
 void JsonWriter::appendQuoted(std::string_view value) {
-    if (isPlain(value)) {  // as nearly all are
-        pending += '"';
-        pending += value;
-        pending += '"';
-        return;
-    }
-    const std::size_t begin = pending.size();
     pending += '"';
-    std::size_t copied = 0;
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (!isPrintable(value[i])) {
-            pending.resize(begin);
-            pending += json::quoted(std::string(value));
-            return;
+    if (isPlain(value)) {  // as nearly all are
+        pending += value;
+    } else {
+        for (std::size_t at = 0; at < value.size();) {
+            const Utf8Character character = utf8CharacterAt(value, at);
+            if (!character.isWellFormed)
+                pending += "\uFFFD";
+            else if (character.length == 1)
+                appendAscii(pending, value[at]);
+            else if (value[at] == '\xC2' && static_cast<unsigned char>(value[at + 1]) < 0xA0)  // U+0080 to U+009F
+                appendCode(pending, static_cast<unsigned char>(value[at + 1]));
+            else
+                pending.append(value, at, character.length);
+            at += character.length;
         }
-        if (value[i] != '"' && value[i] != '\\') continue;
-        pending.append(value, copied, i - copied);
-        pending += '\\';
-        copied = i;
     }
-    pending.append(value, copied);
     pending += '"';
 }
 

@@ -1,4 +1,3 @@
-// Heads, labels and values.
 #include "formats/metric_writer.h"
 
 #include <charconv>

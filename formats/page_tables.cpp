@@ -1,4 +1,3 @@
-// One row a partition, one row a file system.
 #include "formats/page_tables.h"
 
 #include <initializer_list>

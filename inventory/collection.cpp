@@ -8,6 +8,7 @@
 #include "inventory/stalling_nodes.h"
 #include "session/class_plan.h"
 #include "session/packed_classes.h"
+#include "session/request_failure.h"
 #include "text/wording.h"
 #include "worker/worker.h"
 
@@ -47,7 +48,7 @@ void add(ServedClass served, Published& published) {
 
 ServedClass serve(PluginSession& session, const std::string& className) {
     ServedClass served;
-    served.failure = PluginSession::failureOf(session.request({className}));
+    served.failure = failureClause(session.request({className}));
     served.published = {session.host().findClass(className), session.host().instances(className)};
     return served;
 }

@@ -1,4 +1,3 @@
-// Digits, and the "p" that sets them apart.
 #include "inventory/device_names.h"
 
 #include <algorithm>

@@ -1,19 +1,15 @@
-// Sorts by the first byte and fills what is left between.
 #include "inventory/drive_map.h"
 
 #include <algorithm>
 
 #include "inventory/device_names.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 
 namespace {
 
 using Positions = std::vector<std::size_t>;
-
-bool contains(const Positions& positions, std::size_t position) {
-    return std::find(positions.begin(), positions.end(), position) != positions.end();
-}
 
 bool holds(const Inventory& inventory, const Drive& drive, std::size_t position) {
     return std::any_of(drive.partitions.begin(), drive.partitions.end(), [&](std::size_t top) {
@@ -52,8 +48,9 @@ public:
             const Partition& partition = inventory.partitions[position];
             const std::uint64_t start = std::max(*partition.start, begin);
             const std::uint64_t size = std::min(partition.size, UINT64_MAX - start);  // hostile tables: no overflow
-            if (start < reached) odd(partition, " overlaps what lies before it");
-            if (start + size > end || *partition.start < begin) odd(partition, std::string(" reaches past ") + whole);
+            if (start < reached) noteOddity(partition, " overlaps what lies before it");
+            if (start + size > end || *partition.start < begin)
+                noteOddity(partition, std::string(" reaches past ") + whole);
             const std::uint64_t from = std::min(std::max(start, reached), end);
             const std::uint64_t to = std::min(std::max(start + size, from), end);
             if (from > reached) stretches.push_back({std::nullopt, from - reached, {}});
@@ -67,7 +64,7 @@ public:
     }
 
 private:
-    void odd(const Partition& partition, const std::string& what) {
+    void noteOddity(const Partition& partition, const std::string& what) {
         drawn.oddities.push_back(partition.device + what + ".");
     }
 

@@ -1,4 +1,3 @@
-// Kinds of file systems by their names.
 #include "inventory/file_systems.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// Reads the values, then follows the pairs.
 #include "inventory/inventory.h"
 
 #include <unistd.h>

@@ -1,4 +1,3 @@
-// One account a process.
 #include "inventory/machine_account.h"
 
 namespace diskmgt {

@@ -1,33 +1,27 @@
-// Questions about the mount table.
 #include "inventory/mount_facts.h"
 
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <map>
 #include <memory>
 #include <utility>
 
-#include "base/handles.h"
+#include "inventory/mount_table.h"
 
 namespace diskmgt {
 
 namespace {
 
-namespace os = diskmgt_col::os;
-
 // Shows what is really mounted, should the mount table be a file of its own.
 constexpr const char* kKernelMounts = "/proc/self/mounts";
 
-std::vector<MountFacts> readEntries(std::FILE* table) {
+std::vector<MountFacts> factsOf(const MountTable& table) {
     std::vector<MountFacts> mounts;
-    std::vector<char> line(diskmgt_col::kMountLineSize);
-    mntent entry;
-    while (os::nextMountEntry(table, entry, line.data(), diskmgt_col::kMountLineSize)) {
+    for (const MountEntry& entry : table.entries) {
         MountFacts mount;
-        mount.source = entry.mnt_fsname;
-        mount.mountPoint = entry.mnt_dir;
-        mount.type = entry.mnt_type;
+        mount.source = entry.source;
+        mount.mountPoint = entry.mountPoint;
+        mount.type = entry.type;
         mount.kind = kindOfFileSystem(mount.type);
         mounts.push_back(std::move(mount));
     }
@@ -61,17 +55,16 @@ std::string resolvedDevice(const std::string& source, const UntouchablePlaces& u
 MountTableFacts readMounts(Progress& progress) {
     progress.nowAt(std::string("reading ") + diskmgt_col::kMountTable);
     MountTableFacts facts;
-    diskmgt_col::UniqueMountTable table(os::openMountTable(diskmgt_col::kMountTable, diskmgt_col::kMountTableMode));
-    if (table == nullptr) {
-        facts.updateError = errno;
-        table.reset(os::openMountTable(diskmgt_col::kMountTable, "r"));
-        if (table == nullptr) facts.readError = errno;
+    MountTable table = readMountTable(diskmgt_col::kMountTable, diskmgt_col::kMountTableMode);
+    facts.updateError = table.error;
+    if (table.error != 0) {
+        table = readMountTable(diskmgt_col::kMountTable, "r");
+        facts.readError = table.error;
     }
-    if (table != nullptr) facts.mounts = readEntries(table.get());
+    facts.mounts = factsOf(table);
     markLaterMounts(facts.mounts);
     addUntouchable(facts.untouchable, facts.mounts);
-    const diskmgt_col::UniqueMountTable kernelTable(os::openMountTable(kKernelMounts, "r"));
-    if (kernelTable != nullptr) addUntouchable(facts.untouchable, readEntries(kernelTable.get()));
+    addUntouchable(facts.untouchable, factsOf(readMountTable(kKernelMounts, "r")));
 
     for (MountFacts& mount : facts.mounts) {
         mount.device = resolvedDevice(mount.source, facts.untouchable);

@@ -1,4 +1,3 @@
-// Reads sysfs, the mount table and statvfs.
 #include "inventory/observation.h"
 
 #include <sys/statvfs.h>
@@ -6,13 +5,13 @@
 #include <charconv>
 #include <system_error>
 
-#include "base/handles.h"
 #include "collect/device_rules.h"
 #include "collect/mount_rules.h"
 #include "collect/sysfs_text.h"
 #include "inventory/device_names.h"
 #include "inventory/instance_values.h"
 #include "inventory/machine_account.h"
+#include "inventory/mount_table.h"
 #include "inventory/use_text.h"
 #include "schema/vocabulary.h"
 
@@ -24,12 +23,8 @@ using namespace diskmgt_col;
 
 std::map<std::string, std::vector<std::string>> readMountPoints() {
     std::map<std::string, std::vector<std::string>> mountPoints;
-    const UniqueMountTable table(os::openMountTable(kMountTable, "re"));
-    if (table == nullptr) return mountPoints;
-    std::vector<char> line(kMountLineSize);
-    mntent mount;
-    while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize))
-        mountPoints[mount.mnt_fsname].emplace_back(mount.mnt_dir);
+    for (const MountEntry& entry : readMountTable(kMountTable, "re").entries)
+        mountPoints[entry.source].push_back(entry.mountPoint);
     return mountPoints;
 }
 

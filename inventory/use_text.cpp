@@ -1,9 +1,8 @@
-// Volumes first, then what is mounted, then the rest.
 #include "inventory/use_text.h"
 
-#include <algorithm>
 #include <unordered_set>
 
+#include "machine/texts.h"
 #include "text/wording.h"
 
 namespace diskmgt {
@@ -13,9 +12,7 @@ std::string nameWithVolume(const diskmgt_machine::BlockDevice& device) {
 }
 
 std::optional<std::size_t> deviceOf(const diskmgt_machine::Uses& uses, const std::string& path) {
-    std::string belowDev = path;
-    std::replace(belowDev.begin(), belowDev.end(), '!', '/');
-    return uses.deviceNamed(belowDev);
+    return uses.deviceNamed(diskmgt_machine::nodeOfSysfsName(path));
 }
 
 std::vector<std::string> mountPointsOf(const diskmgt_machine::Machine& machine, const diskmgt_machine::InUse& use) {

@@ -28,11 +28,6 @@ bool startsWith(std::string_view text, std::string_view beginning) {
     return text.substr(0, beginning.size()) == beginning;
 }
 
-std::string asBelowDev(std::string name) {
-    std::replace(name.begin(), name.end(), '!', '/');
-    return name;
-}
-
 bool isDriverNumbered(std::string_view name, std::string_view driver) {
     return startsWith(name, driver) && decimalFrom(name.substr(driver.size())).has_value();
 }
@@ -112,7 +107,7 @@ private:
     void readDisk(const std::string& name) {
         const Entry entry(std::string(kBlockFolder) + "/" + name);
         BlockDevice device;
-        device.name = asBelowDev(name);
+        device.name = nodeOfSysfsName(name);
         device.number = deviceNumberFrom(entry.lineIf("dev"));
         device.sizeBytes = bytesFrom(entry.lineIf("size"));
         device.sectorSize = decimalFrom(entry.lineBelow("queue", "logical_block_size"));
@@ -128,7 +123,7 @@ private:
         device.identity = entry.identity();
         device.kind = kindOf(device, entry);
         if (device.kind == Kind::kPartition) device.partitionNumber = volumeKindFrom(device.volumeUuid).partitionNumber;
-        if (device.kind == Kind::kPath) paths.emplace_back(device.name, asBelowDev(diskOfPath(name)));
+        if (device.kind == Kind::kPath) paths.emplace_back(device.name, nodeOfSysfsName(diskOfPath(name)));
         addEdges(device.name, entry.namesIf("holders"), entry.namesIf("slaves"));
         for (const std::string& below : entry.names()) {
             const auto number = partitionNumberIn(below, name);
@@ -139,7 +134,7 @@ private:
 
     void readPartition(const Entry& entry, const BlockDevice& disk, const std::string& name, std::uint64_t number) {
         BlockDevice device;
-        device.name = asBelowDev(name);
+        device.name = nodeOfSysfsName(name);
         device.kind = Kind::kPartition;
         device.number = deviceNumberFrom(entry.line(name + "/dev"));
         device.sizeBytes = bytesFrom(entry.line(name + "/size"));
@@ -157,8 +152,8 @@ private:
 
     void addEdges(const std::string& name, const std::vector<std::string>& holders,
                   const std::vector<std::string>& slaves) {
-        for (const std::string& holder : holders) edges.push_back({asBelowDev(holder), name, true});
-        for (const std::string& slave : slaves) edges.push_back({name, asBelowDev(slave), false});
+        for (const std::string& holder : holders) edges.push_back({nodeOfSysfsName(holder), name, true});
+        for (const std::string& slave : slaves) edges.push_back({name, nodeOfSysfsName(slave), false});
     }
 
     /// Turns names into positions. The kernel lists each edge at both ends; one end is enough.

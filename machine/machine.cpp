@@ -1,9 +1,10 @@
 #include "machine/machine.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "machine/block_reader.h"
 #include "machine/files.h"
+#include "machine/texts.h"
 
 namespace diskmgt_machine {
 
@@ -15,7 +16,7 @@ std::vector<BtrfsFileSystem> readBtrfs() {
     for (const std::string& name : readNamesIn(folder)) {
         if (name == "features") continue;  // features of the kernel, not a file system
         std::vector<std::string> members = readNamesIn(std::string(folder).append("/").append(name).append("/devices"));
-        for (std::string& member : members) std::replace(member.begin(), member.end(), '!', '/');
+        for (std::string& member : members) member = nodeOfSysfsName(std::move(member));
         if (!members.empty()) all.push_back({name, std::move(members)});
     }
     return all;

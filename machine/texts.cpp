@@ -1,5 +1,6 @@
 #include "machine/texts.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
@@ -74,6 +75,16 @@ std::optional<std::uint64_t> decimalFrom(std::string_view text) {
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || stop != end) return std::nullopt;
     return value;
+}
+
+std::string nodeOfSysfsName(std::string name) {
+    std::replace(name.begin(), name.end(), '!', '/');
+    return name;
+}
+
+std::string sysfsNameOfNode(std::string nodeBelowDev) {
+    std::replace(nodeBelowDev.begin(), nodeBelowDev.end(), '/', '!');
+    return nodeBelowDev;
 }
 
 std::string withoutOctalEscapes(std::string_view text) { return unescaped(text, "\\", 3, 8); }

@@ -21,6 +21,10 @@ std::string_view trimmed(std::string_view text);
 /// A number of digits only; nothing for any other text or when it does not fit.
 std::optional<std::uint64_t> decimalFrom(std::string_view text);
 
+/// sysfs writes a node in a folder of /dev with "!": "cciss!c0d0" is that of /dev/cciss/c0d0.
+std::string nodeOfSysfsName(std::string name);
+std::string sysfsNameOfNode(std::string nodeBelowDev);
+
 /// "\040" becomes a blank, as the kernel writes blanks in mount points. Anything else stays unchanged.
 std::string withoutOctalEscapes(std::string_view text);
 /// "\x20" becomes a blank, as udev writes blanks in labels. Anything else stays unchanged.

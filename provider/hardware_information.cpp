@@ -49,7 +49,7 @@ bool HardwareInformation::enumerateInstances(boost::shared_ptr<ICIMClass> cls) {
     // Intended: no blank between class name and message. Held by
     // HardwareInformation.TheExceptionLineRunsTheClassNameIntoTheMessage.
     const auto logFailure = [this](const char* what) {
-        tellOrLose(
+        logIfPossible(
             [&] { log->writeDebug(className + kCollectionEncounteredException + dataToString<const char*>(what)); });
     };
     try {

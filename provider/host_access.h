@@ -10,6 +10,7 @@
 #include "plugin/host/cim_model.h"
 #include "plugin/host/tal_exception.h"
 #include "plugin/log/log_message.h"
+#include "schema/vocabulary.h"
 
 namespace diskmgt_col {
 
@@ -27,20 +28,20 @@ inline std::string nameOf(NVEXTAL20::ICIMClass& cls) {
 
 inline void commit(NVEXTAL20::ICIMInstance& instance) { instance.AddToClass(NVEXTAL20::TCIMOptions()); }
 
-/// Tells about a failure. A host that fails here too loses the line, not the work that goes on.
-template <typename Telling>
-void tellOrLose(const Telling& telling) {
+/// Logs a failure. A host that fails here too loses the line, not the work that goes on.
+template <typename Logging>
+void logIfPossible(const Logging& logging) {
     try {
-        telling();
-    } catch (const NVEXTAL20::TTALException&) {  // nowhere left to tell it
+        logging();
+    } catch (const NVEXTAL20::TTALException&) {  // nowhere left to log it
     }
 }
 
 /// Logs that an instance was given up.
 inline void logFailedCreation(NVEXTAL20::ICIMClass& cls, const NVEXTAL20::TTALException& failure) {
-    tellOrLose([&] {
+    logIfPossible([&] {
         std::ostringstream text;  // takes a failure without a text too
-        text << "Attempted creation of instance for " << nameOf(cls) << " threw exception " << failure.what();
+        text << kAttemptedCreation << nameOf(cls) << " threw exception " << failure.what();
         LogMessage::getInstance()->writeDebug(text.str());
     });
 }

@@ -54,10 +54,10 @@ void assign(ICIMInstance& instance, ICIMClass& cls, const std::string& name, std
 void logSkippedProperty(ICIMClass& cls, const std::string& name, const std::string& text,
                         const TTALException& failure) {
     const LogMessage* const log = LogMessage::getInstance();
-    tellOrLose([&] {
+    logIfPossible([&] {
         log->writeDebug("Error processing property " + name + ". With value " + text + " from class " + nameOf(cls));
     });
-    tellOrLose([&] { log->writeError(dataToString<const char*>(failure.what())); });
+    logIfPossible([&] { log->writeError(dataToString<const char*>(failure.what())); });
 }
 
 }  // namespace

@@ -1,4 +1,3 @@
-// What each association pairs, and the order that follows from it.
 #include "session/class_plan.h"
 
 #include <algorithm>

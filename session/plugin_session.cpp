@@ -1,4 +1,3 @@
-// Finds the plug-in and drives the host.
 #include "session/plugin_session.h"
 
 #include "terminal/remarks.h"
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "session/log_lines.h"
+#include "session/request_failure.h"
 #include "text/wording.h"
 #include "worker/account.h"
 
@@ -78,10 +78,10 @@ refhost::PluginIdentity PluginSession::load() {
         Deadline::nowAt("");
         return identity;
     } catch (const refhost::PluginError& error) {
-        std::string reason = error.what();
+        std::string reason = error.reason();
         while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();
-        const bool saysWhatToDo = reason.find("; give the path of ") != std::string::npos;
-        writeRemark(reason + (saysWhatToDo ? "" : "; name another plug-in") + " with --plugin FILE or DISKMGT_PLUGIN");
+        const std::string advice = error.advice().empty() ? "name another plug-in" : error.advice();
+        writeRemark(reason + "; " + advice + " with --plugin FILE or DISKMGT_PLUGIN");
         worker::account().note(kPluginUnusable);
         ::_exit(kPluginUnusable);
     }
@@ -97,20 +97,10 @@ refhost::RequestResult PluginSession::request(const std::vector<std::string>& cl
     return result;
 }
 
-std::string PluginSession::failureOf(const refhost::RequestResult& result) {
-    if (!result.reportsFailure()) return {};
-    if (result.failure) return "the request ended early: " + *result.failure;
-    for (const refhost::LogLine& line : result.log)
-        if (line.severity == 0) return "an error was logged: " + line.text;
-    for (const refhost::LogLine& line : result.log)
-        if (line.text.find("exception") != std::string::npos) return "an exception was logged: " + line.text;
-    return "the log tells more";
-}
-
 ExitStatus reportFailures(const ServedPlan& served) {
-    std::string failure = PluginSession::failureOf(served.request);
+    std::string failure = failureClause(served.request);
     if (!failure.empty()) return reportFailure(failure);
-    failure = PluginSession::failureOf(served.earlier);
+    failure = failureClause(served.earlier);
     if (failure.empty()) return kDone;
     return reportFailure(failure + " (while publishing what an association relies on)");
 }

@@ -47,9 +47,6 @@ public:
     refhost::RequestResult request(const std::vector<std::string>& classNames);
     refhost::RequestResult request(const ClassPlan& plan) { return request(plan.request); }
 
-    /// The text of the first failure that a request reports; empty when there is none.
-    static std::string failureOf(const refhost::RequestResult& result);
-
 private:
     const std::string pluginFile;
     const double timeoutSeconds;

@@ -1,4 +1,3 @@
-// The classes of an inventory, and access by class.
 #include "session/published.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// Carriage return and "erase to the end of the line".
 #include "terminal/progress_line.h"
 
 #include <sys/ioctl.h>

@@ -1,4 +1,3 @@
-// Word by word.
 #include "text/paragraph.h"
 
 #include <algorithm>

@@ -1,8 +1,9 @@
-// One walk over UTF-8 with two ways to treat what is not fit to be shown.
 #include "text/readable_text.h"
 
 #include <algorithm>
 #include <cstdio>
+
+#include "text/utf8.h"
 
 namespace diskmgt {
 
@@ -14,30 +15,10 @@ constexpr std::string_view kDirectionMarks[] = {"\u061C", "\u200E", "\u200F", "\
 
 constexpr std::string_view kMarkBeginnings = "\xD8\xE2";  // the first bytes of these
 
-/// The length of the well-formed UTF-8 character at `position`; 0 when there is none. Overlong forms, surrogates
-/// and numbers past U+10FFFF are not well-formed.
+/// 0 when what begins at `position` is not well-formed.
 std::size_t characterLength(const std::string& text, std::size_t position) {
-    const auto byteAt = [&text](std::size_t at) -> unsigned {
-        return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
-    };
-    const auto continues = [&byteAt](std::size_t at) { return (byteAt(at) & 0xC0U) == 0x80U; };
-    const unsigned first = byteAt(position);
-    const unsigned second = byteAt(position + 1);
-    if (first < 0x80) return 1;
-    if (first >= 0xC2 && first <= 0xDF) return continues(position + 1) ? 2 : 0;
-    if (first >= 0xE0 && first <= 0xEF) {
-        const bool overlong = first == 0xE0 && second < 0xA0;
-        const bool surrogate = first == 0xED && second > 0x9F;
-        return !overlong && !surrogate && continues(position + 1) && continues(position + 2) ? 3 : 0;
-    }
-    if (first >= 0xF0 && first <= 0xF4) {
-        const bool overlong = first == 0xF0 && second < 0x90;
-        const bool tooLarge = first == 0xF4 && second > 0x8F;
-        return !overlong && !tooLarge && continues(position + 1) && continues(position + 2) && continues(position + 3)
-                   ? 4
-                   : 0;
-    }
-    return 0;
+    const Utf8Character character = utf8CharacterAt(text, position);
+    return character.isWellFormed ? character.length : 0;
 }
 
 bool isControl(const std::string& text, std::size_t position, std::size_t length) {

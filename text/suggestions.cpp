@@ -1,4 +1,3 @@
-// Edit distance and containment, letter case aside.
 #include "text/suggestions.h"
 
 #include <algorithm>

@@ -1,7 +1,5 @@
-// Commas, "and" and "or".
 #include "text/wording.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace diskmgt {
@@ -16,10 +14,6 @@ std::string joined(const std::vector<std::string>& texts, const char* between, c
 }
 
 }  // namespace
-
-bool contains(const std::vector<std::string>& texts, const std::string& text) {
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
 
 std::string joined(const std::vector<std::string>& texts, const char* between) {
     return joined(texts, between, between);

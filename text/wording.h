@@ -1,13 +1,17 @@
 // Lists and counts as sentences and cells name them.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace diskmgt {
 
-bool contains(const std::vector<std::string>& texts, const std::string& text);
+template <typename Value>
+bool contains(const std::vector<Value>& values, const typename std::vector<Value>::value_type& value) {
+    return std::find(values.begin(), values.end(), value) != values.end();
+}
 
 std::string joined(const std::vector<std::string>& texts, const char* between);
 /// "A", "A or B", "A, B or C".

@@ -33,10 +33,10 @@ TABLE = """
 | worker             | terminal, text, base |
 | session            | worker, terminal, refhost/api, schema, base, text |
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
-| formats            | inventory, session, refhost/api, schema, base, text |
+| formats            | inventory, refhost/api, text |
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, machine, collect, schema, base, text |
-| cli/diff           | schema, base, text |
+| cli/diff           | schema |
 | cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, refhost/api, schema, text |
 | cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, machine, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |

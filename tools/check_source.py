@@ -31,7 +31,7 @@ BANNED = [
     ("runs a shell", call("system|popen"), PRODUCT, ()),
     ("overruns its buffer", call("strcpy|strcat|stpcpy|sprintf|vsprintf|gets"), PRODUCT, ()),
     ("keeps state or hides failure", call("strtok|tmpnam|mktemp|atoi|atol|atoll"), PRODUCT, ()),
-    ("changes the locale of the host's process", call("setlocale"), LIBRARIES, ()),
+    ("changes the whole process: only the command's main does", call("setlocale|mallopt"), PRODUCT, ("cli/main.cpp",)),
     ("libraries do not write to standard output", call("printf|vprintf|puts|putchar") + r"|\bstd::w?cout\b|\bstdout\b",
      LIBRARIES, ()),
     # `static T& kept = *new T;` is a static that is never destroyed, and `<new>` is a header.
@@ -64,6 +64,20 @@ RAW_FOLDERS = ("fuzz/seeds",)
 RAW_LIMIT = 65536
 # Recorded texts of other programs, with their layout.
 RECORDED_FOLDERS = ("tests/machines",)
+
+# Sources without a header of their own: a file, or a folder for all in it, and the header whose declarations they define.
+PART_OF = {
+    "base/os_posix.cpp": "base/os.h",
+    "plugin/entry/registration.cpp": "plugin/entry/disk_mgt_callbacks.h",
+    "refhost/loader/reference_host.cpp": "refhost/api/reference_host.h",
+    "refhost/model/cim_value.cpp": "plugin/host/cim_value.h",
+    "refhost/services/os_specific.cpp": "plugin/host/os_specific.h",
+    "refhost/services/root_object.cpp": "plugin/host/root_object.h",
+    "refhost/services/schema_helper.cpp": "plugin/host/schema_helper.h",
+    "refhost/services/tal_exception.cpp": "plugin/host/tal_exception.h",
+    "cli/commands": "cli/commands/commands.h",
+    "cli/main.cpp": None,
+}
 
 MAX_LINES = 400
 
@@ -168,18 +182,32 @@ def check_file(path, content):
     yield from check_code(path, text)
 
 
+def check_own_header(path, text, paths):
+    """A product source defines what one header declares, and that one has its name unless the table says otherwise."""
+    own = path.with_suffix(".h")
+    if path.suffix != ".cpp" or not lies_in(path, PRODUCT) or own in paths:
+        return
+    key = str(path) if str(path) in PART_OF else str(path.parent)
+    if key not in PART_OF:
+        yield 0, f"has no header {own.name}, nor is it named as part of another one"
+    elif PART_OF[key] and f'#include "{PART_OF[key]}"' not in text:
+        yield 0, f"is named as part of {PART_OF[key]} and does not include it"
+
+
 def is_long(path, content):
     return path.suffix in source_tree.CPP_SUFFIXES | {".py", ".sh"} and content.count(b"\n") > MAX_LINES
 
 
 def main(root):
     findings = []
-    for path in source_tree.files(root):
+    paths = list(source_tree.files(root))
+    for path in paths:
         if (Path(root) / path).is_symlink():
             findings.append((path, 0, "a stray file: a symbolic link"))
             continue
         content = (Path(root) / path).read_bytes()
         findings += [(path, line, text) for line, text in check_file(path, content)]
+        findings += [(path, line, text) for line, text in check_own_header(path, content.decode(errors="replace"), paths)]
         if is_long(path, content):
             print(f"{path}: note: more than {MAX_LINES} lines; is it two things?", file=sys.stderr)
     return source_tree.report(findings)

@@ -1,4 +1,3 @@
-// Stages of the worker's account.
 #include "worker/deadline.h"
 
 #include <cstdio>

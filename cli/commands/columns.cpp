@@ -1,4 +1,3 @@
-// Looks the names up in the declarations.
 #include "cli/commands/columns.h"
 
 #include <algorithm>

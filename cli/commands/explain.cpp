@@ -7,8 +7,10 @@
 
 #include "cli/commands/commands.h"
 #include "cli/commands/session_options.h"
-#include "cli/explain/explain.h"
 #include "cli/explain/explain_json.h"
+#include "cli/explain/explain_machine.h"
+#include "cli/explain/explain_named.h"
+#include "cli/explain/plugin_answer.h"
 #include "cli/io/output.h"
 #include "cli/tables/explain_text.h"
 #include "cli/tables/table.h"

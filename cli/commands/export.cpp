@@ -54,7 +54,7 @@ std::vector<std::string> emptyClasses(const Inventory& inventory) {
 }
 
 /// Names are chosen by whoever mounts: on a terminal none of their control characters may act.
-std::string harmless(const std::string& lines) {
+std::string escapedLines(const std::string& lines) {
     std::string text;
     std::size_t start = 0;
     for (std::size_t end = 0; (end = lines.find('\n', start)) != std::string::npos; start = end + 1)
@@ -64,7 +64,7 @@ std::string harmless(const std::string& lines) {
 
 void deliver(const Inventory& inventory, const ExportForm& form, Output& output) {
     const std::string text = form.write(inventory);
-    output.write(output.isTerminal() ? harmless(text) : text);
+    output.write(output.isTerminal() ? escapedLines(text) : text);
     output.finish();
     const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
     if (!remark.empty()) writeRemark(remark);
@@ -84,7 +84,7 @@ ExitStatus runExport(const Options& options) {
     Output output(options.outputFile);
     const Inventory inventory = collectInventory(session);
     deliver(inventory, form, output);
-    mentionRights(emptyClasses(inventory));
+    remarkOnMissingRights(emptyClasses(inventory));
     return reportFailures(inventory);
 }
 

@@ -75,7 +75,7 @@ ExitStatus runGet(const Options& options) {
     }
     print(options, session.host(), served, output);
     output.finish();
-    mentionRights(emptyClasses(session.host(), options.operands));
+    remarkOnMissingRights(emptyClasses(session.host(), options.operands));
     return reportFailures(served);
 }
 

@@ -20,7 +20,7 @@
 #include "cli/commands/commands.h"
 #include "cli/io/output.h"
 #include "collect/partition_table_parser.h"
-#include "formats/json.h"
+#include "formats/json_writer.h"
 #include "schema/vocabulary.h"
 #include "terminal/remarks.h"
 #include "text/wording.h"
@@ -133,30 +133,34 @@ ExitStatus report(const ProbedFile& probed, const std::string& path) {
     return probed.openError != 0 || reading.error != 0 || reading.refusedCount ? kFailureReported : kDone;
 }
 
+void write(JsonWriter& out, diskmgt_col::PropertyMap& partition) {
+    out.beginArray(JsonLayout::kCompact);
+    for (const auto& [name, value] : partition) out.beginArray().text(name).text(value).endArray();
+    out.endArray();
+    partition.clear();  // each map of a GPT disk holds all pairs of those before it
+}
+
 }  // namespace
 
 ExitStatus runProbe(const Options& options) {
     Output output(options.outputFile);
     ExitStatus status = kDone;
     const bool isTerminal = output.isTerminal();
-    output.write("[");
-    const char* beforeFile = "\n";
+    JsonWriter out([&output, isTerminal](const std::string& piece) {
+        output.write(isTerminal ? json::forTerminal(piece) : piece);
+    });
+    out.beginArray(JsonLayout::kLines);
     for (const std::string& path : options.operands) {
+        out.flush();  // in order with what is said about the files
         ProbedFile probed = probe(path, options.timeoutSeconds);
         if (report(probed, path) != kDone) status = kFailureReported;
-        const std::string name = json::quoted(path);
-        output.write(beforeFile + ("{\"path\": " + (isTerminal ? json::forTerminal(name) : name)) +
-                     ", \"partitions\": [");
-        beforeFile = ",\n";
-        const char* beforeMap = "\n";
-        for (diskmgt_col::PropertyMap& partition : probed.partitions) {
-            output.write(beforeMap + json::pairs(partition));
-            beforeMap = ",\n";
-            partition.clear();  // each map of a GPT disk holds all pairs of those before it
-        }
-        output.write(probed.partitions.empty() ? "]}" : "\n]}");
+        out.beginObject(JsonLayout::kSpaced).textField("path", path);
+        out.key("partitions").beginArray(JsonLayout::kLines);
+        for (diskmgt_col::PropertyMap& partition : probed.partitions) write(out, partition);
+        out.endArray().endObject();
     }
-    output.write("\n]\n");
+    out.endArray();
+    out.finish();
     output.finish();
     return status;
 }

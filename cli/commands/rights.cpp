@@ -8,7 +8,7 @@
 
 namespace diskmgt {
 
-void mentionRights(const std::vector<std::string>& missing) {
+void remarkOnMissingRights(const std::vector<std::string>& missing) {
     if (missing.empty() || ::geteuid() == 0) return;
     writeRemark("not root, so these may be out of reach: " + joined(missing, ", ") + "; run as root to see them");
 }

@@ -7,6 +7,6 @@
 namespace diskmgt {
 
 /// Says on standard error that what is missing may be out of reach. Silent when nothing is missing, and to root.
-void mentionRights(const std::vector<std::string>& missing);
+void remarkOnMissingRights(const std::vector<std::string>& missing);
 
 }  // namespace diskmgt

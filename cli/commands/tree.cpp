@@ -30,7 +30,7 @@ std::vector<std::string> whatIsMissing(const Inventory& inventory) {
 
 /// Says what to do about an inventory that shows less than it could.
 void adviseOn(const Inventory& inventory) {
-    mentionRights(whatIsMissing(inventory));
+    remarkOnMissingRights(whatIsMissing(inventory));
     const bool wereDrivesServed = !contains(inventory.published.missingClasses, diskmgt_col::kDiskDrive);
     if (inventory.drives.empty() && wereDrivesServed && ::geteuid() == 0)
         writeRemark("no disks are reported; \"diskmgt explain\" tells why");

@@ -1,4 +1,3 @@
-// The keys of each kind of object, and which of them are always there.
 #include "cli/diff/inventory_form.h"
 
 #include <cstddef>

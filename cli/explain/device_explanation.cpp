@@ -1,7 +1,9 @@
-// Everything that is said about one disk or one partition.
+#include "cli/explain/device_explanation.h"
+
 #include <cerrno>
 
-#include "cli/explain/reasons.h"
+#include "cli/explain/device_reasons.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 

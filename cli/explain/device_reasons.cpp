@@ -1,9 +1,11 @@
-// Why a device is or is not a drive, and why its partitions are or are not there.
-#include <algorithm>
+#include "cli/explain/device_reasons.h"
+
 #include <cctype>
 #include <cerrno>
 
-#include "cli/explain/reasons.h"
+#include "cli/explain/failure_text.h"
+#include "machine/texts.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 
@@ -16,13 +18,11 @@ Reason openFailure(const DeviceFacts& facts) {
     if (facts.openError != ENOENT)
         return {"open-failed", "cannot be opened: " + errorText(facts.openError),
                 "Opening " + facts.path + " failed: " + failureText(facts.openError) + "."};
-    std::string node = facts.name;
-    if (facts.isListed && node.find('!') != std::string::npos) {
-        std::replace(node.begin(), node.end(), '!', '/');
+    const std::string node = diskmgt_machine::nodeOfSysfsName(facts.name);
+    if (facts.isListed && node != facts.name)
         return {"no-node", "sysfs writes its node with \"!\"",
                 facts.path + R"( is what is tried, but sysfs writes "!" for "/": the node is /dev/)" + node +
                     ", which is never tried."};
-    }
     return {"no-node", "no node in /dev", "There is no node " + facts.path + "."};
 }
 

@@ -1,4 +1,3 @@
-// Finds the device in the account and takes over what is seen of its use.
 #include "cli/explain/device_use.h"
 
 #include <algorithm>

@@ -1,12 +1,14 @@
-// What stands out on a machine, most far-reaching first.
+#include "cli/explain/diagnosis.h"
+
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <functional>
 
-#include "cli/explain/explain.h"
-#include "cli/explain/reasons.h"
+#include "cli/explain/device_reasons.h"
+#include "cli/explain/failure_text.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 

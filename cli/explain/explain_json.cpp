@@ -1,22 +1,10 @@
-// Builds the document of `explain` with the JSON library, which is heavy to compile and therefore kept apart.
 #include "cli/explain/explain_json.h"
 
-#include <nlohmann/json.hpp>
-#include <utility>
+#include "formats/json_writer.h"
 
 namespace diskmgt::json {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-Json reasonList(const Verdict& verdict) {
-    Json list = Json::array();
-    for (const Reason& reason : verdict.reasons) list.push_back({{"rule", reason.rule}, {"text", reason.text}});
-    return list;
-}
-
-Json orNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
 
 const char* nameOf(SpaceFigures space) {
     switch (space) {
@@ -32,51 +20,67 @@ const char* nameOf(SpaceFigures space) {
     return "not-asked";
 }
 
-Json deviceObject(const DeviceExplanation& device) {
-    Json mounts = Json::array();
-    for (const MountedOn& mount : device.mounts)
-        mounts.push_back({{"source", mount.source}, {"mountPoint", mount.mountPoint}, {"reported", mount.isReported}});
-    return {{"path", device.path},
-            {"asked", orNull(device.asked)},
-            {"inSysfs", device.isListed},
-            {"partitionOf", orNull(device.partitionOf)},
-            {"drive",
-             {{"reported", device.drive.isReported},
-              {"size", device.sizeBytes ? Json(*device.sizeBytes) : Json()},
-              {"reasons", reasonList(device.drive)}}},
-            {"partitions",
-             {{"reported", device.partitions.isReported},
-              {"count", device.partitions.isReported ? device.tableCount : 0},
-              {"inTable", device.tableCount},
-              {"countOnDrive", device.countOnDrive},
-              {"shownByKernel", device.shownByKernel},
-              {"reasons", reasonList(device.partitions)}}},
-            {"mounts", std::move(mounts)},
-            {"use",
-             {{"seen", !device.usage.text.empty()},
-              {"holders", device.usage.holders},
-              {"mountPoints", device.usage.mountPoints},
-              {"swap", device.usage.isSwap},
-              {"btrfsMember", device.usage.isBtrfsMember}}}};
+void writeReasons(JsonWriter& out, const Verdict& verdict) {
+    out.key("reasons").beginArray();
+    for (const Reason& reason : verdict.reasons)
+        out.beginObject().textField("rule", reason.rule).textField("text", reason.text).endObject();
+    out.endArray();
 }
 
-Json mountObject(const MountExplanation& mount) {
-    return {{"source", mount.source},       {"mountPoint", mount.mountPoint},
-            {"type", mount.type},           {"reported", mount.logicalDisk.isReported},
-            {"space", nameOf(mount.space)}, {"reasons", reasonList(mount.logicalDisk)}};
+void writePartitions(JsonWriter& out, const DeviceExplanation& device) {
+    out.key("partitions").beginObject().truthField("reported", device.partitions.isReported);
+    out.numberField("count", device.partitions.isReported ? device.tableCount : 0);
+    out.numberField("inTable", device.tableCount).numberField("countOnDrive", device.countOnDrive);
+    out.numberField("shownByKernel", device.shownByKernel);
+    writeReasons(out, device.partitions);
+    out.endObject();
+}
+
+void writeUse(JsonWriter& out, const DeviceUsage& usage) {
+    out.key("use").beginObject().truthField("seen", !usage.text.empty());
+    out.key("holders").texts(usage.holders).key("mountPoints").texts(usage.mountPoints);
+    out.truthField("swap", usage.isSwap).truthField("btrfsMember", usage.isBtrfsMember).endObject();
+}
+
+void write(JsonWriter& out, const DeviceExplanation& device) {
+    out.beginObject().textField("path", device.path).textOrNullField("asked", device.asked);
+    out.truthField("inSysfs", device.isListed).textOrNullField("partitionOf", device.partitionOf);
+    out.key("drive").beginObject().truthField("reported", device.drive.isReported).key("size");
+    if (device.sizeBytes)
+        out.number(*device.sizeBytes);
+    else
+        out.null();
+    writeReasons(out, device.drive);
+    out.endObject();
+    writePartitions(out, device);
+    out.key("mounts").beginArray();
+    for (const MountedOn& mount : device.mounts) {
+        out.beginObject().textField("source", mount.source).textField("mountPoint", mount.mountPoint);
+        out.truthField("reported", mount.isReported).endObject();
+    }
+    out.endArray();
+    writeUse(out, device.usage);
+    out.endObject();
+}
+
+void write(JsonWriter& out, const MountExplanation& mount) {
+    out.beginObject().textField("source", mount.source).textField("mountPoint", mount.mountPoint);
+    out.textField("type", mount.type).truthField("reported", mount.logicalDisk.isReported);
+    out.textField("space", nameOf(mount.space));
+    writeReasons(out, mount.logicalDisk);
+    out.endObject();
 }
 
 }  // namespace
 
 std::string explanationDocument(const Explanation& explanation) {
-    Json devices = Json::array();
-    for (const DeviceExplanation& device : explanation.devices) devices.push_back(deviceObject(device));
-    Json mounts = Json::array();
-    for (const MountExplanation& mount : explanation.mounts) mounts.push_back(mountObject(mount));
-    const Json document = {
-        {"devices", std::move(devices)}, {"mounts", std::move(mounts)}, {"diagnosis", explanation.diagnosis}};
-    // Plain ASCII: control characters that some terminals obey are then escaped too.
-    return document.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+    JsonWriter out;
+    out.beginObject().key("devices").beginArray();
+    for (const DeviceExplanation& device : explanation.devices) write(out, device);
+    out.endArray().key("mounts").beginArray();
+    for (const MountExplanation& mount : explanation.mounts) write(out, mount);
+    out.endArray().key("diagnosis").texts(explanation.diagnosis).endObject();
+    return out.take();
 }
 
 }  // namespace diskmgt::json

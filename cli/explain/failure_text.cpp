@@ -1,10 +1,9 @@
-// What the kernel's error numbers say to people.
+#include "cli/explain/failure_text.h"
+
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-
-#include "cli/explain/reasons.h"
 
 namespace diskmgt {
 

@@ -1,8 +1,9 @@
-// Why a mount is or is not a logical disk, and whose space it shows.
+#include "cli/explain/mount_reasons.h"
+
 #include <cerrno>
 #include <cstring>
 
-#include "cli/explain/reasons.h"
+#include "cli/explain/failure_text.h"
 
 namespace diskmgt {
 

@@ -1,4 +1,3 @@
-// One line for people where programs get all values.
 #include "cli/tables/changes.h"
 
 #include <type_traits>
@@ -69,11 +68,7 @@ void write(JsonWriter& out, const DocumentValue& value) {
             if constexpr (std::is_same_v<Held, std::uint64_t>) out.number(held);
             if constexpr (std::is_same_v<Held, bool>) out.truth(held);
             if constexpr (std::is_same_v<Held, std::string>) out.text(held);
-            if constexpr (isList<Held>) {
-                out.beginArray();
-                for (const std::string& text : held) out.text(text);
-                out.endArray();
-            }
+            if constexpr (isList<Held>) out.texts(held);
         },
         value);
 }

@@ -1,9 +1,7 @@
-// What stands in which table.
 #include "cli/tables/table.h"
 
 #include <langinfo.h>
 
-#include <clocale>
 #include <cstddef>
 #include <cstdlib>
 #include <map>
@@ -47,7 +45,6 @@ std::string marks(const refhost::ClassDeclaration& declaration) {
 }  // namespace
 
 TableStyle chooseStyle(ColorChoice choice, bool toTerminal) {
-    (void)std::setlocale(LC_CTYPE, "");  // an unknown locale leaves plain ASCII
     TableStyle style;
     style.isAscii = std::string_view(::nl_langinfo(CODESET)) != "UTF-8";
     const char* const noColor = std::getenv("NO_COLOR");

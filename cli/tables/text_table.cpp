@@ -1,4 +1,3 @@
-// The few libsmartcols calls that the tables need.
 #include "cli/tables/text_table.h"
 
 #include <algorithm>

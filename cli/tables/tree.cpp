@@ -1,4 +1,3 @@
-// Fits the columns to the terminal and draws them.
 #include "cli/tables/tree.h"
 
 #include <algorithm>

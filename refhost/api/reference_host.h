@@ -18,11 +18,20 @@
 
 namespace refhost {
 
-/// The file cannot be loaded, is not a plug-in, or throws while loading. `what()` is one sentence for people.
+/// The file cannot be loaded, is not a plug-in, or throws while loading. `what()` is one sentence for people: the reason,
+/// and the advice behind a semicolon.
 class TAL_API PluginError : public std::runtime_error {
 public:
-    explicit PluginError(const std::string& text);
+    explicit PluginError(const std::string& reason, const std::string& advice = "");
     ~PluginError() override;
+
+    const std::string& reason() const { return why; }
+    /// What to do, such as "give the path of a plug-in library"; empty when the reason alone says it.
+    const std::string& advice() const { return whatToDo; }
+
+private:
+    std::string why;
+    std::string whatToDo;
 };
 
 /// A declared property. Lives as long as the host.
@@ -85,8 +94,6 @@ struct PluginIdentity {
 struct RequestResult {
     std::vector<LogLine> log;            // what was logged during the request, in order
     std::optional<std::string> failure;  // the text of the exception that ended the request early
-    /// True when the request failed, an error was logged, or the plug-in logged that it caught an exception.
-    TAL_API bool reportsFailure() const;
 };
 
 /// A traced value: null, boolean, number, text or list of texts.

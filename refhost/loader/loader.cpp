@@ -29,10 +29,11 @@ bool contains(const std::string& text, const char* part) { return text.find(part
 std::string existingFile(const std::string& file) {
     struct stat status {};
     if (::stat(file.c_str(), &status) != 0)
-        throw PluginError("cannot load the plug-in \"" + file + "\": " + std::strerror(errno) +
-                          "; give the path of a plug-in library");
+        throw PluginError("cannot load the plug-in \"" + file + "\": " + std::strerror(errno),
+                          "give the path of a plug-in library");
     if (S_ISDIR(status.st_mode))
-        throw PluginError("cannot load the plug-in \"" + file + "\": it is a folder; give the path of a library in it");
+        throw PluginError("cannot load the plug-in \"" + file + "\": it is a folder",
+                          "give the path of a library in it");
     if (!S_ISREG(status.st_mode)) throw PluginError("cannot load the plug-in \"" + file + "\": it is no regular file");
     char* const resolved = ::realpath(file.c_str(), nullptr);
     if (resolved == nullptr) throw PluginError("cannot load the plug-in \"" + file + "\": " + std::strerror(errno));
@@ -60,7 +61,7 @@ std::string linkerComplaint(const std::string& path) {
     if (contains(complaint, "cannot open shared object file"))
         throw PluginError(subject + complaint + "; install the library that it needs");
     if (contains(complaint, "ELF") || contains(complaint, "file too short") || contains(complaint, "file data"))
-        throw PluginError(subject + "it is not a shared library (" + complaint + "); give the path of one");
+        throw PluginError(subject + "it is not a shared library (" + complaint + ")", "give the path of one");
     throw PluginError(subject + complaint);
 }
 

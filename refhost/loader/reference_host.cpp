@@ -3,7 +3,6 @@
 
 #include <sys/utsname.h>
 
-#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <exception>
 #include <mutex>
@@ -72,20 +71,11 @@ std::optional<std::string> failureOf(const Work& work) {
     }
 }
 
-bool tellsOfFailure(const LogLine& line) {
-    return line.severity == NVEXTAL20::ILogger::kError ||
-           line.text.find("collection encountered exception: ") != std::string::npos ||
-           line.text.rfind("Attempted creation of instance for ", 0) == 0;
-}
-
 }  // namespace
 
-PluginError::PluginError(const std::string& text) : std::runtime_error(text) {}
+PluginError::PluginError(const std::string& reason, const std::string& advice)
+    : std::runtime_error(advice.empty() ? reason : reason + "; " + advice), why(reason), whatToDo(advice) {}
 PluginError::~PluginError() = default;
-
-bool RequestResult::reportsFailure() const {
-    return failure.has_value() || std::any_of(log.begin(), log.end(), tellsOfFailure);
-}
 
 struct ReferenceHost::State {
     explicit State(const HostOptions& options)

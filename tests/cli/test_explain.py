@@ -64,8 +64,13 @@ def test_hostile_names_do_not_reach_the_terminal(run):
     done = run("explain", "a\x1b[31m\nb\udcff", "--color", "never")
     assert done.status == 0
     assert b"\x1b" not in done.stdout and b"\\x1b[31m\\x0ab\\xff" in done.stdout
-    document = run("explain", "a\x1b\x7f\x9b\udcff", "--format", "json")
-    assert document.stdout.isascii() and document.json["devices"][0]["path"] == "/dev/a\x1b\x7f\x9b\ufffd"
+    document = run("explain", "ä\x1b\x7f\x9b\udcff", "--format", "json")
+    assert not [byte for byte in (b"\x1b", b"\x7f", b"\xc2\x9b", b"\xff") if byte in document.stdout]
+    assert document.json["devices"][0]["path"] == "/dev/ä\x1b\x7f\x9b\ufffd"
+
+
+def test_the_document_is_utf_8_as_every_other_one(run):
+    assert '"path": "/dev/größe\ufffd"' in run("explain", "größe\udcff", "--format", "json").text
 
 
 def test_what_the_plug_in_says_otherwise_is_told(run, plugin):

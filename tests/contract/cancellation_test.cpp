@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {

@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "plugin/host/tal_exception.h"
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {

@@ -1,7 +1,7 @@
 // The entry object of the loaded library, through its own virtual tables.
 #include <gtest/gtest.h>
 
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 #include "tests/contract/slots.h"
 
 namespace contract {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <random>
 
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {

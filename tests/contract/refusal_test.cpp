@@ -6,7 +6,7 @@
 #include "plugin/host/tal_exception.h"
 #include "tests/contract/loop_disk.h"
 #include "tests/contract/machine_witness.h"
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "plugin/host/tal_exception.h"
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {
@@ -97,7 +97,7 @@ TEST(Registration, WithAForeignManagerTheLoadedLibraryMakesNoCall) {
     constexpr int kLoaded = 8;
     try {
         const SecondHost host(std::move(services));
-        const PluginSession session;
+        const OpenedPlugin session;
     } catch (const NVEXTAL20::TTALException& failure) {
         (void)fprintf(stderr, "TTALException: %s\n", failure.what());
         _exit(kLeft);

@@ -3,7 +3,7 @@
 
 #include "tests/contract/loop_disk.h"
 #include "tests/contract/machine_witness.h"
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {

@@ -9,7 +9,7 @@
 #include <new>
 
 #include "plugin/host/tal_exception.h"
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 #include "tests/contract/slots.h"
 
 namespace {
@@ -104,7 +104,7 @@ TEST_F(Storage, Slot1OfTheSecondBaseFreesTheWholeObject) {
     };
     try {
         const second_host::SecondHost host(std::move(services));
-        const PluginSession session;
+        const OpenedPlugin session;
     } catch (const NVEXTAL20::TTALException&) {
         (void)std::fprintf(stderr, "released %d time(s)\n", releases.load());
     }

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 namespace contract {
 namespace {
@@ -46,7 +46,7 @@ TEST(Unload, ALibraryLoadedAgainRegistersAndServesAgain) {
     for (int round = 1; round <= 3; ++round) {
         SCOPED_TRACE(round);
         host.clearRecords();
-        const PluginSession session;
+        const OpenedPlugin session;
         ASSERT_NE(host.plugin(), nullptr);
         session.request(nameSpace, {"VEXSG_DynamicExtent"});
         EXPECT_EQ(host.log(), (std::vector<second_host::LogLine>{{3, "Dynamic Extent information.."}}));

@@ -15,7 +15,7 @@
 namespace {
 
 using diskmgt_test::DiskImage;
-using diskmgt_test::PluginSession;
+using diskmgt_test::HostWithPlugin;
 using diskmgt_test::servedClasses;
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
@@ -62,7 +62,7 @@ protected:
 
     /// Makes a host, runs its requests and destroys it.
     void runBatch() {
-        PluginSession session;
+        HostWithPlugin session;
         for (int i = 0; i < kRequestsInABatch; ++i) {
             ASSERT_FALSE(session.host.request(servedClasses()).failure);
             ASSERT_EQ(diskmgt_col::PartitionTableParser().enumPartitions({mbrDisk(), gptDisk()}).size(), 5U);

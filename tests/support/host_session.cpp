@@ -55,11 +55,11 @@ refhost::RequestResult HostSession::insideRequest(const std::vector<std::string>
     return host.request(classNames);
 }
 
-PluginSession::PluginSession(refhost::HostOptions options) : host(std::move(options)) {
+HostWithPlugin::HostWithPlugin(refhost::HostOptions options) : host(std::move(options)) {
     new diskmgt_col::TDiskMgtCallbacks;  // registers itself; the host's from here on
 }
 
-PluginSession::~PluginSession() { LogMessage::setPluginInstance(nullptr); }
+HostWithPlugin::~HostWithPlugin() { LogMessage::setPluginInstance(nullptr); }
 
 std::map<std::string, std::string> textsOf(const refhost::Instance& instance) {
     std::map<std::string, std::string> texts;

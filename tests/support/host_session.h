@@ -1,5 +1,5 @@
 // HostSession: a reference host with the test's entry object, so that a test can do inside a request what the plug-in
-// does there. PluginSession: the plug-in's entry object, registered in this process.
+// does there. HostWithPlugin: the plug-in's entry object, registered in this process.
 #pragma once
 
 #include <boost/shared_ptr.hpp>
@@ -38,12 +38,12 @@ private:
     RequestWork current;
 };
 
-class PluginSession {
+class HostWithPlugin {
 public:
-    explicit PluginSession(refhost::HostOptions options = quietHost());
-    PluginSession(const PluginSession&) = delete;
-    PluginSession& operator=(const PluginSession&) = delete;
-    ~PluginSession();
+    explicit HostWithPlugin(refhost::HostOptions options = quietHost());
+    HostWithPlugin(const HostWithPlugin&) = delete;
+    HostWithPlugin& operator=(const HostWithPlugin&) = delete;
+    ~HostWithPlugin();
 
     refhost::ReferenceHost host;
 };

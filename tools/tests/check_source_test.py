@@ -40,9 +40,11 @@ class Code(unittest.TestCase):
         for name in ("strtok", "atoi", "std::atol", "tmpnam"):
             self.refused("cli/a.cpp", f"{name}(text);", "keeps state")
 
-    def test_only_the_command_sets_the_locale(self):
-        self.refused("collect/a.cpp", 'std::setlocale(LC_ALL, "");', "locale")
-        self.accepted("cli/a.cpp", 'std::setlocale(LC_ALL, "");')
+    def test_only_the_commands_main_changes_the_process(self):
+        self.refused("collect/a.cpp", 'std::setlocale(LC_ALL, "");', "main")
+        self.refused("cli/a.cpp", 'std::setlocale(LC_ALL, "");', "main")
+        self.refused("cli/a.cpp", "mallopt(M_ARENA_MAX, 1);", "main")
+        self.accepted("cli/main.cpp", 'std::setlocale(LC_ALL, "");')
 
     def test_libraries_do_not_print(self):
         for line in ('printf("x");', 'std::printf("x");', 'puts("x");', "std::cout << 1;", "fputs(text, stdout);"):
@@ -89,6 +91,21 @@ class Code(unittest.TestCase):
     def test_findings_carry_their_line(self):
         text = '// Source.\n/* two\nlines */ const char* r = R"(system(\n)";\nvoid f() { system(r); }\n'
         self.assertEqual([line for line, _ in check_source.check_file(Path("cli/a.cpp"), text.encode())], [5])
+
+
+class OwnHeader(unittest.TestCase):
+    def found(self, path, text, paths=()):
+        return [what for _, what in check_source.check_own_header(Path(path), text, [Path(other) for other in paths])]
+
+    def test_a_product_source_has_a_header_of_its_name(self):
+        self.assertEqual(self.found("text/a.cpp", "", ["text/a.h"]), [])
+        self.assertIn("has no header a.h", self.found("text/a.cpp", "", ["text/b.h", "base/a.h"])[0])
+        self.assertEqual(self.found("tests/unit/a.cpp", ""), [])
+
+    def test_a_source_that_is_named_as_part_of_a_header_includes_it(self):
+        for path, header in (("base/os_posix.cpp", "base/os.h"), ("cli/commands/a.cpp", "cli/commands/commands.h")):
+            self.assertEqual(self.found(path, f'#include "{header}"\n'), [])
+            self.assertIn("does not include it", self.found(path, "")[0])
 
 
 class Layout(unittest.TestCase):
@@ -154,14 +171,14 @@ class Kinds(ScratchTree):
         self.assertEqual(self.run_main()[0], 1)
 
     def test_a_long_file_is_named_but_is_no_failure(self):
-        self.put("base/a.cpp", "// A.\n" * (check_source.MAX_LINES + 1))
+        self.put("tests/a.cpp", "// A.\n" * (check_source.MAX_LINES + 1))
         status, text = self.run_main()
         self.assertEqual(status, 0)
-        self.assertIn("base/a.cpp: note", text)
+        self.assertIn("tests/a.cpp: note", text)
 
     def test_build_trees_are_not_looked_at(self):
         self.put("build/dev/a.o", b"\0")
-        self.put("base/a.cpp", "// A.\n")
+        self.put("tests/a.cpp", "// A.\n")
         self.assertEqual(self.run_main(), (0, ""))
 
     def test_a_finding_fails_and_says_where(self):

@@ -54,6 +54,12 @@ TEST(MachineTexts, PaddingOfDrivesIsTrimmedAtBothEnds) {
     EXPECT_EQ(trimmed(" \n"), "");
 }
 
+TEST(MachineTexts, NodesInFoldersHaveAnExclamationMarkInSysfs) {
+    EXPECT_EQ(nodeOfSysfsName("cciss!c0!d0"), "cciss/c0/d0");
+    EXPECT_EQ(sysfsNameOfNode("cciss/c0/d0"), "cciss!c0!d0");
+    EXPECT_EQ(nodeOfSysfsName("sda"), "sda");
+}
+
 TEST(DeviceNumber, IsTwoNumbersWithAColon) {
     const auto number = deviceNumberFrom("253:17");
     ASSERT_TRUE(number.has_value());

@@ -20,8 +20,8 @@ using diskmgt_test::callsByPlugin;
 using diskmgt_test::Classes;
 using diskmgt_test::FakeOs;
 using diskmgt_test::HostSession;
+using diskmgt_test::HostWithPlugin;
 using diskmgt_test::linesOf;
-using diskmgt_test::PluginSession;
 using diskmgt_test::quietHost;
 using refhost::FaultKind;
 using ::testing::ElementsAre;
@@ -29,7 +29,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 TEST(TDiskMgtCallbacks, ReportsItsIdentity) {
-    PluginSession session;
+    HostWithPlugin session;
     (void)session.host.request({});  // an entry that registered by itself is taken into service by the next request
     const auto plugins = session.host.plugins();
     ASSERT_EQ(plugins.size(), 1U);
@@ -41,7 +41,7 @@ TEST(TDiskMgtCallbacks, ReportsItsIdentity) {
 
 TEST(TDiskMgtCallbacks, AnEmptyClassListPreparesBothProvidersAndCollectsNothing) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     session.host.startTrace();
     const auto result = session.host.request({});
     EXPECT_THAT(callsByPlugin(session.host.takeTrace()), ElementsAre("getSystemCreationClassName", "getSystemName",
@@ -53,7 +53,7 @@ TEST(TDiskMgtCallbacks, AnEmptyClassListPreparesBothProvidersAndCollectsNothing)
 
 TEST(TDiskMgtCallbacks, QueriesEachClassInOrderWhetherItIsAnAssociation) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     session.host.startTrace();
     const auto result = session.host.request({"VEXSG_DriveInDynamicDiskGroup", "VEXSG_DynamicExtent"});
     EXPECT_THAT(callsByPlugin(session.host.takeTrace()),
@@ -66,14 +66,14 @@ TEST(TDiskMgtCallbacks, QueriesEachClassInOrderWhetherItIsAnAssociation) {
 
 TEST(TDiskMgtCallbacks, AClassNamedTwiceIsServedTwice) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     const auto result = session.host.request({"VEXSG_DynamicExtent", "VEXSG_DynamicExtent"});
     EXPECT_THAT(linesOf(result.log), ElementsAre("3 Dynamic Extent information..", "3 Dynamic Extent information.."));
 }
 
 TEST(TDiskMgtCallbacks, AFailingIdentityQueryOfTheHostEndsTheRequest) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     for (const std::size_t crossing : {1U, 2U, 3U, 4U}) {  // each provider queries both names
         session.host.setFaultPlan({crossing, false, FaultKind::kTalException});
         const auto result = session.host.request({"VEXSG_DynamicExtent"});
@@ -86,7 +86,7 @@ TEST(TDiskMgtCallbacks, AFailingIdentityQueryOfTheHostEndsTheRequest) {
 
 TEST(TDiskMgtCallbacks, AFailingAssociationQueryEndsTheRequest) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     session.host.setFaultPlan({5, false, FaultKind::kStandardException});
     const auto result = session.host.request({"VEXSG_DynamicExtent", "VEXSG_DynamicExtent"});
     session.host.clearFaultPlan();
@@ -180,7 +180,7 @@ TEST(TDiskMgtCallbacks, TheLogKeepsItsHandleAfterTheObjectIsFreed) {
 
 TEST(TDiskMgtCallbacks, InitAndDeInitDoNothing) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     session.host.startTrace();
     session.host.unloadPlugins();
     EXPECT_THAT(callsByPlugin(session.host.takeTrace()), IsEmpty());

@@ -19,8 +19,8 @@ using diskmgt_test::crossingOf;
 using diskmgt_test::DiskImage;
 using diskmgt_test::FakeOs;
 using diskmgt_test::HostSession;
+using diskmgt_test::HostWithPlugin;
 using diskmgt_test::linesOf;
-using diskmgt_test::PluginSession;
 using diskmgt_test::ScriptedClass;
 using diskmgt_test::ScriptedInstance;
 using diskmgt_test::SilentHostFailure;
@@ -41,7 +41,7 @@ class AssociationTexts : public ::testing::TestWithParam<TextCase> {};
 
 TEST_P(AssociationTexts, DebugTextsAreExact) {
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
     const auto result = session.host.request({GetParam().className});
     EXPECT_THAT(linesOf(result.log), ElementsAre(std::string("3 ") + GetParam().text));
     EXPECT_THAT(session.host.instances(GetParam().className), IsEmpty());
@@ -76,7 +76,7 @@ protected:
     }
 
     FakeOs machine;
-    PluginSession session;
+    HostWithPlugin session;
 };
 
 TEST_F(HardwareAssociationsOn, ThreePartitionsOnOneDriveMakeThreeAssociationsInKeyOrder) {

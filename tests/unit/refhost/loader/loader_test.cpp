@@ -118,6 +118,24 @@ TEST(Loader, MissingFileIsNamed) {
               "library");
 }
 
+TEST(Loader, AdviceIsApartFromTheReason) {
+    ReferenceHost host;
+    try {
+        (void)host.loadPlugin("/tmp");
+        FAIL();
+    } catch (const PluginError& failure) {
+        EXPECT_EQ(failure.reason(), "cannot load the plug-in \"/tmp\": it is a folder");
+        EXPECT_EQ(failure.advice(), "give the path of a library in it");
+    }
+    try {
+        (void)host.loadPlugin("/dev/null");
+        FAIL();
+    } catch (const PluginError& failure) {
+        EXPECT_EQ(failure.reason(), failure.what());
+        EXPECT_EQ(failure.advice(), "");
+    }
+}
+
 TEST(Loader, FolderIsRefused) {
     ReferenceHost host;
     EXPECT_EQ(refusalOf(host, "/tmp"),

@@ -1,9 +1,8 @@
-// The whole machine, and what the plug-in itself answered beside it.
+#include "cli/explain/plugin_answer.h"
+
 #include <algorithm>
 
-#include "cli/explain/device_use.h"
-#include "cli/explain/explain.h"
-#include "cli/explain/reasons.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 
@@ -45,24 +44,6 @@ std::vector<std::string> unexplainedDrives(const PluginAnswer& answer, const Exp
 }
 
 }  // namespace
-
-Explanation explainMachine(const std::vector<std::string>& virtualDevices, Progress& progress) {
-    const KernelList list = readKernelList();
-    MountTableFacts table = readMounts(progress);
-    for (MountFacts& mount : table.mounts) measureIfLocal(mount, table, progress);
-    std::vector<DeviceFacts> devices = examineAllDevices(list, virtualDevices, progress);
-    const DeviceUse use;
-
-    Explanation explanation;
-    for (DeviceFacts& device : devices) {
-        use.addTo(device);
-        explanation.devices.push_back(explainDevice(device, table.mounts, table.updateError == 0));
-        use.addTo(explanation.devices.back());
-    }
-    for (const MountFacts& mount : table.mounts) explanation.mounts.push_back(explainMount(mount, table.updateError));
-    explanation.diagnosis = diagnose(list, devices, table);
-    return explanation;
-}
 
 void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation) {
     std::vector<std::string> differing;

@@ -16,14 +16,14 @@ namespace contract {
 
 using ClassList = std::vector<boost::shared_ptr<NVEXTAL20::ICIMClass>>;
 
-class PluginSession {
+class OpenedPlugin {
 public:
     /// Opens the library, which registers with the current host. Throws `std::runtime_error` with the loader's
     /// text; exceptions of the registration pass.
-    PluginSession();
-    PluginSession(const PluginSession&) = delete;
-    PluginSession& operator=(const PluginSession&) = delete;
-    ~PluginSession() { unload(); }
+    OpenedPlugin();
+    OpenedPlugin(const OpenedPlugin&) = delete;
+    OpenedPlugin& operator=(const OpenedPlugin&) = delete;
+    ~OpenedPlugin() { unload(); }
 
     /// The registered object; there must be one.
     NVEXTAL20::IPluginCallbacks& entry() const;
@@ -47,7 +47,7 @@ struct Loaded {
     std::vector<second_host::Call> calls(const std::string& operation) const;
 
     second_host::SecondHost host;
-    PluginSession plugin;
+    OpenedPlugin plugin;
     boost::shared_ptr<second_host::Namespace> nameSpace = second_host::Namespace::create();
 };
 

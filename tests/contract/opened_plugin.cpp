@@ -1,4 +1,4 @@
-#include "tests/contract/plugin_session.h"
+#include "tests/contract/opened_plugin.h"
 
 #include <dlfcn.h>
 #include <link.h>
@@ -54,24 +54,24 @@ struct Search {
 
 }  // namespace
 
-PluginSession::PluginSession() : library(nullptr) {
+OpenedPlugin::OpenedPlugin() : library(nullptr) {
     const UnregisteredEntry exempt;
     library = openLibrary(DISKMGT_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) throw std::runtime_error(dlerror());
 }
 
-NVEXTAL20::IPluginCallbacks& PluginSession::entry() const {
+NVEXTAL20::IPluginCallbacks& OpenedPlugin::entry() const {
     NVEXTAL20::IPluginCallbacks* const registered = second_host::SecondHost::current().plugin();
     if (registered == nullptr) throw std::logic_error("the plug-in is not registered");
     return *registered;
 }
 
-void PluginSession::getData(const boost::shared_ptr<NVEXTAL20::ICIMNamespace>& nameSpace, ClassList classes) const {
+void OpenedPlugin::getData(const boost::shared_ptr<NVEXTAL20::ICIMNamespace>& nameSpace, ClassList classes) const {
     dynamic_cast<NVEXTAL20::IPluginBasicQueryCallbacks&>(entry()).GetData(nameSpace, classes);
 }
 
-void PluginSession::request(const boost::shared_ptr<second_host::Namespace>& nameSpace,
-                            const std::vector<std::string>& classNames) const {
+void OpenedPlugin::request(const boost::shared_ptr<second_host::Namespace>& nameSpace,
+                           const std::vector<std::string>& classNames) const {
     ClassList classes;
     for (const std::string& name : classNames) {
         const auto cls = nameSpace->find(name);
@@ -81,7 +81,7 @@ void PluginSession::request(const boost::shared_ptr<second_host::Namespace>& nam
     getData(nameSpace, classes);
 }
 
-void PluginSession::unload() {
+void OpenedPlugin::unload() {
     if (library == nullptr) return;
     second_host::SecondHost& host = second_host::SecondHost::current();
     if (host.plugin() != nullptr) host.plugin()->PrepareForUnload();

@@ -1,12 +1,16 @@
-// What was asked for by name.
-#include <algorithm>
+#include "cli/explain/explain_named.h"
+
 #include <cstdlib>
 #include <memory>
 
 #include "base/os.h"
+#include "cli/explain/device_explanation.h"
 #include "cli/explain/device_use.h"
-#include "cli/explain/explain.h"
-#include "cli/explain/reasons.h"
+#include "cli/explain/mount_reasons.h"
+#include "inventory/device_facts.h"
+#include "inventory/mount_facts.h"
+#include "machine/texts.h"
+#include "text/wording.h"
 
 namespace diskmgt {
 
@@ -39,9 +43,7 @@ public:
 private:
     bool isDiskName(const std::string& path) const {
         const std::string name = diskmgt_col::sysfsNameOf(path);
-        const std::vector<std::string> candidates = diskmgt_col::candidateDisks();
-        return (path == "/dev/" + name && list.has(name)) ||
-               std::find(candidates.begin(), candidates.end(), path) != candidates.end();
+        return (path == "/dev/" + name && list.has(name)) || contains(diskmgt_col::candidateDisks(), path);
     }
 
     /// The path under which the device is tried. A name that is tried itself stays, whatever it links to.
@@ -51,8 +53,7 @@ private:
         const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr), &std::free);
         std::string device = target ? target.get() : path;
         if (device.rfind("/dev/", 0) != 0) return device;
-        std::string sysfsName = device.substr(5);
-        std::replace(sysfsName.begin(), sysfsName.end(), '/', '!');  // how sysfs writes a node in a folder of /dev
+        const std::string sysfsName = diskmgt_machine::sysfsNameOfNode(device.substr(5));
         return list.has(sysfsName) ? "/dev/" + sysfsName : device;
     }
 
