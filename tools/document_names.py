@@ -78,7 +78,9 @@ def file_findings(names, path, code):
     if not FILE_NAME.fullmatch(code) or PLACEHOLDER.search(code):
         return
     if "/" in code.rstrip("/"):
-        if code.split("/", 1)[0] in names.top and not names.has_file(path.parent, code):
+        first = code.split("/", 1)[0]
+        is_of_tree = first in names.top or (names.root / path.parent / first).is_dir()
+        if is_of_tree and not names.has_file(path.parent, code):
             yield f"there is no file {code}"
     elif code.endswith(SOURCE_SUFFIXES) and code not in names.base_names:
         yield f"there is no file named {code}"

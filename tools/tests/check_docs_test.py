@@ -72,9 +72,10 @@ class Documents(ScratchTree):
         self.assertEqual(self.findings(), ["there is no file tools/b.py", "there is no file named b.py"])
 
     def test_a_path_may_begin_at_the_documents_folder(self):
-        self.put("tests/README.md", "# tests\n\n`tests/a.py`, `support/b`\n")
+        self.put("tests/README.md", "# tests\n\n`tests/a.py`, `support/a`, `support/b`, `nowhere/c`\n")
         self.put("tests/tests/a.py", "")
-        self.assertEqual(self.findings(), [])
+        self.put("tests/support/a.cpp", "")
+        self.assertEqual(self.findings(), ["there is no file support/b"])
 
     def put_command(self):
         self.put("cli/README.md", "# cli\n")
