@@ -156,7 +156,7 @@ TEST(BlockReader, HoldersThatAreNotListedAreKeptByName) {
     EXPECT_THAT(blocks.devices[0].unlistedSlaves, ElementsAre("gone"));
 }
 
-TEST(BlockReader, AFolderThatTheKernelListsAsADiskIsNoPartition) {
+TEST(BlockReader, AFolderThatTheKernelListsAsADiskIsNotAPartition) {
     DescribedTree tree;
     tree.disk("xvda", "202:0", 8).partition("xvda", "xvda1", "202:1", 1, 2).disk("xvda1", "202:1", 8);
     const BlockDevices blocks = readBlockDevices();
@@ -225,7 +225,7 @@ TEST(BlockReader, CallsGrowWithTheDisksAlone) {
     EXPECT_EQ(callsWith(20) - callsWith(10), callsWith(12) - callsWith(2));
 }
 
-TEST(BlockReader, WhateverVanishesMeanwhileNothingLeaksAndTheRestIsThere) {
+TEST(BlockReader, EntriesThatVanishMeanwhileLeakNothingAndTheRestIsThere) {
     DescribedTree tree;
     tree.disk("sda", "8:0", 8).partition("sda", "sda1", "8:1", 1, 2).disk("dm-0", "253:0", 8).lies("dm-0", "sda/sda1");
     const auto clean = namesOf(readBlockDevices());

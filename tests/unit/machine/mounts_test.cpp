@@ -35,7 +35,7 @@ TEST(MountLine, MayLackOptionalFieldsAndTheSourceMayBeEmpty) {
     EXPECT_EQ(mount->superOptions, "rw");
 }
 
-TEST(MountLine, ADashAsSourceIsNoSeparator) {
+TEST(MountLine, ADashAsSourceIsNotASeparator) {
     const auto mount = mountFrom("1 0 0:5 / - rw - fuse - rw");
     ASSERT_TRUE(mount.has_value());
     EXPECT_EQ(mount->mountPoint, "-");
@@ -43,7 +43,7 @@ TEST(MountLine, ADashAsSourceIsNoSeparator) {
     EXPECT_EQ(mount->source, "-");
 }
 
-TEST(MountLine, CutAnywhereIsNoMountUntilItsLastField) {
+TEST(MountLine, ALineCutBeforeItsLastFieldIsNotAMount) {
     const std::string whole = kLine;
     const std::size_t lastField = whole.rfind(' ') + 1;
     for (std::size_t length = 0; length < lastField; ++length)
@@ -51,7 +51,7 @@ TEST(MountLine, CutAnywhereIsNoMountUntilItsLastField) {
     EXPECT_TRUE(mountFrom(whole.substr(0, lastField)).has_value());
 }
 
-TEST(MountLine, WithNumbersThatAreNoneIsNoMount) {
+TEST(MountLine, ALineWithInvalidNumbersIsNotAMount) {
     EXPECT_FALSE(mountFrom("x 0 0:5 / / rw - tmpfs none rw").has_value());
     EXPECT_FALSE(mountFrom("1 x 0:5 / / rw - tmpfs none rw").has_value());
     EXPECT_FALSE(mountFrom("1 0 05 / / rw - tmpfs none rw").has_value());

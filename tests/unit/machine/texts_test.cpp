@@ -16,7 +16,7 @@ TEST(MachineTexts, OctalEscapesBecomeTheirBytes) {
     EXPECT_EQ(withoutOctalEscapes(R"(\377)"), "\xFF");
 }
 
-TEST(MachineTexts, WhatIsNoOctalEscapeStays) {
+TEST(MachineTexts, TextThatIsNotAnOctalEscapeStays) {
     for (const char* const text :
          {R"(\)", R"(\0)", R"(\04)", R"(\089)", R"(\400)", R"(\777)", R"(a\ b)", R"(\-01)", ""})
         EXPECT_EQ(withoutOctalEscapes(text), text);
