@@ -21,7 +21,7 @@ std::string ownPluginFile() {
     const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
     if (length <= 0)
         throw CommandError(kPluginUnusable,
-                           "cannot tell where this command is installed (/proc is not mounted?); name the plug-in with "
+                           "cannot find out where this command is installed (is /proc mounted?); name the plug-in with "
                            "--plugin FILE");
     const std::string path(self, static_cast<std::size_t>(length));
     const std::string folder = path.substr(0, path.rfind('/'));
@@ -101,7 +101,7 @@ std::string PluginSession::failureOf(const refhost::RequestResult& result) {
         if (line.severity == 0) return "an error was logged: " + line.text;
     for (const refhost::LogLine& line : result.log)
         if (line.text.find("exception") != std::string::npos) return "an exception was logged: " + line.text;
-    return "the log tells more";
+    return "see the log";
 }
 
 ExitStatus reportFailures(const ServedPlan& served) {

@@ -30,7 +30,7 @@ std::vector<std::string> whatIsMissing(const Inventory& inventory) {
 void adviseOn(const Inventory& inventory) {
     mentionRights(whatIsMissing(inventory));
     if (inventory.drives.empty() && ::geteuid() == 0)
-        writeRemark("no disks are reported; \"diskmgt explain\" tells why");
+        writeRemark("no disks are reported; \"diskmgt explain\" says why");
 }
 
 void deliver(const Inventory& inventory, const Options& options, Output& output) {
