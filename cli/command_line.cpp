@@ -43,7 +43,7 @@ std::string generalHelp() {
     }
     return help +
            "\nWithout a command: tree.\n"
-           "\"diskmgt COMMAND --help\" tells more about a command.\n\n"
+           "\"diskmgt COMMAND --help\" describes a command.\n\n"
            "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, or the\n"
            "output could not be written; 2 wrong usage; 3 plug-in not usable; 4 timed out.\n\n"
            "Examples:\n"
@@ -57,6 +57,12 @@ std::string operandUsage(const CommandDescription& command) {
     if (command.operand == nullptr) return {};
     const std::string words = std::string(command.operand) + (command.mostOperands > 2 ? "..." : "");
     return command.fewestOperands == 0 ? " [" + words + "]" : " " + words;
+}
+
+/// What is said behind the command's name when it has too few or too many operands.
+std::string operandRule(const CommandDescription& command) {
+    if (command.operandRule != nullptr) return command.operandRule;
+    return (command.fewestOperands == 0 ? "takes one " : "needs at least one ") + std::string(command.operand);
 }
 
 /// The library's help, but for what it says of operands: to it, every command takes any number of them.
@@ -158,14 +164,11 @@ std::vector<std::string> readStretch(const CommandDescription& command, std::vec
     } catch (const CLI::CallForVersion& version) {
         shownText = version.what();
     } catch (const CLI::RequiredError&) {
-        const std::string operand = command.operand;
-        wrongUsage(commandName + " needs " +
-                   (command.mostOperands > 1 && command.fewestOperands == 1 ? "at least one " : "") + operand +
-                   seeHelp(commandName));
+        wrongUsage(commandName + " " + operandRule(command) + seeHelp(commandName));
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string option = error.what();  // begins with the option's name and a colon
-        wrongUsage((isBeforeCommand ? "" : commandName + ": ") + option.substr(0, option.find(':')) +
-                   " needs a value behind it" + seeHelp(commandName));
+        wrongUsage((isBeforeCommand ? "" : commandName + ": ") + option.substr(0, option.find(':')) + " needs a value" +
+                   seeHelp(commandName));
     } catch (const CLI::ParseError& error) {
         wrongUsage((isBeforeCommand ? "" : commandName + ": ") + error.what() + seeHelp(commandName));
     }
@@ -229,7 +232,7 @@ void refuseLeftovers(const std::vector<std::string>& leftovers, const CommandDes
         wrongUsage("unknown option \"" + word + "\"" + meantOption(word, command) + seeHelp(command.name));
     const std::string name = command.name;
     if (command.operand != nullptr)
-        wrongUsage(name + " takes just " + command.operand + ", not also \"" + word + "\"" + seeHelp(name));
+        wrongUsage(name + " " + operandRule(command) + "; \"" + word + "\" is one too many" + seeHelp(name));
     wrongUsage(name + " takes no argument \"" + word + "\"" + seeHelp(name));
 }
 
@@ -334,7 +337,7 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         if (given.operands.size() > command->mostOperands)
             refuseLeftovers({given.operands[command->mostOperands]}, *command);
         if (given.operands.size() < command->fewestOperands)
-            wrongUsage(std::string(command->name) + " needs " + command->operand + seeHelp(command->name));
+            wrongUsage(std::string(command->name) + " " + operandRule(*command) + seeHelp(command->name));
     }
     return checked(given, command == nullptr ? defaultCommand() : *command);
 }

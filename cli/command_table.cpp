@@ -23,9 +23,9 @@ const std::vector<CommandDescription>& commands() {
          {},
          "Drives, their partitions and what is mounted on them",
          "Start is where a partition really begins. Free counts what is kept for root,\n"
-         "Avail is what users may still write. A question mark stands behind what cannot\n"
-         "be taken as it is; the notes below the tree say why. On a terminal the columns\n"
-         "are made to fit.\n\n"
+         "Avail is what users may still write. A question mark marks a value that may be\n"
+         "wrong; the notes below the tree say why. On a terminal the columns are made to\n"
+         "fit.\n\n"
          "Past the time limit what the classes served so far give is still shown; the\n"
          "exit status is 4.\n\n"
          "Examples:\n"
@@ -94,19 +94,21 @@ const std::vector<CommandDescription>& commands() {
          kHasSpace,
          {"table", "json"},
          "What changed between two documents of \"export json\"",
-         "Drives, partitions and logical disks that came, went or changed, sizes in\n"
-         "bytes; \"-\" reads standard input. No change: a table prints nothing. Without\n"
-         "--space these do not count: free and available space, the file-system\n"
+         "Drives, partitions and logical disks that were added, removed or changed, with\n"
+         "sizes in bytes; \"-\" reads standard input. No change: a table prints nothing.\n"
+         "Without --space these do not count: free and available space, the file-system\n"
          "identifier, where space was measured, and totals that are not of the file\n"
          "system itself.\n\n"
          "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that\n"
          "cannot be compared, or output that cannot be written; 4 timed out.\n"
-         "What an incomplete document lacks counts as unknown, not as gone, and a line on\n"
+         "What an incomplete document lacks counts as unknown, not as removed; a line on\n"
          "standard error says so.\n\n"
          "Examples:\n"
          "  diskmgt export json --output monday.json\n"
          "  diskmgt diff monday.json tuesday.json\n"
-         "  diskmgt export json | diskmgt diff monday.json - --format json\n"},
+         "  diskmgt export json | diskmgt diff monday.json - --format json\n",
+         nullptr,
+         "compares two documents, OLD and NEW"},
         {"export",
          &runExport,
          "FORMAT",
@@ -133,7 +135,8 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
          "  diskmgt export prometheus --output /var/lib/prometheus/node-exporter/diskmgt.prom\n"
          "  diskmgt export html --output disks.html\n",
-         &deliverKnownExport},
+         &deliverKnownExport,
+         "takes one format: json, prometheus, mof or html"},
         {"classes",
          &runClasses,
          "CLASS",

@@ -32,8 +32,9 @@ struct CommandDescription {
     unsigned flags;
     std::vector<std::string> formats;  // the first is the default; none: the command has no --format
     const char* summary;
-    const char* details;  // what stands below the options in its help
+    const char* details;  // the text below the options in its help
     DeliverFunction deliverKnown = nullptr;
+    const char* operandRule = nullptr;  // what the complaint about a wrong number of operands says, behind the name
 };
 
 const std::vector<CommandDescription>& commands();

@@ -42,8 +42,7 @@ int endedInWords(const std::function<ExitStatus()>& work) {
     } catch (const std::bad_alloc&) {
         writeRemark("out of memory; ask for fewer classes or files at once");
     } catch (const std::exception& error) {
-        writeRemark(std::string("stopped by an unexpected failure: ") + error.what() +
-                    "; nothing was written completely");
+        writeRemark(std::string("stopped by an unexpected failure: ") + error.what() + "; the output is incomplete");
     }
     return kFailureReported;
 }
@@ -164,8 +163,8 @@ private:
         if (worker::SignalInbox::asksToEnd(signalNumber)) signals.dieBy(signalNumber);
         if (signalNumber == SIGKILL) {
             writeRemark(
-                "the process that did the work was killed, perhaps because memory ran out; what was written is "
-                "not complete, ask for fewer classes or files at once");
+                "the process that did the work was killed, possibly because memory ran out; the output is "
+                "incomplete, ask for fewer classes or files at once");
             return kFailureReported;
         }
         const std::string during = outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
@@ -174,7 +173,7 @@ private:
                         "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
             return kPluginUnusable;
         }
-        writeRemark("crashed" + during + ": " + how + "; what was written is not complete, please report it");
+        writeRemark("crashed" + during + ": " + how + "; the output is incomplete, please report it");
         return kFailureReported;
     }
 

@@ -119,8 +119,8 @@ private:
         if (!map.isPlaced) note("Not every start is known: the picture shows the sizes, in the order reported.");
         for (const std::string& oddity : map.oddities) note(oddity);
         if (listed != drive.partitionCount && (listed > 0 || inKernel == 0))
-            note("The drive is published with " + std::to_string(drive.partitionCount) + " partitions; " +
-                 std::to_string(listed) + " are listed.");
+            note("The drive is published with " + counted(drive.partitionCount, "partition") + "; " +
+                 std::to_string(listed) + (listed == 1 ? " is listed." : " are listed."));
     }
 
     void loose() {

@@ -50,7 +50,7 @@ void usedCells(HtmlWriter& out, const Space& space, int percent) {
 void spaceCells(HtmlWriter& out, const LogicalDisk& disk) {
     const std::optional<int> percent = usedShareOf(disk) ? disk.space->usedPercent() : std::nullopt;
     if (!percent) {
-        out.raw("<td class='number soft' colspan='5'>").raw(disk.space ? "no space of its own" : "not measured");
+        out.raw("<td class='number soft' colspan='5'>").raw(disk.space ? "not measurable" : "not measured");
         out.raw("</td>");
         return;
     }

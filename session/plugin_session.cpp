@@ -23,7 +23,7 @@ std::string ownPluginFile() {
     const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
     if (length <= 0)
         throw CommandError(kPluginUnusable,
-                           "cannot tell where this command is installed (/proc is not mounted?); name the plug-in with "
+                           "cannot find out where this command is installed (is /proc mounted?); name the plug-in with "
                            "--plugin FILE");
     const std::string path(self, static_cast<std::size_t>(length));
     const std::string folder = path.substr(0, path.rfind('/'));

@@ -33,8 +33,8 @@ std::string counted(std::uint64_t count, const std::string& noun) {
 }
 
 std::string refusalOfCount(std::int32_t entryCount) {
-    std::string count = "it says that it has " + std::to_string(entryCount) + " entries";
-    if (entryCount >= 0) count += ", and more of them are used than any disk has (773), or they are beyond memory";
+    std::string count = "it claims " + std::to_string(entryCount) + " entries";
+    if (entryCount >= 0) count += "; more than 773 of them are used, or they do not fit into memory";
     return count;
 }
 

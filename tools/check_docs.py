@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Checks the documents: every top-level folder says what it is for, links between documents resolve, decisions are
-numbered and dated, and commands that documents name exist."""
+numbered and dated, and what documents name exists: commands, options, files, tests."""
 
 import re
 import sys
 from pathlib import Path
 from urllib.parse import unquote
 
+import document_names
 import source_tree
 
 LINK = re.compile(r"\[[^\]\n]*\]\((?P<target>[^)\s]+)\)")
@@ -99,11 +100,13 @@ def check_commands(root, path, text):
 def check(root):
     root = Path(root)
     findings = list(check_folders(root)) + list(check_decisions(root))
+    names = document_names.Names(root)
     for path in source_tree.files(root):
         if path.suffix == ".md":
             text = (root / path).read_text(encoding="utf-8")
             findings += check_links(root, path, text)
             findings += check_commands(root, path, text)
+            findings += document_names.findings(names, path, text)
     return findings
 
 

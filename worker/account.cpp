@@ -91,7 +91,7 @@ Account& account() { return *present; }
 void shareAccount() {
     void* const memory = ::mmap(nullptr, sizeof(Account), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED)
-        throw CommandError(kFailureReported, std::string("cannot share memory with a process of its own: ") +
+        throw CommandError(kFailureReported, std::string("cannot share memory with the worker process: ") +
                                                  std::strerror(errno) + "; free memory and run it again");
     present = new (memory) Account;  // never unmapped: it is needed to the end
 }

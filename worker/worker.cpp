@@ -25,7 +25,7 @@ int knownPipe = -1;  // of this process, when it is a worker with one
 
 [[noreturn]] void failStarting(const char* what) {
     throw CommandError(kFailureReported, std::string("cannot ") + what + " for the work: " + std::strerror(errno) +
-                                             "; raise the limit, or run it when less is going on");
+                                             "; raise the limit, or try again when the machine is less busy");
 }
 
 struct Pipe {

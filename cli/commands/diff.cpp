@@ -57,7 +57,7 @@ std::string contents(const std::string& path) {
         text.append(piece, static_cast<std::size_t>(count));
         if (text.size() > kLargestDocument)
             throw CommandError(kTrouble, shownName(path) +
-                                             " has more than 256 MiB, as no inventory has; name a "
+                                             " has more than 256 MiB, which no inventory has; name a "
                                              "document of \"diskmgt export json\"");
     }
 }

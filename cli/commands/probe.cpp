@@ -91,7 +91,7 @@ std::vector<std::string> doubtsAbout(int fd, const std::string& path,
     if (::pread(fd, signature, sizeof signature, diskmgt_col::kSectorSize - 2) != sizeof signature ||
         signature[0] != 0x55 || signature[1] != 0xAA)
         doubts.push_back("the first sector of " + path +
-                         " has no boot signature, so it may be no partition table; compare with \"blkid -p\"");
+                         " has no boot signature, so it may not be a partition table; compare with \"blkid -p\"");
     const std::optional<std::uint64_t> size = sizeOf(fd);
     std::size_t beyond = 0;
     for (const diskmgt_col::PropertyMap& partition : partitions)
@@ -99,7 +99,7 @@ std::vector<std::string> doubtsAbout(int fd, const std::string& path,
     if (beyond != 0)
         doubts.push_back(path + " has " + std::to_string(*size) + " bytes, and " + counted(beyond, "partition") +
                          (beyond == 1 ? " ends" : " end") +
-                         " past that; the file may be cut, or its table may be wrong");
+                         " past that; the file may be truncated, or its table may be wrong");
     return doubts;
 }
 

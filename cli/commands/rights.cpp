@@ -10,7 +10,7 @@ namespace diskmgt {
 
 void remarkOnMissingRights(const std::vector<std::string>& missing) {
     if (missing.empty() || ::geteuid() == 0) return;
-    writeRemark("not root, so these may be out of reach: " + joined(missing, ", ") + "; run as root to see them");
+    writeRemark("not root, so these may be missing: " + joined(missing, ", ") + "; run as root to see them");
 }
 
 }  // namespace diskmgt

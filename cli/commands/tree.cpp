@@ -33,7 +33,7 @@ void adviseOn(const Inventory& inventory) {
     remarkOnMissingRights(whatIsMissing(inventory));
     const bool wereDrivesServed = !contains(inventory.published.missingClasses, diskmgt_col::kDiskDrive);
     if (inventory.drives.empty() && wereDrivesServed && ::geteuid() == 0)
-        writeRemark("no disks are reported; \"diskmgt explain\" tells why");
+        writeRemark("no disks are reported; \"diskmgt explain\" says why");
 }
 
 void deliver(const Inventory& inventory, const Options& options, Output& output) {

@@ -31,7 +31,7 @@ const std::vector<KindDescription>& kinds() {
     return all;
 }
 
-/// More elements of one name are no disks but somebody's joke; they are matched in their order alone.
+/// Above this, searching for equals costs too much; elements of one name are paired in order.
 constexpr std::size_t kThoroughlyMatched = 512;
 
 /// `sda2` before `sda10`.
@@ -163,8 +163,8 @@ void addDoubts(const InventoryDocument& document, const std::string& name, const
         doubts.push_back(name + " is incomplete, because time ran out: what it lacks counts as unknown" +
                          (unknown.empty() ? "" : " (" + unknown + ")"));
     if (!document.failures.empty())
-        doubts.push_back(name + " tells of a failure, so what seems to have " + wrongly +
-                         " may only be missing there: " + document.failures.front());
+        doubts.push_back(name + " reports a failure, so what looks " + wrongly +
+                         " may only be missing from it: " + document.failures.front());
 }
 
 }  // namespace
@@ -179,8 +179,8 @@ std::vector<std::string> doubtsAbout(const InventoryDocument& before, const std:
     std::vector<std::string> doubts;
     if (before.hostName != after.hostName)
         doubts.push_back("the documents are of two servers: " + before.hostName + " and " + after.hostName);
-    addDoubts(before, beforeName, "come", doubts);
-    addDoubts(after, afterName, "gone", doubts);
+    addDoubts(before, beforeName, "added", doubts);
+    addDoubts(after, afterName, "removed", doubts);
     return doubts;
 }
 

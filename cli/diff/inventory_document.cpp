@@ -22,7 +22,7 @@ using Json = nlohmann::json;
 constexpr std::uint64_t kReadableSchema = 1;
 constexpr std::size_t kLongestText = std::size_t{1} << 20U;
 constexpr std::size_t kDeepest = 32;  // an inventory of this form is 12 deep
-const char* const kNoInventory = "is no inventory of \"diskmgt export json\"";
+const char* const kNoInventory = "is not a document of \"diskmgt export json\"";
 
 [[noreturn]] void refuse(const std::string& why) { throw std::runtime_error(why); }
 
@@ -92,7 +92,7 @@ public:
     bool string(string_t& value) override {
         if (frames.empty() || !frames.back().keepsText()) return scalar(ValueKind::kText, DocumentValue());
         if (value.size() > kLongestText)
-            refuse("holds a text of more than 1 MiB, as no inventory does; export it anew");
+            refuse("holds a text of more than 1 MiB, which no inventory has; export it again");
         return scalar(ValueKind::kText, value);
     }
     bool binary(binary_t&) override { return true; }  // JSON has none
@@ -118,7 +118,7 @@ public:
     bool key(string_t& name) override {
         Frame& frame = frames.back();
         if (frame.isUnchecked) return true;
-        if (!frame.names.insert(name).second) refuse("names \"" + name + "\" twice in one object; export it anew");
+        if (!frame.names.insert(name).second) refuse("names \"" + name + "\" twice in one object; export it again");
         if (++openNames > kMostElements) refuseAsTooLarge();
         frame.isAtInventory = frame.isRoot && name == "diskmgt";
         frame.isAtSchema = frame.object == ObjectKind::kInventory && name == "schema";
@@ -170,9 +170,10 @@ public:
 
     bool parse_error(std::size_t byte, const std::string&, const nlohmann::detail::exception& error) override {
         if (dynamic_cast<const Json::parse_error*>(&error) == nullptr)  // a number that no type holds
-            refuse("holds a number that cannot be read; export it anew");
-        if (byte > text.size()) refuse("ends in the middle, or is no JSON; export it anew");
-        refuse("is no JSON: it cannot be read from " + position(text, byte) + " on; export it anew");
+            refuse("holds a number that cannot be read; export it again");
+        if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) refuse("is empty; export it again");
+        if (byte > text.size()) refuse("ends in the middle or is not JSON; export it again");
+        refuse("is not valid JSON (" + position(text, byte) + "); export it again");
     }
 
     InventoryDocument take() {
@@ -213,7 +214,7 @@ private:
 
     [[noreturn]] static void refuseAsTooLarge() {
         refuse("has more than " + std::to_string(kMostElements) +
-               " elements, as no server has; compare documents of \"diskmgt export json\"");
+               " elements, which no server has; compare documents of \"diskmgt export json\"");
     }
 
     void keepOne() {
@@ -222,7 +223,7 @@ private:
 
     void checkDepth() const {
         if (frames.size() >= kDeepest)
-            refuse("is nested more than " + std::to_string(kDeepest) + " deep, as no inventory is; export it anew");
+            refuse("is nested more than " + std::to_string(kDeepest) + " deep, which no inventory is; export it again");
     }
 
     void close() {
@@ -248,7 +249,7 @@ private:
 
     /// The first thing that is wrong counts, once the whole text is known to be JSON and of this form.
     void note(const std::string& what) {
-        if (failure.empty()) failure = what + "; export it anew";
+        if (failure.empty()) failure = what + "; export it again";
     }
     void noteWrong(ValueKind kind, const char* name) {
         note("has no " + std::string(wordFor(kind)) + " as " + path() + "." + name);

@@ -45,8 +45,8 @@ struct InventoryDocument {
 };
 
 /// Reads a document. Throws `std::runtime_error` whose text continues a sentence that begins with the file's name:
-/// "is no inventory ...". Unknown keys are ignored; the plain instances are not read. `alreadyKept`: of the document
-/// that this one is compared with.
+/// "is not a document of ...". Unknown keys are ignored; the plain instances are not read. `alreadyKept`: of the
+/// document that this one is compared with.
 InventoryDocument readInventoryDocument(const std::string& text, std::size_t alreadyKept = 0);
 
 }  // namespace diskmgt

@@ -58,7 +58,7 @@ DeviceExplanation explainPartition(const std::string& path, const DeviceFacts& d
     } else if (!disk.isDrive()) {
         reasons.push_back(
             {"no-drive", "its drive is not reported",
-             "It is reported although " + disk.path + " is not reported as a drive, so it rests on none."});
+             "It is reported although " + disk.path + " is not reported as a drive, so it is linked to none."});
     }
     if (!explanation.isListed)
         reasons.push_back({"not-in-sysfs", "unknown to the kernel", "The kernel shows no partition " + name + "."});

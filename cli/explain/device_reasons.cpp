@@ -48,7 +48,7 @@ Reason virtualReason(const DeviceFacts& facts) {
                 "The management controller presents it: the list of virtual devices has the entry " + quoted + "."};
     return {"virtual-device-substring", "caught by the virtual device " + quoted,
             "The list of virtual devices has the entry " + quoted + ". It names " + word + ", but the text contains " +
-                facts.path + " too, so this drive is left out by accident of its name."};
+                facts.path + " too, so this drive is left out only because of its name."};
 }
 
 Reason sizeReason(const DeviceFacts& facts) {
@@ -62,8 +62,9 @@ Reason sizeReason(const DeviceFacts& facts) {
         return {"zero-size", "size 0",
                 "Its size in sysfs is 0: a drive without a medium, a loop device without a file, an array that is not "
                 "running."};
-    return {"bad-size-text", "size in sysfs is no number",
-            file + " holds \"" + line + "\", which is no number of sectors, so the device counts as having no size."};
+    return {
+        "bad-size-text", "size in sysfs is not a number",
+        file + " holds \"" + line + "\", which is not a number of sectors, so the device counts as having no size."};
 }
 
 void addSysfsReasons(const DeviceFacts& facts, std::vector<Reason>& reasons) {
@@ -76,9 +77,9 @@ void addSysfsReasons(const DeviceFacts& facts, std::vector<Reason>& reasons) {
         return;
     }
     if (facts.nameVerdict == EntryName::kDeviceMapper) {
-        reasons.push_back({"dm-prefix", "name begins with \"dm-\"",
-                           "Its name begins with \"dm-\": device-mapper volumes (LVM, multipath, encryption) are left "
-                           "out."});
+        reasons.push_back({"dm-prefix", "device-mapper volume: never a drive",
+                           "Its name begins with \"dm-\": device-mapper volumes (LVM, multipath, encryption) are never "
+                           "drives."});
         return;
     }
     if (!facts.sysfs.hasSize()) reasons.push_back(sizeReason(facts));
@@ -105,9 +106,9 @@ Verdict judgeDrive(const DeviceFacts& facts) {
     } else if (facts.openError != 0) {
         reasons.push_back(openFailure(facts));
     } else if (!facts.sizeBytes) {
-        reasons.push_back({"size-failed", "does not tell its size: " + errorText(facts.sizeError),
-                           "It opened, but asking for its size failed: " + failureText(facts.sizeError) +
-                               ". The node is perhaps no block device."});
+        reasons.push_back({"size-failed", "its size cannot be read: " + errorText(facts.sizeError),
+                           "It opened, but its size cannot be read: " + failureText(facts.sizeError) +
+                               ". It may not be a block device."});
     } else if (!facts.hasSysfsDirectory) {
         reasons.push_back({"sysfs-directory-failed", "",
                            diskmgt_col::kBlockDirectory + facts.name +
@@ -149,8 +150,8 @@ Verdict judgePartitions(const DeviceFacts& facts) {
                 {"no-partition-directories", inTable + " in the table, none in the kernel",
                  "The table holds " + inTable +
                      ", but the kernel shows none, so the drive's number of "
-                     "partitions is 0. Perhaps the kernel has not read the table again, or the disk has no "
-                     "table and its first sector only looks like one, for no signature is checked."});
+                     "partitions is 0. Either the kernel has not read the table again, or the disk has no "
+                     "table and its first sector only looks like one: no signature is checked."});
         else
             reasons.push_back(
                 {"kernel-and-table-disagree",
@@ -164,7 +165,7 @@ Verdict judgePartitions(const DeviceFacts& facts) {
                                " bytes, but tables are read as if they had 512: partitions are wrong or missing."});
     if (verdict.isReported && !facts.isDrive())
         reasons.push_back({"no-drive", "partitions without their drive",
-                           "The partitions are reported although the drive is not, so they rest on no drive."});
+                           "The partitions are reported although the drive is not, so they are linked to no drive."});
     return verdict;
 }
 

@@ -108,7 +108,7 @@ void tellOfVirtualDevices(const std::vector<DeviceFacts>& devices, Sentences& to
         devices, [](const DeviceFacts& device) { return device.isOffered() && isVirtualByAccident(device); });
     told.push_back(listed(dropped) + (dropped.size() == 1 ? " is" : " are") +
                    " left out because of the management controller's list of virtual devices" +
-                   (byAccident.empty() ? "." : ", " + listed(byAccident) + " only by accident of the name."));
+                   (byAccident.empty() ? "." : ", " + listed(byAccident) + " only because of the name."));
 }
 
 void tellOfMounts(const MountTableFacts& table, Sentences& told) {

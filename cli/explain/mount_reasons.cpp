@@ -48,7 +48,7 @@ void addUnaskedReason(const MountFacts& mount, std::vector<Reason>& reasons) {
         case FileSystemKind::kLocal:
             if (mount.isBelowUntouchable)
                 reasons.push_back(mayBlock("beneath-other", "reached through another file system",
-                                           "Its place lies on or beneath a file system that may not answer."));
+                                           "Its path leads through a file system that may not answer."));
             return;
     }
 }

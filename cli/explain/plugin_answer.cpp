@@ -9,8 +9,8 @@ namespace diskmgt {
 namespace {
 
 constexpr const char* kAdvice =
-    " Perhaps something changed meanwhile; run the command again. If it stays so, the plug-in is not the one that "
-    "belongs to this command (see \"diskmgt plugin\").";
+    " Something may have changed meanwhile; run the command again. If the difference stays, the plug-in does not "
+    "belong to this command (see \"diskmgt plugin\").";
 
 void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::vector<std::string>& differing) {
     for (DeviceExplanation& device : explanation.devices) {
@@ -18,8 +18,8 @@ void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::v
         const bool isAnswered = contains(*answer.drives, device.path);
         if (isAnswered == device.drive.isReported) continue;
         const std::string said = isAnswered ? "reports it as a drive" : "does not report it as a drive";
-        device.drive.reasons.push_back(
-            {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in " + said + ", against these rules."});
+        device.drive.reasons.push_back({"plug-in-disagrees", "the plug-in contradicts this",
+                                        "The plug-in " + said + ", which contradicts these rules."});
         differing.push_back(device.path);
     }
     for (DeviceExplanation& device : explanation.devices) {
@@ -27,7 +27,7 @@ void compareDevices(const PluginAnswer& answer, Explanation& explanation, std::v
         if (device.partitionOf.empty() || contains(*answer.partitions, device.path) == device.partitions.isReported)
             continue;
         device.partitions.reasons.push_back(
-            {"plug-in-disagrees", "the plug-in says otherwise", "The plug-in says otherwise, against these rules."});
+            {"plug-in-disagrees", "the plug-in contradicts this", "The plug-in's answer contradicts these rules."});
         differing.push_back(device.path);
     }
 }

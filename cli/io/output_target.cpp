@@ -144,7 +144,7 @@ int openForWriting(const OutputTarget& target) {
     const struct stat present = statusOf(fd);
     if (!isDescriptor) refuseTrap(present, folder);
     if (target.kind == OutputTarget::Kind::kRegularFile && !S_ISREG(present.st_mode))
-        throw WriteError("it was replaced by something else meanwhile");
+        throw WriteError("it was replaced meanwhile");
     return ::fcntl(opened.get(), F_DUPFD_CLOEXEC, 0);
 }
 

@@ -17,6 +17,10 @@ constexpr bool isList = std::is_same_v<std::decay_t<Held>, std::vector<std::stri
 
 const char* wordFor(const Change& change) { return change.came() ? "came" : change.went() ? "went" : "changed"; }
 
+const char* shownWordFor(const Change& change) {
+    return change.came() ? "added" : change.went() ? "removed" : "changed";
+}
+
 std::string shown(const DocumentValue& value) {
     return std::visit(
         [](const auto& held) -> std::string {
@@ -108,7 +112,7 @@ std::string changesTable(const std::vector<Change>& changes, const TableStyle& s
     table.addColumns({"Change", "Kind", "Name", "Details"});
     const auto addRow = [&table](const Change& change, const std::string& details) {
         constexpr const char* kKindNames[] = {"drive", "partition", "logical disk"};
-        table.addRow({wordFor(change), kKindNames[static_cast<std::size_t>(change.kind)], change.name, details});
+        table.addRow({shownWordFor(change), kKindNames[static_cast<std::size_t>(change.kind)], change.name, details});
     };
     for (const Change& change : changes) {
         if (change.came() || change.went())

@@ -59,9 +59,10 @@ std::string deviceTable(const std::vector<DeviceExplanation>& devices, const Tab
     return table.print();
 }
 
-/// "3 other mounts", with the verb that follows.
-std::string mountCount(std::size_t count, bool areOthers) {
-    return std::to_string(count) + (areOthers ? " other" : "") + (count == 1 ? " mount is" : " mounts are");
+/// "3 other mounts are", with the verb for one and for several.
+std::string mountCount(std::size_t count, bool areOthers, const char* one, const char* several) {
+    return std::to_string(count) + (areOthers ? " other" : "") + (count == 1 ? " mount " : " mounts ") +
+           (count == 1 ? one : several);
 }
 
 /// Mounts of devices, and those of which something is to be said; the usual rest is counted.
@@ -84,9 +85,10 @@ std::string mountTable(const std::vector<MountExplanation>& mounts, const TableS
     }
     std::string text = plain + repeated == mounts.size() ? "" : table.print();
     const bool areOthers = !text.empty();
-    if (plain > 0) text += mountCount(plain, areOthers) + " reported as logical disks, nothing to remark.\n";
+    if (plain > 0) text += mountCount(plain, areOthers, "is", "are") + " reported as logical disks, without remarks.\n";
     if (repeated > 0)
-        text += mountCount(repeated, areOthers) + " left out because of an earlier one with its source.\n";
+        text += mountCount(repeated, areOthers, "repeats", "repeat") + " the source of an earlier mount and " +
+                (repeated == 1 ? "is" : "are") + " not reported.\n";
     return text;
 }
 

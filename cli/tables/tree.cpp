@@ -173,7 +173,7 @@ std::string printedTree(const Tree& tree, const TableStyle& style, std::size_t w
         separator = "";
     }
     if (!layout.leftOut().empty())
-        text += separator + paragraph("", "For want of width not shown: " + layout.leftOut(), width);
+        text += separator + paragraph("", "Terminal too narrow to show: " + layout.leftOut(), width);
     return text;
 }
 

@@ -165,7 +165,7 @@ private:
         if (hasOtherCount)
             tree.notes.emplace_back(
                 "\"listed\": the drive's own count of partitions differs from what was found on it; \"diskmgt "
-                "explain\" tells why");
+                "explain\" says why");
         if (inventory.isComplete()) return;
         const bool isLeftOut = inventory.published.isAnyLeftOut();
         tree.notes.push_back(

@@ -17,7 +17,7 @@ def test_no_line_ends_in_blanks(run, asked):
     assert all(line == line.rstrip() for line in run("classes", *asked).text.splitlines())
 
 
-def test_class_stands_below_its_superclass(run):
+def test_class_is_below_its_superclass(run):
     lines = run("classes").text.splitlines()
     parent = next(i for i, line in enumerate(lines) if "─CIM_MediaPresent" in line)
     assert {"VEXSG_MediaPresent", "VEXSG_PartitionPresent"} == {

@@ -62,13 +62,13 @@ def test_table_has_a_line_for_every_change(diff):
         "Change  Kind         Name      Details",
         "changed drive        /dev/sda  partitionCount: 1 -> 2",
         "changed partition    /dev/sda1 typeByte: 131 (Linux) -> 142 (Linux LVM)",
-        "came    partition    /dev/sda2 1048576 bytes, Linux, on /dev/sda",
+        "added   partition    /dev/sda2 1048576 bytes, Linux, on /dev/sda",
         "changed logical disk /dev/sda1 mountPoints: /data -> /data, /more",
         "changed logical disk /dev/sda1 on: /dev/sda1 -> nothing",
         'changed logical disk /dev/sda1 options: rw -> ""']
 
 
-def test_json_has_both_sides_of_a_value_and_every_value_of_what_came(diff):
+def test_json_has_both_sides_of_a_value_and_every_value_of_an_added_element(diff):
     new = inventory(partition("/dev/sda1", size=2, logicalDisks=[disk("/dev/sda1"), disk("x")]))
     done = diff(ONE, new, "--format", "json")
     assert done.status == 1
@@ -106,7 +106,7 @@ def test_missing_classes_are_unknown_and_said_to_be(diff):
 def test_failures_of_a_document_are_said(diff):
     failed = inventory(failures=[{"class": "VEXSG_DiskPartition", "text": "an error was logged: \x1b[31m"}])
     done = diff(ONE, failed)
-    assert done.status == 1 and "new.json tells of a failure" in done.sentence
+    assert done.status == 1 and "new.json reports a failure" in done.sentence
     assert "VEXSG_DiskPartition: an error was logged: \\x1b[31m" in done.sentence
 
 
@@ -123,7 +123,7 @@ def test_dash_is_standard_input(run, tmp_path, stands):
     names[stands] = "-"
     with open(tmp_path / "none.json", "rb") as stdin:
         done = run("diff", *names, stdin=stdin)
-    assert done.status == 1 and ("came" if stands == 0 else "went") in done.text
+    assert done.status == 1 and ("added" if stands == 0 else "removed") in done.text
 
 
 def test_standard_input_is_one_document(run):
@@ -138,14 +138,15 @@ def test_wrong_usage(run, arguments):
 
 
 @pytest.mark.parametrize("text, says", [
-    (b"", "ends in the middle"), (b"no json", "is no JSON"), (b"[]", "is no inventory of"), (b"\xff", "is no JSON"),
-    (b'{"namespace": "root/cimv2", "classes": [], "log": []}', "is no inventory of"),
-    (json.dumps(ONE).encode()[:-2], "ends in the middle"), (json.dumps(ONE).encode() * 2, "is no JSON"),
+    (b"", "is empty"), (b" \n", "is empty"),
+    (b"no json", "is not valid JSON (line 1, column 2)"), (b"[]", "is not a document of"), (b"\xff", "is not valid JSON"),
+    (b'{"namespace": "root/cimv2", "classes": [], "log": []}', "is not a document of"),
+    (json.dumps(ONE).encode()[:-2], "ends in the middle"), (json.dumps(ONE).encode() * 2, "is not valid JSON"),
     (b'{"diskmgt": {"schema": 2}}', "newer form 2"), (b"[" * 1000000, "nested more than 32 deep"),
     (b'{"diskmgt": {"schema": 1, "schema": 1}}', 'names "schema" twice')],
-    ids=["empty", "no_json", "list", "no_utf8", "get", "cut", "two", "newer", "deep", "name_twice"])
+    ids=["empty", "blank", "no_json", "list", "no_utf8", "get", "cut", "two", "newer", "deep", "name_twice"])
 @pytest.mark.parametrize("stands", [0, 1])
-def test_what_is_no_document_is_refused_by_name(diff, text, says, stands):
+def test_other_files_are_refused_by_name(diff, text, says, stands):
     pair = [ONE, ONE]
     pair[stands] = text
     done = diff(*pair)
@@ -154,7 +155,7 @@ def test_what_is_no_document_is_refused_by_name(diff, text, says, stands):
 
 
 @pytest.mark.parametrize("name, says", [("missing.json", "No such file"), (".", "Is a directory"),
-                                        ("/dev/null", "ends in the middle"), ("/dev/zero", "more than 256 MiB")])
+                                        ("/dev/null", "is empty"), ("/dev/zero", "more than 256 MiB")])
 def test_what_cannot_be_read_is_refused(run, name, says):
     done = run("diff", name, name)
     assert (done.status, done.stdout) == (2, b"") and name in done.sentence and says in done.sentence

@@ -48,7 +48,7 @@ def test_a_device_that_does_not_exist_is_explained(run, operand):
     assert "There is no such node, the kernel lists no such disk" in text
 
 
-def test_a_virtual_device_given_by_hand_that_only_begins_alike_is_told(run):
+def test_a_virtual_device_given_by_hand_that_only_begins_alike_is_reported(run):
     whole = run("explain", "--format", "json").json
     assert "virtual-device" not in str([rules(device["drive"]) for device in whole["devices"]])
     offered = [device["path"] for device in whole["devices"]
@@ -73,7 +73,7 @@ def test_the_document_is_utf_8_as_every_other_one(run):
     assert '"path": "/dev/größe\ufffd"' in run("explain", "größe\udcff", "--format", "json").text
 
 
-def test_what_the_plug_in_says_otherwise_is_told(run, plugin):
+def test_a_contradiction_of_the_plug_in_is_reported(run, plugin):
     """The stand-in publishes sda, sdb and sda1, whatever the machine has."""
     document = run("explain", "/dev/sdb", "--format", "json", "--plugin", plugin("publishing"),
                    "--virtual-device", "/dev/sdb").json
@@ -82,7 +82,7 @@ def test_what_the_plug_in_says_otherwise_is_told(run, plugin):
 
 
 @pytest.mark.skipif(any(os.path.exists(f"/sys/block/{name}") for name in ("sda", "sdb")), reason="has sda or sdb")
-def test_drives_that_only_the_plug_in_knows_are_told(run, plugin):
+def test_drives_that_only_the_plug_in_knows_are_reported(run, plugin):
     document = run("explain", "--format", "json", "--plugin", plugin("publishing")).json
     told = " ".join(document["diagnosis"])
     assert "drives that are not explained here: /dev/sda and /dev/sdb." in told and "The plug-in reports 1 partition, but" in told

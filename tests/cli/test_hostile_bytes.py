@@ -49,7 +49,7 @@ def test_table_is_ascii_where_the_locale_is(run, plugin):
     assert "ä" in run("get", DISK, "--format", "table", "--plugin", plugin("publishing"), LC_ALL="C.UTF-8").text
 
 
-def test_unknown_locale_is_no_failure(run, plugin):
+def test_unknown_locale_is_not_a_failure(run, plugin):
     done = run("get", DISK, "--format", "table", "--plugin", plugin("publishing"), LC_ALL="xx_YY.nowhere")
     assert (done.status, done.stderr) == (0, b"")
 

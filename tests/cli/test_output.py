@@ -19,7 +19,7 @@ def test_full_disk_is_one_sentence(run, command):
 
 
 @pytest.mark.parametrize("command", COMMANDS)
-def test_reader_that_goes_away_is_no_failure(command):
+def test_reader_that_goes_away_is_not_a_failure(command):
     reading, writing = os.pipe()
     os.close(reading)
     for restore in (True, False):  # with the signal's default action, and with it ignored

@@ -53,7 +53,7 @@ def test_plain_file_name_means_the_present_directory(run, plugin, tmp_path):
     assert (done.status, done.json["name"]) == (0, "Stand-in")
 
 
-def test_a_file_that_is_no_plug_in_is_refused_with_one_advice(run, plugin, tmp_path):
+def test_a_file_that_is_not_a_plug_in_is_refused_with_one_advice(run, plugin, tmp_path):
     (tmp_path / "text").write_text("no library")
     assert run("plugin", "--plugin", "text").sentence.endswith("; give the path of one with --plugin FILE or DISKMGT_PLUGIN")
     assert run("plugin", "--plugin", plugin("silent")).sentence.endswith(

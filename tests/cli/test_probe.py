@@ -189,7 +189,7 @@ class TestRemarks:
         write_gpt(tmp_path / "disk.img", {1: (LINUX, 34, 2**64 - 1), 2: (LINUX, 2**60, 2**60)})
         assert "2 partitions end past that" in self.remarks(run)[0]
 
-    @pytest.mark.parametrize("count, used, words", [(-1, 0, "-1 entries"), (1000, 774, "1000 entries, and more of them")])
+    @pytest.mark.parametrize("count, used, words", [(-1, 0, "-1 entries"), (1000, 774, "1000 entries; more than 773 of them")])
     def test_a_refused_gpt(self, run, tmp_path, count, used, words):
         write_gpt(tmp_path / "disk.img", {i: (LINUX, 34, 40) for i in range(1, used + 1)}, count=max(count, 0))
         with open(tmp_path / "disk.img", "r+b") as image:
@@ -197,7 +197,7 @@ class TestRemarks:
             image.write(struct.pack("<i", count))
         done = run("probe", "disk.img")
         assert (done.status, done.json) == (1, [{"path": "disk.img", "partitions": []}])
-        assert f"the GPT of disk.img is refused: it says that it has {words}" in done.sentence
+        assert f"the GPT of disk.img is refused: it claims {words}" in done.sentence
 
     def test_a_gpt_without_entries_is_not_refused(self, run, tmp_path):
         write_gpt(tmp_path / "disk.img", {}, count=0)

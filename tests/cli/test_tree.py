@@ -61,7 +61,7 @@ class TestTerminal:
         assert max(map(len, plain(seen).splitlines())) <= 50
 
     @pytest.mark.parametrize("columns", ["", "wide", "0", "-3"])
-    def test_columns_variable_that_is_no_number_does_not(self, plugin, columns):
+    def test_columns_variable_that_is_not_a_number_does_not(self, plugin, columns):
         _, seen = on_a_terminal("--all", "--plugin", plugin("publishing"), width=60, COLUMNS=columns)
         assert seen == on_a_terminal("--all", "--plugin", plugin("publishing"), width=60, COLUMNS=None)[1]
 
@@ -114,11 +114,11 @@ def test_no_disks_points_to_explain(run, plugin):
     if os.geteuid() != 0:
         pytest.skip("another user is told to be root first")
     done = run("--plugin", plugin("complaining"))
-    assert b'diskmgt: no disks are reported; "diskmgt explain" tells why\n' in done.stderr
+    assert b'diskmgt: no disks are reported; "diskmgt explain" says why\n' in done.stderr
     assert b"no disks" not in done.stdout
 
 
-def test_another_user_is_told_what_root_would_see():
+def test_another_user_learns_what_root_would_see():
     command = []
     if os.geteuid() == 0:
         command = ["setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups"]
@@ -126,5 +126,5 @@ def test_another_user_is_told_what_root_would_see():
             pytest.skip("the build tree cannot be reached by another user")
     done = subprocess.run([*command, COMMAND], capture_output=True, env=environment(), cwd="/", check=False)
     assert done.returncode == 0
-    assert done.stderr.startswith(b"diskmgt: not root, so these may be out of reach: ")
+    assert done.stderr.startswith(b"diskmgt: not root, so these may be missing: ")
     assert b"run as root to see them" in done.stderr

@@ -55,7 +55,7 @@ def test_unknown_command_names_the_nearest(run):
 
 
 @pytest.mark.parametrize("arguments", [["forest", "--help"], ["forest", "--all"], ["--timeout", "5", "forest"]])
-def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
+def test_unknown_command_is_refused_with_any_words_around_it(run, arguments):
     done = run(*arguments)
     assert (done.status, done.stdout) == (2, b"")
     assert 'unknown command "forest"' in done.sentence
@@ -69,13 +69,18 @@ def test_unknown_command_is_refused_whatever_stands_around_it(run, arguments):
     (["probe"], "probe needs at least one FILE"),
     (["trace"], "trace needs at least one CLASS"),
     (["plugin", "extra"], 'plugin takes no argument "extra"'),
-    (["classes", "VEXSG_DiskDrive", "extra"], 'classes takes just CLASS, not also "extra"; see'),
-    (["export", "json", "mof"], 'export takes just FORMAT, not also "mof"; see'),
-    (["diff", "monday.json", "tuesday.json", "extra"], 'diff takes just OLD NEW, not also "extra"; see'),
+    (["classes", "VEXSG_DiskDrive", "extra"], 'classes takes one CLASS; "extra" is one too many; see'),
+    (["export", "json", "mof"],
+     'export takes one format: json, prometheus, mof or html; "mof" is one too many; see'),
+    (["export"], "export takes one format: json, prometheus, mof or html; see"),
+    (["diff", "monday.json", "tuesday.json", "extra"],
+     'diff compares two documents, OLD and NEW; "extra" is one too many; see'),
+    (["diff", "monday.json"], "diff compares two documents, OLD and NEW; see"),
+    (["diff"], "diff compares two documents, OLD and NEW; see"),
     (["probe", "disk.img", "--exact"], 'unknown option "--exact"'),
-    (["get", "VEXSG_DiskDrive", "--timeout"], "get: --timeout needs a value behind it; see"),
-    (["--output"], "--output needs a value behind it; see"),
-    (["plugin", "--virtual-device"], "plugin: --virtual-device needs a value behind it; see"),
+    (["get", "VEXSG_DiskDrive", "--timeout"], "get: --timeout needs a value; see"),
+    (["--output"], "--output needs a value; see"),
+    (["plugin", "--virtual-device"], "plugin: --virtual-device needs a value; see"),
     (["get", "VEXSG_DiskDrive", "--timeout", "-1"], "--timeout takes a number of seconds"),
     (["get", "VEXSG_DiskDrive", "--timeout", "soon"], "--timeout takes a number of seconds"),
     (["get", "VEXSG_DiskDrive", "--timeout", "nan"], "--timeout takes a number of seconds"),

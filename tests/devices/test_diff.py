@@ -69,8 +69,8 @@ def test_partition_written_to_a_disk_comes_and_goes(documents):
         session.run([sys.executable, "-c", WRITE, "/dev/sdb", "00" * 16])
     came, went = diff("old", "new"), diff("new", "old")
     assert came.status == went.status == 1
-    assert "came    partition /dev/sdb2 1048576 bytes, Linux, on /dev/sdb" in came.stdout
-    assert "went    partition /dev/sdb2 1048576 bytes, Linux, on /dev/sdb" in went.stdout
+    assert "added   partition /dev/sdb2 1048576 bytes, Linux, on /dev/sdb" in came.stdout
+    assert "removed partition /dev/sdb2 1048576 bytes, Linux, on /dev/sdb" in went.stdout
     export("after")
     assert diff("old", "after").stdout == ""
 

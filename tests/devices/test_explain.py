@@ -100,13 +100,13 @@ def test_rules_of_sysfs_are_named(explained):
     assert "/dev has no nodes for absent" in said(explained("sysfs-filters"))
 
 
-def test_a_virtual_device_and_an_accident_of_names_are_told_apart(explained):
+def test_a_virtual_device_and_one_caught_by_name_are_distinguished(explained):
     document = explained("management-controller")
     assert drive_rules(document) == {"sda": [], "sdb": ["virtual-device-substring"], "sdc": [],
                                      "sdd": ["virtual-device-substring"], "sdbc": ["virtual-device"]}
     assert '"/dev/sdbc"' in by_name(document)["sdb"]["drive"]["reasons"][0]["text"]
     assert partition_rules(document)["sdb"] == ["no-drive"]
-    assert "sdb and sdd only by accident of the name" in said(document)
+    assert "sdb and sdd only because of the name" in said(document)
 
 
 def test_a_disk_found_behind_the_management_controller_names_its_entry(machine, explained):
@@ -145,17 +145,17 @@ def test_a_refused_gpt_has_a_rule_of_its_own(diskmgt, tmp_path):
     with Session(folder) as session:
         document = session.run([diskmgt, "explain", "--format", "json"], check=False).json()
     reason, = by_name(document)["sda"]["partitions"]["reasons"]
-    assert reason == {"rule": "table-refused", "text": "Its GPT is refused: it says that it has -1 entries."}
+    assert reason == {"rule": "table-refused", "text": "Its GPT is refused: it claims -1 entries."}
 
 
-def test_disagreement_of_kernel_and_table_is_told(explained):
+def test_disagreement_of_kernel_and_table_is_reported(explained):
     found = partition_rules(explained("sysfs-against-tables"))
     told = {rule for each in found.values() for rule in each}
     assert {"no-partition-directories", "kernel-and-table-disagree"} <= told
     assert "disagree about the number of partitions" in said(explained("sysfs-against-tables"))
 
 
-def test_large_sectors_are_told(explained):
+def test_large_sectors_are_reported(explained):
     document = explained("four-kib-sectors")
     assert all("large-sectors" in each for each in partition_rules(document).values())
     assert all("no-partition-found" not in each for each in partition_rules(document).values())
@@ -183,7 +183,7 @@ def test_a_mount_table_that_cannot_be_updated_reports_nothing(explained):
     assert "Read-only file system" in said(document)
 
 
-def test_somebody_without_rights_is_told_to_be_root(machine, diskmgt):
+def test_a_user_without_rights_is_advised_to_be_root(machine, diskmgt):
     with Session(MACHINES / "whole-server") as session:
         session.run(["mkdir", "/media/installed"])
         session.run(["mount", "--bind", diskmgt.parent.parent, "/media/installed"])
@@ -260,5 +260,5 @@ def test_text_and_document_tell_the_same_reasons(machine, explained, diskmgt):
     rows = {line.split()[0]: line for line in text.splitlines() if line.startswith("/dev/")}
     for device in explained("sysfs-filters")["devices"]:
         assert rows[device["path"]].split()[1] == ("yes" if device["drive"]["reported"] else "no")
-    assert rows["/dev/dm-0"].endswith('name begins with "dm-"')
+    assert rows["/dev/dm-0"].endswith('device-mapper volume: never a drive')
     assert all(sentence in text for sentence in explained("sysfs-filters")["diagnosis"])

@@ -69,7 +69,7 @@ def test_executable_local_fact_makes_the_document(inside, name):
     assert steady(read_by_ansible(run)) == {"disks": steady(document)}
 
 
-def test_executable_local_fact_keeps_a_document_that_tells_of_failures(inside):
+def test_executable_local_fact_keeps_a_document_that_reports_failures(inside):
     run = inside("whole-server")
     for status, kept in ((0, 0), (1, 0), (2, 1), (3, 1), (4, 0)):
         stand_in = f"#!/bin/sh\\necho '{{}}'\\nexit {status}\\n"

@@ -172,7 +172,7 @@ def test_command_keeps_its_output_and_exit_status(tmp_path):
     assert in_machine(tmp_path, "/no/such/program").returncode == 127
 
 
-def test_failing_step_is_told_with_the_words_of_the_tool(tmp_path):
+def test_failing_step_is_reported_with_the_words_of_the_tool(tmp_path):
     write_machine(tmp_path, disks=[{"name": "sda", "size": "1 MiB", "table": [{"sfdisk": ["nonsense"]}]}])
     with pytest.raises(MachineFailure, match="sfdisk.*exit status 1"):
         Session(tmp_path)
@@ -227,7 +227,7 @@ def test_every_machine_folder_can_be_read(folder):
     assert read_machine(folder).about.endswith(".")
 
 
-def test_chroot_whose_root_is_no_mount_point_is_named_as_what_is_missing(tmp_path):
+def test_chroot_whose_root_is_not_a_mount_point_is_named_as_the_cause(tmp_path):
     (tmp_path / "proc").mkdir()
     # The codec is loaded while its file is within reach.
     asked = ("import encodings.ascii, os, sys; sys.path.insert(0, sys.argv[1]); from machine import kernel; "

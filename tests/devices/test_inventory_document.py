@@ -68,7 +68,7 @@ def parent_of(document, path):
 
 
 @pytest.mark.parametrize("name", EVERY_PART)
-def test_null_stands_nowhere(validator, export, name):
+def test_null_is_nowhere(validator, export, name):
     document = export(name)
     for path, _ in list(places(document))[1:]:
         wrong = copy.deepcopy(document)
@@ -77,7 +77,7 @@ def test_null_stands_nowhere(validator, export, name):
 
 
 @pytest.mark.parametrize("name", EVERY_PART)
-def test_list_with_null_stands_nowhere(validator, export, name):
+def test_list_with_null_is_nowhere(validator, export, name):
     document = export(name)
     for path, value in places(document):
         if isinstance(value, list):
@@ -133,7 +133,7 @@ def nested(document, key):
 
 
 @pytest.mark.parametrize("name", NAMES)
-def test_every_instance_stands_in_the_nested_part(export, name):
+def test_every_instance_is_in_the_nested_part(export, name):
     document = export(name)
     instances = document["diskmgt"]["instances"]
     for class_name, key, where in (("VEXSG_DiskDrive", "device", ["drives"]),

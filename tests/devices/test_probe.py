@@ -87,7 +87,7 @@ def test_what_cannot_be_read_is_named_with_its_sector(machine, diskmgt, disk, se
     assert named and (sector is None or int(named[1]) == sector)
 
 
-def test_an_unreadable_part_of_the_entries_is_no_end_of_the_disk(diskmgt, tmp_path):
+def test_an_unreadable_part_of_the_entries_is_not_the_end_of_the_disk(diskmgt, tmp_path):
     folder = write_machine(tmp_path, disks=[
         {"name": "sda", "size": "8 MiB", "table": [{"sfdisk": ["label: gpt", "1: start=2048, size=2048"]}], "readable": 8}])
     with Session(folder) as session:

@@ -96,7 +96,7 @@ def test_pairs_made_by_prefix_are_marked_with_the_likely_one(tree):
     assert "/dev/sdaa 8M 2 partitions none listed" in shown
     assert shown[-3:] == ["On no reported drive", "├─1 1M Linux", "└─2 1M Linux"]
     assert [note for note in notes(lines) if "only because one name contains the other" in note]
-    assert [note for note in notes(lines) if '"diskmgt explain" tells why' in note]
+    assert [note for note in notes(lines) if '"diskmgt explain" says why' in note]
 
 
 def test_raid_partitions_named_by_the_bare_number(tree):
@@ -129,29 +129,29 @@ def test_disks_with_four_kib_sectors(tree):
 def test_no_disks(machine, diskmgt):
     result = machine("no-disks").run([diskmgt], environment=UTF8)
     assert (result.status, result.stdout) == (0, "")
-    assert result.stderr == 'diskmgt: no disks are reported; "diskmgt explain" tells why\n'
+    assert result.stderr == 'diskmgt: no disks are reported; "diskmgt explain" says why\n'
 
 
-def test_user_without_rights_is_told(machine, diskmgt):
+def test_user_without_rights_gets_a_remark(machine, diskmgt):
     session = machine("whole-server")
     if session.run([*NOBODY, "test", "-x", diskmgt], check=False).status:
         pytest.skip("the build tree cannot be reached by another user")
     result = session.run([*NOBODY, diskmgt], environment=UTF8)
-    assert result.stderr.startswith("diskmgt: not root, so these may be out of reach: ")
+    assert result.stderr.startswith("diskmgt: not root, so these may be missing: ")
     assert "run as root to see them" in result.stderr
 
 
 @pytest.mark.parametrize("arguments", [["get", *SERVED], *(["export", form] for form in FORMS)])
-def test_user_without_rights_is_told_that_an_answer_may_be_empty_for_that(machine, diskmgt, arguments):
+def test_user_without_rights_learns_that_an_answer_may_be_empty_for_that(machine, diskmgt, arguments):
     session = machine("whole-server")
     if session.run([*NOBODY, "test", "-x", diskmgt], check=False).status:
         pytest.skip("the build tree cannot be reached by another user")
     assert session.run([*NOBODY, diskmgt, *arguments]).stderr == (
-        f"diskmgt: not root, so these may be out of reach: {', '.join(SERVED)}; run as root to see them\n")
+        f"diskmgt: not root, so these may be missing: {', '.join(SERVED)}; run as root to see them\n")
     assert session.run([diskmgt, *arguments]).stderr == ""
 
 
-def test_user_without_rights_is_not_told_of_what_never_has_instances(machine, diskmgt):
+def test_user_without_rights_gets_no_remark_on_classes_that_never_have_instances(machine, diskmgt):
     session = machine("whole-server")
     if session.run([*NOBODY, "test", "-x", diskmgt], check=False).status:
         pytest.skip("the build tree cannot be reached by another user")

@@ -85,7 +85,7 @@ def test_the_use_of_a_device_is_said_through_every_layer(machine, diskmgt, name,
 
 
 @pytest.mark.parametrize("name", NAMES)
-def test_whatever_the_kernel_shows_in_use_is_said_to_be(machine, diskmgt, explain, name):
+def test_all_that_the_kernel_shows_in_use_is_reported_in_use(machine, diskmgt, explain, name):
     session = machine(name)
     in_use = json.loads(session.run(["python3", "-c", WITNESS]).stdout)
     said = {device["path"].removeprefix("/dev/"): device for device in explain(session)["devices"]}

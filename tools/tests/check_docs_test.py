@@ -65,6 +65,55 @@ class Documents(ScratchTree):
                                     "tools/dev test --clang\n```\n\nRun tools/dev test after a change.\n")
         self.assertEqual(self.findings(), [f"there is no `tools/dev test {name}`" for name in ("asan", "tsan", "--clang")])
 
+    def test_a_file_that_is_not_there_is_found(self):
+        self.put("tools/README.md", "# tools\n\n`tools/a.py`, `tools/a`, `a.py`, `tools/NAME`, `tools/b.py`, `b.py`, `c/d`\n\n"
+                                    "```\ntools/c.py\n```\n")
+        self.put("tools/a.py", "")
+        self.assertEqual(self.findings(), ["there is no file tools/b.py", "there is no file named b.py"])
+
+    def test_a_path_may_begin_at_the_documents_folder(self):
+        self.put("tests/README.md", "# tests\n\n`tests/a.py`, `support/a`, `support/b`, `nowhere/c`\n")
+        self.put("tests/tests/a.py", "")
+        self.put("tests/support/a.cpp", "")
+        self.assertEqual(self.findings(), ["there is no file support/b"])
+
+    def put_command(self):
+        self.put("cli/README.md", "# cli\n")
+        self.put("cli/command_table.cpp", '        {"get",\n         &runGet,\n')
+        self.put("cli/command_line.cpp", 'add("--all"); add("--output");')
+
+    def test_commands_and_options_of_diskmgt_that_do_not_exist_are_found(self):
+        self.put_command()
+        self.put("README.md", "# Top\n\n`diskmgt get --all`, `diskmgt dance`, `diskmgt get --loud`, `diskmgt --output=x`\n\n"
+                              "```console\n# diskmgt get | jq --raw   # diskmgt jumps\ndiskmgt: a sentence\n"
+                              "$ sudo build/bin/diskmgt sing\n# tools/dev run hum --all\n```\n")
+        self.assertEqual(self.findings(), ["there is no command `diskmgt sing`", "there is no command `diskmgt hum`",
+                                           "there is no command `diskmgt dance`", "diskmgt has no option --loud"])
+
+    def test_the_tour_may_show_commands_that_are_wrong(self):
+        self.put_command()
+        self.put("docs/TOUR.md", "# Tour\n\n```console\n# diskmgt gte --fromat\n```\n")
+        self.assertEqual(self.findings(), [])
+
+    def test_a_choice_of_tests_that_matches_none_is_found(self):
+        self.put("tests/unit/a_test.cpp", "TEST_F(Parser, ReadsOn) {}\n")
+        self.put("tests/cli/test_usage.py", "")
+        self.put("tests/README.md", "# tests\n\n`ctest -R Parser`, `ctest -R 'cli.test_usage'`, `ctest --test-dir b -R Walker`\n")
+        self.assertEqual(self.findings(), ["no test matches Walker"])
+
+    def test_a_preset_that_does_not_exist_is_found(self):
+        self.put("CMakePresets.json", '{"name": "dev"}')
+        self.put("README.md", "# Top\n\n```sh\ntools/dev build dev\ntools/dev build fast\n```\n")
+        self.assertEqual(self.findings(), ["there is no preset fast"])
+
+    def test_a_list_of_tests_is_complete(self):
+        self.put("tests/devices/README.md", "# Devices\n\n`test_a.py`\n")
+        self.put("tests/README.md", "# tests\n")
+        self.put("tests/devices/test_a.py", "")
+        self.assertEqual(self.findings(), [])
+        self.put("tests/devices/test_b.py", "")
+        self.assertEqual(self.findings(), ["lists the folder's tests, but not test_b.py"])
+
 
 if __name__ == "__main__":
     unittest.main()

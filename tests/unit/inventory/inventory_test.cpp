@@ -122,7 +122,7 @@ TEST_F(Inventories, APairMadeByPrefixNamesTheLikelyRightOne) {
     EXPECT_THAT(devices(inventory, inventory.drives[0].partitions), ElementsAre("/dev/sdaa1", "/dev/sdab1"));
 }
 
-TEST_F(Inventories, APartitionWithTheBareNumberBehindItsDriveIsNoAccident) {
+TEST_F(Inventories, APartitionWithTheBareNumberAfterItsDriveIsNotDoubtful) {
     for (const char* const name : {"/dev/md0", "/dev/md1", "/dev/md127"}) scene.drive(name, 4096, 1);
     scene.mbr("/dev/md01", 512, 1, 0x83);
     scene.mbr("/dev/md1271", 512, 1, 0x83);
@@ -147,7 +147,7 @@ TEST_F(Inventories, ASourceOnThePartitionOfAnotherNameIsAnAccident) {
     EXPECT_EQ(inventory.doubtfulPairs[0].likely, "");
 }
 
-TEST_F(Inventories, ASourceOnTheDriveOfAnotherNameIsAnAccidentButNotByALink) {
+TEST_F(Inventories, ASourcePairedByPrefixIsDoubtfulUnlessItIsALink) {
     scene.drive("/dev/nvme0n1", 4096, 0);
     scene.drive("/dev/nvme0n10", 4096, 0);
     for (const char* const source : {"/dev/nvme0n10p1", "/dev/mapper/root", "/dev/nvme0n1p2"}) {

@@ -34,7 +34,7 @@ TEST(ReadableText, EscapesControlsMarksAndBytesThatAreNoText) {
     EXPECT_EQ(escapedControls("\u00E4 \u20AC \U0001F4BE"), "\u00E4 \u20AC \U0001F4BE");
 }
 
-TEST(ReadableText, ReplacesWhatIsNoWellFormedUtf8) {
+TEST(ReadableText, ReplacesBytesThatAreNotWellFormedUtf8) {
     EXPECT_EQ(asUtf8("\xC0\xAF"), "\uFFFD\uFFFD");            // overlong
     EXPECT_EQ(asUtf8("\xE0\x9F\xBF"), "\uFFFD\uFFFD\uFFFD");  // overlong
     EXPECT_EQ(asUtf8("\xED\xA0\x80"), "\uFFFD\uFFFD\uFFFD");  // a surrogate

@@ -48,7 +48,7 @@ TEST(Comparison, ElementsComeAndGoInTheOrderOfPeople) {
     EXPECT_THAT(compared(onDrive(many), onDrive("")), ElementsAre("- /dev/sda1", "- /dev/sda2", "- /dev/sda10"));
 }
 
-TEST(Comparison, OrderIsNoChange) {
+TEST(Comparison, OrderDoesNotCountAsAChange) {
     const std::string one = partition("/dev/sda1"), two = partition("/dev/sda2");
     EXPECT_THAT(compared(onDrive(one + "," + two), onDrive(two + "," + one)), IsEmpty());
 }
@@ -160,7 +160,7 @@ TEST(Comparison, DoubtsNameTheDocument) {
     EXPECT_THAT(doubtsAbout(whole, "a", cut, "b"),
                 ElementsAre("the documents are of two servers: server1 and server2",
                             "b is incomplete, because time ran out: what it lacks counts as unknown (logical disks)",
-                            "b tells of a failure, so what seems to have gone may only be missing there: "
+                            "b reports a failure, so what looks removed may only be missing from it: "
                             "VEXSG_DiskDrive: x"));
 }
 

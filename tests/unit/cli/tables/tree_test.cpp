@@ -192,7 +192,7 @@ TEST_F(Trees, ANarrowTerminalIsNeverExceededAndTheNoteSaysWhatIsMissing) {
         for (const std::string& line : shown) EXPECT_LE(displayWidth(line), width) << line;
         EXPECT_EQ(shown[0].find("Name"), 0U);
     }
-    EXPECT_THAT(lines(60), ::testing::Contains("For want of width not shown: Used, Start, Avail"));
+    EXPECT_THAT(lines(60), ::testing::Contains("Terminal too narrow to show: Used, Start, Avail"));
     EXPECT_THAT(lines(24).back(), HasSubstr("Free, Type"));
 }
 
