@@ -13,6 +13,7 @@
 #include <cstring>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
@@ -108,7 +109,8 @@ private:
         wants.prepare = [this] { signals.restore(); };
         worker::account().reset(writing(options, limitSeconds), "writing " + options.outputFile);
         Worker started(work, wants);
-        return worker::Watch(started, signals).run();
+        // Not on the stack, whose every page a large frame touches.
+        return std::make_unique<worker::Watch>(started, signals)->run();
     }
 
     int leave(const Outcome& outcome) {

@@ -8,20 +8,19 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 
 namespace diskmgt::worker {
 
 namespace {
 
-constexpr std::size_t kBuffer = 65536;  // what a pipe holds
-
 /// Where poll(2) says that there is room, this much fits.
 std::size_t roomOf(int descriptor) {
     constexpr std::size_t kTerminalRoom = 1024;
     struct stat kind {};
-    if (::fstat(descriptor, &kind) != 0) return kBuffer;  // the write will say why
+    if (::fstat(descriptor, &kind) != 0) return SIZE_MAX;  // the write will say why
     if (S_ISFIFO(kind.st_mode) || S_ISSOCK(kind.st_mode)) return PIPE_BUF;
-    return S_ISCHR(kind.st_mode) && ::isatty(descriptor) != 0 ? kTerminalRoom : kBuffer;
+    return S_ISCHR(kind.st_mode) && ::isatty(descriptor) != 0 ? kTerminalRoom : SIZE_MAX;
 }
 
 }  // namespace
@@ -29,8 +28,7 @@ std::size_t roomOf(int descriptor) {
 Relay::Relay(int realDescriptor) : real(realDescriptor) {}
 
 Relay::Read Relay::readFrom(int pipe) {
-    if (held == nullptr) held.reset(new char[kBuffer]);
-    const ssize_t count = ::read(pipe, held.get(), kBuffer);
+    const ssize_t count = ::read(pipe, held.data(), held.size());
     end = count > 0 ? static_cast<std::size_t>(count) : 0;
     next = 0;
     if (count == 0) return Read::kEnd;
@@ -41,7 +39,7 @@ int Relay::writeSome() {
     if (largestPiece == 0) largestPiece = roomOf(real);
     pollfd room{real, POLLOUT, 0};
     if (::poll(&room, 1, 0) == 0) return 0;
-    const ssize_t count = ::write(real, held.get() + next, std::min(largestPiece, end - next));
+    const ssize_t count = ::write(real, held.data() + next, std::min(largestPiece, end - next));
     if (count >= 0) {
         next += static_cast<std::size_t>(count);
         return 0;

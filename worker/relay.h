@@ -1,8 +1,8 @@
 // Bytes on their way from a worker's pipe to the real standard output or standard error.
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <memory>
 
 namespace diskmgt::worker {
 
@@ -21,8 +21,9 @@ public:
 
 private:
     int real;
-    std::size_t largestPiece = 0;  // that is written at once without waiting; 0: not asked yet
-    std::unique_ptr<char[]> held;  // never cleared: pages that no byte came to are not touched
+    std::size_t largestPiece = 0;                  // that is written at once without waiting; 0: not asked yet
+    static constexpr std::size_t kBuffer = 65536;  // what a pipe holds
+    std::array<char, kBuffer> held;                // never cleared: pages that no byte came to are not touched
     std::size_t next = 0;
     std::size_t end = 0;
 };
