@@ -20,6 +20,7 @@
 #include "cli/commands/commands.h"
 #include "cli/io/output.h"
 #include "collect/partition_table_parser.h"
+#include "formats/json.h"
 #include "formats/json_writer.h"
 #include "schema/vocabulary.h"
 #include "terminal/remarks.h"

@@ -18,8 +18,8 @@
 
 namespace refhost {
 
-/// The file cannot be loaded, is not a plug-in, or throws while loading. `what()` is one sentence for people: the reason,
-/// and the advice behind a semicolon.
+/// The file cannot be loaded, is not a plug-in, or throws while loading. `what()` is one sentence for people: the
+/// reason, and the advice behind a semicolon.
 class TAL_API PluginError : public std::runtime_error {
 public:
     explicit PluginError(const std::string& reason, const std::string& advice = "");
