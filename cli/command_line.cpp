@@ -289,6 +289,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     if (given.outputFile && given.outputFile->empty())
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
+    options.isForPeople = options.format == Format::kTable || (command.flags & kIsTree) != 0;
     options.readsMachine = (command.flags & kReadsMachine) != 0;
     options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
     if (given.pluginFile && given.pluginFile->empty())

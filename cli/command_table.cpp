@@ -19,7 +19,7 @@ const std::vector<CommandDescription>& commands() {
          nullptr,
          0,
          0,
-         kHasAll | kHasBytes | kLoadsPlugin,
+         kHasAll | kHasBytes | kLoadsPlugin | kIsTree,
          {},
          "Drives, their partitions and what is mounted on them",
          "Start is where a partition really begins. Free counts what is kept for root,\n"
@@ -187,7 +187,7 @@ const CommandDescription* findCommand(const std::string& name) {
 
 const CommandDescription& defaultCommand() {
     static const CommandDescription tree = {
-        "", &runTree, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin, {}, "", "", &deliverKnownTree};
+        "", &runTree, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin | kIsTree, {}, "", "", &deliverKnownTree};
     return tree;
 }
 

@@ -32,9 +32,11 @@ int main(int argumentCount, char** arguments) {
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a write error, which cleans up
     (void)std::signal(SIGXFSZ, SIG_IGN);  // so is a file that would exceed "ulimit -f"
     endOnSignalsAsFirstProcess();
-    (void)std::setlocale(LC_CTYPE, "");  // for the widths of texts; an unknown locale leaves plain ASCII
     try {
         const Options options = readOptions(argumentCount, arguments);
+        // For the widths of texts; an unknown locale leaves plain ASCII. It costs files to read, so only where it
+        // counts.
+        if (options.isForPeople) (void)std::setlocale(LC_CTYPE, "");
         if (options.mayStall) worker::endProcess(runSupervised(options));
         return runHere(options);
     } catch (const CommandError& error) {

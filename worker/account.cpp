@@ -1,4 +1,4 @@
-// Texts are copied while the other side may read them: a turn that is odd or has changed tells the reader to try again.
+// A text is written where nobody reads, then becomes the latest. A reader that finds another latest one reads again.
 #include "worker/account.h"
 
 #include <sys/mman.h>
@@ -52,9 +52,8 @@ void Account::leave() {
 }
 
 void Account::nowAt(const std::string& subject) {
-    subjectTurn.fetch_add(1, std::memory_order_acq_rel);
-    put(subjectText, subject);
-    subjectTurn.fetch_add(1, std::memory_order_release);
+    put(subjectTexts[(subjectTurn.load(std::memory_order_relaxed) + 1) % 2], subject);
+    subjectTurn.fetch_add(1, std::memory_order_acq_rel);  // what is written next comes after this for readers too
 }
 
 void Account::reset(const Stage& usual, const std::string& usualSubject) {
@@ -71,13 +70,14 @@ void Account::reset(const Stage& usual, const std::string& usualSubject) {
 }
 
 std::string Account::subject() const {
-    constexpr int kAttempts = 1000;  // one suffices, unless the worker has just been stopped at it
+    constexpr int kAttempts = 1000;  // one suffices, unless the worker says two more meanwhile
     std::string text;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         const std::uint32_t before = subjectTurn.load(std::memory_order_acquire);
-        text.assign(subjectText, ::strnlen(subjectText, sizeof subjectText));
+        const char* const latestText = subjectTexts[before % 2];
+        text.assign(latestText, ::strnlen(latestText, sizeof subjectTexts[0]));
         std::atomic_thread_fence(std::memory_order_acquire);
-        if (before % 2 == 0 && subjectTurn.load(std::memory_order_relaxed) == before) break;
+        if (subjectTurn.load(std::memory_order_relaxed) == before) break;
     }
     return text;
 }

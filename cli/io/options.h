@@ -21,6 +21,7 @@ struct Options {
     CommandFunction run = nullptr;
     DeliverFunction deliverKnown = nullptr;  // null: nothing is delivered past the limit
     bool readsMachine = false;               // the kernel's account is wanted
+    bool isForPeople = false;                // columns are laid out by the width of texts
     bool mayStall = true;                    // the work may never come back
     std::vector<std::string> operands;       // class names or files, in the order given
     bool exact = false;                      // no earlier request for the classes an association relies on
