@@ -5,7 +5,7 @@
 
 #include "cli/commands/commands.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -189,4 +189,4 @@ const CommandDescription& defaultCommand() {
     return tree;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

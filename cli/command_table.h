@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/options.h"
+#include "cli/io/options.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 /// The options that not every command has.
 enum CommandFlags : unsigned {
@@ -43,4 +43,4 @@ const CommandDescription* findCommand(const std::string& name);
 /// What is done without a command: `tree`, under no name.
 const CommandDescription& defaultCommand();
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -6,14 +6,15 @@
 #include <exception>
 #include <string>
 
-#include "cli/failure.h"
-#include "cli/options.h"
+#include "cli/command_line.h"
+#include "cli/io/uninterrupted.h"
 #include "cli/supervise.h"
-#include "cli/uninterrupted.h"
+#include "terminal/remarks.h"
+#include "text/command_error.h"
 
 namespace {
 
-using namespace diskmgt_cli;
+using namespace diskmgt;
 
 /// Keeps the standard descriptors from being taken by files that are opened later: what goes to a closed one must
 /// fail, and not end up in some other file.
@@ -33,10 +34,10 @@ int main(int argumentCount, char** arguments) {
         const Options options = readOptions(argumentCount, arguments);
         return options.mayStall ? runSupervised(options) : runHere(options);
     } catch (const CommandError& error) {
-        complain(error.what());
+        writeRemark(error.what());
         return error.status();
     } catch (const std::exception& error) {
-        complain(std::string("cannot read the command line: ") + error.what());
+        writeRemark(std::string("cannot read the command line: ") + error.what());
     }
     return kFailureReported;
 }

@@ -1,6 +1,8 @@
 // The worker's outcome in words, and what is delivered of work that was given up.
 #include "cli/supervise.h"
 
+#include "terminal/remarks.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,11 +19,11 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/inventory/machine_account.h"
-#include "cli/worker/standard_output.h"
-#include "cli/worker/watch.h"
+#include "inventory/machine_account.h"
+#include "worker/standard_output.h"
+#include "worker/watch.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -35,12 +37,13 @@ int endedInWords(const std::function<ExitStatus()>& work) {
     try {
         return work();
     } catch (const CommandError& error) {
-        if (*error.what() != '\0') complain(error.what());
+        if (*error.what() != '\0') writeRemark(error.what());
         return error.status();
     } catch (const std::bad_alloc&) {
-        complain("out of memory; ask for fewer classes or files at once");
+        writeRemark("out of memory; ask for fewer classes or files at once");
     } catch (const std::exception& error) {
-        complain(std::string("stopped by an unexpected failure: ") + error.what() + "; nothing was written completely");
+        writeRemark(std::string("stopped by an unexpected failure: ") + error.what() +
+                    "; nothing was written completely");
     }
     return kFailureReported;
 }
@@ -127,8 +130,8 @@ private:
     static void sayGaveUp(const Outcome& outcome) {
         char seconds[32];
         (void)std::snprintf(seconds, sizeof seconds, "%g s", outcome.stage.limitSeconds);
-        complain("gave up after " + std::string(seconds) + " while " + outcome.whatWasDone + outcome.stage.consequence +
-                 "; allow more with --timeout SECONDS (0: no limit)");
+        writeRemark("gave up after " + std::string(seconds) + " while " + outcome.whatWasDone +
+                    outcome.stage.consequence + "; allow more with --timeout SECONDS (0: no limit)");
     }
 
     int statusOf(const Outcome& outcome) {
@@ -136,8 +139,8 @@ private:
         const int status = WEXITSTATUS(outcome.waitStatus);
         const int error = worker::account().outputError;
         if (status != kDone || error == 0 || error == EPIPE) return status;
-        complain(std::string("cannot write to standard output: ") + std::strerror(error) +
-                 "; send it elsewhere with --output FILE");
+        writeRemark(std::string("cannot write to standard output: ") + std::strerror(error) +
+                    "; send it elsewhere with --output FILE");
         return kFailureReported;
     }
 
@@ -145,18 +148,18 @@ private:
         const std::string how = ::strsignal(signalNumber);
         if (worker::SignalInbox::asksToEnd(signalNumber)) signals.dieBy(signalNumber);
         if (signalNumber == SIGKILL) {
-            complain(
+            writeRemark(
                 "the process that did the work was killed, perhaps because memory ran out; what was written is "
                 "not complete, ask for fewer classes or files at once");
             return kFailureReported;
         }
         const std::string during = outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
         if (outcome.isInStage && outcome.stage.ofPlugin) {
-            complain("the plug-in crashed" + during + ": " + how +
-                     "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+            writeRemark("the plug-in crashed" + during + ": " + how +
+                        "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
             return kPluginUnusable;
         }
-        complain("crashed" + during + ": " + how + "; what was written is not complete, please report it");
+        writeRemark("crashed" + during + ": " + how + "; what was written is not complete, please report it");
         return kFailureReported;
     }
 
@@ -179,4 +182,4 @@ int runSupervised(const Options& options) {
     });
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

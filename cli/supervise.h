@@ -2,9 +2,9 @@
 // process's.
 #pragma once
 
-#include "cli/options.h"
+#include "cli/io/options.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 /// Does what was asked for in this process; what went wrong becomes one sentence and the exit status.
 int runHere(const Options& options);
@@ -13,4 +13,4 @@ int runHere(const Options& options);
 /// this process by the same signal.
 int runSupervised(const Options& options);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

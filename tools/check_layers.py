@@ -12,22 +12,38 @@ ANYTHING = "anything"
 # A folder's rules go for its sub-folders too, unless they have a row of their own. What a folder may always
 # include: itself.
 TABLE = """
-| Folder        | may include, besides itself                        |
-|---------------|----------------------------------------------------|
-| base          |                                                    |
-| schema        |                                                    |
-| plugin/host   |                                                    |
-| plugin/log    | plugin/host                                        |
-| collect       | base, schema, plugin/host                          |
-| provider      | collect, base, schema, plugin/host, plugin/log     |
-| plugin/entry  | provider, plugin/host, plugin/log                  |
-| refhost       | plugin/host, refhost/api                           |
-| refhost/api   | plugin/host                                        |
-| machine       | base                                               |
-| cli           | refhost/api, collect, machine, base, schema        |
-| tests         | anything                                           |
-| fuzz          | anything                                           |
-| bench         | anything                                           |
+| Folder             | may include, besides itself |
+|--------------------|----------------------------------------|
+| base               | |
+| text               | |
+| schema             | |
+| plugin/host        | |
+| plugin/log         | plugin/host |
+| collect            | base, schema, plugin/host |
+| provider           | collect, base, schema, plugin/host, plugin/log |
+| plugin/entry       | provider, plugin/host, plugin/log |
+| refhost/api        | plugin/host |
+| refhost/value      | refhost/api, plugin/host |
+| refhost/schema     | refhost/value, refhost/api, plugin/host |
+| refhost/boundary   | refhost/schema, refhost/value, refhost/api, plugin/host |
+| refhost/model      | refhost/boundary, refhost/schema, refhost/value, refhost/api, plugin/host |
+| refhost/services   | refhost/model, refhost/boundary, refhost/schema, refhost/value, refhost/api, plugin/host |
+| refhost/loader     | refhost/services, refhost/model, refhost/boundary, refhost/schema, refhost/value, refhost/api, plugin/host |
+| machine            | base |
+| terminal           | text, base |
+| worker             | terminal, text, base |
+| session            | worker, terminal, refhost/api, schema, base, text |
+| inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
+| formats            | inventory, session, refhost/api, schema, base, text |
+| cli/io             | worker, text, base |
+| cli/explain        | formats, inventory, machine, collect, schema, base, text |
+| cli/diff           | schema, base, text |
+| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, refhost/api, schema, text |
+| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, machine, session, worker, terminal, collect, refhost/api, schema, base, text |
+| cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
+| tests              | anything |
+| fuzz               | anything |
+| bench              | anything |
 """
 
 # Single files that know less than their folder does: the disk formats are bytes in, structs out.

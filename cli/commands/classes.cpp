@@ -1,13 +1,13 @@
 // classes: the schema, which needs no plug-in.
 #include <string>
 
-#include "cli/class_plan.h"
 #include "cli/commands/commands.h"
-#include "cli/output.h"
-#include "cli/printers/json.h"
-#include "cli/printers/table.h"
+#include "cli/io/output.h"
+#include "cli/tables/table.h"
+#include "formats/json.h"
+#include "session/class_plan.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -38,4 +38,4 @@ ExitStatus runClasses(const Options& options) {
     return kDone;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "cli/failure.h"
-#include "cli/options.h"
+#include "cli/io/options.h"
+#include "text/command_error.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 ExitStatus runClasses(const Options& options);
 ExitStatus runDiff(const Options& options);
@@ -26,4 +26,4 @@ void deliverKnownExplanation(const Options& options, const std::string& known);
 void deliverKnownExport(const Options& options, const std::string& known);
 void deliverKnownTree(const Options& options, const std::string& known);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -11,14 +11,16 @@
 #include <vector>
 
 #include "base/handles.h"
-#include "cli/commands/commands.h"
-#include "cli/deadline.h"
-#include "cli/diff/comparison.h"
-#include "cli/output.h"
-#include "cli/printers/changes.h"
-#include "cli/printers/json.h"
 
-namespace diskmgt_cli {
+#include "cli/commands/commands.h"
+#include "cli/diff/comparison.h"
+#include "cli/io/output.h"
+#include "cli/tables/changes.h"
+#include "formats/json.h"
+#include "terminal/remarks.h"
+#include "worker/deadline.h"
+
+namespace diskmgt {
 
 namespace {
 
@@ -90,7 +92,7 @@ ExitStatus compare(const Options& options) {
     const auto& [before, after] = documents;
     for (const std::string& doubt :
          doubtsAbout(before, shownName(options.operands[0]), after, shownName(options.operands[1])))
-        complain(doubt);
+        writeRemark(doubt);
     const std::vector<Change> changes = compareInventories(before, after, options.space);
     const ExitStatus status = changes.empty() ? kUnchanged : kChanged;
     try {
@@ -119,4 +121,4 @@ ExitStatus runDiff(const Options& options) {
     }
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

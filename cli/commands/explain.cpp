@@ -5,18 +5,19 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
+#include "cli/commands/session_options.h"
 #include "cli/explain/explain.h"
-#include "cli/inventory/instance_values.h"
-#include "cli/output.h"
-#include "cli/plugin_session.h"
-#include "cli/printers/explain_json.h"
-#include "cli/printers/explain_text.h"
-#include "cli/printers/json.h"
-#include "cli/printers/table.h"
-#include "cli/worker/worker.h"
+#include "cli/explain/explain_json.h"
+#include "cli/io/output.h"
+#include "cli/tables/explain_text.h"
+#include "cli/tables/table.h"
+#include "formats/json.h"
+#include "inventory/instance_values.h"
 #include "schema/vocabulary.h"
+#include "session/plugin_session.h"
+#include "worker/worker.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -66,7 +67,7 @@ ServedPlan request(PluginSession& session, const std::string& document) {
 ExitStatus runExplain(const Options& options) {
     if (std::find(options.operands.begin(), options.operands.end(), "") != options.operands.end())
         throw CommandError(kWrongUsage, "explain takes the name of a DEVICE, not an empty text");
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
     {
         const Deadline limit = session.startTimeLimit();
@@ -88,4 +89,4 @@ void deliverKnownExplanation(const Options& options, const std::string& known) {
     output.finish();
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

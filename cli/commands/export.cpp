@@ -4,18 +4,21 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
-#include "cli/commands/rights.h"
-#include "cli/inventory/collection.h"
-#include "cli/output.h"
-#include "cli/printers/inventory_html.h"
-#include "cli/printers/inventory_json.h"
-#include "cli/printers/inventory_mof.h"
-#include "cli/printers/inventory_prometheus.h"
-#include "cli/readable_text.h"
-#include "cli/wording.h"
-#include "schema/vocabulary.h"
+#include "cli/commands/session_options.h"
 
-namespace diskmgt_cli {
+#include "cli/commands/rights.h"
+#include "cli/io/output.h"
+#include "formats/inventory_html.h"
+#include "formats/inventory_json.h"
+#include "formats/inventory_mof.h"
+#include "formats/inventory_prometheus.h"
+#include "inventory/collection.h"
+#include "schema/vocabulary.h"
+#include "terminal/remarks.h"
+#include "text/readable_text.h"
+#include "text/wording.h"
+
+namespace diskmgt {
 
 namespace {
 
@@ -64,20 +67,20 @@ void deliver(const Inventory& inventory, const ExportForm& form, Output& output)
     output.write(output.isTerminal() ? harmless(text) : text);
     output.finish();
     const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
-    if (!remark.empty()) complain(remark);
+    if (!remark.empty()) writeRemark(remark);
 }
 
 }  // namespace
 
 void deliverKnownExport(const Options& options, const std::string& known) {
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
     deliver(knownInventory(session, known), formNamed(options.operands.front()), output);
 }
 
 ExitStatus runExport(const Options& options) {
     const ExportForm& form = formNamed(options.operands.front());
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
     const Inventory inventory = collectInventory(session);
     deliver(inventory, form, output);
@@ -85,4 +88,4 @@ ExitStatus runExport(const Options& options) {
     return reportFailures(inventory);
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

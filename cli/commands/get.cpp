@@ -2,20 +2,21 @@
 #include <string>
 #include <vector>
 
-#include "cli/class_plan.h"
-#include "cli/columns.h"
+#include "cli/commands/columns.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/rights.h"
-#include "cli/inventory/published.h"
-#include "cli/output.h"
-#include "cli/plugin_session.h"
-#include "cli/printers/csv.h"
-#include "cli/printers/json.h"
-#include "cli/printers/mof.h"
-#include "cli/printers/table.h"
-#include "cli/wording.h"
+#include "cli/commands/session_options.h"
+#include "cli/io/output.h"
+#include "cli/tables/table.h"
+#include "formats/csv.h"
+#include "formats/json.h"
+#include "formats/mof.h"
+#include "session/class_plan.h"
+#include "session/plugin_session.h"
+#include "session/published.h"
+#include "text/wording.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -60,7 +61,7 @@ std::vector<std::string> emptyClasses(const refhost::ReferenceHost& host, const 
 }  // namespace
 
 ExitStatus runGet(const Options& options) {
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     requireKnownClasses(session.host(), options.operands);
     requireKnownColumns(session.host(), options.operands, options.columns);
     Output output(options.outputFile);
@@ -78,4 +79,4 @@ ExitStatus runGet(const Options& options) {
     return reportFailures(served);
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

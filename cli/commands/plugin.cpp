@@ -1,14 +1,15 @@
 // plugin: who the loaded plug-in says it is.
 #include "cli/commands/commands.h"
-#include "cli/output.h"
-#include "cli/plugin_session.h"
-#include "cli/printers/json.h"
-#include "cli/printers/table.h"
+#include "cli/commands/session_options.h"
+#include "cli/io/output.h"
+#include "cli/tables/table.h"
+#include "formats/json.h"
+#include "session/plugin_session.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 ExitStatus runPlugin(const Options& options) {
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
     refhost::PluginIdentity identity;
     {
@@ -22,4 +23,4 @@ ExitStatus runPlugin(const Options& options) {
     return kDone;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

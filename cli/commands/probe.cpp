@@ -16,15 +16,17 @@
 #include <vector>
 
 #include "base/handles.h"
-#include "cli/commands/commands.h"
-#include "cli/deadline.h"
-#include "cli/output.h"
-#include "cli/printers/json.h"
-#include "cli/wording.h"
-#include "collect/partition_table_parser.h"
-#include "schema/vocabulary.h"
 
-namespace diskmgt_cli {
+#include "cli/commands/commands.h"
+#include "cli/io/output.h"
+#include "collect/partition_table_parser.h"
+#include "formats/json.h"
+#include "schema/vocabulary.h"
+#include "terminal/remarks.h"
+#include "text/wording.h"
+#include "worker/deadline.h"
+
+namespace diskmgt {
 
 namespace {
 
@@ -118,16 +120,16 @@ ProbedFile probe(const std::string& path, double timeoutSeconds) {
 ExitStatus report(const ProbedFile& probed, const std::string& path) {
     const diskmgt_col::TableReading& reading = probed.reading;
     if (probed.openError != 0)
-        complain("cannot open " + (path.empty() ? "\"\"" : path) + ": " + std::strerror(probed.openError) +
-                 "; its list is empty, check the name and your rights");
+        writeRemark("cannot open " + (path.empty() ? "\"\"" : path) + ": " + std::strerror(probed.openError) +
+                    "; its list is empty, check the name and your rights");
     if (reading.error != 0)
-        complain("cannot read sector " + std::to_string(reading.errorOffset / diskmgt_col::kSectorSize) + " of " +
-                 path + ": " + std::strerror(reading.error) +
-                 "; its list shows what was read before, look at the kernel's log (dmesg)");
+        writeRemark("cannot read sector " + std::to_string(reading.errorOffset / diskmgt_col::kSectorSize) + " of " +
+                    path + ": " + std::strerror(reading.error) +
+                    "; its list shows what was read before, look at the kernel's log (dmesg)");
     if (reading.refusedCount)
-        complain("the GPT of " + path + " is refused: " + refusalOfCount(*reading.refusedCount) +
-                 "; its list is empty");
-    for (const std::string& doubt : probed.doubts) complain(doubt);
+        writeRemark("the GPT of " + path + " is refused: " + refusalOfCount(*reading.refusedCount) +
+                    "; its list is empty");
+    for (const std::string& doubt : probed.doubts) writeRemark(doubt);
     return probed.openError != 0 || reading.error != 0 || reading.refusedCount ? kFailureReported : kDone;
 }
 
@@ -156,4 +158,4 @@ ExitStatus runProbe(const Options& options) {
     return status;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -3,14 +3,14 @@
 
 #include <unistd.h>
 
-#include "cli/failure.h"
-#include "cli/wording.h"
+#include "terminal/remarks.h"
+#include "text/wording.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 void mentionRights(const std::vector<std::string>& missing) {
     if (missing.empty() || ::geteuid() == 0) return;
-    complain("not root, so these may be out of reach: " + joined(missing, ", ") + "; run as root to see them");
+    writeRemark("not root, so these may be out of reach: " + joined(missing, ", ") + "; run as root to see them");
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

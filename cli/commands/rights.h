@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 /// Says on standard error that what is missing may be out of reach. Silent when nothing is missing, and to root.
 void mentionRights(const std::vector<std::string>& missing);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

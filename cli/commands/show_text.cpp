@@ -1,8 +1,8 @@
 // What --help and --version ask for.
 #include "cli/commands/commands.h"
-#include "cli/output.h"
+#include "cli/io/output.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 ExitStatus runShowText(const Options& options) {
     Output output("");
@@ -11,4 +11,4 @@ ExitStatus runShowText(const Options& options) {
     return kDone;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -3,16 +3,17 @@
 #include <string>
 #include <vector>
 
-#include "cli/class_plan.h"
 #include "cli/commands/commands.h"
-#include "cli/output.h"
-#include "cli/plugin_session.h"
-#include "cli/printers/json.h"
+#include "cli/commands/session_options.h"
+#include "cli/io/output.h"
+#include "formats/json.h"
+#include "session/class_plan.h"
+#include "session/plugin_session.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 ExitStatus runTrace(const Options& options) {
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     refhost::ReferenceHost& host = session.host();
     requireKnownClasses(host, options.operands);
     Output output(options.outputFile);
@@ -42,4 +43,4 @@ ExitStatus runTrace(const Options& options) {
     return reportFailures(served);
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -5,12 +5,15 @@
 #include <vector>
 
 #include "cli/commands/commands.h"
-#include "cli/commands/rights.h"
-#include "cli/inventory/collection.h"
-#include "cli/output.h"
-#include "cli/printers/tree.h"
+#include "cli/commands/session_options.h"
 
-namespace diskmgt_cli {
+#include "cli/commands/rights.h"
+#include "cli/io/output.h"
+#include "cli/tables/tree.h"
+#include "inventory/collection.h"
+#include "terminal/remarks.h"
+
+namespace diskmgt {
 
 namespace {
 
@@ -26,7 +29,8 @@ std::vector<std::string> whatIsMissing(const Inventory& inventory) {
 /// Says what to do about an inventory that shows less than it could.
 void adviseOn(const Inventory& inventory) {
     mentionRights(whatIsMissing(inventory));
-    if (inventory.drives.empty() && ::geteuid() == 0) complain("no disks are reported; \"diskmgt explain\" tells why");
+    if (inventory.drives.empty() && ::geteuid() == 0)
+        writeRemark("no disks are reported; \"diskmgt explain\" tells why");
 }
 
 void deliver(const Inventory& inventory, const Options& options, Output& output) {
@@ -39,13 +43,13 @@ void deliver(const Inventory& inventory, const Options& options, Output& output)
 }  // namespace
 
 void deliverKnownTree(const Options& options, const std::string& known) {
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
     deliver(knownInventory(session, known), options, output);
 }
 
 ExitStatus runTree(const Options& options) {
-    PluginSession session(options);
+    PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
     const Inventory inventory = collectInventory(session);
     deliver(inventory, options, output);
@@ -53,4 +57,4 @@ ExitStatus runTree(const Options& options) {
     return reportFailures(inventory);
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

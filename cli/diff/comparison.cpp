@@ -7,7 +7,7 @@
 
 #include "schema/vocabulary.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -184,4 +184,4 @@ std::vector<std::string> doubtsAbout(const InventoryDocument& before, const std:
     return doubts;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

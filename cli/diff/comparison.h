@@ -7,7 +7,7 @@
 
 #include "cli/diff/inventory_document.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 struct ValueChange {
     std::string name;
@@ -34,4 +34,4 @@ std::vector<Change> compareInventories(const InventoryDocument& before, const In
 std::vector<std::string> doubtsAbout(const InventoryDocument& before, const std::string& beforeName,
                                      const InventoryDocument& after, const std::string& afterName);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -13,7 +13,7 @@
 
 #include "cli/diff/inventory_form.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -371,4 +371,4 @@ InventoryDocument readInventoryDocument(const std::string& text, std::size_t alr
     return events.take();
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

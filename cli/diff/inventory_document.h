@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 /// All numbers of a document are whole.
 using DocumentValue = std::variant<std::uint64_t, bool, std::string, std::vector<std::string>>;
@@ -49,4 +49,4 @@ struct InventoryDocument {
 /// that this one is compared with.
 InventoryDocument readInventoryDocument(const std::string& text, std::size_t alreadyKept = 0);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 const ObjectDescription& descriptionOf(ObjectKind kind) {
     static const std::vector<KeyDescription> partitionKeys = {
@@ -52,4 +52,4 @@ const char* wordFor(ValueKind kind) {
     return kWords[static_cast<std::size_t>(kind)];
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

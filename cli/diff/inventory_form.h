@@ -3,7 +3,7 @@
 
 #include <vector>
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 enum class ValueKind { kNumber, kTruth, kText, kTexts };
 
@@ -32,4 +32,4 @@ const ObjectDescription& descriptionOf(ObjectKind kind);
 /// "whole number", for the sentence that misses one.
 const char* wordFor(ValueKind kind);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

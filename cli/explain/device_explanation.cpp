@@ -3,7 +3,7 @@
 
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -65,4 +65,4 @@ DeviceExplanation explainPartition(const std::string& path, const DeviceFacts& d
     return explanation;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

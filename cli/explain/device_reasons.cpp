@@ -5,7 +5,7 @@
 
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -160,4 +160,4 @@ Verdict judgePartitions(const DeviceFacts& facts) {
     return verdict;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "cli/inventory/use_text.h"
+#include "inventory/use_text.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 void DeviceUse::addTo(DeviceExplanation& explanation) const {
     const auto device = deviceOf(uses, explanation.path);
@@ -30,4 +30,4 @@ void DeviceUse::addTo(DeviceFacts& facts) const {
                                [&](std::size_t upper) { return machine.blocks.devices[upper].disk != *position; });
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

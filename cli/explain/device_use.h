@@ -1,12 +1,12 @@
 // What the kernel's account says of the use of a device, for explanations.
 #pragma once
 
-#include "cli/explain/device_facts.h"
 #include "cli/explain/explanation.h"
-#include "cli/inventory/machine_account.h"
+#include "inventory/device_facts.h"
+#include "inventory/machine_account.h"
 #include "machine/uses.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 class DeviceUse {
 public:
@@ -21,4 +21,4 @@ private:
     const diskmgt_machine::Uses uses;
 };
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -8,7 +8,7 @@
 #include "cli/explain/explain.h"
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -140,4 +140,4 @@ std::vector<std::string> diagnose(const KernelList& list, const std::vector<Devi
     return told;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

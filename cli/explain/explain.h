@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/explain/device_facts.h"
 #include "cli/explain/explanation.h"
-#include "cli/explain/mount_facts.h"
+#include "inventory/device_facts.h"
+#include "inventory/mount_facts.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 /// Every device of the kernel's list, every candidate disk that has a node, every mount, and a diagnosis.
 Explanation explainMachine(const std::vector<std::string>& virtualDevices, Progress& progress);
@@ -30,4 +30,4 @@ struct PluginAnswer {
 /// Adds a reason to each device about which the plug-in says otherwise, and a sentence to the diagnosis.
 void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

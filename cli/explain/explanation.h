@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 struct Reason {
     std::string rule;   // a stable name, such as "dm-prefix"
@@ -71,4 +71,4 @@ struct Explanation {
     std::vector<std::string> diagnosis;  // whole sentences
 };
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

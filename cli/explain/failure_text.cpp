@@ -6,7 +6,7 @@
 
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 std::string errorText(int errorNumber) { return std::strerror(errorNumber); }
 
@@ -18,4 +18,4 @@ std::string failureText(int errorNumber) {
            (::geteuid() == 0 ? " (even for root: a container or security policy forbids it)" : "; run as root");
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -5,7 +5,7 @@
 #include "cli/explain/explain.h"
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -81,4 +81,4 @@ void compareWithAnswer(const PluginAnswer& answer, Explanation& explanation) {
                                         ", but " + std::to_string(expected) + " are explained here." + kAdvice);
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

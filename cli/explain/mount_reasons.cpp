@@ -4,7 +4,7 @@
 
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -92,4 +92,4 @@ MountExplanation explainMount(const MountFacts& mount, int updateError) {
     return explanation;
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -8,7 +8,7 @@
 #include "cli/explain/explain.h"
 #include "cli/explain/reasons.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -131,4 +131,4 @@ Explanation explainNamed(const std::vector<std::string>& operands, const std::ve
     return naming.take();
 }
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

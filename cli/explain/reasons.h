@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "cli/explain/device_facts.h"
 #include "cli/explain/explanation.h"
-#include "cli/explain/mount_facts.h"
-#include "cli/wording.h"
+#include "inventory/device_facts.h"
+#include "inventory/mount_facts.h"
+#include "text/wording.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 /// The disks whose partitions are looked for, in words.
 constexpr const char* kCandidateNames = "hda to hdz, sda to sdz, md0 to md127 and nvme0n0 to nvme9n9";
@@ -34,4 +34,4 @@ bool isRefusal(int errorNumber);
 /// The error's text with what to do about it.
 std::string failureText(int errorNumber);
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

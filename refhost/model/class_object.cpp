@@ -2,9 +2,9 @@
 #include "refhost/model/class_object.h"
 
 #include "plugin/host/tal_exception.h"
+#include "refhost/boundary/boundary.h"
+#include "refhost/boundary/request_scope.h"
 #include "refhost/model/namespace_object.h"
-#include "refhost/services/boundary.h"
-#include "refhost/services/request_scope.h"
 
 namespace refhost {
 

@@ -4,9 +4,9 @@
 #include <boost/make_shared.hpp>
 
 #include "plugin/host/tal_exception.h"
-#include "refhost/model/traced_value.h"
-#include "refhost/services/boundary.h"
-#include "refhost/services/request_scope.h"
+#include "refhost/boundary/boundary.h"
+#include "refhost/boundary/request_scope.h"
+#include "refhost/boundary/traced_value.h"
 #include "refhost/value/object_path.h"
 
 namespace refhost {

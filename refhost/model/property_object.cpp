@@ -1,9 +1,9 @@
 // The three questions that plug-ins put to a property.
 #include "refhost/model/property_object.h"
 
+#include "refhost/boundary/boundary.h"
+#include "refhost/boundary/traced_value.h"
 #include "refhost/model/instance_object.h"
-#include "refhost/model/traced_value.h"
-#include "refhost/services/boundary.h"
 
 namespace refhost {
 

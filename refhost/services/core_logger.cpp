@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "refhost/services/boundary.h"
-#include "refhost/services/request_scope.h"
+#include "refhost/boundary/boundary.h"
+#include "refhost/boundary/request_scope.h"
 
 namespace refhost {
 

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "plugin/host/tal_exception.h"
-#include "refhost/services/boundary.h"
+#include "refhost/boundary/boundary.h"
 #include "refhost/services/descriptor.h"
 #include "refhost/services/process.h"
 #include "refhost/services/virtual_devices.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "plugin/host/tal_exception.h"
-#include "refhost/services/boundary.h"
+#include "refhost/boundary/boundary.h"
 
 namespace refhost {
 

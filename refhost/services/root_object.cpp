@@ -1,7 +1,7 @@
 // TRootObject: answers from the host that exists, or as if there were none.
 #include "plugin/host/root_object.h"
 
-#include "refhost/services/boundary.h"
+#include "refhost/boundary/boundary.h"
 #include "refhost/services/core_logger.h"
 #include "refhost/services/plugin_manager.h"
 

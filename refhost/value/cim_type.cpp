@@ -1,10 +1,7 @@
-// The words of the CIM types, and the operations of TCIMType.
 #include "refhost/value/cim_type.h"
 
 #include <vector>
 
-#include "plugin/host/tal_exception.h"
-#include "refhost/services/boundary.h"
 #include "refhost/value/content.h"
 
 namespace refhost {
@@ -31,12 +28,6 @@ const std::vector<TypePointer>& allContents() {
     return contents;
 }
 
-TypePointer contentNamed(const std::string& word) {
-    const std::optional<CimType> type = cimTypeNamed(word);
-    if (!type) throw NVEXTAL20::TTALException("there is no CIM type named \"" + word + "\"");
-    return typeContent(*type);
-}
-
 }  // namespace
 
 const boost::shared_ptr<const TypeContent>& typeContent(CimType type) {
@@ -52,21 +43,3 @@ std::optional<CimType> cimTypeNamed(std::string_view word) {
 }
 
 }  // namespace refhost
-
-namespace NVEXTAL20 {
-
-TCIMValue::TCIMType::TCIMType(std::string name)
-    : held(refhost::cross(
-          "makeType",
-          [&] {
-              return refhost::TraceArguments{{"name", name}};
-          },
-          [&] { return refhost::contentNamed(name); })) {}
-
-TCIMValue::TCIMType::TCIMType(boost::shared_ptr<const Content> content) : held(std::move(content)) {}
-TCIMValue::TCIMType::TCIMType(const TCIMType& other) = default;
-TCIMValue::TCIMType& TCIMValue::TCIMType::operator=(const TCIMType& other) = default;
-
-std::string TCIMValue::TCIMType::ToString() const { return held->name; }
-
-}  // namespace NVEXTAL20

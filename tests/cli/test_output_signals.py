@@ -183,7 +183,11 @@ def test_signal_ends_process_1_too(plugin, tmp_path, target):
             first = children.read().strip()
     while os.readlink(f"/proc/{first}/exe") != os.path.realpath(COMMAND):
         time.sleep(0.01)
-    while not any("sleeping" in line for line in open(f"/proc/{first}/maps", encoding="utf-8")):
+    worker = ""
+    while not worker:
+        with open(f"/proc/{first}/task/{first}/children", encoding="ascii") as children:
+            worker = children.read().strip()
+    while not any("sleeping" in line for line in open(f"/proc/{worker}/maps", encoding="utf-8")):
         time.sleep(0.01)  # it has not yet come as far as its plug-in
     os.kill(int(first), signal.SIGTERM)
     outer.communicate(timeout=60)

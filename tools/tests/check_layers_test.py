@@ -32,8 +32,12 @@ class Layers(ScratchTree):
                     self.assertEqual(found == [], passes, found)
 
     def test_a_subfolder_follows_the_rules_of_its_folder(self):
-        self.assertEqual(self.include("refhost/value/text.cpp", "refhost/model/instance.h"), [])
-        self.assertIn("refhost may not include collect", self.include("refhost/value/text.cpp", "collect/a.h")[0])
+        self.assertEqual(self.include("formats/page/a.cpp", "formats/b.h"), [])
+        self.assertIn("formats may not include collect", self.include("formats/page/a.cpp", "collect/a.h")[0])
+
+    def test_a_subfolder_with_a_row_of_its_own_is_a_room(self):
+        self.assertEqual(self.include("refhost/model/a.cpp", "refhost/value/b.h"), [])
+        self.assertIn("refhost/value may not include refhost/model", self.include("refhost/value/a.cpp", "refhost/model/b.h")[0])
 
     def test_the_formats_know_nothing_but_bytes(self):
         self.assertEqual(self.include("collect/partition_format.cpp", "base/byte_view.h"), [])

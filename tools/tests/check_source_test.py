@@ -98,7 +98,8 @@ class Layout(unittest.TestCase):
         self.assertIn("no header comment", found("tools/a", "#!/bin/bash\nset -e\n")[0])
         self.assertIn("no header comment", found("cli/CMakeLists.txt", "add_executable(a a.cpp)\n")[0])
         self.assertIn("no header comment", found("docs/A.md", "Text.\n")[0])
-        for path, text in (("base/a.cpp", "// A.\n"), ("tools/a.py", '#!/usr/bin/env python3\n"""A."""\n'),
+        self.assertIn("no header comment", found("base/a.cpp", '#include "base/b.h"\n')[0])
+        for path, text in (("base/a.cpp", "// A.\n"), ("base/a.cpp", '#include "base/a.h"\n'), ("tools/a.py", '#!/usr/bin/env python3\n"""A."""\n'),
                            ("tools/a", "#!/bin/bash\n# A.\n"), ("docs/A.md", "# A\n"), ("x.cmake", "# A.\n")):
             self.assertEqual(found(path, text), [], path)
 

@@ -6,7 +6,7 @@
 
 #include "tests/unit/cli/diff/documents.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -233,4 +233,4 @@ RC_GTEST_PROP(Comparison, BackwardsItIsTheMirrorImage, ()) {
 
 }  // namespace
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

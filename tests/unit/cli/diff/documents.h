@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace diskmgt_cli::test {
+namespace diskmgt::test {
 
 inline std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
@@ -45,4 +45,4 @@ inline std::string document(const std::string& drives, const Frame& frame = {}) 
            R"(], "instances": {"Any_Class": [{"path": "", "properties": {"Size": 1}}]}}})";
 }
 
-}  // namespace diskmgt_cli::test
+}  // namespace diskmgt::test

@@ -7,7 +7,7 @@
 
 #include "tests/unit/cli/diff/documents.h"
 
-namespace diskmgt_cli {
+namespace diskmgt {
 
 namespace {
 
@@ -146,4 +146,4 @@ TEST(InventoryDocument, CutAnywhereItIsRefused) {
 
 }  // namespace
 
-}  // namespace diskmgt_cli
+}  // namespace diskmgt

@@ -1,0 +1,342 @@
+// Reads the command line. The library that helps with it is heavy, so it is kept to this file, and only the options
+// of the one command in use are set up.
+#include "cli/command_line.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <optional>
+
+#include "cli/command_table.h"
+#include "cli/commands/commands.h"
+#include "session/log_lines.h"
+#include "text/command_error.h"
+#include "text/suggestions.h"
+#include "text/wording.h"
+
+namespace diskmgt {
+
+namespace {
+
+/// The texts of the options, where given.
+struct GivenTexts {
+    std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
+    std::vector<std::string> virtualDevices, operands;
+    std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false;
+};
+
+[[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
+
+std::string generalHelp() {
+    std::string help = "Commands:\n";
+    for (const CommandDescription& command : commands()) {
+        std::string name = command.name;
+        name.resize(10, ' ');
+        help += "  " + name + command.summary + "\n";
+    }
+    return help +
+           "\nWithout a command: tree.\n"
+           "\"diskmgt COMMAND --help\" tells more about a command.\n\n"
+           "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, or the\n"
+           "output could not be written; 2 wrong usage; 3 plug-in not usable; 4 timed out.\n\n"
+           "Examples:\n"
+           "  diskmgt\n"
+           "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition\n"
+           "  diskmgt probe disk.img\n";
+}
+
+/// "CLASS...", "[CLASS]" or "OLD NEW", with a blank before; empty for a command without operands.
+std::string operandUsage(const CommandDescription& command) {
+    if (command.operand == nullptr) return {};
+    const std::string words = std::string(command.operand) + (command.mostOperands > 2 ? "..." : "");
+    return command.fewestOperands == 0 ? " [" + words + "]" : " " + words;
+}
+
+/// The library's help, but for what it says of operands: to it, every command takes any number of them.
+class HelpFormatter : public CLI::Formatter {
+public:
+    explicit HelpFormatter(const CommandDescription& described) : command(described) {}
+    std::string make_usage(const CLI::App*, std::string) const override {
+        const std::string name = command.name;
+        return "Usage: diskmgt " + (name.empty() ? "[COMMAND]" : name) + " [OPTIONS]" + operandUsage(command) + "\n";
+    }
+    std::string make_positionals(const CLI::App*) const override { return {}; }
+    std::string make_footer(const CLI::App* app) const override { return app->get_footer(); }
+
+private:
+    const CommandDescription& command;
+};
+
+/// Of an option that is given more than once the last counts.
+void addOption(CLI::App& app, const char* name, std::optional<std::string>& text, const std::string& help,
+               const char* placeholder) {
+    app.add_option(name, text, help)->type_name(placeholder)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+void addPluginOptions(CLI::App& app, GivenTexts& given) {
+    addOption(app, "--plugin", given.pluginFile,
+              "The plug-in to load (default: $DISKMGT_PLUGIN,\nelse the one installed with it)", "FILE");
+    addOption(app, "--log-level", given.logLevel,
+              "Show the host's log on standard error:\n" + joined(severityNames(), ", ") + "\nor none (default)",
+              "LEVEL");
+    app.add_option_function<std::vector<std::string>>(
+           "--virtual-device",
+           [&given](const std::vector<std::string>& texts) {
+               given.virtualDevices.insert(given.virtualDevices.end(), texts.begin(), texts.end());
+           },
+           "A further text naming a disk that the management\ncontroller presents; repeatable")
+        ->type_name("TEXT")
+        ->allow_extra_args(false);
+}
+
+void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
+    const auto add = [&app](const char* name, std::optional<std::string>& text, const std::string& help,
+                            const char* placeholder) { addOption(app, name, text, help, placeholder); };
+    if (command.operand != nullptr) {
+        CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
+        if (command.fewestOperands > 0 && given.plainOperands.empty()) operands->required();
+    }
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.set_version_flag("--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
+    const auto flag = [&app, &command](unsigned which, const char* name, bool& isGiven, const char* help) {
+        if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
+    };
+    flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
+    flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs\nand network file systems");
+    flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
+    flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
+    flag(kHasCsvSafe, "--csv-safe", given.csvSafe, "For csv: no field that a spreadsheet takes for a\nformula");
+    if ((command.flags & kHasColumns) != 0)
+        add("--columns", given.columns, "Only these properties, in this order, separated\nby commas", "NAMES");
+    if (command.name[0] == '\0')
+        add("--format", given.format, "For the command that follows", "FORMAT");
+    else if (!command.formats.empty())
+        add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
+            "FORMAT");
+    if ((command.flags & kLoadsPlugin) != 0) addPluginOptions(app, given);
+    add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
+    add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
+    add("--color", given.color, "auto (default; honours NO_COLOR), always or never", "WHEN");
+}
+
+std::string seeHelp(const std::string& commandName) {
+    return "; see \"diskmgt " + (commandName.empty() ? "" : commandName + " ") + "--help\"";
+}
+
+[[noreturn]] void refuseCommand(const std::string& name) {
+    std::vector<std::string> names;
+    for (const CommandDescription& command : commands()) names.emplace_back(command.name);
+    wrongUsage("unknown command \"" + name + "\"" + didYouMean(nearestNames(name, names)) +
+               "; the commands are: " + joined(names, ", ") + seeHelp(""));
+}
+
+/// Reads one stretch of the command line with the options of one command. Returns what it could not place; for the
+/// stretch before a command (`command` has no name) that begins with the command's own name. `shownText` is set when
+/// help or the version was asked for.
+std::vector<std::string> readStretch(const CommandDescription& command, std::vector<std::string> words,
+                                     GivenTexts& given, std::string& shownText) {
+    const std::string commandName = command.name;
+    const bool isBeforeCommand = commandName.empty();
+    CLI::App app(isBeforeCommand ? "The disks of this server, as the disk plug-in reports them." : command.summary);
+    app.formatter(std::make_shared<HelpFormatter>(command));
+    addOptions(app, command, given);
+    app.allow_extras();
+    if (isBeforeCommand) app.prefix_command();
+    std::reverse(words.begin(), words.end());  // the library takes them last word first
+    try {
+        app.parse(std::move(words));
+    } catch (const CLI::CallForHelp&) {
+        app.footer(isBeforeCommand ? generalHelp() : command.details);
+        shownText = app.help();
+    } catch (const CLI::CallForVersion& version) {
+        shownText = version.what();
+    } catch (const CLI::RequiredError&) {
+        const std::string operand = command.operand;
+        wrongUsage(commandName + " needs " +
+                   (command.mostOperands > 1 && command.fewestOperands == 1 ? "at least one " : "") + operand +
+                   seeHelp(commandName));
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string option = error.what();  // begins with the option's name and a colon
+        wrongUsage((isBeforeCommand ? "" : commandName + ": ") + option.substr(0, option.find(':')) +
+                   " needs a value behind it" + seeHelp(commandName));
+    } catch (const CLI::ParseError& error) {
+        wrongUsage((isBeforeCommand ? "" : commandName + ": ") + error.what() + seeHelp(commandName));
+    }
+    return app.remaining();
+}
+
+double readTimeout(const std::string& text) {
+    constexpr double kLongest = 1e9;  // 31 years; what follows is still exact in nanoseconds
+    double seconds = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seconds);
+    if (error != std::errc() || stop != end || !std::isfinite(seconds) || seconds < 0 || seconds > kLongest)
+        wrongUsage("--timeout takes a number of seconds, 0 for none, not \"" + text + "\"");
+    return seconds;
+}
+
+int readSeverity(const std::string& text) {
+    if (text == "none") return -1;
+    const std::vector<std::string>& names = severityNames();
+    const auto found = std::find(names.begin(), names.end(), text);
+    if (found == names.end()) wrongUsage("--log-level takes " + joined(names, ", ") + " or none, not \"" + text + "\"");
+    return static_cast<int>(std::distance(names.begin(), found));
+}
+
+Format readFormat(const std::string& text, const CommandDescription& command) {
+    if (std::find(command.formats.begin(), command.formats.end(), text) == command.formats.end())
+        wrongUsage("--format takes " + joinedWithOr(command.formats) + " here, not \"" + text + "\"" +
+                   seeHelp(command.name));
+    if (text == "table") return Format::kTable;
+    if (text == "csv") return Format::kCsv;
+    if (text == "mof") return Format::kMof;
+    return Format::kJson;
+}
+
+ColorChoice readColor(const std::string& text) {
+    if (text == "auto") return ColorChoice::kAuto;
+    if (text == "always") return ColorChoice::kAlways;
+    if (text != "never") wrongUsage("--color takes auto, always or never, not \"" + text + "\"");
+    return ColorChoice::kNever;
+}
+
+/// ", did you mean --format?" for a slip of an option that the command has; nothing otherwise.
+std::string meantOption(const std::string& word, const CommandDescription& command) {
+    CLI::App app;
+    GivenTexts unused;
+    addOptions(app, command, unused);
+    std::vector<std::string> names;  // without dashes, which would make short names look alike
+    for (const CLI::Option* option : app.get_options())
+        names.insert(names.end(), option->get_lnames().begin(), option->get_lnames().end());
+    const std::size_t start = std::min(word.find_first_not_of('-'), word.size());
+    std::vector<std::string> near = nearestNames(word.substr(start, word.find('=', start) - start), names);
+    for (std::string& name : near) name.insert(0, "--");
+    return didYouMean(near);
+}
+
+/// Throws for the first word that found no place behind a command.
+void refuseLeftovers(const std::vector<std::string>& leftovers, const CommandDescription& command) {
+    if (leftovers.empty()) return;
+    const std::string& word = leftovers.front();
+    if (word.size() > 1 && word.front() == '-')
+        wrongUsage("unknown option \"" + word + "\"" + meantOption(word, command) + seeHelp(command.name));
+    const std::string name = command.name;
+    if (command.operand != nullptr)
+        wrongUsage(name + " takes just " + command.operand + ", not also \"" + word + "\"" + seeHelp(name));
+    wrongUsage(name + " takes no argument \"" + word + "\"" + seeHelp(name));
+}
+
+std::vector<std::string> splitAtCommas(const std::string& text) {
+    std::vector<std::string> names;
+    std::size_t start = 0;
+    for (std::size_t end = 0; end != std::string::npos; start = end + 1) {
+        end = text.find(',', start);
+        names.push_back(text.substr(start, end == std::string::npos ? end : end - start));
+        if (names.back().empty()) wrongUsage("--columns takes names separated by commas, not \"" + text + "\"");
+    }
+    return names;
+}
+
+/// What stands before a command has been read without knowing the command.
+void refuseForeignOptions(const GivenTexts& given, const CommandDescription& command) {
+    const std::string name = command.name[0] == '\0' ? "tree" : command.name;
+    const auto refuse = [&name](const char* option) { wrongUsage(name + " has no " + option + seeHelp(name)); };
+    if (given.all && (command.flags & kHasAll) == 0) refuse("--all");
+    if (given.bytes && (command.flags & kHasBytes) == 0) refuse("--bytes");
+    if ((command.flags & kLoadsPlugin) == 0) {
+        if (given.pluginFile) refuse("--plugin");
+        if (given.logLevel) refuse("--log-level");
+        if (!given.virtualDevices.empty()) refuse("--virtual-device");
+    }
+    if (!given.format || !command.formats.empty()) return;
+    if (name != "tree") refuse("--format");
+    wrongUsage("tree has no --format; \"diskmgt export json\" gives the same to programs");
+}
+
+Options checked(const GivenTexts& given, const CommandDescription& command) {
+    refuseForeignOptions(given, command);
+    Options options;
+    options.run = command.run;
+    options.deliverKnown = command.deliverKnown;
+    options.operands = given.operands;
+    options.exact = given.exact;
+    options.all = given.all;
+    options.bytes = given.bytes;
+    options.space = given.space;
+    if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);
+    if (given.columns) {
+        options.columns = splitAtCommas(*given.columns);
+        if (options.format == Format::kJson || options.format == Format::kMof)
+            wrongUsage("--columns needs --format table or csv; json and mof carry every property");
+    }
+    if (given.csvSafe && options.format != Format::kCsv)
+        wrongUsage("--csv-safe needs --format csv; no other format is read as formulas");
+    options.csvSafe = given.csvSafe;
+    if (given.logLevel) options.logSeverity = readSeverity(*given.logLevel);
+    if (given.timeout) options.timeoutSeconds = readTimeout(*given.timeout);
+    if (given.color) options.color = readColor(*given.color);
+    options.virtualDevices = given.virtualDevices;
+    if (given.outputFile && given.outputFile->empty())
+        wrongUsage("--output needs the name of a file, not an empty text");
+    options.outputFile = given.outputFile.value_or("");
+    options.readsMachine = (command.flags & kReadsMachine) != 0;
+    options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
+    if (given.pluginFile && given.pluginFile->empty())
+        wrongUsage("--plugin needs the name of a file, not an empty text");
+    const char* const named = std::getenv("DISKMGT_PLUGIN");
+    options.pluginFile = given.pluginFile.value_or(named == nullptr ? "" : named);
+    return options;
+}
+
+Options showing(const std::string& text) {
+    Options options;
+    options.run = &runShowText;
+    options.mayStall = false;
+    options.text = text;
+    return options;
+}
+
+}  // namespace
+
+Options readOptions(int argumentCount, const char* const* arguments) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argumentCount; ++i) words.emplace_back(arguments[i]);
+    GivenTexts given;
+    std::string shownText;
+    const CommandDescription* command = words.empty() ? nullptr : findCommand(words.front());
+    if (command == nullptr) {
+        words = readStretch(defaultCommand(), std::move(words), given, shownText);
+        if (!shownText.empty()) return showing(shownText);
+        if (!words.empty()) {
+            if (words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
+            command = findCommand(words.front());
+            if (command == nullptr) refuseCommand(words.front());
+        }
+    }
+    if (command != nullptr) {
+        words.erase(words.begin());
+        const auto mark = std::find(words.begin(), words.end(), "--");
+        if (mark != words.end()) {
+            given.plainOperands.assign(mark + 1, words.end());
+            words.erase(mark, words.end());
+        }
+        refuseLeftovers(readStretch(*command, std::move(words), given, shownText), *command);
+        if (!shownText.empty()) return showing(shownText);
+        given.operands.insert(given.operands.end(), given.plainOperands.begin(), given.plainOperands.end());
+        if (command->operand == nullptr && !given.operands.empty()) refuseLeftovers({given.operands[0]}, *command);
+        if (given.operands.size() > command->mostOperands)
+            refuseLeftovers({given.operands[command->mostOperands]}, *command);
+        if (given.operands.size() < command->fewestOperands)
+            wrongUsage(std::string(command->name) + " needs " + command->operand + seeHelp(command->name));
+    }
+    return checked(given, command == nullptr ? defaultCommand() : *command);
+}
+
+}  // namespace diskmgt

@@ -1,0 +1,42 @@
+// What was asked for on the command line, checked and complete.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "text/command_error.h"
+
+namespace diskmgt {
+
+enum class Format { kJson, kTable, kCsv, kMof };
+enum class ColorChoice { kAuto, kAlways, kNever };
+
+struct Options;
+/// Does what a command is for: see commands.h.
+using CommandFunction = ExitStatus (*)(const Options& options);
+/// Writes what was made known before time ran out.
+using DeliverFunction = void (*)(const Options& options, const std::string& known);
+
+struct Options {
+    CommandFunction run = nullptr;
+    DeliverFunction deliverKnown = nullptr;  // null: nothing is delivered past the limit
+    bool readsMachine = false;               // the kernel's account is wanted
+    bool mayStall = true;                    // the work may never come back
+    std::vector<std::string> operands;       // class names or files, in the order given
+    bool exact = false;                      // no earlier request for the classes an association relies on
+    bool all = false;                        // tree: what is on no drive too
+    bool bytes = false;                      // tree: sizes in bytes
+    bool space = false;                      // diff: free space too
+    std::vector<std::string> columns;        // get: only these properties, in this order; empty: all
+    bool csvSafe = false;                    // get: no field that a spreadsheet takes for a formula
+    Format format = Format::kJson;
+    std::string pluginFile;      // empty: the one that belongs to this command
+    int logSeverity = -1;        // forward the host's log from this severity on; negative: not at all
+    double timeoutSeconds = 30;  // 0: none
+    std::string outputFile;      // empty: standard output
+    ColorChoice color = ColorChoice::kAuto;
+    std::vector<std::string> virtualDevices;
+    std::string text;  // help or version, when that was asked for instead
+};
+
+}  // namespace diskmgt

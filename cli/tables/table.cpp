@@ -1,0 +1,138 @@
+// What stands in which table.
+#include "cli/tables/table.h"
+
+#include <langinfo.h>
+
+#include <clocale>
+#include <cstddef>
+#include <cstdlib>
+#include <map>
+#include <string_view>
+
+#include "cli/tables/text_table.h"
+#include "schema/vocabulary.h"
+#include "text/readable_text.h"
+#include "text/wording.h"
+
+namespace diskmgt {
+
+namespace {
+
+bool isNumeric(const refhost::PropertyDeclaration& property) {
+    return !property.isArray && (property.type.rfind("uint", 0) == 0 || property.type.rfind("sint", 0) == 0);
+}
+
+/// The heading of the column that names the numbers of a property.
+std::string namesHeading(const std::string& property) {
+    return property == diskmgt_col::kPartitionType ? "Type" : property + " name";
+}
+
+std::string meaningOf(const refhost::PropertyDeclaration& property, const std::string& value) {
+    for (const auto& [number, meaning] : property.valueNames)
+        if (number == value) return meaning;
+    return {};
+}
+
+std::string typeText(const refhost::PropertyDeclaration& property) {
+    const std::string type = property.referenceClass.empty() ? property.type : property.referenceClass + " REF";
+    return property.isArray ? type + "[]" : type;
+}
+
+std::string marks(const refhost::ClassDeclaration& declaration) {
+    if (declaration.isAbstract && declaration.isAssociation) return "abstract association";
+    if (declaration.isAbstract) return "abstract";
+    return declaration.isAssociation ? "association" : "";
+}
+
+}  // namespace
+
+TableStyle chooseStyle(ColorChoice choice, bool toTerminal) {
+    (void)std::setlocale(LC_CTYPE, "");  // an unknown locale leaves plain ASCII
+    TableStyle style;
+    style.isAscii = std::string_view(::nl_langinfo(CODESET)) != "UTF-8";
+    const char* const noColor = std::getenv("NO_COLOR");
+    const char* const terminal = std::getenv("TERM");
+    const bool isWelcome =
+        (noColor == nullptr || *noColor == '\0') && (terminal == nullptr || std::string_view(terminal) != "dumb");
+    style.isColored = choice == ColorChoice::kAlways || (choice == ColorChoice::kAuto && toTerminal && isWelcome);
+    return style;
+}
+
+std::string title(const std::string& text, const TableStyle& style) {
+    const std::string readable = escapedControls(text);
+    return style.isColored ? "\033[1m" + readable + "\033[0m" : readable;
+}
+
+std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
+                          const std::vector<std::size_t>& shown, const TableStyle& style) {
+    std::string heading = title(declaration.name, style) + " (" + counted(instances.size(), "instance") + ")\n";
+    TextTable table(style);
+    for (const std::size_t i : shown) {
+        const refhost::PropertyDeclaration& property = declaration.properties[i];
+        table.addColumn(property.name, isNumeric(property) ? TextTable::Column::kNumber : TextTable::Column::kText);
+        if (!property.valueNames.empty()) table.addColumn(namesHeading(property.name));
+    }
+    if (shown.empty() || instances.empty()) return heading;
+    for (const refhost::Instance& instance : instances) {
+        libscols_line* const row = table.addRow();
+        std::size_t column = 0;
+        for (const std::size_t i : shown) {
+            const std::string value = joined(instance.properties[i].elements, ", ");
+            table.set(row, column++, value);
+            const refhost::PropertyDeclaration& property = declaration.properties[i];
+            if (!property.valueNames.empty()) table.set(row, column++, meaningOf(property, value));
+        }
+    }
+    return heading + table.print();
+}
+
+std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const TableStyle& style) {
+    TextTable table(style);
+    table.addColumn("Class", TextTable::Column::kTree);
+    table.addColumn("Kind");
+    std::map<std::string, libscols_line*> rows;
+    for (const refhost::ClassDeclaration& declaration : classes) {
+        const auto parent = rows.find(declaration.superclass);  // declared before what derives from it
+        libscols_line* const row = table.addRow(parent == rows.end() ? nullptr : parent->second);
+        rows[declaration.name] = row;
+        table.set(row, 0, declaration.name);
+        table.set(row, 1, marks(declaration));
+    }
+    return table.print();
+}
+
+std::string classTable(const refhost::ClassDeclaration& declaration, const TableStyle& style) {
+    const std::string kind = marks(declaration);
+    std::string text = title(declaration.name, style) + (kind.empty() ? "" : " (" + kind + ")");
+    if (!declaration.superclass.empty()) text += " : " + declaration.superclass;
+    text += "\n";
+    if (!declaration.description.empty()) text += declaration.description + "\n";
+    TextTable table(style);
+    table.addColumns({"Property", "Type", "Key", "Unit", "Declared in", "Description"});
+    for (const refhost::PropertyDeclaration& property : declaration.properties)
+        table.addRow({property.name, typeText(property), property.isKey ? "Key" : "", property.unit,
+                      property.declaredIn, property.description});
+    if (!declaration.properties.empty()) text += table.print();
+    for (const refhost::PropertyDeclaration& property : declaration.properties) {
+        if (property.valueNames.empty()) continue;
+        text += "\n" + title(property.name, style) + "\n";
+        TextTable values(style);
+        values.addColumn("Value", TextTable::Column::kNumber);
+        values.addColumn("Meaning");
+        for (const auto& [value, meaning] : property.valueNames) values.addRow({value, meaning});
+        text += values.print();
+    }
+    return text;
+}
+
+std::string pluginTable(const refhost::PluginIdentity& identity, const TableStyle& style) {
+    TextTable table(style);
+    table.addColumns({"Name", "Version", "Interface version"});
+    table.addColumn("Type", TextTable::Column::kNumber);
+    table.addColumn("File");
+    table.addRow(
+        {identity.name, identity.version, identity.interfaceVersion, std::to_string(identity.type), identity.file});
+    return table.print();
+}
+
+}  // namespace diskmgt

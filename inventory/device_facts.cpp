@@ -1,0 +1,115 @@
+// Questions about block devices. What decides is asked through the plug-in's own rules.
+#include "inventory/device_facts.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <iterator>
+
+#include "base/handles.h"
+#include "collect/sysfs_text.h"
+#include "inventory/device_names.h"
+#include "schema/vocabulary.h"
+#include "text/wording.h"
+
+namespace diskmgt {
+
+namespace {
+
+using diskmgt_col::EntryName;
+namespace os = diskmgt_col::os;
+
+void readSysfs(DeviceFacts& facts) {
+    const std::string directoryPath = diskmgt_col::kBlockDirectory + facts.name;
+    if (facts.isListed && facts.nameVerdict == EntryName::kDisk) facts.sysfs = diskmgt_col::readSysfsDisk(facts.name);
+    const diskmgt_col::UniqueDirectory directory(os::openDirectory(directoryPath));
+    facts.hasSysfsDirectory = directory != nullptr;
+    while (const char* const entry = directory == nullptr ? nullptr : os::nextEntryName(directory.get()))
+        if (diskmgt_col::isPartitionEntry(entry, facts.name)) facts.kernelPartitions.emplace_back(entry);
+    std::sort(facts.kernelPartitions.begin(), facts.kernelPartitions.end());
+    const std::string sectorSize = diskmgt_col::firstLineOf(directoryPath + "/queue/logical_block_size").value_or("");
+    (void)std::from_chars(sectorSize.data(), sectorSize.data() + sectorSize.size(), facts.logicalSectorSize);
+}
+
+/// 0, or why the place of the first partition slot cannot be read: the parser skips such a device without a word.
+int slotReadError(int fd) {
+    char slot[sizeof(diskmgt_col::PartitionDescriptor)];
+    if (os::seekTo(fd, diskmgt_col::kSlotsOffset) < 0) return 0;
+    return os::readSome(fd, slot, sizeof slot) < 0 ? errno : 0;
+}
+
+void openAndMeasure(DeviceFacts& facts) {
+    const diskmgt_col::MeasuredDevice measured = diskmgt_col::measureDevice(facts.path);
+    facts.isTried = true;
+    if (!measured.device.valid()) {
+        facts.openError = measured.error;
+        return;
+    }
+    facts.sizeBytes = measured.sizeBytes;
+    if (!measured.sizeBytes) facts.sizeError = measured.error;
+    facts.readError = slotReadError(measured.device.get());
+    facts.tableCount = diskmgt_col::partitionCountOf(facts.path, &facts.table);
+}
+
+}  // namespace
+
+bool KernelList::has(const std::string& name) const { return contains(names, name); }
+
+KernelList readKernelList() {
+    KernelList list;
+    const diskmgt_col::UniqueDirectory directory(os::openDirectory(diskmgt_col::kBlockDirectory));
+    if (directory == nullptr) {
+        list.error = errno;
+        return list;
+    }
+    while (const char* const entry = os::nextEntryName(directory.get()))
+        if (diskmgt_col::judgeEntryName(entry) != EntryName::kDotEntry) list.names.emplace_back(entry);
+    return list;
+}
+
+DeviceFacts examineDevice(const std::string& path, const KernelList& list,
+                          const std::vector<std::string>& virtualDevices, Progress& progress) {
+    progress.nowAt("asking about " + path);
+    DeviceFacts facts;
+    facts.path = path;
+    facts.name = diskmgt_col::sysfsNameOf(path);
+    const bool isPlain = path == "/dev/" + facts.name;  // the only form under which the kernel's entries are tried
+    facts.isListed = isPlain && list.has(facts.name);
+    facts.nameVerdict = diskmgt_col::judgeEntryName(facts.name.c_str());
+    const std::string* const virtualEntry = diskmgt_col::virtualEntryFor(path, virtualDevices);
+    if (virtualEntry != nullptr) facts.virtualEntry = *virtualEntry;
+    facts.isCandidate = contains(diskmgt_col::candidateDisks(), path);
+    facts.hasNode = os::checkAccess(path) == 0;
+    if (facts.isListed) readSysfs(facts);
+    if ((facts.isOffered() && facts.virtualEntry.empty()) || facts.isCandidate) openAndMeasure(facts);
+    return facts;
+}
+
+std::vector<DeviceFacts> examineAllDevices(const KernelList& list, const std::vector<std::string>& virtualDevices,
+                                           Progress& progress) {
+    std::vector<DeviceFacts> devices;
+    devices.reserve(list.names.size());
+    for (const std::string& name : list.names)
+        devices.push_back(examineDevice("/dev/" + name, list, virtualDevices, progress));
+    for (const std::string& path : diskmgt_col::candidateDisks())
+        if (!list.has(diskmgt_col::sysfsNameOf(path)) && os::checkAccess(path) == 0)
+            devices.push_back(examineDevice(path, list, virtualDevices, progress));
+    return devices;
+}
+
+std::vector<std::string> partitionNamesInTable(const std::string& diskPath) {
+    std::vector<std::string> names;
+    for (const diskmgt_col::PropertyMap& partition : diskmgt_col::PartitionTableParser().enumPartitions({diskPath})) {
+        const auto [first, end] = partition.equal_range(diskmgt_col::kDeviceId);
+        if (first != end) names.push_back(std::prev(end)->second);  // earlier ones are those of earlier partitions
+    }
+    return names;
+}
+
+std::string diskOfPartition(const std::string& partition, const std::vector<std::string>& disks) {
+    for (const std::string& disk : disks)
+        if (partition != disk && isOnDrive(partition, disk)) return disk;
+    return {};
+}
+
+}  // namespace diskmgt

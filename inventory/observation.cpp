@@ -1,0 +1,90 @@
+// Reads sysfs, the mount table and statvfs.
+#include "inventory/observation.h"
+
+#include <sys/statvfs.h>
+
+#include <charconv>
+#include <system_error>
+
+#include "base/handles.h"
+#include "collect/device_rules.h"
+#include "collect/mount_rules.h"
+#include "collect/sysfs_text.h"
+#include "inventory/device_names.h"
+#include "inventory/instance_values.h"
+#include "inventory/machine_account.h"
+#include "inventory/use_text.h"
+#include "schema/vocabulary.h"
+
+namespace diskmgt {
+
+namespace {
+
+using namespace diskmgt_col;
+
+std::map<std::string, std::vector<std::string>> readMountPoints() {
+    std::map<std::string, std::vector<std::string>> mountPoints;
+    const UniqueMountTable table(os::openMountTable(kMountTable, "re"));
+    if (table == nullptr) return mountPoints;
+    std::vector<char> line(kMountLineSize);
+    mntent mount;
+    while (os::nextMountEntry(table.get(), mount, line.data(), kMountLineSize))
+        mountPoints[mount.mnt_fsname].emplace_back(mount.mnt_dir);
+    return mountPoints;
+}
+
+/// Where sysfs lets a partition start, in bytes; absent when it does not know the partition.
+std::optional<std::uint64_t> observedStart(const std::string& device) {
+    const std::string name = sysfsNameOf(device);
+    const std::string path = kBlockDirectory + driveNameOf(name) + "/" + name + "/start";
+    const std::string line = firstLineOf(path).value_or("");
+    std::uint64_t sector = 0;
+    if (std::from_chars(line.data(), line.data() + line.size(), sector).ec != std::errc()) return std::nullopt;
+    return sector * 512;  // counted in 512 bytes whatever the device's sectors are
+}
+
+void observeDrives(const Published& published, Observations& observations) {
+    const diskmgt_machine::Machine& machine = machineAccount();
+    const diskmgt_machine::Uses uses(machine);
+    for (const refhost::Instance& instance : instancesOf(published, kDiskDrive)) {
+        const std::string& drive = textOf(instance, kDeviceId);
+        const auto device = deviceOf(uses, drive);
+        if (!device) continue;
+        const diskmgt_machine::BlockDevice& shown = machine.blocks.devices[*device];
+        observations.identities[drive] = shown.identity;
+        DriveUse use;
+        use.text = useText(machine, uses.of(*device));
+        use.ofWhole = useText(machine, uses.ofItself(*device));
+        for (const std::size_t upper : shown.carries) {
+            const diskmgt_machine::BlockDevice& part = machine.blocks.devices[upper];
+            if (part.disk == device) use.partitions.push_back({part.startBytes, part.sizeBytes});
+        }
+        observations.uses[drive] = std::move(use);
+    }
+}
+
+}  // namespace
+
+Observations observe(const Published& published) {
+    Observations observations;
+    observeDrives(published, observations);
+    observations.mountPoints = readMountPoints();
+    for (const refhost::Instance& instance : instancesOf(published, kLogicalDisk)) {
+        if (find(instance, kTotalSpace) == nullptr) continue;
+        const auto points = observations.mountPoints.find(textOf(instance, kDeviceId));
+        if (points == observations.mountPoints.end()) continue;
+        struct statvfs statistics;
+        if (::statvfs(points->second.front().c_str(), &statistics) == 0)
+            observations.availableBytes[points->second.front()] =
+                static_cast<std::uint64_t>(statistics.f_bavail) * statistics.f_frsize;
+    }
+    observations.isSpaceMeasured = true;
+    for (const refhost::Instance& instance : instancesOf(published, kDiskPartition)) {
+        if (find(instance, kPartitionSubType) == nullptr) continue;  // GPT: the start follows from the entry
+        if (const auto start = observedStart(textOf(instance, kDeviceId)))
+            observations.startBytes[textOf(instance, kDeviceId)] = *start;
+    }
+    return observations;
+}
+
+}  // namespace diskmgt

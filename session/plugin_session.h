@@ -1,0 +1,65 @@
+// One host with one plug-in in it, used under a time limit.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "refhost/api/reference_host.h"
+#include "session/class_plan.h"
+#include "text/command_error.h"
+#include "worker/deadline.h"
+
+namespace diskmgt {
+
+/// The outcome of a plan. Both are empty-handed when nothing failed.
+struct ServedPlan {
+    refhost::RequestResult earlier;
+    refhost::RequestResult request;
+};
+
+struct SessionOptions {
+    std::string pluginFile;  // empty: the one that belongs to this command
+    std::vector<std::string> virtualDevices;
+    int logSeverity = -1;        // show the host's log from this severity on; negative: not at all
+    double timeoutSeconds = 30;  // 0: none
+};
+
+class PluginSession {
+public:
+    /// Makes the host; loads nothing yet.
+    explicit PluginSession(const SessionOptions& options);
+    PluginSession(const PluginSession&) = delete;
+    PluginSession& operator=(const PluginSession&) = delete;
+    /// Unloads the plug-in.
+    ~PluginSession();
+
+    refhost::ReferenceHost& host() { return referenceHost; }
+
+    /// Limits what follows, which may load, request and unload, for as long as the answer lives. `deliversKnown`: past
+    /// the limit what was made known by then is delivered; `consequence` continues the sentence about giving up.
+    Deadline startTimeLimit(bool deliversKnown = false, const std::string& consequence = "");
+
+    /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
+    /// a state in which nothing can be unwound safely.
+    refhost::PluginIdentity load();
+    /// The earlier request, when the plan has one.
+    refhost::RequestResult requestEarlier(const ClassPlan& plan);
+    refhost::RequestResult request(const std::vector<std::string>& classNames);
+    refhost::RequestResult request(const ClassPlan& plan) { return request(plan.request); }
+
+    /// The text of the first failure that a request reports; empty when there is none.
+    static std::string failureOf(const refhost::RequestResult& result);
+
+private:
+    const std::string pluginFile;
+    const double timeoutSeconds;
+    const bool isLogForwarded;
+    refhost::ReferenceHost& referenceHost;
+};
+
+/// Says in one sentence what failed while a plan was served, if anything did; the exit status that follows.
+ExitStatus reportFailures(const ServedPlan& served);
+/// Says what was reported; `kFailureReported`.
+ExitStatus reportFailure(const std::string& failure);
+
+}  // namespace diskmgt

@@ -1,0 +1,11 @@
+// The one way sentences reach standard error.
+#pragma once
+
+#include <string>
+
+namespace diskmgt {
+
+/// Writes "diskmgt: " and the sentence as one line to standard error; control characters are escaped.
+void writeRemark(const std::string& sentence);
+
+}  // namespace diskmgt

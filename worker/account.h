@@ -1,0 +1,75 @@
+// What a worker says about its work, in memory that it shares with the process that watches it. Neither ever waits for
+// the other here, but for a worker whose bytes are still on their way.
+#pragma once
+
+#include <limits.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace diskmgt::worker {
+
+/// Work that may never come back.
+struct Stage {
+    double limitSeconds = 0;     // from its start; 0: no limit
+    bool isShown = true;         // false: something else writes to standard error meanwhile
+    bool namesCall = false;      // what the worker asks the kernel for continues the sentence
+    bool ofPlugin = false;       // the plug-in's code runs
+    bool deliversKnown = false;  // past the limit what the worker made known is delivered
+    char consequence[80] = "";   // continues the sentence about giving up
+    std::int64_t startNs = 0;    // of the steady clock
+};
+
+class Account {
+public:
+    // The worker's side. Where the watching process has given up, these do not return: the end is near.
+    /// `subject` continues the sentence "gave up after 30 s while ...".
+    void enter(const Stage& stage, const std::string& subject);
+    /// What is done from now on is not limited, unless there is a stage for whatever is no other stage.
+    void leave();
+    /// Changes what the stage is at.
+    void nowAt(const std::string& subject);
+    /// With what the worker is about to exit.
+    void note(int exitStatus) { notedStatus.store(exitStatus, std::memory_order_release); }
+
+    // The watching side.
+    /// Before the worker starts: forgets all, and enters the stage of whatever is no other stage, if it has a limit.
+    void reset(const Stage& usual, const std::string& usualSubject);
+    /// 0: none; else changes with every stage.
+    std::uint32_t stageNumber() const { return current.load(std::memory_order_acquire); }
+    /// Of that number, unless it has changed meanwhile.
+    Stage stage(std::uint32_t number) const { return stages[number % 2]; }
+    std::string subject() const;
+    /// False when the stage has ended meanwhile.
+    bool giveUp(std::uint32_t number);
+    int noted() const { return notedStatus.load(std::memory_order_acquire); }
+
+    std::atomic<std::uint32_t> relayTurn{0};  // odd while bytes of standard output are on their way; a futex
+    std::atomic<int> outputError{0};          // why standard output cannot be written
+
+private:
+    void change(std::uint32_t to);
+
+    std::atomic<std::uint32_t> current{0};
+    std::atomic<int> notedStatus{0};
+    std::uint32_t latest = 0;
+    Stage stages[2];  // one is read while the other is written
+    Stage usualStage;
+    bool hasUsual = false;
+    std::atomic<std::uint32_t> subjectTurn{0};  // odd while the text changes
+    char subjectText[PATH_MAX + 64] = "";
+    char usualText[PATH_MAX + 64] = "";
+};
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+
+/// This process's account; one that nobody reads where no worker was started.
+Account& account();
+
+/// Makes an account that processes forked from now on share; throws `CommandError`.
+void shareAccount();
+
+std::int64_t steadyNanoseconds();
+
+}  // namespace diskmgt::worker

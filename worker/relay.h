@@ -1,0 +1,29 @@
+// Bytes on their way from a worker's pipe to the real standard output or standard error.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace diskmgt::worker {
+
+/// Never waits: reads from a pipe that does not block, and writes what poll(2) says there is room for.
+class Relay {
+public:
+    explicit Relay(int realDescriptor);
+
+    bool isHolding() const { return next < held.size(); }
+    enum class Read { kSome, kNothingYet, kEnd };
+    /// Takes what the pipe has, up to a buffer's size. Only while nothing is held.
+    Read readFrom(int pipe);
+    /// Writes a piece of what is held, if there is room. 0, or why it failed; then nothing is held any more.
+    int writeSome();
+    int target() const { return real; }
+
+private:
+    int real;
+    std::size_t largestPiece = 0;  // that is written at once without waiting; 0: not asked yet
+    std::vector<char> held;
+    std::size_t next = 0;
+};
+
+}  // namespace diskmgt::worker
