@@ -16,6 +16,10 @@ class Account:
         """A field of each device that has it, by the device's name."""
         return {name: device[key] for name, device in self.devices.items() if key in device}
 
+    def flag(self, key):
+        """A field of each device that is true or, also where it is left out, false."""
+        return {name: device.get(key, False) for name, device in self.devices.items()}
+
     def partition_field(self, key):
         return {name: device["partition"][key] for name, device in self.devices.items()
                 if key in device.get("partition", {})}

@@ -22,6 +22,13 @@ LAST = [("far", 32, ""), ("farther", 32, "")]
 NVME = ("fast", 64, 2)       # one namespace behind so many controllers
 
 
+def serials():
+    """The serial number of each disk that the kernel shows."""
+    serial, _, paths = PATHS
+    return [*(row[0] for row in [*VIRTIO, *SCSI, *LAST, NVME]), *[serial] * paths,
+            *(f"zero{number}" for number in range(FILLING))]
+
+
 def _scsi(number, drive, serial, more=""):
     wwn = f",wwn=0x5000c500000{0x10000 + number:05x}"
     return ["-device", f"scsi-hd,bus=scsi.0,scsi-id={number},drive={drive},serial={serial}{wwn}" +
