@@ -9,17 +9,19 @@ from guest import emulator
 STUCK = "import sys, time; open(sys.argv[1], 'w').write('first line\\nlast words\\n'); time.sleep(3600)"
 
 
-def test_a_stuck_guest_is_ended_and_its_last_lines_are_shown(tmp_path):
-    console = tmp_path / "console"
-    # The limit is only as long as an interpreter may need to start.
-    with pytest.raises(emulator.GuestFailed, match="(?s)longer than 10 seconds.*first line\nlast words"):
-        emulator.run([sys.executable, "-c", STUCK, str(console)], tmp_path, 10)
+# The limits are only as long as an interpreter may need to start.
+@pytest.mark.parametrize(("limit", "silence", "why"), [(10, 3600, "longer than 10 seconds"),
+                                                       (3600, 10, "nothing new for 10 seconds")])
+def test_a_stuck_guest_is_ended_and_its_last_lines_are_shown(tmp_path, limit, silence, why):
+    words = [sys.executable, "-c", STUCK, str(tmp_path / "console")]
+    with pytest.raises(emulator.GuestFailed, match=f"(?s){why}.*first line\nlast words"):
+        emulator.run(words, tmp_path, limit, silence)
 
 
 def test_an_emulator_that_fails_is_quoted(tmp_path):
     words = [sys.executable, "-c", "import sys; sys.exit('no such device')"]
     with pytest.raises(emulator.GuestFailed, match="ended with 1: no such device"):
-        emulator.run(words, tmp_path, 60)
+        emulator.run(words, tmp_path, 3600, 3600)
 
 
 def test_a_guest_without_results_is_a_failure_with_its_last_lines(tmp_path):

@@ -1,7 +1,8 @@
-"""Runs a guest until it ends, within a limit, and brings back what it wrote to its results port."""
+"""Runs a guest until it ends, within limits, and brings back what it wrote to its results port."""
 
 import subprocess
 import tarfile
+import time
 from pathlib import Path
 
 EMULATOR = "qemu-system-x86_64"
@@ -15,8 +16,8 @@ class GuestFailed(Exception):
 
 
 def command(kernel, initramfs, disks, folder):
-    """Software emulation only: the guest is the same wherever the tests run."""
-    return [EMULATOR, "-accel", "tcg,thread=multi", "-cpu", "max", "-smp", "2", "-m", "1024", "-M", "q35", "-nodefaults",
+    """Software emulation only: the guest is the same wherever the tests run. It goes when the tests are killed."""
+    return ["setpriv", "--pdeathsig", "KILL", EMULATOR, "-accel", "tcg,thread=multi", "-cpu", "max", "-smp", "2", "-m", "1024", "-M", "q35", "-nodefaults",
             "-no-user-config", "-no-reboot", "-display", "none", "-nic", "none", "-kernel", str(kernel), "-initrd",
             str(initramfs), "-append", COMMAND_LINE, "-serial", f"file:{folder / 'console'}",
             "-device", "virtio-rng-pci",
@@ -29,17 +30,39 @@ def last_lines(path):
     return "\n".join(text.splitlines()[-LAST_LINES:])
 
 
-def run(words, folder, limit):
-    """Runs the emulator for at most `limit` seconds."""
-    def failed(why):
-        return GuestFailed(f"{why}. Its console ended with:\n{last_lines(folder / 'console')}")
+def _wait(process, folder, limit, silence):
+    """Why the guest has to be ended, or None when it came to its end."""
+    begin = spoke = time.monotonic()
+    length = 0
+    while True:
+        try:
+            process.wait(timeout=0.5)
+            return None
+        except subprocess.TimeoutExpired:
+            now = time.monotonic()
+        console = folder / "console"
+        shown = console.stat().st_size if console.exists() else 0
+        if shown != length:
+            length, spoke = shown, now
+        if now - begin > limit:
+            return f"the guest was ended: it took longer than {limit} seconds"
+        if now - spoke > silence:
+            return f"the guest was ended: its console showed nothing new for {silence} seconds"
 
-    try:
-        ended = subprocess.run(words, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=limit, check=False)
-    except subprocess.TimeoutExpired:
-        raise failed(f"the guest was ended: it took longer than {limit} seconds") from None
-    if ended.returncode != 0:
-        raise failed(f"the emulator ended with {ended.returncode}: {ended.stderr.strip()}")
+
+def run(words, folder, limit, silence):
+    """Runs the emulator for at most `limit` seconds, and as long as the console shows something new within `silence`."""
+    with open(folder / "emulator.err", "w+", encoding="utf-8", errors="replace") as errors, \
+            subprocess.Popen(words, stdin=subprocess.DEVNULL, stdout=errors, stderr=errors) as process:
+        try:
+            failure = _wait(process, folder, limit, silence)
+        finally:
+            process.kill()
+        if failure is None and process.wait() != 0:
+            errors.seek(0)
+            failure = f"the emulator ended with {process.returncode}: {errors.read().strip()}"
+    if failure:
+        raise GuestFailed(f"{failure}. Its console ended with:\n{last_lines(folder / 'console')}")
 
 
 def results(folder):
