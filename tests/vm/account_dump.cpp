@@ -2,11 +2,14 @@
 // what is seen to use each device beside it. `account_dump --names`: the names of all devices, one a line.
 #include <initializer_list>
 #include <iostream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "machine/disk_links.h"
 #include "machine/machine.h"
 #include "machine/udev_record.h"
 #include "machine/uses.h"
@@ -87,6 +90,9 @@ private:
         for (const Swap& swap : account.swaps)
             if (uses.deviceNamed(swap.path) == position)
                 row["swap"] = {{"size", swap.sizeBytes}, {"used", swap.usedBytes}};
+        const auto named = links.find(device.name);
+        if (named != links.end())
+            for (const DiskLink& link : named->second) row["links"].push_back(link.folder + "/" + link.name);
         row["use"] = useAt(position);
         return row;
     }
@@ -105,6 +111,7 @@ private:
     const Machine& account;
     Uses uses;
     std::vector<bool> hidden;
+    std::map<std::string, std::vector<DiskLink>> links = readDiskLinks();
 };
 
 }  // namespace

@@ -163,6 +163,18 @@ def test_partitions_are_described_as_udev_knows_them(guest, account, witness, ke
     assert bool(account.partition_field(key)) == guest.has_udev
 
 
+def _unescaped(name):
+    return re.sub(r"\\x([0-9a-f]{2})", lambda found: chr(int(found.group(1), 16)), name)
+
+
+def test_lasting_names_are_the_links_of_udev(guest, account):
+    rows = [line.split("\t") for line in guest.text("links").splitlines()]
+    expected = Counter((target.removeprefix("../../"), _unescaped(path.removeprefix("/dev/disk/")))
+                       for path, target in rows)
+    assert Counter((name, link) for name, links in account.field("links").items() for link in links) == expected
+    assert ("by-partlabel/the root" in {link for _, link in expected}) == guest.has_udev
+
+
 def test_both_users_see_the_same(guest):
     assert guest.json("account", "user") == guest.json("account", "root")
     assert guest.errors("account", "user") == ""

@@ -10,7 +10,7 @@ from pathlib import Path
 # Programs that make the scenes, and those that are asked about them.
 PROGRAMS = ["sfdisk", "lvm", "mdadm", "cryptsetup", "dmsetup", "btrfs", "mkfs.btrfs", "mke2fs", "losetup", "mkswap",
             "swapon", "mount", "umount", "blockdev", "setpriv", "lsblk", "findmnt",
-            "timeout"]  # that of busybox prefers its own programs to those of the same name
+            "find", "timeout"]  # that of busybox prefers its own programs to those of the same name
 UDEV_PROGRAMS = ["udevadm", "/lib/udev/scsi_id", "/lib/udev/ata_id", "/lib/udev/cdrom_id"]
 UDEV_RULES = Path("/lib/udev/rules.d")
 # They start services or assemble what a scene is about to make.

@@ -40,6 +40,7 @@ ask root found_mounts found_mounts
 ask root btrfs btrfs filesystem show --raw /mnt/butter
 ask root losetup losetup -J -l -O NAME,BACK-FILE
 ask root hidden hidden_names
+ask root links find /dev/disk -type l -printf '%p\t%l\n'
 ask root mountinfo cat /proc/self/mountinfo
 ask root swaps cat /proc/swaps
 /product/bin/account_dump --names >/tmp/names
