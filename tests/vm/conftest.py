@@ -15,8 +15,8 @@ from guest import disks, emulator, initramfs  # noqa: E402
 from guest.answers import Answers  # noqa: E402
 
 # Seconds. A guest takes one or two minutes where nothing else runs; each step ends itself before the second limit.
-LIMIT = 1200
-SILENCE = 300
+LIMIT = 1800
+SILENCE = 600
 
 
 def _lacking(kernel):

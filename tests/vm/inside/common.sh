@@ -22,11 +22,11 @@ fail() {
 
 # must COMMAND...: shows what it says only when it fails or takes minutes.
 must() {
-    timeout 240 "$@" >/tmp/said 2>&1 </dev/null || { cat /tmp/said >/dev/console; fail "$*: $(cat /tmp/said)"; }
+    timeout 500 "$@" >/tmp/said 2>&1 </dev/null || { cat /tmp/said >/dev/console; fail "$*: $(cat /tmp/said)"; }
 }
 
 udevadm_if() { [ -z "$has_udev" ] || udevadm "$@" || fail "udevadm $*"; }
-settle() { udevadm_if settle --timeout=240; }
+settle() { udevadm_if settle --timeout=500; }
 start_udev() {
     [ -z "$has_udev" ] || /lib/systemd/systemd-udevd --daemon --resolve-names=never || fail "udev does not start"
 }
