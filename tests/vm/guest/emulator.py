@@ -18,8 +18,9 @@ class GuestFailed(Exception):
 def command(kernel, initramfs, disks, folder):
     """Software emulation only: the guest is the same wherever the tests run. It goes when the tests are killed."""
     return ["setpriv", "--pdeathsig", "KILL", EMULATOR, "-accel", "tcg,thread=multi", "-cpu", "max", "-smp", "2",
-            "-m", "1024", "-M", "q35", "-nodefaults", "-no-user-config", "-no-reboot", "-display", "none", "-nic", "none", "-kernel", str(kernel), "-initrd",
-            str(initramfs), "-append", COMMAND_LINE, "-serial", f"file:{folder / 'console'}",
+            "-m", "1024", "-M", "q35", "-nodefaults", "-no-user-config", "-no-reboot", "-display", "none", "-nic", "none",
+            "-kernel", str(kernel), "-initrd", str(initramfs), "-append", COMMAND_LINE,
+            "-serial", f"file:{folder / 'console'}",
             "-device", "virtio-rng-pci",
             "-device", "virtio-serial-pci", "-chardev", f"file,id=results,path={folder / 'results.tar'}",
             "-device", "virtserialport,chardev=results,name=results", *disks]
