@@ -15,6 +15,10 @@ def call(*arguments):
                           stdin=subprocess.DEVNULL)
 
 
+def body_of(function):
+    return re.search(rf"^{function}\(\) \{{\n(.*?)^\}}", SCRIPT, re.MULTILINE | re.DOTALL).group(1)
+
+
 def suites(text):
     return re.findall(r"^ *suite ([a-z]+)", text, re.MULTILINE)
 
@@ -33,12 +37,15 @@ class Test(unittest.TestCase):
                                  (2, "", "tools/dev: test takes no argument but all\n"))
 
     def test_without_an_argument_only_the_first_suite_runs(self):
-        body = re.search(r"^run_tests\(\) \{\n(.*?)^\}", SCRIPT, re.MULTILINE | re.DOTALL).group(1)
-        unconditional = re.sub(r"^    if [^\n]*then$.*?^    fi$", "", body, flags=re.MULTILINE | re.DOTALL)
+        unconditional = re.sub(r"^    if [^\n]*then$.*?^    fi$", "", body_of("run_tests"), flags=re.MULTILINE | re.DOTALL)
         self.assertEqual(suites(unconditional), ["dev"])
 
     def test_the_document_lists_the_suites(self):
-        self.assertEqual(re.findall(r"^\| `([a-z]+)` \|", TESTING, re.MULTILINE), suites(SCRIPT))
+        self.assertEqual(re.findall(r"^\| `([a-z]+)` \|", TESTING, re.MULTILINE), suites(body_of("run_tests")))
+
+    def test_the_guests_run_alone_and_with_all_suites(self):
+        self.assertIn("but_guests=(-LE '^vm$')", body_of("run_tests"))
+        self.assertIn("suite dev -L '^vm$'", body_of("run_guests"))
 
     def test_the_second_compiler_comes_with_the_command_that_needs_it(self):
         self.assertEqual([purpose for purpose in ("run", "test", "test_all", "check") if "clang" in packages(purpose)],
