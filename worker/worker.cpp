@@ -126,11 +126,11 @@ bool Worker::endsWithin(int milliseconds) {
 void Worker::end(bool isAsked) {
     constexpr int kToTidyUp = 200;    // milliseconds to remove a half-written file
     constexpr int kToBeKilled = 300;  // a child that the kernel does not hold is gone long before
-    if (waitStatus()) return;
+    if (waitStatus() || isLeft) return;
     if (!isAsked) (void)::kill(child, SIGTERM);
     if (endsWithin(kToTidyUp)) return;
     (void)::kill(child, SIGKILL);
-    (void)endsWithin(kToBeKilled);
+    isLeft = !endsWithin(kToBeKilled);
 }
 
 void endProcess(int exitStatus) {

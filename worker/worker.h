@@ -51,6 +51,7 @@ private:
     pid_t child = -1;
     int ends[3] = {-1, -1, -1};
     std::optional<int> status;
+    bool isLeft = false;  // it was killed and did not end in time: nothing more is tried
 };
 
 /// Ends this process without taking apart what ends with it, unless a tool that looks at the end is built in.

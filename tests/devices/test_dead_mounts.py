@@ -2,6 +2,7 @@
 and against one that takes them and never answers, whose callers survive even SIGKILL."""
 
 import os
+import shutil
 import sys
 import time
 from pathlib import Path
@@ -144,3 +145,15 @@ def test_work_that_the_kernel_holds_keeps_no_descriptor_of_the_caller(stalled, d
     done = stalled.run([diskmgt, "get", "VEXSG_LogicalDisk", "--timeout", "1"], check=False, timeout=30)
     assert done.status == 4
     assert "D" in processes_of(stalled, Path(diskmgt))
+
+
+@pytest.mark.skipif(not shutil.which("strace"), reason="strace is missing")
+def test_work_that_cannot_be_killed_is_given_up_once(stalled, diskmgt):
+    if stalled.kind == "silent":
+        pytest.skip("such work can be killed, so it is gone")
+    done = stalled.run(["strace", "-qq", "-e", "trace=kill", "-o", "/media/alive/kills", diskmgt, "get",
+                        "VEXSG_LogicalDisk", "--timeout", "1"], check=False, timeout=30)
+    assert done.status == 4
+    kills = stalled.run(["cat", "/media/alive/kills"]).stdout
+    assert [line.split(", ")[1].split(")")[0] for line in kills.splitlines() if line.startswith("kill(")] == [
+        "SIGTERM", "SIGKILL"]
