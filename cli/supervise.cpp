@@ -3,6 +3,7 @@
 
 #include "terminal/remarks.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -65,7 +66,11 @@ std::optional<int> descriptorNamed(std::string_view path) {
 std::vector<int> descriptorsNamed(const Options& options) {
     std::vector<int> kept;
     const auto keep = [&kept](const std::string& path) {
-        if (const auto descriptor = descriptorNamed(path)) kept.push_back(*descriptor);
+        const auto descriptor = descriptorNamed(path);
+        if (!descriptor) return;
+        // Those of this process's own are closed on exec, what the caller passed on is not.
+        const int flags = ::fcntl(*descriptor, F_GETFD);
+        if (flags >= 0 && (flags & FD_CLOEXEC) == 0) kept.push_back(*descriptor);
     };
     for (const std::string& operand : options.operands) keep(operand);
     keep(options.outputFile);

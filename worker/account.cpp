@@ -60,6 +60,7 @@ void Account::reset(const Stage& usual, const std::string& usualSubject) {
     current = 0;
     relayTurn = 0;
     outputError = 0;
+    isPuttingInPlace = false;
     notedStatus = 0;
     hasNoted = false;
     usualStage = usual;

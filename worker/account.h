@@ -51,8 +51,9 @@ public:
     /// False: something else than the end of the work made the worker exit.
     bool isNoted() const { return hasNoted.load(std::memory_order_acquire); }
 
-    std::atomic<std::uint32_t> relayTurn{0};  // odd while bytes of standard output are on their way; a futex
-    std::atomic<int> outputError{0};          // why standard output cannot be written
+    std::atomic<std::uint32_t> relayTurn{0};    // odd while bytes of standard output are on their way; a futex
+    std::atomic<bool> isPuttingInPlace{false};  // the output file: to kill the worker now would leave half of it
+    std::atomic<int> outputError{0};            // why standard output cannot be written
 
 private:
     void change(std::uint32_t to);

@@ -15,8 +15,8 @@ namespace diskmgt::worker {
 namespace {
 
 // Those that end a process without being its own fault. Stopping and going on are left to the kernel.
-constexpr int kEnding[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGALRM,   SIGUSR1,
-                           SIGUSR2, SIGXCPU, SIGPOLL, SIGPROF, SIGVTALRM, SIGPWR};
+constexpr int kEnding[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGALRM,   SIGUSR1,  SIGUSR2,
+                           SIGXCPU, SIGPOLL, SIGPROF, SIGPWR,  SIGVTALRM, SIGSTKFLT};
 
 }  // namespace
 
@@ -45,7 +45,8 @@ std::optional<SignalInbox::Arrived> SignalInbox::next() const {
         (void)::sigaction(number, nullptr, &action);
         // What the caller ignores (nohup does) or holds back stays so.
         if (action.sa_handler == SIG_IGN || ::sigismember(&before, number) == 1) continue;
-        return Arrived{number, information.ssi_code == SI_KERNEL};
+        const bool isOfKeys = number == SIGINT || number == SIGQUIT || number == SIGHUP;
+        return Arrived{number, isOfKeys && information.ssi_code == SI_KERNEL};
     }
     return std::nullopt;
 }

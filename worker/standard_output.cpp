@@ -17,6 +17,7 @@ namespace {
 
 bool isLearned = false;
 bool isTerminalThere = false;
+bool isErrorTerminalThere = false;
 unsigned columnsThere = 0;
 
 unsigned presentColumns() {
@@ -28,11 +29,14 @@ unsigned presentColumns() {
 
 void learn() {
     isTerminalThere = ::isatty(STDOUT_FILENO) != 0;
+    isErrorTerminalThere = ::isatty(STDERR_FILENO) != 0;
     if (isTerminalThere) columnsThere = presentColumns();
     isLearned = true;
 }
 
 bool isTerminal() { return isLearned ? isTerminalThere : ::isatty(STDOUT_FILENO) != 0; }
+
+bool isErrorTerminal() { return isLearned ? isErrorTerminalThere : ::isatty(STDERR_FILENO) != 0; }
 
 unsigned columns() { return isLearned ? columnsThere : presentColumns(); }
 

@@ -7,6 +7,8 @@ namespace diskmgt::standard_output {
 void learn();
 
 bool isTerminal();
+/// Of standard error.
+bool isErrorTerminal();
 /// Columns of the terminal; 0: it does not tell.
 unsigned columns();
 

@@ -208,7 +208,7 @@ void Watch::giveUp(std::uint32_t number, const Stage& stage) {
 std::string Watch::whatIsUnderWay(const Stage& stage) const {
     const std::string subject = account().subject();
     const std::string call = stage.namesCall ? stalledCallOf(worker.process()) : "";
-    if (subject.empty()) return call.empty() ? "waiting for the plug-in" : call;
+    if (subject.empty()) return !call.empty() ? call : stage.ofPlugin ? "waiting for the plug-in" : "doing its work";
     return subject + (call.empty() ? "" : ": " + call);
 }
 

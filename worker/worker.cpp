@@ -124,11 +124,13 @@ bool Worker::endsWithin(int milliseconds) {
 }
 
 void Worker::end(bool isAsked) {
-    constexpr int kToTidyUp = 200;    // milliseconds to remove a half-written file
-    constexpr int kToBeKilled = 300;  // a child that the kernel does not hold is gone long before
+    constexpr int kToTidyUp = 200;       // milliseconds to end by itself
+    constexpr int kToPutInPlace = 5000;  // the output file, which no signal but the last one interrupts
+    constexpr int kToBeKilled = 300;     // a child that the kernel does not hold is gone long before
     if (waitStatus() || isLeft) return;
     if (!isAsked) (void)::kill(child, SIGTERM);
     if (endsWithin(kToTidyUp)) return;
+    if (account().isPuttingInPlace && endsWithin(kToPutInPlace)) return;
     (void)::kill(child, SIGKILL);
     isLeft = !endsWithin(kToBeKilled);
 }

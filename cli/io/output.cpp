@@ -23,6 +23,7 @@ namespace diskmgt {
 Output::Output(const std::string& filePath) : path(filePath) {
     if (path.empty()) {
         stream = stdout;
+        isStandardOutput = true;
         return;
     }
     try {
@@ -42,6 +43,12 @@ void Output::open() {
             stream = replacement->stream();
             return;
         case OutputTarget::Kind::kOwnDescriptor:
+            if (target.descriptor == STDOUT_FILENO) {
+                stream = stdout;
+                isStandardOutput = true;
+                return;
+            }
+            isStandardError = target.descriptor == STDERR_FILENO;
             fd = ::fcntl(target.descriptor, F_DUPFD_CLOEXEC,
                          0);  // with its place in the file, so nothing is overwritten
             break;
@@ -63,6 +70,7 @@ Output::~Output() {
 
 bool Output::isTerminal() const {
     if (stream == stdout) return standard_output::isTerminal();
+    if (isStandardError) return standard_output::isErrorTerminal();
     return stream != nullptr && ::isatty(::fileno(stream)) != 0;
 }
 
@@ -103,7 +111,7 @@ void Output::finish() {
 }
 
 void Output::fail(int errorNumber) const {
-    if (path.empty()) errorNumber = standard_output::errorBehind(errorNumber);
+    if (isStandardOutput) errorNumber = standard_output::errorBehind(errorNumber);
     if (errorNumber == EPIPE) throw CommandError(kDone, "");  // the reader has what it wanted
     fail(WriteError(errorNumber).what());
 }

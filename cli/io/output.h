@@ -36,6 +36,8 @@ private:
 
     std::string path;                              // as given; empty for standard output
     std::unique_ptr<ReplacementFile> replacement;  // null: written as it is
+    bool isStandardOutput = false;                 // behind the pipe that a worker writes to
+    bool isStandardError = false;                  // the same of standard error
     std::FILE* stream = nullptr;                   // the replacement's own when there is one
 };
 

@@ -105,7 +105,10 @@ void ReplacementFile::openText() {
     }
     if (fd < 0) throw WriteError(errno);
     text = ::fdopen(fd, "w+");
-    if (text == nullptr) throw WriteError(ENOMEM);
+    if (text != nullptr) return;
+    const int error = errno;
+    (void)::close(fd);
+    throw WriteError(error);
 }
 
 void ReplacementFile::finish() {

@@ -4,7 +4,8 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <mutex>
+
+#include "worker/account.h"
 
 namespace diskmgt {
 
@@ -12,7 +13,6 @@ namespace {
 
 constexpr int kStatusOfSignals = 128;  // added to the number, as shells do
 
-std::mutex oneAtATime;
 std::atomic<int> waiting{0};  // the first signal that came; 0: none
 static_assert(std::atomic<int>::is_always_lock_free);
 
@@ -48,7 +48,6 @@ bool endsProcess(int signalNumber) {
 }  // namespace
 
 Uninterrupted::Uninterrupted() {
-    oneAtATime.lock();
     waiting = 0;
     struct sigaction action {};
     action.sa_handler = keepWaiting;
@@ -65,14 +64,15 @@ Uninterrupted::Uninterrupted() {
     for (int number = 1; number < NSIG; ++number)
         if (isFault(number)) (void)::sigaddset(&faults, number);  // sent by another process; a real one ends us anyway
     (void)::pthread_sigmask(SIG_BLOCK, &faults, &formerMask);
+    worker::account().isPuttingInPlace = true;
 }
 
 Uninterrupted::~Uninterrupted() {
+    worker::account().isPuttingInPlace = false;
     for (std::size_t index = 1; index < isHeld.size(); ++index)
         if (isHeld[index]) (void)::sigaction(static_cast<int>(index), &former[index], nullptr);
     (void)::pthread_sigmask(SIG_SETMASK, &formerMask, nullptr);
     const int came = waiting;
-    oneAtATime.unlock();
     if (came == 0) return;
     (void)::raise(came);
     if (former[static_cast<std::size_t>(came)].sa_handler == SIG_DFL) endWithStatus(came);  // process 1 was spared

@@ -6,8 +6,8 @@
 
 namespace diskmgt {
 
-/// While it lives, no signal but SIGKILL ends the process, whichever thread gets it and however many come. The first
-/// that came ends it when the object goes. Waits while another thread has one.
+/// While it lives, no signal but SIGKILL ends the process, however many come, and the process that watches this one
+/// waits before it sends that. The first that came ends it when the object goes. At most one lives at a time.
 class Uninterrupted {
 public:
     Uninterrupted();

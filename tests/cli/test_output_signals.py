@@ -97,8 +97,8 @@ def injected(request, tmp_path):
     if request.param == "named" and NUMBER_OF_OPENAT is None:
         pytest.skip("no filter for the system calls of this processor")
 
-    def inject(text):
-        return subprocess.run(["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"inject={text}", COMMAND, *MOF],
+    def inject(text, *words):
+        return subprocess.run(["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"inject={text}", COMMAND, *MOF, *words],
                               cwd=tmp_path, env=environment(ASAN_OPTIONS="detect_leaks=0"), check=False, timeout=60,
                               stderr=subprocess.DEVNULL,
                               preexec_fn=forbid_unnamed_files if request.param == "named" else None)
@@ -123,6 +123,12 @@ def test_signal_at_each_file_call_leaves_the_target_whole_or_as_it_was(injected,
             break
         assert done.returncode == -signal.SIGTERM
     assert target.read_bytes() == whole
+
+
+def test_limit_that_passes_while_the_file_is_put_in_place_waits_for_it(injected, tmp_path):
+    (tmp_path / "out").write_text("former")
+    assert injected("fsync:delay_enter=1500000", "--timeout", "0.5").returncode == 4
+    assert os.listdir(tmp_path) == ["out"]
 
 
 @pytest.mark.parametrize("former", [None, "former"])

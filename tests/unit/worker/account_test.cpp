@@ -73,6 +73,7 @@ TEST_F(Accounts, ResetForgetsWhatTheLastWorkerSaid) {
     EXPECT_EQ(account.relayTurn, 0U);
     EXPECT_EQ(account.outputError, 0);
     EXPECT_EQ(account.noted(), 0);
+    EXPECT_FALSE(account.isNoted());
 }
 
 TEST_F(Accounts, GivingUpFailsWhenTheStageHasEndedMeanwhile) {

@@ -18,7 +18,7 @@ namespace diskmgt::worker {
 namespace {
 
 struct Seen {
-    int status = 0;  // of the process that watches, as wait(2) says it
+    int status = -1;  // of the process that watches, as wait(2) says it
     std::string output;
 };
 
