@@ -38,7 +38,8 @@ HardwareAssociations::FuncPtrList HardwareAssociations::getFuncPtrList() {
     };
 }
 
-int HardwareAssociations::associate(boost::shared_ptr<ICIMClass> cls) {
+// The unwinding of a thread is caught as a null reference, which sanitizers would report.
+__attribute__((no_sanitize("null"))) int HardwareAssociations::associate(boost::shared_ptr<ICIMClass> cls) {
     className = nameOf(*cls);
     const auto row = funcPtrList.find(className);
     if (row == funcPtrList.end()) return 0;
