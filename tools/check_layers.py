@@ -22,23 +22,23 @@ TABLE = """
 | provider           | collect, base, schema, plugin/host, plugin/log |
 | plugin/entry       | provider, plugin/host, plugin/log |
 | refhost/api        | plugin/host |
-| refhost/value      | refhost/api, plugin/host |
+| refhost/value      | plugin/host |
 | refhost/schema     | refhost/value, refhost/api, plugin/host |
 | refhost/boundary   | refhost/schema, refhost/value, refhost/api, plugin/host |
-| refhost/model      | refhost/boundary, refhost/schema, refhost/value, refhost/api, plugin/host |
-| refhost/services   | refhost/model, refhost/boundary, refhost/schema, refhost/value, refhost/api, plugin/host |
-| refhost/loader     | refhost/services, refhost/model, refhost/boundary, refhost/schema, refhost/value, refhost/api, plugin/host |
+| refhost/model      | refhost/boundary, refhost/schema, refhost/value, plugin/host |
+| refhost/services   | refhost/model, refhost/boundary, refhost/api, plugin/host |
+| refhost/loader     | refhost/services, refhost/model, refhost/boundary, refhost/schema, refhost/api, plugin/host |
 | machine            | base |
-| terminal           | text, base |
+| terminal           | text |
 | worker             | terminal, text, base |
-| session            | worker, terminal, refhost/api, schema, base, text |
+| session            | worker, terminal, refhost/api, schema, text |
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
 | formats            | inventory, refhost/api, text |
 | cli/io             | worker, text, base |
-| cli/explain        | formats, inventory, machine, collect, schema, base, text |
+| cli/explain        | formats, inventory, machine, base, text |
 | cli/diff           | schema |
 | cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, refhost/api, schema, text |
-| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, machine, session, worker, terminal, collect, refhost/api, schema, base, text |
+| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
 | tests              | anything |
 | fuzz               | anything |
