@@ -70,7 +70,7 @@ void keepAttributes(int from, int to) {
     keepExtendedAttributes(from, to);
     mode_t mode = former.st_mode & kAllBits;
     if (present.st_uid != former.st_uid || present.st_gid != former.st_gid) mode &= kPermissions;
-    if (present.st_gid != former.st_gid) mode &= ~S_IRWXG | (mode & S_IRWXO) << 3;
+    if (present.st_gid != former.st_gid) mode &= ~mode_t{S_IRWXG} | (mode & S_IRWXO) << 3U;
     (void)::fchmod(to, mode);  // where permissions are not kept, none need to be set
 }
 
