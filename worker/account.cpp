@@ -77,8 +77,7 @@ std::string Account::subject() const {
         const std::uint32_t before = subjectTurn.load(std::memory_order_acquire);
         const char* const latestText = subjectTexts[before % 2];
         text.assign(latestText, ::strnlen(latestText, sizeof subjectTexts[0]));
-        std::atomic_thread_fence(std::memory_order_acquire);
-        if (subjectTurn.load(std::memory_order_relaxed) == before) break;
+        if (subjectTurn.fetch_add(0, std::memory_order_acq_rel) == before) break;
     }
     return text;
 }

@@ -65,8 +65,10 @@ private:
     Stage stages[2];  // one is read while the other is written
     Stage usualStage;
     bool hasUsual = false;
-    std::atomic<std::uint32_t> subjectTurn{0};  // how many were said; the latest is in the place of that number
-    char subjectTexts[2][PATH_MAX + 64] = {};   // one is read while the other is written
+    // How many were said; the latest is in the place of that number. A reader orders its reading by writing it
+    // unchanged.
+    mutable std::atomic<std::uint32_t> subjectTurn{0};
+    char subjectTexts[2][PATH_MAX + 64] = {};  // one is read while the other is written
     char usualText[PATH_MAX + 64] = "";
 };
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
