@@ -240,7 +240,7 @@ def crowded(count, mount):
     return inventory(*(partition(name, logicalDisks=[disk(name, mountPoints=[mount + name])]) for name in names))
 
 
-@pytest.mark.skipif(b"__asan_init" in open(COMMAND, "rb").read(),
+@pytest.mark.skipif(any(name in open(COMMAND, "rb").read() for name in (b"__asan_init", b"__tsan_init")),
                     reason="a sanitizer's own memory would be measured")
 class TestMemory:
     """What the comparison costs, beyond an empty run."""

@@ -369,6 +369,7 @@ def test_without_proc(open_to_all, whole, user):
     done = in_mount_namespace(open_to_all, f"mount -t tmpfs none /proc || exit 99; "
                                            "ASAN_OPTIONS=detect_leaks=0 "  # which would read /proc
                                            f"LD_LIBRARY_PATH={shlex.quote(libraries)} exec {shlex.join(command)}")
-    assert (done.returncode, done.stderr) == (0, b"")
+    # A sanitizer remarks that it cannot read its own name.
+    assert (done.returncode, [line for line in done.stderr.splitlines() if not line.startswith(b"==")]) == (0, [])
     assert (open_to_all / "out").read_bytes() == whole
     assert os.listdir(open_to_all) == ["out"]
