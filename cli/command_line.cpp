@@ -267,7 +267,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     refuseForeignOptions(given, command);
     Options options;
     options.run = command.run;
-    options.deliverKnown = command.deliverKnown;
+    options.deliver = command.deliver;
     options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
@@ -290,7 +290,6 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
     options.isForPeople = options.format == Format::kTable || (command.flags & kIsTree) != 0;
-    options.readsMachine = (command.flags & kReadsMachine) != 0;
     options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
     if (given.pluginFile && given.pluginFile->empty())
         wrongUsage("--plugin needs the name of a file, not an empty text");

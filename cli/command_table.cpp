@@ -15,7 +15,7 @@ constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
         {"tree",
-         &runTree,
+         &runCollection,
          nullptr,
          0,
          0,
@@ -32,7 +32,7 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt\n"
          "  diskmgt --all\n"
          "  diskmgt tree --bytes\n",
-         &deliverKnownTree},
+         &deliverTree},
         {"get",
          &runGet,
          "CLASS",
@@ -74,7 +74,7 @@ const std::vector<CommandDescription>& commands() {
          "DEVICE",
          0,
          kAnyNumber,
-         kLoadsPlugin | kReadsMachine,
+         kLoadsPlugin,
          {"table", "json"},
          "Why each device is or is not reported, and the rule that dropped it",
          "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
@@ -84,8 +84,7 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n",
-         &deliverKnownExplanation},
+         "  diskmgt explain --format json\n"},
         {"diff",
          &runDiff,
          "OLD NEW",
@@ -110,11 +109,11 @@ const std::vector<CommandDescription>& commands() {
          nullptr,
          "compares two documents, OLD and NEW"},
         {"export",
-         &runExport,
+         &runExportCollection,
          "FORMAT",
          1,
          1,
-         kLoadsPlugin | kReadsMachine,
+         kLoadsPlugin,
          {},
          "The whole inventory for programs: json, prometheus, mof or html",
          "json: drives with their partitions and logical disks nested, and the plain\n"
@@ -135,7 +134,7 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
          "  diskmgt export prometheus --output /var/lib/prometheus/node-exporter/diskmgt.prom\n"
          "  diskmgt export html --output disks.html\n",
-         &deliverKnownExport,
+         &deliverExport,
          "takes one format: json, prometheus, mof or html"},
         {"classes",
          &runClasses,
@@ -187,7 +186,7 @@ const CommandDescription* findCommand(const std::string& name) {
 
 const CommandDescription& defaultCommand() {
     static const CommandDescription tree = {
-        "", &runTree, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin | kIsTree, {}, "", "", &deliverKnownTree};
+        "", &runCollection, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin | kIsTree, {}, "", "", &deliverTree};
     return tree;
 }
 

@@ -20,7 +20,6 @@ enum CommandFlags : unsigned {
     kTouchesNothing = 32,  // neither devices nor files nor a plug-in
     kHasCsvSafe = 64,
     kLoadsPlugin = 128,   // --plugin, --log-level and --virtual-device: they are for the host and what it loads
-    kReadsMachine = 256,  // the kernel's account
     kIsTree = 512         // a tree for people, in the only format there is
 };
 
@@ -34,7 +33,7 @@ struct CommandDescription {
     std::vector<std::string> formats;  // the first is the default; none: the command has no --format
     const char* summary;
     const char* details;  // the text below the options in its help
-    DeliverFunction deliverKnown = nullptr;
+    DeliverFunction deliver = nullptr;
     const char* operandRule = nullptr;  // what the complaint about a wrong number of operands says, behind the name
 };
 

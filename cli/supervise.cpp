@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "inventory/machine_account.h"
+#include "worker/early_end.h"
 #include "worker/standard_output.h"
 #include "worker/watch.h"
 
@@ -29,6 +30,7 @@ namespace diskmgt {
 
 namespace {
 
+using worker::EarlyEnd;
 using worker::Outcome;
 using worker::Stage;
 using worker::Worker;
@@ -93,51 +95,65 @@ class Supervision {
 public:
     explicit Supervision(const Options& asked) : options(asked) {}
 
-    int run() {
-        const Outcome outcome = watched([this] { return runHere(options); }, options.timeoutSeconds, true);
-        switch (outcome.how) {
-            case Outcome::How::kInterrupted:
-                signals.dieBy(outcome.signalNumber);
-            case Outcome::How::kGivenUp:
-                return leave(outcome);
-            case Outcome::How::kEnded:
-                break;
-        }
-        return statusOf(outcome);
-    }
+    int run() { return options.deliver == nullptr ? runWhole() : runInTwo(); }
 
 private:
-    Outcome watched(const std::function<int()>& work, double limitSeconds, bool isFirst) {
+    int runWhole() {
+        const Outcome outcome = watched([this] { return runHere(options); }, options.timeoutSeconds, false);
+        return endOf(outcome).status;
+    }
+
+    /// One process collects CIM's account while this one reads the machine's; another one then writes both. Neither can
+    /// cost more than its own part.
+    int runInTwo() {
+        const Outcome collected = watched([this] { return runHere(options); }, options.timeoutSeconds, true);
+        const EarlyEnd end = endOf(collected);
+        if (end.status == kWrongUsage) return kWrongUsage;
+        const auto deliver = [this, &collected, &end] {
+            return endedInWords([&] { return options.deliver(options, collected.known, end); });
+        };
+        const Outcome delivered = watched(deliver, std::max(kDeliverySeconds, options.timeoutSeconds), false);
+        return std::max(endOf(delivered).status, end.status);
+    }
+
+    Outcome watched(const std::function<int()>& work, double limitSeconds, bool collects) {
         Worker::Wants wants;
-        wants.makesKnown = isFirst && options.deliverKnown != nullptr;
+        wants.makesKnown = collects;
         wants.keptDescriptors = descriptorsNamed(options);
         wants.prepare = [this] { signals.restore(); };
         worker::account().reset(writing(options, limitSeconds), "writing " + options.outputFile);
         Worker started(work, wants);
+        if (collects) (void)machineAccount();
         // Not on the stack, whose every page a large frame touches.
         return std::make_unique<worker::Watch>(started, signals)->run();
     }
 
-    int leave(const Outcome& outcome) {
-        sayGaveUp(outcome);
-        if (options.deliverKnown == nullptr || !outcome.stage.deliversKnown) return kTimedOut;
-        const auto deliver = [this, &outcome] {
-            return endedInWords([&] {
-                options.deliverKnown(options, outcome.known);
-                return kTimedOut;
-            });
-        };
-        const Outcome delivery = watched(deliver, kDeliverySeconds, false);
-        if (delivery.how == Outcome::How::kGivenUp) sayGaveUp(delivery);
-        if (delivery.how == Outcome::How::kInterrupted) signals.dieBy(delivery.signalNumber);
-        return kTimedOut;
+    /// Says in one sentence why the work ended before it was done, if it did.
+    EarlyEnd endOf(const Outcome& outcome) {
+        switch (outcome.how) {
+            case Outcome::How::kInterrupted:
+                signals.dieBy(outcome.signalNumber);
+            case Outcome::How::kGivenUp: {
+                const std::string what = gaveUp(outcome);
+                writeRemark(what + outcome.stage.consequence + "; allow more with --timeout SECONDS (0: no limit)");
+                return {"timed-out", "time ran out", "It " + what + ".", kTimedOut};
+            }
+            case Outcome::How::kEnded:
+                break;
+        }
+        const ExitStatus status = static_cast<ExitStatus>(statusOf(outcome));
+        if (WIFSIGNALED(outcome.waitStatus))
+            return {"crashed", "the plug-in crashed", "The process that collected it crashed.", status};
+        if (status == kPluginUnusable) return {"plugin-unusable", "no plug-in", "The plug-in cannot be used.", status};
+        if (!worker::account().isNoted())
+            return {"ended", "ended early", "The process that collected it ended.", status};
+        return {"", "", "", status};
     }
 
-    static void sayGaveUp(const Outcome& outcome) {
+    static std::string gaveUp(const Outcome& outcome) {
         char seconds[32];
         (void)std::snprintf(seconds, sizeof seconds, "%g s", outcome.stage.limitSeconds);
-        writeRemark("gave up after " + std::string(seconds) + " while " + outcome.whatWasDone +
-                    outcome.stage.consequence + "; allow more with --timeout SECONDS (0: no limit)");
+        return "gave up after " + std::string(seconds) + " while " + outcome.whatWasDone;
     }
 
     int statusOf(const Outcome& outcome) {
@@ -196,7 +212,6 @@ int runHere(const Options& options) {
 
 int runSupervised(const Options& options) {
     return endedInWords([&options] {
-        if (options.readsMachine) (void)machineAccount();
         worker::shareAccount();
         standard_output::learn();
         return static_cast<ExitStatus>(Supervision(options).run());

@@ -1,14 +1,17 @@
-// The inventory as one JSON document, the form that other programs and `diff` read.
+// The document of `export json`. Its form is stable; docs/INVENTORY-JSON.md describes it.
 #pragma once
 
 #include <string>
 
-#include "inventory/inventory.h"
+#include "inventory/server_account.h"
 
 namespace diskmgt {
 
-/// Described by share/inventory.schema.json and docs/INVENTORY-JSON.md: keys are never removed or renamed, sizes and
-/// places are bytes, what is unknown is left out.
-std::string inventoryJson(const Inventory& inventory);
+struct DocumentChoices {
+    bool compact = false;  // without the plain instances
+    bool all = false;      // pseudo file systems listed, not only counted
+};
+
+std::string inventoryJson(const ServerAccount& account, const DocumentChoices& choices);
 
 }  // namespace diskmgt

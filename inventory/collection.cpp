@@ -1,16 +1,12 @@
-// One request per class, so that what one class cannot answer does not cost the others.
 #include "inventory/collection.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "inventory/observation.h"
-#include "inventory/stalling_nodes.h"
-#include "session/class_plan.h"
+#include "schema/vocabulary.h"
 #include "session/packed_classes.h"
-#include "session/request_failure.h"
 #include "text/wording.h"
-#include "worker/worker.h"
 
 namespace diskmgt {
 
@@ -18,88 +14,61 @@ namespace {
 
 const char* const kHostingSystem = "VEXSG_ComputerSystem";
 
-/// What is known by and by.
-struct Collected {
+Published readPublished(PluginSession& session, const std::string& known, Beginning& beginning,
+                        const CollectedFacts& facts) {
     Published published;
-    Beginning beginning;
-
-    Inventory arranged(const Observations& observations) {
-        Inventory inventory = arrangeInventory(std::move(published), observations);
-        inventory.collectedAt = beginning.time;
-        inventory.durationSeconds = beginning.secondsAgo();
-        return inventory;
+    published.systems = session.host().instances(kHostingSystem);
+    published.missingClasses = inventoryClasses();
+    const auto declarationOf = [&session](const std::string& name) { return session.host().findClass(name); };
+    for (ServedClass& served : unpacked(known, beginning, declarationOf)) {
+        const std::string& name = served.published.declaration->name;
+        std::vector<std::string>& missing = published.missingClasses;
+        missing.erase(std::remove(missing.begin(), missing.end(), name), missing.end());
+        if (!served.failure.empty()) published.failures.push_back({name, std::move(served.failure)});
+        published.classes.push_back(std::move(served.published));
     }
-};
-
-Collected nothingYet(PluginSession& session) {
-    Collected collected;
-    collected.published.systems = session.host().instances(kHostingSystem);
-    collected.published.missingClasses = inventoryClasses();
-    return collected;
-}
-
-void add(ServedClass served, Published& published) {
-    const std::string& name = served.published.declaration->name;
-    std::vector<std::string>& missing = published.missingClasses;
-    missing.erase(std::remove(missing.begin(), missing.end(), name), missing.end());
-    if (!served.failure.empty()) published.failures.push_back({name, std::move(served.failure)});
-    published.classes.push_back(std::move(served.published));
-}
-
-ServedClass serve(PluginSession& session, const std::string& className) {
-    ServedClass served;
-    served.failure = failureClause(session.request({className}));
-    served.published = {session.host().findClass(className), session.host().instances(className)};
-    return served;
-}
-
-/// Whether the class stays out: it would wait at a node, or pairs one that stays out.
-bool isToBeLeftOut(const std::string& className, PluginSession& session, std::vector<std::string>& leftOut,
-                   Published& published) {
-    const std::vector<std::string>& pairs = reliedOnBy(className);
-    const bool isPairing = std::any_of(pairs.begin(), pairs.end(),
-                                       [&leftOut](const std::string& needed) { return contains(leftOut, needed); });
-    const StallingNode node = stallingNodeOf(className, session.host().virtualDevices());
-    if (node) published.failures.push_back({className, node.sentence(), true});
-    if (!isPairing && !node) return false;
-    leftOut.push_back(className);
-    return true;
+    for (const std::string& className : published.missingClasses) {
+        const auto leftOut = facts.leftOut.find(className);
+        if (leftOut != facts.leftOut.end()) published.failures.push_back({className, leftOut->second.text, true});
+    }
+    return published;
 }
 
 }  // namespace
 
-Inventory collectInventory(PluginSession& session) {
-    Collected collected = nothingYet(session);
-    worker::makeKnown(packed(collected.beginning));
-    Observations observations;
-    {
-        const Deadline limit = session.startTimeLimit(true);
-        (void)session.load();
-        std::vector<std::string> leftOut;
-        for (const std::string& className : inventoryClasses()) {
-            if (isToBeLeftOut(className, session, leftOut, collected.published)) continue;
-            ServedClass served = serve(session, className);
-            worker::makeKnown(packed(served));
-            add(std::move(served), collected.published);
+Collection readCollection(PluginSession& session, const std::string& known, const worker::EarlyEnd& end) {
+    Collection collection;
+    collection.end = end;
+    collection.facts = unpackedFacts(known);
+    Beginning beginning;
+    Published published = readPublished(session, known, beginning, collection.facts);
+    const Observations observations = observe(published, collection.facts.figures);
+    collection.inventory = arrangeInventory(std::move(published), observations);
+    collection.inventory.collectedAt = beginning.time;
+    collection.inventory.durationSeconds = beginning.secondsAgo();
+    return collection;
+}
+
+ExitStatus reportFailures(const Collection& collection) {
+    const Published& published = collection.inventory.published;
+    ExitStatus status = kDone;
+    std::vector<std::string> leftOut;
+    const ClassFailure* firstLeftOut = nullptr;
+    for (const ClassFailure& failure : published.failures) {
+        if (!failure.isLeftOut) {
+            if (status == kDone) status = reportFailure(failure.text);
+            continue;
         }
-        observations = observe(collected.published);
+        if (firstLeftOut == nullptr) firstLeftOut = &failure;
+        leftOut.push_back(failure.className);
     }
-    return collected.arranged(observations);
-}
-
-Inventory knownInventory(PluginSession& session, const std::string& known) {
-    Collected collected = nothingYet(session);
-    const auto declarationOf = [&session](const std::string& name) { return session.host().findClass(name); };
-    for (ServedClass& served : unpacked(known, collected.beginning, declarationOf))
-        add(std::move(served), collected.published);
-    return collected.arranged({});
-}
-
-ExitStatus reportFailures(const Inventory& inventory) {
-    const std::vector<ClassFailure>& failures = inventory.published.failures;
-    if (failures.empty()) return kDone;
-    if (failures.front().isLeftOut) return reportNotServed(inventory.published.missingClasses, failures.front().text);
-    return reportFailure(failures.front().text);
+    if (firstLeftOut != nullptr) status = reportNotServed(leftOut, firstLeftOut->text);
+    const bool isMountSilent =
+        collection.facts.figures &&
+        std::any_of(collection.facts.figures->begin(), collection.facts.figures->end(),
+                    [](const MountFigure& figure) { return figure.outcome == MountFigure::Outcome::kNoAnswer; });
+    if (isMountSilent) status = kTimedOut;
+    return std::max(status, collection.end.status);
 }
 
 }  // namespace diskmgt

@@ -1,21 +1,25 @@
-// Collects an inventory class by class, under the time limit.
+// What a collecting process made known, as the process that shows it has it.
 #pragma once
 
 #include <string>
 
+#include "inventory/collected_facts.h"
 #include "inventory/inventory.h"
 #include "session/plugin_session.h"
+#include "worker/early_end.h"
 
 namespace diskmgt {
 
-/// Loads the plug-in and collects the inventory, which is valid as long as the session. What each class gives is made
-/// known to the process that watches this worker.
-Inventory collectInventory(PluginSession& session);
+struct Collection {
+    Inventory inventory;  // by the published pairs
+    CollectedFacts facts;
+    worker::EarlyEnd end;  // of the collecting process
+};
 
-/// What the classes served before the time limit give, from what was made known. The session needs no plug-in.
-Inventory knownInventory(PluginSession& session, const std::string& known);
+/// The session needs no plug-in. It must outlive the collection.
+Collection readCollection(PluginSession& session, const std::string& known, const worker::EarlyEnd& end);
 
-/// Says in one sentence what failed while the inventory was collected, if anything did; the exit status that follows.
-ExitStatus reportFailures(const Inventory& inventory);
+/// Says in one sentence each what failed, unless that was said when the process ended; the exit status that follows.
+ExitStatus reportFailures(const Collection& collection);
 
 }  // namespace diskmgt

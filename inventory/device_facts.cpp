@@ -1,10 +1,14 @@
 // Questions about block devices. What decides is asked through the plug-in's own rules.
 #include "inventory/device_facts.h"
 
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <iterator>
+#include <unordered_set>
 
 #include "base/handles.h"
 #include "collect/sysfs_text.h"
@@ -31,11 +35,13 @@ void readSysfs(DeviceFacts& facts) {
     (void)std::from_chars(sectorSize.data(), sectorSize.data() + sectorSize.size(), facts.logicalSectorSize);
 }
 
-/// 0, or why the place of the first partition slot cannot be read: the parser skips such a device without a word.
-int slotReadError(int fd) {
-    char slot[sizeof(diskmgt_col::PartitionDescriptor)];
-    if (os::seekTo(fd, diskmgt_col::kSlotsOffset) < 0) return 0;
-    return os::readSome(fd, slot, sizeof slot) < 0 ? errno : 0;
+/// Reads the place of the slots: the parser skips a device that gives nothing there without a word.
+void readSlots(int fd, DeviceFacts& facts) {
+    constexpr std::size_t kSignature = diskmgt_col::kSectorSize - diskmgt_col::kSlotsOffset - 2;
+    unsigned char slots[kSignature + 2] = {};
+    if (os::seekTo(fd, diskmgt_col::kSlotsOffset) < 0) return;
+    if (os::readSome(fd, slots, sizeof slots) < 0) facts.readError = errno;
+    facts.hasBootSignature = slots[kSignature] == 0x55 && slots[kSignature + 1] == 0xaa;
 }
 
 void openAndMeasure(DeviceFacts& facts) {
@@ -47,11 +53,16 @@ void openAndMeasure(DeviceFacts& facts) {
     }
     facts.sizeBytes = measured.sizeBytes;
     if (!measured.sizeBytes) facts.sizeError = measured.error;
-    facts.readError = slotReadError(measured.device.get());
+    readSlots(measured.device.get(), facts);
     facts.tableCount = diskmgt_col::partitionCountOf(facts.path, &facts.table);
 }
 
 }  // namespace
+
+bool DeviceFacts::isRefused() const {
+    const bool isFactOfDevice = openError == ENOMEDIUM || openError == ENXIO || openError == ENODEV;
+    return isTried && openError != 0 && !isFactOfDevice && !isHiddenPath;
+}
 
 bool KernelList::has(const std::string& name) const { return contains(names, name); }
 
@@ -79,12 +90,27 @@ DeviceFacts examineDevice(const std::string& path, const KernelList& list,
     const std::string* const virtualEntry = diskmgt_col::virtualEntryFor(path, virtualDevices);
     if (virtualEntry != nullptr) facts.virtualEntry = *virtualEntry;
     facts.isCandidate = contains(diskmgt_col::candidateDisks(), path);
-    facts.hasNode = os::checkAccess(path) == 0;
+    struct stat node {};
+    facts.hasNode = ::stat(path.c_str(), &node) == 0;
+    if (facts.hasNode && S_ISBLK(node.st_mode))
+        facts.nodeNumber = {static_cast<std::uint32_t>(major(node.st_rdev)),
+                            static_cast<std::uint32_t>(minor(node.st_rdev))};
     if (facts.isListed) readSysfs(facts);
     if (!facts.isMeasuredAsDrive() && !facts.isCandidate) return facts;
-    facts.stalling = stallingNodeAt(path);
+    if (facts.hasNode && !facts.nodeNumber) facts.stalling = stallingNodeAt(path);
     if (!facts.stalling) openAndMeasure(facts);
     return facts;
+}
+
+std::vector<std::string> presentCandidates() {
+    const diskmgt_col::UniqueDirectory directory(os::openDirectory("/dev"));
+    if (directory == nullptr) return diskmgt_col::candidateDisks();
+    std::unordered_set<std::string> names;  // listing them once is cheaper than asking for each candidate
+    while (const char* const name = os::nextEntryName(directory.get())) names.insert(name);
+    std::vector<std::string> present;
+    for (const std::string& path : diskmgt_col::candidateDisks())
+        if (names.count(diskmgt_col::sysfsNameOf(path)) != 0) present.push_back(path);
+    return present;
 }
 
 std::vector<DeviceFacts> examineAllDevices(const KernelList& list, const std::vector<std::string>& virtualDevices,
@@ -93,11 +119,9 @@ std::vector<DeviceFacts> examineAllDevices(const KernelList& list, const std::ve
     devices.reserve(list.names.size());
     for (const std::string& name : list.names)
         devices.push_back(examineDevice("/dev/" + name, list, virtualDevices, progress));
-    for (const std::string& path : diskmgt_col::candidateDisks()) {
-        if (list.has(diskmgt_col::sysfsNameOf(path))) continue;
-        progress.nowAt("asking about " + path);
-        if (os::checkAccess(path) == 0) devices.push_back(examineDevice(path, list, virtualDevices, progress));
-    }
+    for (const std::string& path : presentCandidates())
+        if (!list.has(diskmgt_col::sysfsNameOf(path)))
+            devices.push_back(examineDevice(path, list, virtualDevices, progress));
     return devices;
 }
 

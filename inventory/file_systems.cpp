@@ -49,15 +49,15 @@ std::string plainPath(const std::string& path) {
 
 void UntouchablePlaces::add(const std::string& mountPoint) {
     std::string place = plainPath(mountPoint);
-    if (place.size() > 1) places.push_back(std::move(place));
+    if (place.size() > 1) places.insert(std::move(place));
 }
 
 bool UntouchablePlaces::cover(const std::string& path) const {
+    if (places.empty()) return false;
     const std::string plain = plainPath(path);
-    return std::any_of(places.begin(), places.end(), [&plain](const std::string& place) {
-        return plain.compare(0, place.size(), place) == 0 &&
-               (plain.size() == place.size() || plain[place.size()] == '/');
-    });
+    for (std::size_t end = plain.size(); end > 0 && end != std::string::npos; end = plain.rfind('/', end - 1))
+        if (places.count(plain.substr(0, end)) != 0) return true;
+    return false;
 }
 
 }  // namespace diskmgt

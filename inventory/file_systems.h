@@ -3,7 +3,7 @@
 #pragma once
 
 #include <string>
-#include <vector>
+#include <unordered_set>
 
 namespace diskmgt {
 
@@ -23,7 +23,7 @@ public:
     bool cover(const std::string& path) const;
 
 private:
-    std::vector<std::string> places;
+    std::unordered_set<std::string> places;
 };
 
 }  // namespace diskmgt

@@ -1,9 +1,8 @@
 #include "inventory/observation.h"
 
-#include <sys/statvfs.h>
-
 #include <charconv>
 #include <system_error>
+#include <unordered_map>
 
 #include "collect/device_rules.h"
 #include "collect/mount_rules.h"
@@ -58,22 +57,25 @@ void observeDrives(const Published& published, Observations& observations) {
     }
 }
 
+void observeSpace(const MountFigures& figures, Observations& observations) {
+    observations.isSpaceMeasured = true;
+    std::unordered_map<std::uint64_t, std::uint64_t> availableById;
+    for (const MountFigure& figure : figures)
+        if (figure.outcome == MountFigure::Outcome::kMeasured && figure.space.available)
+            availableById[figure.mountId] = *figure.space.available;
+    for (const diskmgt_machine::Mount& mount : machineAccount().mounts) {
+        const auto available = availableById.find(mount.id);
+        if (available != availableById.end()) observations.availableBytes[mount.mountPoint] = available->second;
+    }
+}
+
 }  // namespace
 
-Observations observe(const Published& published) {
+Observations observe(const Published& published, const std::optional<MountFigures>& figures) {
     Observations observations;
     observeDrives(published, observations);
     observations.mountPoints = readMountPoints();
-    for (const refhost::Instance& instance : instancesOf(published, kLogicalDisk)) {
-        if (find(instance, kTotalSpace) == nullptr) continue;
-        const auto points = observations.mountPoints.find(textOf(instance, kDeviceId));
-        if (points == observations.mountPoints.end()) continue;
-        struct statvfs statistics;
-        if (::statvfs(points->second.front().c_str(), &statistics) == 0)
-            observations.availableBytes[points->second.front()] =
-                static_cast<std::uint64_t>(statistics.f_bavail) * statistics.f_frsize;
-    }
-    observations.isSpaceMeasured = true;
+    if (figures) observeSpace(*figures, observations);
     for (const refhost::Instance& instance : instancesOf(published, kDiskPartition)) {
         if (find(instance, kPartitionSubType) == nullptr) continue;  // GPT: the start follows from the entry
         if (const auto start = observedStart(textOf(instance, kDeviceId)))

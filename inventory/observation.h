@@ -2,11 +2,14 @@
 // write, where MBR partitions really start.
 #pragma once
 
+#include <optional>
+
 #include "inventory/inventory.h"
+#include "inventory/mount_figures.h"
 
 namespace diskmgt {
 
-/// Measures only what the plug-in has measured already, so nothing is mounted or waited for that was not before.
-Observations observe(const Published& published);
+/// Measures nothing. Without figures the space of no file system is known.
+Observations observe(const Published& published, const std::optional<MountFigures>& figures);
 
 }  // namespace diskmgt

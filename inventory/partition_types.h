@@ -17,4 +17,11 @@ std::string partitionTypeName(const refhost::Instance& partition, std::optional<
 /// By the type byte of an MBR entry, else by the PartitionType that stands for the type of a GPT entry.
 Purpose partitionPurpose(std::optional<unsigned> typeByte, std::optional<unsigned> type);
 
+/// The meaning of a partition's type as udev writes it: a GUID of a GPT entry or the type byte of an MBR entry, "0x83".
+/// Empty when it is not known.
+std::string partitionTypeNameOf(const std::string& type);
+
+/// "0x83".
+std::string typeByteText(unsigned typeByte);
+
 }  // namespace diskmgt

@@ -5,9 +5,6 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include <unordered_set>
-
-#include "base/handles.h"
 #include "collect/device_rules.h"
 #include "inventory/device_facts.h"
 #include "schema/vocabulary.h"
@@ -16,20 +13,8 @@ namespace diskmgt {
 
 namespace {
 
-/// Those of the paths that /dev has; listing it once is cheaper than asking for each. All when it cannot be listed.
-std::vector<std::string> presentAmong(const std::vector<std::string>& paths) {
-    const diskmgt_col::UniqueDirectory directory(diskmgt_col::os::openDirectory("/dev"));
-    if (directory == nullptr) return paths;
-    std::unordered_set<std::string> names;
-    while (const char* const name = diskmgt_col::os::nextEntryName(directory.get())) names.insert(name);
-    std::vector<std::string> present;
-    for (const std::string& path : paths)
-        if (names.count(diskmgt_col::sysfsNameOf(path)) != 0) present.push_back(path);
-    return present;
-}
-
 StallingNode stallingCandidate() {
-    for (const std::string& path : presentAmong(diskmgt_col::candidateDisks()))
+    for (const std::string& path : presentCandidates())
         if (StallingNode found = stallingNodeAt(path)) return found;
     return {};
 }

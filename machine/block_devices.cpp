@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 #include "machine/texts.h"
 
@@ -98,6 +99,17 @@ std::optional<std::uint64_t> partitionNumberIn(std::string_view name, std::strin
         name.remove_prefix(1);
     }
     return decimalFrom(name);
+}
+
+std::string transportIn(std::string_view sysfsPath) {
+    // The first that occurs: a SAS or USB bridge may lead to a SATA disk.
+    constexpr std::pair<std::string_view, const char*> kSigns[] = {
+        {"/usb", "usb"},   {"/session", "iscsi"}, {"/rport-", "fc"}, {"/end_device-", "sas"}, {"/ata", "sata"},
+        {"/nvme", "nvme"}, {"/mmc", "mmc"},       {"/vbd-", "xen"},  {"/virtio", "virtio"},
+    };
+    for (const auto& [sign, transport] : kSigns)
+        if (sysfsPath.find(sign) != std::string_view::npos) return transport;
+    return {};
 }
 
 bool comesBeforeNaturally(const std::string& one, const std::string& other) {

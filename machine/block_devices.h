@@ -47,6 +47,7 @@ struct BlockDevice {
     std::string volumeUuid;   // begins with its kind
     std::string level;        // of an array
     std::string backingFile;  // of a loop device
+    std::string transport;    // of a disk: "usb", "sata", ...; empty: unknown
     DriveIdentity identity;
 
     // Positions in BlockDevices::devices, ascending.
@@ -78,6 +79,10 @@ VolumeKind volumeKindFrom(std::string_view uuid);
 std::string diskOfPath(std::string_view name);
 /// The number of a partition, from its name and its disk's: 2 for sda2 of sda, 1 for md0p1 of md0.
 std::optional<std::uint64_t> partitionNumberIn(std::string_view name, std::string_view disk);
+
+/// How a disk is attached, from the path of its folder in sysfs, such as
+/// "../devices/pci0000:00/0000:00:1f.2/ata1/host0/target0:0:0/0:0:0:0/block/sda"; empty when it does not tell.
+std::string transportIn(std::string_view sysfsPath);
 
 /// The order that people expect: sda, sda1, sda2, sda10, sdb, sdz, sdaa.
 bool comesBeforeNaturally(const std::string& one, const std::string& other);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <limits>
 #include <string_view>
 #include <unordered_map>
@@ -121,6 +122,9 @@ private:
         device.level = entry.lineBelow("md", "level");
         device.backingFile = entry.lineBelow("loop", "backing_file");
         device.identity = entry.identity();
+        char target[PATH_MAX];
+        const ssize_t length = diskmgt_col::os::readLink(std::string(kBlockFolder) + "/" + name, target, sizeof target);
+        if (length > 0) device.transport = transportIn({target, static_cast<std::size_t>(length)});
         device.kind = kindOf(device, entry);
         if (device.kind == Kind::kPartition) device.partitionNumber = volumeKindFrom(device.volumeUuid).partitionNumber;
         if (device.kind == Kind::kPath) paths.emplace_back(device.name, nodeOfSysfsName(diskOfPath(name)));

@@ -12,18 +12,18 @@ namespace diskmgt {
 ExitStatus runClasses(const Options& options);
 ExitStatus runDiff(const Options& options);
 ExitStatus runExplain(const Options& options);
-ExitStatus runExport(const Options& options);
 ExitStatus runGet(const Options& options);
 ExitStatus runPlugin(const Options& options);
 ExitStatus runProbe(const Options& options);
 /// Prints the text that the options hold: help or the version.
 ExitStatus runShowText(const Options& options);
 ExitStatus runTrace(const Options& options);
-ExitStatus runTree(const Options& options);
 
-// What is written when time ran out, from what was made known by then.
-void deliverKnownExplanation(const Options& options, const std::string& known);
-void deliverKnownExport(const Options& options, const std::string& known);
-void deliverKnownTree(const Options& options, const std::string& known);
+/// Collects CIM's account and makes it known; writes nothing. The functions below write.
+ExitStatus runCollection(const Options& options);
+/// The same for an export, whose format is checked first.
+ExitStatus runExportCollection(const Options& options);
+ExitStatus deliverExport(const Options& options, const std::string& known, const worker::EarlyEnd& end);
+ExitStatus deliverTree(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 
 }  // namespace diskmgt

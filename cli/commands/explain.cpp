@@ -98,10 +98,4 @@ ExitStatus runExplain(const Options& options) {
     return reportFailures(answered.served);
 }
 
-void deliverKnownExplanation(const Options& options, const std::string& known) {
-    Output output(options.outputFile);
-    output.write(known);
-    output.finish();
-}
-
 }  // namespace diskmgt

@@ -1,4 +1,5 @@
-// export: the whole inventory for other programs. Past the time limit the classes served so far are still delivered.
+// export: the whole inventory for other programs. What is known by the time limit is still delivered.
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -6,14 +7,15 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/session_options.h"
 
-#include "cli/commands/rights.h"
 #include "cli/io/output.h"
 #include "formats/inventory_html.h"
 #include "formats/inventory_json.h"
 #include "formats/inventory_mof.h"
 #include "formats/inventory_prometheus.h"
 #include "inventory/collection.h"
-#include "schema/vocabulary.h"
+#include "inventory/completeness.h"
+#include "inventory/machine_account.h"
+#include "inventory/server_account.h"
 #include "terminal/remarks.h"
 #include "text/readable_text.h"
 #include "text/wording.h"
@@ -24,15 +26,24 @@ namespace {
 
 struct ExportForm {
     const char* name;
-    std::string (*write)(const Inventory& inventory);
+    std::string (*write)(const ServerAccount& account, const Options& options);
     std::string (*remark)(const Inventory& inventory);  // what is said on standard error; null: never anything
 };
 
+std::string document(const ServerAccount& account, const Options& options) {
+    return inventoryJson(account, {options.compact, options.all});
+}
+
+template <std::string (*write)(const Inventory&)>
+std::string ofPairs(const ServerAccount& account, const Options& /*options*/) {
+    return write(account.inventory());
+}
+
 constexpr ExportForm kForms[] = {
-    {"json", &inventoryJson, nullptr},
-    {"prometheus", &inventoryMetrics, nullptr},
-    {"mof", &inventoryMof, &mofRemark},
-    {"html", &inventoryPage, nullptr},
+    {"json", &document, nullptr},
+    {"prometheus", &ofPairs<&inventoryMetrics>, nullptr},
+    {"mof", &ofPairs<&inventoryMof>, &mofRemark},
+    {"html", &ofPairs<&inventoryPage>, nullptr},
 };
 
 const ExportForm& formNamed(const std::string& name) {
@@ -45,14 +56,6 @@ const ExportForm& formNamed(const std::string& name) {
         kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + R"("; see "diskmgt export --help")");
 }
 
-std::vector<std::string> emptyClasses(const Inventory& inventory) {
-    std::vector<std::string> empty;
-    if (inventory.drives.empty()) empty.emplace_back(diskmgt_col::kDiskDrive);
-    if (inventory.partitions.empty()) empty.emplace_back(diskmgt_col::kDiskPartition);
-    if (inventory.logicalDisks.empty()) empty.emplace_back(diskmgt_col::kLogicalDisk);
-    return empty;
-}
-
 /// Names are chosen by whoever mounts: on a terminal none of their control characters may act.
 std::string escapedLines(const std::string& lines) {
     std::string text;
@@ -62,30 +65,28 @@ std::string escapedLines(const std::string& lines) {
     return text + escapedControls(lines.substr(start));
 }
 
-void deliver(const Inventory& inventory, const ExportForm& form, Output& output) {
-    const std::string text = form.write(inventory);
-    output.write(output.isTerminal() ? escapedLines(text) : text);
-    output.finish();
-    const std::string remark = form.remark == nullptr ? "" : form.remark(inventory);
-    if (!remark.empty()) writeRemark(remark);
-}
-
 }  // namespace
 
-void deliverKnownExport(const Options& options, const std::string& known) {
-    PluginSession session(sessionOptions(options));
-    Output output(options.outputFile);
-    deliver(knownInventory(session, known), formNamed(options.operands.front()), output);
+ExitStatus runExportCollection(const Options& options) {
+    (void)formNamed(options.operands.front());
+    return runCollection(options);
 }
 
-ExitStatus runExport(const Options& options) {
+ExitStatus deliverExport(const Options& options, const std::string& known, const worker::EarlyEnd& end) {
     const ExportForm& form = formNamed(options.operands.front());
     PluginSession session(sessionOptions(options));
     Output output(options.outputFile);
-    const Inventory inventory = collectInventory(session);
-    deliver(inventory, form, output);
-    remarkOnMissingRights(emptyClasses(inventory));
-    return reportFailures(inventory);
+    Collection collection = readCollection(session, known, end);
+    const ServerAccount account = joinAccounts(machineAccount(), collection);
+    const std::string text = form.write(account, options);
+    output.write(output.isTerminal() ? escapedLines(text) : text);
+    output.finish();
+    const std::string remark = form.remark == nullptr ? "" : form.remark(collection.inventory);
+    if (!remark.empty()) writeRemark(remark);
+    const ExitStatus status = reportFailures(collection);
+    if (account.isComplete()) return status;
+    if (status == kDone) writeRemark(incompleteSentence(account));
+    return std::max(status, kFailureReported);
 }
 
 }  // namespace diskmgt

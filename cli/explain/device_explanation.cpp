@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "cli/explain/device_reasons.h"
+#include "inventory/device_reasons.h"
 #include "text/wording.h"
 
 namespace diskmgt {

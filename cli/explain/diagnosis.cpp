@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <functional>
 
-#include "cli/explain/device_reasons.h"
-#include "cli/explain/failure_text.h"
+#include "inventory/device_reasons.h"
+#include "inventory/failure_text.h"
 #include "text/wording.h"
 
 namespace diskmgt {

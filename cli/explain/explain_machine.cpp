@@ -3,7 +3,7 @@
 #include "cli/explain/device_explanation.h"
 #include "cli/explain/device_use.h"
 #include "cli/explain/diagnosis.h"
-#include "cli/explain/mount_reasons.h"
+#include "cli/explain/mount_explanation.h"
 
 namespace diskmgt {
 

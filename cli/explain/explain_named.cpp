@@ -6,7 +6,7 @@
 #include "base/os.h"
 #include "cli/explain/device_explanation.h"
 #include "cli/explain/device_use.h"
-#include "cli/explain/mount_reasons.h"
+#include "cli/explain/mount_explanation.h"
 #include "inventory/device_facts.h"
 #include "inventory/mount_facts.h"
 #include "machine/texts.h"

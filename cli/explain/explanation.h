@@ -6,18 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "inventory/reason.h"
+
 namespace diskmgt {
-
-struct Reason {
-    std::string rule;   // a stable name, such as "dm-prefix"
-    std::string brief;  // a few words for a table; empty: not worth a place there
-    std::string text;   // whole sentences
-};
-
-struct Verdict {
-    bool isReported = false;
-    std::vector<Reason> reasons;
-};
 
 struct MountedOn {
     std::string source;

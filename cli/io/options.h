@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "text/command_error.h"
+#include "worker/early_end.h"
 
 namespace diskmgt {
 
@@ -14,18 +15,18 @@ enum class ColorChoice { kAuto, kAlways, kNever };
 struct Options;
 /// Does what a command is for: see commands.h.
 using CommandFunction = ExitStatus (*)(const Options& options);
-/// Writes what was made known before time ran out.
-using DeliverFunction = void (*)(const Options& options, const std::string& known);
+/// Writes what a process that ran `run` made known, whether it came to its end or not.
+using DeliverFunction = ExitStatus (*)(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 
 struct Options {
     CommandFunction run = nullptr;
-    DeliverFunction deliverKnown = nullptr;  // null: nothing is delivered past the limit
-    bool readsMachine = false;               // the kernel's account is wanted
+    DeliverFunction deliver = nullptr;  // null: `run` delivers; else `run` collects CIM's account and writes nothing
     bool isForPeople = false;                // columns are laid out by the width of texts
     bool mayStall = true;                    // the work may never come back
     std::vector<std::string> operands;       // class names or files, in the order given
     bool exact = false;                      // no earlier request for the classes an association relies on
     bool all = false;                        // tree: what is on no drive too
+    bool compact = false;                    // export json: without the plain instances
     bool bytes = false;                      // tree: sizes in bytes
     bool space = false;                      // diff: free space too
     std::vector<std::string> columns;        // get: only these properties, in this order; empty: all

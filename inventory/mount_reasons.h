@@ -1,12 +1,12 @@
 // Why a mount is or is not a logical disk, and whose space it shows.
 #pragma once
 
-#include "cli/explain/explanation.h"
 #include "inventory/mount_facts.h"
+#include "inventory/reason.h"
 
 namespace diskmgt {
 
 /// `updateError`: why the mount table could not be opened for update; 0: it could.
-MountExplanation explainMount(const MountFacts& mount, int updateError);
+Verdict judgeMount(const MountFacts& mount, int updateError);
 
 }  // namespace diskmgt

@@ -1,21 +1,15 @@
-#include "cli/explain/mount_reasons.h"
+#include "inventory/mount_reasons.h"
 
 #include <cerrno>
 #include <cstring>
 
-#include "cli/explain/failure_text.h"
+#include "inventory/failure_text.h"
 
 namespace diskmgt {
 
 namespace {
 
 using diskmgt_col::MeasuredPath;
-
-SpaceFigures figuresOf(const MountFacts& mount) {
-    if (!mount.measured) return SpaceFigures::kNotAsked;
-    if (*mount.measured == MeasuredPath::kMountPoint) return SpaceFigures::kMountPoint;
-    return *mount.measured == MeasuredPath::kSource ? SpaceFigures::kSource : SpaceFigures::kNone;
-}
 
 Reason mayBlock(const std::string& rule, const std::string& brief, const std::string& what) {
     return {rule, brief + ", not measured here",
@@ -69,14 +63,10 @@ void addSpaceReason(const MountFacts& mount, std::vector<Reason>& reasons) {
 
 }  // namespace
 
-MountExplanation explainMount(const MountFacts& mount, int updateError) {
-    MountExplanation explanation;
-    explanation.source = mount.source;
-    explanation.mountPoint = mount.mountPoint;
-    explanation.type = mount.type;
-    explanation.logicalDisk.isReported = updateError == 0 && !mount.isLater;
-    explanation.space = figuresOf(mount);
-    std::vector<Reason>& reasons = explanation.logicalDisk.reasons;
+Verdict judgeMount(const MountFacts& mount, int updateError) {
+    Verdict verdict;
+    verdict.isReported = updateError == 0 && !mount.isLater;
+    std::vector<Reason>& reasons = verdict.reasons;
     if (updateError != 0) {
         reasons.push_back({"mount-table-not-opened", "mount table cannot be opened for update",
                            std::string("The mount table ") + diskmgt_col::kMountTable +
@@ -90,7 +80,7 @@ MountExplanation explainMount(const MountFacts& mount, int updateError) {
     } else {
         addSpaceReason(mount, reasons);
     }
-    return explanation;
+    return verdict;
 }
 
 }  // namespace diskmgt

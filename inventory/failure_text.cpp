@@ -1,4 +1,4 @@
-#include "cli/explain/failure_text.h"
+#include "inventory/failure_text.h"
 
 #include <unistd.h>
 

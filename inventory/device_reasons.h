@@ -1,8 +1,8 @@
 // Why a device is or is not a drive, and why its partitions are or are not there.
 #pragma once
 
-#include "cli/explain/explanation.h"
 #include "inventory/device_facts.h"
+#include "inventory/reason.h"
 
 namespace diskmgt {
 

@@ -1,9 +1,9 @@
-#include "cli/explain/device_reasons.h"
+#include "inventory/device_reasons.h"
 
 #include <cctype>
 #include <cerrno>
 
-#include "cli/explain/failure_text.h"
+#include "inventory/failure_text.h"
 #include "machine/texts.h"
 #include "text/wording.h"
 

@@ -1,0 +1,107 @@
+// One request per class, so that what one class cannot answer does not cost the others.
+#include "inventory/collector.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "inventory/collected_facts.h"
+#include "inventory/stalling_nodes.h"
+#include "machine/files.h"
+#include "schema/vocabulary.h"
+#include "session/class_plan.h"
+#include "session/packed_classes.h"
+#include "session/request_failure.h"
+#include "text/wording.h"
+#include "worker/worker.h"
+
+namespace diskmgt {
+
+namespace {
+
+class Collector {
+public:
+    explicit Collector(PluginSession& loaded)
+        : session(loaded), mounts(diskmgt_machine::mountsIn(diskmgt_machine::readWholeFile(kMountInfo).text)) {}
+
+    void run() {
+        worker::makeKnown(packed(Beginning()));
+        const Deadline limit = session.startTimeLimit(true);
+        lookAtMounts();  // before the plug-in may end everything: the figures are no part of its account
+        (void)session.load();
+        for (const std::string& className : inventoryClasses()) {
+            if (isLeftOut(className)) continue;
+            serve(className);
+            if (className == diskmgt_col::kDiskPartition) examineDevices();
+        }
+        if (!areDevicesExamined) examineDevices();  // the class that they follow was left out
+    }
+
+private:
+    static constexpr const char* kMountInfo = "/proc/self/mountinfo";
+
+    void serve(const std::string& className) {
+        ServedClass served;
+        served.failure = failureClause(session.request({className}));
+        served.published = {session.host().findClass(className), session.host().instances(className)};
+        worker::makeKnown(packed(served));
+    }
+
+    void examineDevices() {
+        areDevicesExamined = true;
+        Progress progress;
+        ExaminedDevices examined;
+        examined.list = readKernelList();
+        examined.devices = examineAllDevices(examined.list, session.host().virtualDevices(), progress);
+        worker::makeKnown(packed(examined));
+    }
+
+    void lookAtMounts() {
+        Progress progress;
+        progress.nowAt("measuring the mounted file systems");
+        const MountFigures figures = MountMeasuring(mounts).finish();
+        worker::makeKnown(packed(figures));
+        worker::makeKnown(packed(readMounts(progress)));
+        for (const MountFigure& figure : figures) {
+            if (figure.outcome != MountFigure::Outcome::kNoAnswer) continue;
+            const auto mount = std::find_if(mounts.begin(), mounts.end(),
+                                            [&figure](const auto& any) { return any.id == figure.mountId; });
+            leaveOut(diskmgt_col::kLogicalDisk,
+                     {"mount-does-not-answer", "a mount does not answer",
+                      "the file system mounted on " + mount->mountPoint + " (" + mount->type + ") does not answer"});
+            return;
+        }
+    }
+
+    void leaveOut(const std::string& className, const Reason& reason) {
+        leftOut[className] = reason;
+        worker::makeKnown(packedLeftOut(className, reason));
+    }
+
+    /// Whether the class stays out: it would wait, or pairs one that stays out.
+    bool isLeftOut(const std::string& className) {
+        if (leftOut.count(className) != 0) return true;
+        for (const std::string& needed : reliedOnBy(className)) {
+            const auto missing = leftOut.find(needed);
+            if (missing == leftOut.end()) continue;
+            leaveOut(className, Reason(missing->second));
+            return true;
+        }
+        const StallingNode node = stallingNodeOf(className, session.host().virtualDevices());
+        if (node) leaveOut(className, {"not-a-block-device", "not a block device", node.sentence()});
+        return static_cast<bool>(node);
+    }
+
+    PluginSession& session;
+    const std::vector<diskmgt_machine::Mount> mounts;
+    std::map<std::string, Reason> leftOut;
+    bool areDevicesExamined = false;
+};
+
+}  // namespace
+
+void collectAccount(PluginSession& session) { Collector(session).run(); }
+
+}  // namespace diskmgt

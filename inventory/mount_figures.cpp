@@ -1,0 +1,162 @@
+#include "inventory/mount_figures.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
+#include "inventory/file_system_groups.h"
+#include "inventory/file_systems.h"
+#include "worker/account.h"
+
+namespace diskmgt {
+
+namespace {
+
+using diskmgt_machine::Mount;
+using Outcome = MountFigure::Outcome;
+
+constexpr std::int64_t kPatienceNs = 1000000000;  // for all together
+constexpr std::size_t kMostAtOnce = 256;          // processes
+
+/// Whether what is at the mount point is the mount itself. Where the kernel does not give mounts a number, the file
+/// system's decides, except for btrfs, whose subvolumes have numbers of their own.
+bool isItself(const Mount& mount, const struct statx& found) {
+    if ((found.stx_mask & STATX_MNT_ID) != 0 && found.stx_mnt_id == mount.id) return true;
+    const bool isSameNumber =
+        found.stx_dev_major == mount.number.majorNumber && found.stx_dev_minor == mount.number.minorNumber;
+    return isSameNumber || ((found.stx_mask & STATX_MNT_ID) == 0 && mount.type == "btrfs");
+}
+
+/// May never come back, unless the file system is local.
+MountFigure measured(const Mount& mount) {
+    MountFigure figure;
+    figure.mountId = mount.id;
+    figure.outcome = Outcome::kFailed;
+    struct statx found {};
+    // The mount point is the root of what is mounted there, so an automount that covers it by now is not mounted.
+    if (::statx(AT_FDCWD, mount.mountPoint.c_str(), AT_NO_AUTOMOUNT, STATX_MNT_ID, &found) != 0) {
+        figure.error = errno;
+        return figure;
+    }
+    if (!isItself(mount, found)) {
+        figure.outcome = Outcome::kHidden;
+        return figure;
+    }
+    struct statvfs statistics {};
+    if (::statvfs(mount.mountPoint.c_str(), &statistics) != 0) {
+        figure.error = errno;
+        return figure;
+    }
+    const auto bytes = [&statistics](fsblkcnt_t blocks) {
+        return static_cast<std::uint64_t>(blocks) * statistics.f_frsize;
+    };
+    figure.outcome = Outcome::kMeasured;
+    figure.space = {bytes(statistics.f_blocks), bytes(statistics.f_bfree), bytes(statistics.f_bavail), false};
+    return figure;
+}
+
+bool isLocal(const Mount& mount, FileSystemGroup group) {
+    return group == FileSystemGroup::kMemory || group == FileSystemGroup::kDevice || mount.type == "btrfs";
+}
+
+[[noreturn]] void answerInChild(const Mount& mount, int answer) {
+    (void)::close_range(0, static_cast<unsigned>(answer) - 1, 0);
+    (void)::close_range(static_cast<unsigned>(answer) + 1, ~0U, 0);
+    const MountFigure figure = measured(mount);
+    (void)!::write(answer, &figure, sizeof figure);  // at once, because a pipe takes a page whole
+    ::_exit(0);
+}
+
+}  // namespace
+
+MountMeasuring::MountMeasuring(const std::vector<Mount>& mounts) {
+    UntouchablePlaces untouchable;
+    for (const Mount& mount : mounts) {
+        const FileSystemGroup group = groupOf(mount);
+        const bool isAutomount = mount.type == "autofs";
+        if (isAutomount || (group != FileSystemGroup::kPseudo && !isLocal(mount, group)))
+            untouchable.add(mount.mountPoint);
+    }
+    for (const Mount& mount : mounts) {
+        const FileSystemGroup group = groupOf(mount);
+        if (group == FileSystemGroup::kPseudo) continue;
+        if (isLocal(mount, group) && !untouchable.cover(mount.mountPoint)) {
+            figures.push_back(measured(mount));
+            continue;
+        }
+        figures.push_back({mount.id, Outcome::kNoAnswer, 0, {}});
+        start(mount, figures.size() - 1);
+    }
+}
+
+MountMeasuring::~MountMeasuring() {
+    for (Outstanding& asked : outstanding) leave(asked);
+}
+
+void MountMeasuring::start(const Mount& mount, std::size_t position) {
+    if (endNs == 0) endNs = worker::steadyNanoseconds() + kPatienceNs;
+    gather(kMostAtOnce - 1);
+    MountFigure& figure = figures[position];
+    int ends[2];
+    if (outstanding.size() >= kMostAtOnce) return;  // so many do not answer that no time is left for this one
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
+        figure = {mount.id, Outcome::kFailed, errno, {}};
+        return;
+    }
+    const pid_t process = ::fork();
+    if (process == 0) answerInChild(mount, ends[1]);
+    (void)::close(ends[1]);
+    if (process > 0) {
+        outstanding.push_back({position, process, ends[0]});
+        return;
+    }
+    figure = {mount.id, Outcome::kFailed, errno, {}};
+    (void)::close(ends[0]);
+}
+
+void MountMeasuring::takeAnswer(Outstanding& asked) {
+    MountFigure answer;
+    if (::read(asked.answer, &answer, sizeof answer) == static_cast<ssize_t>(sizeof answer))
+        figures[asked.position] = answer;
+    leave(asked);
+}
+
+void MountMeasuring::leave(Outstanding& asked) {
+    (void)::close(asked.answer);
+    (void)::kill(asked.process, SIGKILL);
+    (void)::waitpid(asked.process, nullptr, WNOHANG);
+}
+
+void MountMeasuring::gather(std::size_t atMost) {
+    while (outstanding.size() > atMost) {
+        const std::int64_t left = std::max<std::int64_t>(endNs - worker::steadyNanoseconds(), 0);
+        std::vector<pollfd> waited;
+        waited.reserve(outstanding.size());
+        for (const Outstanding& asked : outstanding) waited.push_back({asked.answer, POLLIN, 0});
+        const int ready = ::poll(waited.data(), waited.size(), static_cast<int>((left + 999999) / 1000000));
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready <= 0) return;
+        for (std::size_t i = waited.size(); i-- > 0;) {
+            if (waited[i].revents == 0) continue;
+            takeAnswer(outstanding[i]);
+            outstanding.erase(outstanding.begin() + static_cast<std::ptrdiff_t>(i));
+        }
+    }
+}
+
+MountFigures MountMeasuring::finish() {
+    gather(0);
+    for (Outstanding& asked : outstanding) leave(asked);
+    outstanding.clear();
+    return std::move(figures);
+}
+
+}  // namespace diskmgt

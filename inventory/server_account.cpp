@@ -1,0 +1,429 @@
+#include "inventory/server_account.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+#include <utility>
+
+#include "inventory/cim_placement.h"
+#include "inventory/completeness.h"
+#include "inventory/device_reasons.h"
+#include "inventory/failure_text.h"
+#include "inventory/instance_values.h"
+#include "inventory/mount_reasons.h"
+#include "machine/texts.h"
+#include "schema/vocabulary.h"
+#include "text/wording.h"
+
+namespace diskmgt {
+
+namespace {
+
+using namespace diskmgt_col;  // the names of classes and properties
+using diskmgt_machine::BlockDevice;
+using diskmgt_machine::Kind;
+using State = CimAnswer::State;
+
+constexpr std::uint64_t kLowHalf = 0xffffffff;
+
+class Join {
+public:
+    Join(const diskmgt_machine::Machine& machine, Collection& known)
+        : collection(known), account(machine, known), unasked(account) {}
+
+    ServerAccount take() {
+        addMachine();
+        placeFacts();
+        joinDrives();
+        joinPartitions();
+        joinMounts();
+        addGaps(account);
+        return std::move(account);
+    }
+
+private:
+    const std::vector<BlockDevice>& blocks() const { return account.machine.blocks.devices; }
+    const Published& published() const { return collection.inventory.published; }
+
+    // --- the machine ---
+
+    void addMachine() {
+        account.devices.resize(blocks().size());
+        account.mounts.resize(account.machine.mounts.size());
+        for (std::size_t i = 0; i < blocks().size(); ++i) {
+            DeviceAccount& device = account.devices[i];
+            if (blocks()[i].number) device.udev = diskmgt_machine::readUdevRecord(*blocks()[i].number);
+            device.use = account.uses.of(i);
+            if (blocks()[i].disk && blocks()[i].kind == Kind::kPartition)
+                ++account.devices[*blocks()[i].disk].partitionsByKernel;
+            (isPartition(i) ? device.partition : device.drive).emplace();
+        }
+        for (std::size_t i = 0; i < account.machine.swaps.size(); ++i)
+            if (const auto device = account.uses.deviceNamed(account.machine.swaps[i].path))
+                account.devices[*device].swaps.push_back(i);
+        addMounts();
+        addFigures();
+    }
+
+    /// A partition of the kernel's; one of a volume is a volume.
+    bool isPartition(std::size_t position) const {
+        return blocks()[position].kind == Kind::kPartition && blocks()[position].disk;
+    }
+
+    void addMounts() {
+        std::map<std::pair<diskmgt_machine::DeviceNumber, std::string>, std::size_t> known;
+        for (std::size_t i = 0; i < account.machine.mounts.size(); ++i) {
+            const diskmgt_machine::Mount& mount = account.machine.mounts[i];
+            const std::vector<std::size_t>& on = account.uses.devicesOf(i);
+            FileSystemGroup group = groupOf(mount);
+            if (!on.empty()) {
+                account.mounts[i].group = FileSystemGroup::kDevice;
+                account.devices[on.front()].mounts.push_back(i);
+                for (std::size_t other = 1; other < on.size(); ++other)
+                    account.devices[on[other]].mountsAt = on.front();
+                continue;
+            }
+            if (group == FileSystemGroup::kDevice) group = FileSystemGroup::kOther;  // its device is not listed
+            account.mounts[i].group = group;
+            const auto [place, isNew] = known.try_emplace({mount.number, mount.type}, account.fileSystems.size());
+            if (isNew) account.fileSystems.push_back({group, {}});
+            account.fileSystems[place->second].mounts.push_back(i);
+        }
+    }
+
+    void addFigures() {
+        const std::vector<bool> isHidden = hiddenByLaterMount(account.machine.mounts);
+        std::unordered_map<std::uint64_t, const MountFigure*> byId;
+        if (collection.facts.figures)
+            for (const MountFigure& figure : *collection.facts.figures) byId[figure.mountId] = &figure;
+        for (std::size_t i = 0; i < account.mounts.size(); ++i) {
+            const auto figure = byId.find(account.machine.mounts[i].id);
+            MountAccount& mount = account.mounts[i];
+            const MountFigure* const found = figure == byId.end() ? nullptr : figure->second;
+            const std::string& point = account.machine.mounts[i].mountPoint;
+            if (isHidden[i] || (found != nullptr && found->outcome == MountFigure::Outcome::kHidden))
+                mount.reason = Reason{"hidden-by-later-mount", "hidden by a later mount",
+                                      "Another file system is reached at " + point + ", so this one was not measured."};
+            else if (found == nullptr || found->outcome == MountFigure::Outcome::kNotAsked)
+                continue;
+            else if (found->outcome == MountFigure::Outcome::kMeasured)
+                mount.space = found->space;
+            else if (found->outcome == MountFigure::Outcome::kNoAnswer)
+                mount.reason = Reason{"mount-does-not-answer", "does not answer",
+                                      "The file system mounted on " + point + " does not answer."};
+            else
+                mount.reason = Reason{"not-measurable", "cannot be measured",
+                                      point + " cannot be measured: " + failureText(found->error) + "."};
+        }
+    }
+
+    // --- what the collecting process looked at ---
+
+    /// Also notes what keeps the kernel from reading a device's table again.
+    void placeFacts() {
+        if (!collection.facts.devices) return;
+        std::map<diskmgt_machine::DeviceNumber, std::size_t> byNumber;
+        for (std::size_t i = 0; i < blocks().size(); ++i)
+            if (blocks()[i].number) byNumber.emplace(*blocks()[i].number, i);
+        for (DeviceFacts& facts : collection.facts.devices->devices) {
+            std::optional<std::size_t> position;
+            if (facts.nodeNumber) {
+                const auto found = byNumber.find(*facts.nodeNumber);
+                if (found != byNumber.end()) position = found->second;
+            }
+            if (!position) position = account.uses.deviceNamed(diskmgt_machine::nodeOfSysfsName(facts.path));
+            placeOfPath[facts.path] = position;
+            if (!position) continue;
+            const BlockDevice& device = blocks()[*position];
+            facts.isHiddenPath = device.kind == Kind::kPath;
+            facts.isHeld = !device.unlistedHolders.empty() ||
+                           std::any_of(device.carries.begin(), device.carries.end(),
+                                       [&](std::size_t upper) { return blocks()[upper].disk != *position; });
+            account.devices[*position].facts = &facts;
+        }
+    }
+
+    // --- drives ---
+
+    void joinDrives() {
+        const std::optional<Reason> unknown = unasked.why(kDiskDrive);
+        for (std::size_t i = 0; i < blocks().size(); ++i) {
+            if (!account.devices[i].drive) continue;
+            CimAnswer& answer = *account.devices[i].drive;
+            const DeviceFacts* const facts = account.devices[i].facts;
+            if (unknown || facts == nullptr) {
+                answer.reasons.push_back(unknown.value_or(unasked.notLookedAt()));
+                continue;
+            }
+            Verdict verdict = judgeDrive(*facts);
+            answer.reasons = std::move(verdict.reasons);
+            answer.state = facts->isRefused() ? State::kUnknown : State::kNotReported;
+            if (facts->isRefused()) answer.reasons.insert(answer.reasons.begin(), unasked.refused(*facts));
+        }
+        for (const Drive& drive : collection.inventory.drives) {
+            const auto place = placeOfPath.find(drive.device);
+            const std::optional<std::size_t> position =
+                place == placeOfPath.end() ? account.uses.deviceNamed(drive.device) : place->second;
+            if (!position || !account.devices[*position].drive) {
+                addCimOnly(*drive.instance, drive.device);
+                continue;
+            }
+            CimAnswer& answer = *account.devices[*position].drive;
+            answer.state = State::kReported;
+            answer.instance = drive.instance;
+            answer.as = drive.device;
+            answer.size = drive.size;
+            answer.partitionCount = drive.partitionCount;
+            const BlockDevice& device = blocks()[*position];
+            if (device.path() != drive.device) answer.differs.emplace_back("name");
+            if (device.sizeBytes && *device.sizeBytes != drive.size) answer.differs.emplace_back("size");
+            if (drive.partitionCount != account.devices[*position].partitionsByKernel)
+                answer.differs.emplace_back("partitionCount");
+        }
+    }
+
+    // --- partitions ---
+
+    void joinPartitions() {
+        std::optional<Reason> unknown = unasked.why(kDiskPartition);
+        std::size_t expected = 0;
+        if (!unknown && !collection.facts.devices) unknown = unasked.notLookedAt();
+        if (!unknown) {
+            for (const DeviceFacts& facts : collection.facts.devices->devices)
+                if (facts.isCandidate) expected += facts.tableCount;
+            if (expected != collection.inventory.partitions.size())
+                unknown = Reason{"changed-meanwhile", "changed meanwhile",
+                                 "The partition tables changed while they were read; run the command again."};
+        }
+        for (std::size_t i = 0; i < blocks().size(); ++i)
+            if (account.devices[i].partition) answerForPartition(i, unknown);
+        if (unknown) return;
+        std::size_t first = 0;  // of the disk, in the list as published: disk by disk in the order of candidates
+        for (const std::string& path : candidateDisks()) {
+            const DeviceFacts* const facts = factsOf(path);
+            if (facts == nullptr || facts->tableCount == 0) continue;
+            joinPartitionsOf(*facts, first);
+            first += facts->tableCount;
+        }
+    }
+
+    const DeviceFacts* factsOf(const std::string& path) {
+        if (factsByPath.empty())
+            for (const DeviceFacts& facts : collection.facts.devices->devices)
+                if (facts.isCandidate) factsByPath[facts.path] = &facts;
+        const auto found = factsByPath.find(path);
+        return found == factsByPath.end() ? nullptr : found->second;
+    }
+
+    /// Before anything published was found for it.
+    void answerForPartition(std::size_t position, const std::optional<Reason>& unknown) {
+        CimAnswer& answer = *account.devices[position].partition;
+        const DeviceFacts* const disk = account.devices[*blocks()[position].disk].facts;
+        if (unknown || disk == nullptr) {
+            answer.reasons.push_back(unknown.value_or(unasked.notLookedAt()));
+            return;
+        }
+        Verdict verdict = judgePartitions(*disk);
+        answer.state = disk->isCandidate && disk->isRefused() ? State::kUnknown : State::kNotReported;
+        if (answer.isUnknown()) answer.reasons.push_back(unasked.refused(*disk));
+        if (verdict.reasons.empty())
+            verdict.reasons.push_back({"not-in-table", "not in its disk's table",
+                                       "The table of " + disk->path + " has no partition that begins there."});
+        for (const Reason& reason : verdict.reasons)
+            answer.reasons.push_back({reason.rule, reason.brief, "About " + disk->path + ": " + reason.text});
+    }
+
+    static PublishedPlace placeOf(const Partition& partition) {
+        PublishedPlace place;
+        place.name = partition.device;
+        place.size = partition.size;
+        if (partition.table == TableKind::kGpt) {
+            place.start = partition.start;
+            return place;
+        }
+        constexpr unsigned kExtended = 2;
+        constexpr unsigned kLogical = 3;
+        constexpr std::uint64_t kAdded = 446;  // to the start by the plug-in
+        place.kind = partition.type == kExtended  ? PublishedPlace::Kind::kExtended
+                     : partition.type == kLogical ? PublishedPlace::Kind::kLogical
+                                                  : PublishedPlace::Kind::kPrimary;
+        if (const auto offset = numberOf<std::uint64_t>(*partition.instance, kStartingOffset))
+            place.start = (*offset - kAdded) & kLowHalf;
+        return place;
+    }
+
+    void joinPartitionsOf(const DeviceFacts& facts, std::size_t first) {
+        const std::vector<Partition>& all = collection.inventory.partitions;
+        std::vector<PublishedPlace> places;
+        for (std::size_t i = 0; i < facts.tableCount; ++i) places.push_back(placeOf(all[first + i]));
+        const auto disk = placeOfPath.find(facts.path);
+        std::vector<std::size_t> positions;
+        std::vector<KernelPlace> kernels;
+        if (disk != placeOfPath.end() && disk->second)
+            for (const std::size_t upper : blocks()[*disk->second].carries) {
+                const BlockDevice& device = blocks()[upper];
+                if (device.disk != disk->second || device.kind != Kind::kPartition) continue;
+                positions.push_back(upper);
+                kernels.push_back({device.path(), device.partitionNumber.value_or(0), device.sizeBytes.value_or(0),
+                                   device.startBytes.value_or(0)});
+            }
+        const std::vector<std::optional<std::size_t>> placed = placePartitions(places, kernels);
+        for (std::size_t i = 0; i < placed.size(); ++i) {
+            if (placed[i])
+                report(first + i, places[i], positions[*placed[i]], facts);
+            else
+                addCimOnly(*all[first + i].instance, all[first + i].device,
+                           reasonsOfCimOnly(all[first + i], places[i], facts));
+        }
+    }
+
+    void report(std::size_t partition, const PublishedPlace& place, std::size_t position, const DeviceFacts& disk) {
+        const Partition& found = collection.inventory.partitions[partition];
+        DeviceAccount& device = account.devices[position];
+        device.published = partition;
+        CimAnswer& answer = *device.partition;
+        answer = CimAnswer();
+        answer.state = State::kReported;
+        answer.instance = found.instance;
+        answer.as = found.device;
+        answer.size = found.size;
+        const BlockDevice& kernel = blocks()[position];
+        if (place.kind == PublishedPlace::Kind::kGpt) {
+            answer.start = place.start;
+            if (place.start != kernel.startBytes) answer.differs.emplace_back("start");
+        } else if (place.kind != PublishedPlace::Kind::kLogical && place.start && kernel.startBytes) {
+            const bool isSame = *place.start == (*kernel.startBytes & kLowHalf);
+            answer.start = isSame ? *kernel.startBytes : *place.start;  // what was cut off is not another start
+            if (!isSame) answer.differs.emplace_back("start");
+        }
+        if (kernel.path() != found.device) answer.differs.insert(answer.differs.begin(), "name");
+        if (place.kind != PublishedPlace::Kind::kExtended && kernel.sizeBytes && *kernel.sizeBytes != found.size)
+            answer.differs.emplace_back("size");
+        if (!disk.isDrive())
+            answer.reasons.push_back(
+                {"no-drive", "its drive is not reported",
+                 "It is reported although " + disk.path + " is not reported as a drive, so it is linked to none."});
+    }
+
+    static std::vector<Reason> reasonsOfCimOnly(const Partition& partition, const PublishedPlace& place,
+                                                const DeviceFacts& disk) {
+        std::vector<Reason> reasons;
+        const std::uint64_t start = place.kind == PublishedPlace::Kind::kGpt ? place.start.value_or(0) : 0;
+        if (disk.sizeBytes && (partition.size > *disk.sizeBytes || start > *disk.sizeBytes - partition.size))
+            reasons.push_back({"larger-than-drive", "reaches past the end of its drive",
+                               "It reaches past the end of " + disk.path + "."});
+        if (!disk.hasBootSignature)
+            reasons.push_back({"no-boot-signature", "no partition table",
+                               "The first sector of " + disk.path +
+                                   " has no boot signature, so it holds no partition table; no signature is checked "
+                                   "when it is read."});
+        if (disk.hasLargeSectors())
+            reasons.push_back({"large-sectors", std::to_string(disk.logicalSectorSize) + "-byte sectors",
+                               "The sectors of " + disk.path + " have " + std::to_string(disk.logicalSectorSize) +
+                                   " bytes, but its table is read as if they had 512."});
+        reasons.push_back({"no-such-device", "unknown to the kernel", "The kernel has no such partition."});
+        return reasons;
+    }
+
+    void addCimOnly(const refhost::Instance& instance, const std::string& name, std::vector<Reason> reasons = {}) {
+        if (reasons.empty())
+            reasons.push_back({"no-such-device", "unknown to the kernel", "The kernel has no such device."});
+        account.cimOnly.push_back({&instance, name, std::move(reasons)});
+    }
+
+    // --- mounts ---
+
+    using MountKey = std::pair<std::string, std::pair<std::string, std::string>>;
+    static MountKey keyOf(const std::string& source, const std::string& point, const std::string& type) {
+        return {source, {point, type}};
+    }
+
+    void joinMounts() {
+        const std::optional<Reason> unknown = unasked.why(kLogicalDisk);
+        std::map<MountKey, std::size_t> byLine;
+        for (std::size_t i = 0; i < account.machine.mounts.size(); ++i) {
+            const diskmgt_machine::Mount& mount = account.machine.mounts[i];
+            byLine.emplace(keyOf(mount.source, mount.mountPoint, mount.type), i);
+            CimAnswer& answer = account.mounts[i].logicalDisk;
+            if (unknown)
+                answer.reasons.push_back(*unknown);
+            else
+                answer.state = State::kNotReported;
+        }
+        if (!unknown) judgeMounts(byLine);
+        for (const LogicalDisk& disk : collection.inventory.logicalDisks) report(disk, byLine);
+        for (DeviceAccount& device : account.devices) {
+            if (device.mounts.empty()) continue;
+            const auto reported = std::find_if(device.mounts.begin(), device.mounts.end(), [this](std::size_t mount) {
+                return account.mounts[mount].logicalDisk.isReported();
+            });
+            device.logicalDisk =
+                account.mounts[reported == device.mounts.end() ? device.mounts.front() : *reported].logicalDisk;
+        }
+    }
+
+    void judgeMounts(const std::map<MountKey, std::size_t>& byLine) {
+        std::vector<bool> isJudged(account.mounts.size());
+        const MountTableFacts none;
+        const MountTableFacts& table = collection.facts.mountTable ? *collection.facts.mountTable : none;
+        for (const MountFacts& facts : table.mounts) {
+            const auto place = byLine.find(keyOf(facts.source, facts.mountPoint, facts.type));
+            if (place == byLine.end() || isJudged[place->second]) continue;
+            isJudged[place->second] = true;
+            CimAnswer& answer = account.mounts[place->second].logicalDisk;
+            Verdict verdict = judgeMount(facts, table.updateError);
+            if (!verdict.isReported) answer.reasons = std::move(verdict.reasons);
+        }
+        for (std::size_t i = 0; i < isJudged.size(); ++i)
+            if (!isJudged[i] && account.mounts[i].logicalDisk.reasons.empty())
+                account.mounts[i].logicalDisk.reasons.push_back(
+                    {"not-in-mount-table", "not in the mount table",
+                     std::string("The mount table ") + kMountTable + " has no such line of its own."});
+    }
+
+    void report(const LogicalDisk& disk, const std::map<MountKey, std::size_t>& byLine) {
+        const auto place = byLine.find(keyOf(disk.source, disk.mountPoint, disk.fileSystem));
+        if (place == byLine.end()) {
+            account.cimOnly.push_back({disk.instance,
+                                       disk.source,
+                                       {{"not-mounted", "not mounted",
+                                         "The kernel has no such mount; the mount table is a file of its own, or it "
+                                         "changed meanwhile."}}});
+            return;
+        }
+        CimAnswer& answer = account.mounts[place->second].logicalDisk;
+        answer = CimAnswer();
+        answer.state = State::kReported;
+        answer.instance = disk.instance;
+        answer.as = disk.source;
+        if (const MountAccount& mount = account.mounts[place->second]; disk.space && mount.reason)
+            answer.reasons.push_back(
+                {"source-figures", "its figures are of another file system",
+                 "The space that is published with it is that of another file system: " + mount.reason->text});
+    }
+
+    Collection& collection;
+    ServerAccount account;
+    const UnaskedReasons unasked;
+    std::map<std::string, std::optional<std::size_t>> placeOfPath;
+    std::map<std::string, const DeviceFacts*> factsByPath;
+};
+
+}  // namespace
+
+bool CimAnswer::differsIn(const char* what) const {
+    return std::find(differs.begin(), differs.end(), what) != differs.end();
+}
+
+std::size_t ServerAccount::countOf(FileSystemGroup group) const {
+    std::size_t count = 0;
+    for (const FileSystemAccount& fileSystem : fileSystems)
+        if (fileSystem.group == group) count += fileSystem.mounts.size();
+    return count;
+}
+
+ServerAccount joinAccounts(const diskmgt_machine::Machine& machine, Collection& collection) {
+    return Join(machine, collection).take();
+}
+
+}  // namespace diskmgt

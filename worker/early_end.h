@@ -1,0 +1,20 @@
+// Why a worker did not come to the end of its work.
+#pragma once
+
+#include <string>
+
+#include "text/command_error.h"
+
+namespace diskmgt::worker {
+
+/// An empty rule: it came to its end.
+struct EarlyEnd {
+    std::string rule;   // a stable name, such as "timed-out"
+    std::string brief;  // a few words for a table
+    std::string text;   // a whole sentence
+    ExitStatus status = kDone;
+
+    bool isEarly() const { return !rule.empty(); }
+};
+
+}  // namespace diskmgt::worker
