@@ -86,6 +86,63 @@ def test_host_name_is_the_described_one_inside_only(machine):
     assert socket.gethostname() == outside
 
 
+def test_sysfs_says_what_a_disk_and_its_partition_nodes_have(tmp_path):
+    folder = write_machine(
+        tmp_path, disks=[{"name": "nvme0n1", "size": "16 MiB", "sector_size": 4096}],
+        nodes=[{"name": "nvme0n1p12", "kind": "partition", "of": "nvme0n1", "start": "1 MiB", "size": "2 MiB"}],
+        sys_block=[{"name": "nvme0n1", "from_disk": True, "files": {"nvme0n1p12/size": "7\n"}}])
+    with Session(folder) as session:
+        said = session.run(["sh", "-c", "cd /sys/block/nvme0n1 && grep -r . . | sort"]).stdout.split()
+    assert said == ["./nvme0n1p12/partition:12", "./nvme0n1p12/size:7", "./nvme0n1p12/start:2048",
+                    "./queue/logical_block_size:4096", "./size:32768"]
+
+
+def test_sysfs_mountinfo_and_records_have_the_numbers_of_the_nodes(machine):
+    session = machine("cloud-server")
+    for name, place in (("sda", "sda"), ("sda15", "sda/sda15"), ("sdb1", "sdb/sdb1")):
+        number = session.run(["stat", "-c", "%Hr:%Lr", f"/dev/{name}"]).stdout.strip()
+        assert number.startswith("7:") or int(number.split(":")[0]) > 239  # a loop device
+        assert session.run(["cat", f"/sys/block/{place}/dev"]).stdout.strip() == number
+        mounted = [line.split() for line in session.run(["cat", "/proc/self/mountinfo"]).stdout.splitlines()]
+        assert {line[2] for line in mounted if line[-2] == f"/dev/{name}"} in ({number}, set())
+        recorded = session.run(["test", "-e", f"/run/udev/data/b{number}"], check=False).status == 0
+        assert recorded == (name in {record.name for record in session.machine.udev})
+
+
+def test_device_without_a_node_keeps_the_described_number(machine):
+    session = machine("container")
+    assert session.run(["cat", "/sys/block/sda/sda2/dev"]).stdout == "8:2\n"
+    assert " 8:2 /var/lib/containers/5f0c/hosts /etc/hosts " in session.run(["cat", "/proc/self/mountinfo"]).stdout
+
+
+def test_links_of_udev_lead_to_the_nodes_as_udev_writes_them(machine):
+    session = machine("removable-media")
+    seen = session.run(["sh", "-c", "cd /dev/disk && for link in */*; do echo \"$link $(readlink $link)\"; done"]).stdout
+    assert seen.splitlines() == [
+        r"by-label/Debian\x2012 ../../sr0", r"by-label/MY\x20STICK ../../sdb",
+        "by-uuid/2023-06-10-10-25-03-00 ../../sr0", "by-uuid/5F3B-1D2C ../../sdb"]
+    assert session.run(["stat", "-L", "-c", "%F", r"/dev/disk/by-label/MY\x20STICK"]).stdout == "block special file\n"
+
+
+def test_udev_of_the_real_system_does_not_show(machine):
+    record = machine("removable-media").run(["sh", "-c", "cat /run/udev/data/b$(cat /sys/block/sdb/dev)"]).stdout
+    assert record == "S:disk/by-uuid/5F3B-1D2C\nS:disk/by-label/MY\\x20STICK\nE:ID_BUS=usb\nE:ID_FS_TYPE=vfat\n" \
+                     "E:ID_FS_UUID=5F3B-1D2C\nE:ID_FS_LABEL=MY_STICK\nE:ID_FS_LABEL_ENC=MY\\x20STICK\nV:1\n"
+    for name in ("no-disks", "removable-media"):
+        records = machine(name).run(["sh", "-c", "ls /run/udev/data 2>/dev/null; true"]).stdout.split()
+        assert len(records) == len(machine(name).machine.udev)
+    real = sorted(name for name in os.listdir("/run") if name != "udev")
+    assert machine("removable-media").run(["sh", "-c", "ls /run"]).stdout.split() == sorted([*real, "udev"])
+    assert machine("removable-media").run(["sh", "-c", "echo x > /run/.real/x"], check=False).status != 0
+
+
+def test_members_of_btrfs_are_the_described_ones_only(machine):
+    session = machine("subvolumes")
+    found = session.run(["sh", "-c", "cd /sys/fs/btrfs && ls -d * && ls */devices && cat */devices/sdb1/start"]).stdout
+    assert found.split() == ["c3f0a5e2-6d7b-4f19-8e0a-1b2c3d4e5f60", "features", "sda2", "sdb1", "2048"]
+    assert machine("no-disks").run(["test", "-e", "/sys/fs/btrfs"], check=False).status == 1
+
+
 def test_mount_table_is_the_described_text_and_can_be_opened_for_update(machine):
     session = machine("mtab-without-line-end")
     assert session.run(["cat", "/etc/mtab"]).stdout == session.machine.mtab
@@ -101,18 +158,19 @@ def test_rest_of_etc_is_the_real_one_and_cannot_be_written(machine):
     assert session.run(["sh", "-c", "echo x >> /etc/passwd"], check=False).status != 0
 
 
-def test_real_system_sees_nothing_of_a_machine():
+@pytest.mark.parametrize(("name", "covered"), [
+    ("hd-before-sd", ["/dev", "/media", "/etc", "/sys/block"]), ("subvolumes", ["/run", "/run/udev", "/sys/fs", "/sys/fs/btrfs"])])
+def test_real_system_sees_nothing_of_a_machine(name, covered):
     def outside():
-        paths = [f"{place}/{name}" for place in ("/dev", "/sys/block", "/etc", "/media")
-                 for name in ("hda", "trace", ".machine", ".real")]
+        paths = [f"{place}/{entry}" for place in covered for entry in ("hda", "trace", ".machine", ".real")]
         return [os.lstat("/etc/mtab"), ".machine" in Path("/proc/self/mountinfo").read_text(encoding="utf-8"),
                 [path for path in paths if os.path.lexists(path)]]
 
     before = outside()
     assert before[1:] == [False, []]
-    with Session(MACHINES / "hd-before-sd") as session:
+    with Session(MACHINES / name) as session:
         during = outside()
-        session.run(["touch", "/dev/trace", "/media/trace", "/etc/trace", "/sys/block/trace"])
+        session.run(["touch", *(f"{place}/trace" for place in covered)])
         written = outside()
     assert before == during == written == outside()
 
@@ -194,6 +252,10 @@ def test_failing_step_is_reported_with_the_words_of_the_tool(tmp_path):
     ({"nodes": [{"name": "sda1", "kind": "partition", "of": "sda", "start": 1, "size": 1}]}, "no disk of this machine"),
     ({"nodes": [{"name": "sda1", "kind": "pipe"}]}, 'unknown kind "pipe"'),
     ({"mounts": [{"at": "/usr", "source": "tmpfs"}]}, "below /media/"),
+    ({"sys_block": [{"name": "sda", "from_disk": True}]}, "needs a disk of this name"),
+    ({"udev": [{"name": "sda"}]}, "no node of this machine"),
+    ({"udev": [{"name": "sda", "links": ["disk/by-uuid/1"]}]}, "a link is written like"),
+    ({"udev": [{"name": "sda", "properties": {"ID_PART_ENTRY_NUMBER": 1}}]}, '"properties" are texts'),
     ({"nodes": [{"for": {"n": "1-3"}, "each": []}]}, "a range is written like"),
     ({"nodes": [{"for": {"n": "3..1"}, "each": []}]}, "a range is written like"),
     ({"nodes": [{"for": {"n": "1..3"}}]}, 'just "for", an object of ranges, and "each"'),

@@ -49,6 +49,8 @@ def build(machine):
     _make_sys_block(machine)
     _make_mount_table(machine)
     proc.make_tables(machine)
+    _make_udev(machine)
+    _make_btrfs(machine)
     os.umask(0o022)
     return loops
 
@@ -187,21 +189,39 @@ def _make_block(block):
             new.write(text)
 
 
-def _make_mount_table(machine):
-    """Give /etc a mount table of our own. /etc/mtab is usually a link into /proc, which nothing can be bound over, so a
-    tmpfs covers /etc and shows everything else through links to a read-only view of the real directory."""
-    if machine.mtab_live:
-        return
-    real = os.open("/etc", os.O_PATH | os.O_CLOEXEC)
-    names = os.listdir("/etc")
-    kernel.mount("tmpfs", "/etc", "tmpfs", options="mode=755")
-    os.mkdir("/etc/.real", 0o755)
-    kernel.mount(f"/proc/self/fd/{real}", "/etc/.real", flags=kernel.MS_BIND)
-    kernel.mount("", "/etc/.real", flags=kernel.MS_BIND | kernel.MS_REMOUNT | kernel.MS_RDONLY)
+def _take_out(folder, left_out):
+    """A tmpfs covers the folder and shows everything else in it through links to a read-only view of the real one."""
+    real = os.open(folder, os.O_PATH | os.O_CLOEXEC)
+    names = os.listdir(folder)
+    kernel.mount("tmpfs", folder, "tmpfs", options="mode=755")
+    os.mkdir(f"{folder}/.real", 0o755)
+    kernel.mount(f"/proc/self/fd/{real}", f"{folder}/.real", flags=kernel.MS_BIND)
+    kernel.mount("", f"{folder}/.real", flags=kernel.MS_BIND | kernel.MS_REMOUNT | kernel.MS_RDONLY)
     os.close(real)
     for name in names:
-        if name != "mtab":
-            os.symlink(f".real/{name}", f"/etc/{name}")
+        if name != left_out:
+            os.symlink(f".real/{name}", f"{folder}/{name}")
+
+
+def _make_udev(machine):
+    """The real database must not show: it may have records of the loop devices."""
+    if machine.udev or os.path.exists("/run/udev"):
+        _take_out("/run", "udev")
+    proc.make_udev(machine)
+
+
+def _make_btrfs(machine):
+    """The real file systems must not show: their members may have names of the machine."""
+    if machine.sys_block is not None and (machine.btrfs or os.path.exists("/sys/fs/btrfs")):
+        _take_out("/sys/fs", "btrfs")
+    proc.make_btrfs(machine)
+
+
+def _make_mount_table(machine):
+    """Give /etc a mount table of our own. /etc/mtab is usually a link into /proc, which nothing can be bound over."""
+    if machine.mtab_live:
+        return
+    _take_out("/etc", "mtab")
     if machine.mtab is None:
         return
     with open("/etc/mtab", "w", encoding="utf-8", errors="surrogateescape", newline="") as table:

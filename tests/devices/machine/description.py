@@ -49,6 +49,20 @@ class Block:
     directories: list = field(default_factory=list)
     slaves: list = field(default_factory=list)  # names of what the device lies on
     link: str = ""  # the entry is a symbolic link to this place, and the files lie there
+    from_disk: bool = False  # sizes, starts and numbers are those of the disk and partition nodes of this name
+
+
+@dataclass
+class UdevRecord:
+    name: str  # of the node
+    properties: dict = field(default_factory=dict)
+    links: list = field(default_factory=list)  # below /dev/disk, such as by-uuid/1234-ABCD
+
+
+@dataclass
+class Btrfs:
+    uuid: str
+    members: list  # names of devices in sysfs
 
 
 @dataclass
@@ -74,6 +88,8 @@ class Machine:
     mtab_read_only: bool = False
     mountinfo: str | list | None = None  # "mtab": made from it; lines; None: the kernel's own
     swaps: list | None = None  # lines of /proc/swaps below the headings; None: the kernel's own
+    udev: list = field(default_factory=list)
+    btrfs: list = field(default_factory=list)
     virtual_devices: list = field(default_factory=list)
 
 
@@ -197,7 +213,8 @@ def _node(reader):
 
 def _block(reader):
     block = Block(reader.name(), directories=reader.texts("directories"),
-                  slaves=reader.texts("slaves"), link=reader.take("link", str, ""))
+                  slaves=reader.texts("slaves"), link=reader.take("link", str, ""),
+                  from_disk=reader.take("from_disk", bool, False))
     for short in ("size", "dev"):  # the two files that nearly every entry has
         value = reader.take(short, (int, str))
         if value is not None:
@@ -205,6 +222,35 @@ def _block(reader):
     block.files.update(reader.take("files", dict, {}))
     reader.done()
     return block
+
+
+def _udev_record(reader):
+    record = UdevRecord(reader.name(), reader.take("properties", dict, {}), reader.texts("links"))
+    reader.done()
+    if not all(isinstance(value, str) for value in record.properties.values()):
+        raise DescriptionError(f'{reader.where}: "properties" are texts')
+    if not all(re.fullmatch(r"by-[^/]+/[^/]+", link) for link in record.links):
+        raise DescriptionError(f'{reader.where}: a link is written like "by-uuid/1234-ABCD"')
+    return record
+
+
+def _btrfs(reader):
+    found = Btrfs(reader.take("uuid", str, needed=True), reader.texts("members"))
+    reader.done()
+    return found
+
+
+def _fill_from_disk(block, machine, path):
+    """What sysfs says of a disk and its partitions, from the disk and the nodes; what is described otherwise stays."""
+    disk = next((disk for disk in machine.disks if disk.name == block.name), None)
+    if not disk:
+        raise DescriptionError(f'{path}: sys_block entry {block.name}: "from_disk" needs a disk of this name')
+    filled = {"size": disk.size // SECTOR, "queue/logical_block_size": disk.sector_size}
+    for node in machine.nodes:
+        if node.kind == "partition" and node.disk == block.name:
+            filled[f"{node.name}/start"], filled[f"{node.name}/size"] = node.start // SECTOR, node.size // SECTOR
+            filled[f"{node.name}/partition"] = re.search(r"\d*$", node.name).group()
+    block.files = {**{name: f"{value}\n" for name, value in filled.items()}, **block.files}
 
 
 def _mount(reader):
@@ -259,8 +305,13 @@ def read_machine(folder):
     machine.mtab_read_only = reader.take("mtab_read_only", bool, False)
     machine.virtual_devices = reader.texts("virtual_devices")
     _kernel_tables(reader, machine)
+    machine.udev = [_udev_record(record) for record in reader.objects("udev")]
+    machine.btrfs = [_btrfs(found) for found in reader.objects("btrfs")]
     reader.done()
     _check_names(machine, path)
+    for block in machine.sys_block or []:
+        if block.from_disk:
+            _fill_from_disk(block, machine, path)
     return machine
 
 
@@ -273,3 +324,6 @@ def _check_names(machine, path):
     for node in machine.nodes:
         if node.disk and node.disk not in disks:
             raise DescriptionError(f'{path}: node {node.name} lies on "{node.disk}", which is no disk of this machine')
+    for record in machine.udev:
+        if record.name not in names:
+            raise DescriptionError(f"{path}: udev has a record of {record.name}, which is no node of this machine")

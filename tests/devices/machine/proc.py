@@ -1,4 +1,5 @@
-"""What the kernel would say of a described machine beside its disks: device numbers, what lies on what, mounts, swaps.
+"""What the kernel and udev would say of a described machine beside its disks: device numbers, what lies on what, mounts,
+swaps, members of btrfs, records and links.
 
 The devices are loop devices, so the numbers are theirs: in sysfs and in mountinfo alike, as the nodes have them."""
 
@@ -14,10 +15,10 @@ _HEADINGS = "Filename\t\t\t\tType\t\tSize\t\tUsed\t\tPriority\n"
 
 
 def make_links(machine):
-    """Write the numbers into the described /sys/block, and both ends of what lies on what. Machines without a described
-    mountinfo keep the numbers of their descriptions."""
+    """Write the numbers into the described /sys/block, and both ends of what lies on what. Machines with neither a
+    described mountinfo nor records of udev keep the numbers of their descriptions."""
     for block in machine.sys_block:
-        if machine.mountinfo is not None:
+        if machine.mountinfo is not None or machine.udev:
             _write_numbers(block.name)
         for slave in block.slaves:
             place = _place_of(slave, machine)
@@ -34,6 +35,27 @@ def make_tables(machine):
     if machine.swaps is not None:
         _write(_SWAPS, _HEADINGS + "".join(f"{line}\n" for line in machine.swaps))
         kernel.mount(_SWAPS, "/proc/swaps", flags=kernel.MS_BIND)
+
+
+def make_udev(machine):
+    """Write the records that udev would have of the nodes, and its links."""
+    for record in machine.udev:
+        lines = [f"S:disk/{link}" for link in record.links]
+        lines += [f"E:{name}={value}" for name, value in record.properties.items()]
+        path = f"/run/udev/data/b{_number_of(f'/dev/{record.name}')}"
+        os.makedirs(os.path.dirname(path), 0o755, exist_ok=True)
+        _write(path, "".join(f"{line}\n" for line in [*lines, "V:1"]))
+        for link in record.links:
+            _link(f"/dev/disk/{link}", f"/dev/{record.name}")
+
+
+def make_btrfs(machine):
+    """List the members of each btrfs that is mounted, as the kernel does once it has the module."""
+    if machine.btrfs:
+        os.makedirs("/sys/fs/btrfs/features", 0o755)
+    for found in machine.btrfs:
+        for member in found.members:
+            _link(f"/sys/fs/btrfs/{found.uuid}/devices/{member}", _place_of(member, machine))
 
 
 def cover_mountinfo():
