@@ -101,16 +101,17 @@ private:
             MountAccount& mount = account.mounts[i];
             const MountFigure* const found = figure == byId.end() ? nullptr : figure->second;
             const std::string& point = account.machine.mounts[i].mountPoint;
-            if (isHidden[i] || (found != nullptr && found->outcome == MountFigure::Outcome::kHidden))
-                mount.reason = Reason{"hidden-by-later-mount", "hidden by a later mount",
-                                      "Another file system is reached at " + point + ", so this one was not measured."};
+            if (found != nullptr && found->outcome == MountFigure::Outcome::kNoAnswer)
+                mount.reason = Reason{"mount-does-not-answer", "does not answer",
+                                      "The file system mounted on " + point + " does not answer."};
+            else if (isHidden[i] || (found != nullptr && found->outcome == MountFigure::Outcome::kHidden))
+                mount.reason =
+                    Reason{"hidden-by-later-mount", "hidden by a later mount",
+                           "Another file system is reached at " + point + ", so this one was not measured."};
             else if (found == nullptr || found->outcome == MountFigure::Outcome::kNotAsked)
                 continue;
             else if (found->outcome == MountFigure::Outcome::kMeasured)
                 mount.space = found->space;
-            else if (found->outcome == MountFigure::Outcome::kNoAnswer)
-                mount.reason = Reason{"mount-does-not-answer", "does not answer",
-                                      "The file system mounted on " + point + " does not answer."};
             else
                 mount.reason = Reason{"not-measurable", "cannot be measured",
                                       point + " cannot be measured: " + failureText(found->error) + "."};
