@@ -40,7 +40,7 @@ USES = {
 
 # The same question, answered by the shortest program: what is reached from a device, and whether it is in a table.
 WITNESS = r"""
-import json, os, re
+import glob, json, os, re
 numbers, holders, parts = {}, {}, {}
 for disk in os.listdir("/sys/block") if os.path.isdir("/sys/block") else []:
     pattern = re.escape(disk) + ("p" if disk[-1].isdigit() else "") + r"\d+"
@@ -51,13 +51,15 @@ for disk in os.listdir("/sys/block") if os.path.isdir("/sys/block") else []:
         holders[name] = os.listdir(place + "/holders") if os.path.isdir(place + "/holders") else []
 mounted = {line.split(" ")[2] for line in open("/proc/self/mountinfo", errors="replace")}
 swaps = {line.split()[0] for line in list(open("/proc/swaps"))[1:]}
+members = {os.path.basename(path) for path in glob.glob("/sys/fs/btrfs/*/devices/*")}  # of those that are mounted
 found = {}
 for name in holders:
-    reached, new = {name}, {name}
+    new = {name, re.sub(r"^(nvme\d+)c\d+", r"\1", name)} & set(holders)  # a path, and the disk it leads to
+    reached = set(new)
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
         reached |= new
-    found[name] = any(holders.get(n) or numbers.get(n) in mounted or "/dev/" + n in swaps for n in reached)
+    found[name] = any(holders.get(n) or numbers.get(n) in mounted or "/dev/" + n in swaps or n in members for n in reached)
 print(json.dumps(found))
 """
 
