@@ -48,12 +48,15 @@ for disk in os.listdir("/sys/block") if os.path.isdir("/sys/block") else []:
     for name in [disk] + parts[disk]:
         place = "/sys/block/" + disk + ("" if name == disk else "/" + name)
         numbers[name] = open(place + "/dev").read().strip() if os.path.exists(place + "/dev") else None
-        holders[name] = os.listdir(place + "/holders") if os.path.isdir(place + "/holders") else []
+        holders.setdefault(name, []).extend(os.listdir(place + "/holders") if os.path.isdir(place + "/holders") else [])
+    if os.path.exists("/sys/block/" + disk + "/loop/backing_file"):
+        backing = open("/sys/block/" + disk + "/loop/backing_file").read().strip()
+        holders.setdefault(backing.replace("/dev/", ""), []).append(disk)
 mounted = {line.split(" ")[2] for line in open("/proc/self/mountinfo", errors="replace")}
 swaps = {line.split()[0] for line in list(open("/proc/swaps"))[1:]}
 members = {os.path.basename(path) for path in glob.glob("/sys/fs/btrfs/*/devices/*")}  # of those that are mounted
 found = {}
-for name in holders:
+for name in numbers:
     new = {name, re.sub(r"^(nvme\d+)c\d+", r"\1", name)} & set(holders)  # a path, and the disk it leads to
     reached = set(new)
     while new:
