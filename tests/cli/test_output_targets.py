@@ -251,10 +251,19 @@ class TestAttributes:
         target = tmp_path / "out"
         target.write_text("former")
         os.chown(target, 1234, 2345)
-        target.chmod(0o2640)
+        target.chmod(0o1640)
         assert run(*MOF, "--output", "out").status == 0
         now = target.stat()
-        assert (now.st_uid, now.st_gid, stat.S_IMODE(now.st_mode)) == (1234, 2345, 0o2640)
+        assert (now.st_uid, now.st_gid, stat.S_IMODE(now.st_mode)) == (1234, 2345, 0o1640)
+
+    @pytest.mark.parametrize("former", [0o4755, 0o2755, 0o6711, 0o2640, 0o7777])
+    def test_setuid_and_setgid_bits_of_a_former_program_do_not_pass_to_a_text(self, run, tmp_path, former):
+        target = tmp_path / "out"
+        target.write_text("former")
+        target.chmod(former)
+        assert stat.S_IMODE(target.stat().st_mode) == former
+        assert run(*MOF, "--output", "out").status == 0
+        assert stat.S_IMODE(target.stat().st_mode) == former & ~0o6000
 
     @pytest.mark.parametrize("name, value", [("user.origin", b"inventory"), ("user.empty", b""),
                                              ("trusted.origin", b"\0\1"), ("security.label", b"label\0"),
