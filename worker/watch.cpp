@@ -13,6 +13,7 @@
 #include <csignal>
 
 #include "terminal/progress_line.h"
+#include "terminal/remarks.h"
 #include "worker/stalled_call.h"
 
 namespace diskmgt::worker {
@@ -61,6 +62,8 @@ Outcome Watch::run() {
         if (!isOver) keepTime(patience * kMillisecond, before);
     }
     progress_line::erase();
+    if (!isInterrupted)
+        for (const std::string& sentence : account().keptRemarks()) writeRemark(sentence);
     return std::move(outcome);
 }
 

@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 
+#include "terminal/remarks.h"
 #include "worker/deadline.h"
 #include "worker/standard_output.h"
 
@@ -187,6 +188,20 @@ TEST(Watches, EndTheWorkWhenASignalInterrupts) {
             return outcome.how == Outcome::How::kInterrupted && outcome.signalNumber == SIGTERM;
         });
     EXPECT_EQ(seen.status, 0) << seen.output;
+}
+
+TEST(Watches, SayTheSentencesOfWorkWhoseErrorsWereClosed) {
+    const Seen seen = watched(
+        [] {
+            (void)::close(STDERR_FILENO);
+            writeRemark("a sentence");
+            const int taken = ::dup(STDOUT_FILENO);  // the number has another meaning now
+            writeRemark("and another");
+            return taken == STDERR_FILENO ? 3 : 0;
+        },
+        [](const Outcome& outcome) { return WEXITSTATUS(outcome.waitStatus) == 3; });
+    EXPECT_EQ(seen.status, 0);
+    EXPECT_EQ(seen.output, "diskmgt: a sentence\ndiskmgt: and another\n");
 }
 
 TEST(Workers, HaveNoDescriptorButThoseAskedFor) {
