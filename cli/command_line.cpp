@@ -29,7 +29,7 @@ struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false, all = false, bytes = false, space = false, csvSafe = false;
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false;
 };
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
@@ -115,7 +115,11 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
     flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
-    flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs\nand network file systems");
+    const bool isOfDocument = (command.flags & kHasCompact) != 0;
+    flag(kHasAll, "--all", given.all,
+         isOfDocument ? "For json: list pseudo file systems too"
+                      : "Also what is mounted from no drive, such as tmpfs\nand network file systems");
+    flag(kHasCompact, "--compact", given.compact, "For json: without the plain instances");
     flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
     flag(kHasCsvSafe, "--csv-safe", given.csvSafe, "For csv: no field that a spreadsheet takes for a\nformula");
@@ -271,6 +275,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
+    options.compact = given.compact;
     options.bytes = given.bytes;
     options.space = given.space;
     if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);

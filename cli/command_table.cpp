@@ -113,12 +113,13 @@ const std::vector<CommandDescription>& commands() {
          "FORMAT",
          1,
          1,
-         kLoadsPlugin,
+         kHasAll | kHasCompact | kLoadsPlugin,
          {},
          "The whole inventory for programs: json, prometheus, mof or html",
-         "json: drives with their partitions and logical disks nested, and the plain\n"
-         "instances beside them. The document is fit to be an Ansible local fact and a\n"
-         "facter external fact.\n\n"
+         "json: block devices, what lies on them and what is mounted, as the kernel has\n"
+         "them, and beside each what CIM reports. --compact leaves the plain instances\n"
+         "out, --all lists pseudo file systems too. The document is fit to be an Ansible\n"
+         "local fact and a facter external fact.\n\n"
          "prometheus: sizes, space and whether the collection succeeded, as gauges for\n"
          "the textfile collector of the node exporter. Space that cannot be measured has\n"
          "no sample.\n\n"
@@ -128,7 +129,8 @@ const std::vector<CommandDescription>& commands() {
          "html: one page for a browser or for paper, drives drawn to scale with tables\n"
          "beneath. It needs no network and no scripts.\n\n"
          "Past the time limit what the classes served so far give is still written; the\n"
-         "exit status is 4.\n\n"
+         "exit status is 4. An account that is not complete is written too, and the exit\n"
+         "status is 1.\n\n"
          "Examples:\n"
          "  diskmgt export json\n"
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"

@@ -25,7 +25,7 @@ struct Options {
     bool mayStall = true;                    // the work may never come back
     std::vector<std::string> operands;       // class names or files, in the order given
     bool exact = false;                      // no earlier request for the classes an association relies on
-    bool all = false;                        // tree: what is on no drive too
+    bool all = false;                        // tree: what is on no drive too; export json: pseudo file systems too
     bool compact = false;                    // export json: without the plain instances
     bool bytes = false;                      // tree: sizes in bytes
     bool space = false;                      // diff: free space too
