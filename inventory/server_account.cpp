@@ -105,9 +105,8 @@ private:
                 mount.reason = Reason{"mount-does-not-answer", "does not answer",
                                       "The file system mounted on " + point + " does not answer."};
             else if (isHidden[i] || (found != nullptr && found->outcome == MountFigure::Outcome::kHidden))
-                mount.reason =
-                    Reason{"hidden-by-later-mount", "hidden by a later mount",
-                           "Another file system is reached at " + point + ", so this one was not measured."};
+                mount.reason = Reason{"hidden-by-later-mount", "hidden by a later mount",
+                                      "Another file system is reached at " + point + ", so this one was not measured."};
             else if (found == nullptr || found->outcome == MountFigure::Outcome::kNotAsked)
                 continue;
             else if (found->outcome == MountFigure::Outcome::kMeasured)
@@ -137,6 +136,7 @@ private:
             if (!position) continue;
             const BlockDevice& device = blocks()[*position];
             facts.isHiddenPath = device.kind == Kind::kPath;
+            facts.content = account.devices[*position].udev.content;
             facts.isHeld = !device.unlistedHolders.empty() ||
                            std::any_of(device.carries.begin(), device.carries.end(),
                                        [&](std::size_t upper) { return blocks()[upper].disk != *position; });
@@ -274,7 +274,7 @@ private:
                 report(first + i, places[i], positions[*placed[i]], facts);
             else
                 addCimOnly(*all[first + i].instance, all[first + i].device,
-                           reasonsOfCimOnly(all[first + i], places[i], facts));
+                           reasonsOfCimOnly(all[first + i], places[i], facts), &facts);
         }
     }
 
@@ -326,10 +326,11 @@ private:
         return reasons;
     }
 
-    void addCimOnly(const refhost::Instance& instance, const std::string& name, std::vector<Reason> reasons = {}) {
+    void addCimOnly(const refhost::Instance& instance, const std::string& name, std::vector<Reason> reasons = {},
+                    const DeviceFacts* disk = nullptr) {
         if (reasons.empty())
             reasons.push_back({"no-such-device", "unknown to the kernel", "The kernel has no such device."});
-        account.cimOnly.push_back({&instance, name, std::move(reasons)});
+        account.cimOnly.push_back({&instance, name, std::move(reasons), disk});
     }
 
     // --- mounts ---
@@ -389,7 +390,8 @@ private:
                                        disk.source,
                                        {{"not-mounted", "not mounted",
                                          "The kernel has no such mount; the mount table is a file of its own, or it "
-                                         "changed meanwhile."}}});
+                                         "changed meanwhile."}},
+                                       nullptr});
             return;
         }
         CimAnswer& answer = account.mounts[place->second].logicalDisk;
