@@ -79,21 +79,24 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
         {"explain",
-         &runExplain,
+         &runExplainCollection,
          "DEVICE",
          0,
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device is or is not reported, and the rule that dropped it",
-         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
-         "without it the whole machine is explained. What is said is compared with the\n"
-         "plug-in's answer about drives and partitions. Network, FUSE and automounted\n"
-         "file systems are not touched.\n\n"
+         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
+         "one, a mount source, a mount point, or any path: then the disks are named that\n"
+         "it lies on. Without it the whole machine is explained.\n\n"
+         "Exit status 2 when a DEVICE exists nowhere. Missing rights alone end with 0:\n"
+         "each row says what is not known.\n\n"
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n"},
+         "  diskmgt explain /etc\n"
+         "  diskmgt explain --format json\n",
+         &deliverExplanation},
         {"diff",
          &runDiff,
          "OLD NEW",

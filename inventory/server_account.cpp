@@ -133,6 +133,7 @@ private:
             if (!position) continue;
             const BlockDevice& device = blocks()[*position];
             facts.isHiddenPath = device.kind == Kind::kPath;
+            facts.content = account.devices[*position].udev.content;
             facts.isHeld = !device.unlistedHolders.empty() ||
                            std::any_of(device.carries.begin(), device.carries.end(),
                                        [&](std::size_t upper) { return blocks()[upper].disk != *position; });
@@ -180,8 +181,10 @@ private:
     }
 
     void addCimOnly(const refhost::Instance& instance, const std::string& name) {
-        account.cimOnly.push_back(
-            {&instance, name, {{"no-such-device", "unknown to the kernel", "The kernel has no such device."}}});
+        account.cimOnly.push_back({&instance,
+                                   name,
+                                   {{"no-such-device", "unknown to the kernel", "The kernel has no such device."}},
+                                   nullptr});
     }
 
     // --- mounts ---
@@ -241,7 +244,8 @@ private:
                                        disk.source,
                                        {{"not-mounted", "not mounted",
                                          "The kernel has no such mount; the mount table is a file of its own, or it "
-                                         "changed meanwhile."}}});
+                                         "changed meanwhile."}},
+                                       nullptr});
             return;
         }
         CimAnswer& answer = account.mounts[place->second].logicalDisk;
