@@ -45,7 +45,7 @@ const std::vector<CommandDescription>& commands() {
         {"get",
          &runGet,
          "CLASS",
-         1,
+         0,
          kAnyNumber,
          kHasExact | kHasColumns | kHasCsvSafe | kLoadsPlugin,
          {"json", "table", "csv", "mof"},
@@ -54,7 +54,9 @@ const std::vector<CommandDescription>& commands() {
          "an earlier request that is not shown; an association that is named before one\n"
          "of them is served after it. --exact requests just the named classes in just\n"
          "that order. A class named twice is served twice, and each mention shows\n"
-         "everything published.\n\n"
+         "everything published. Without a CLASS all 17 that the plug-in serves are\n"
+         "requested. A class that it does not serve gives the instances of the classes\n"
+         "beneath it; with --exact it gives none.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes;\n"
          "the elements of an array are joined by \",\"; null is an empty field, an empty\n"
          "text is \"\". A spreadsheet may take a text for a formula: --csv-safe.\n"
