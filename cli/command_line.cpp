@@ -151,7 +151,7 @@ std::vector<std::string> commandNames() {
 /// Whether a word in the place of a command is what to show: a path, or a device whose name is no slip of a command's.
 bool isOperandOfTree(const std::string& word) {
     if (word.find('/') != std::string::npos) return true;
-    return nearestNames(word, commandNames()).empty() && namesDevice(word);
+    return !word.empty() && nearestNames(word, commandNames()).empty() && namesDevice(word);
 }
 
 [[noreturn]] void refuseCommand(const std::string& name) {
