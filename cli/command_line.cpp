@@ -29,7 +29,7 @@ struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, cim = false;
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false;
 };
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
@@ -116,7 +116,10 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     };
     flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
     flag(kHasAll, "--all", given.all,
-         "Everything, nothing folded: each mount point,\npseudo file systems, RAM disks, hidden paths");
+         (command.flags & kHasCompact) != 0
+             ? "For json: list pseudo file systems too"
+             : "Everything, nothing folded: each mount point,\npseudo file systems, RAM disks, hidden paths");
+    flag(kHasCompact, "--compact", given.compact, "For json: without the plain instances");
     flag(kIsTree, "--cim", given.cim, "Only what CIM has, nested by its associations");
     flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
@@ -288,6 +291,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
+    options.compact = given.compact;
     options.cim = given.cim;
     options.bytes = given.bytes;
     options.space = given.space;

@@ -79,21 +79,24 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
         {"explain",
-         &runExplain,
+         &runExplainCollection,
          "DEVICE",
          0,
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device is or is not reported, and the rule that dropped it",
-         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
-         "without it the whole machine is explained. What is said is compared with the\n"
-         "plug-in's answer about drives and partitions. Network, FUSE and automounted\n"
-         "file systems are not touched.\n\n"
+         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
+         "one, a mount source, a mount point, or any path: then the disks are named that\n"
+         "it lies on. Without it the whole machine is explained.\n\n"
+         "Exit status 2 when a DEVICE exists nowhere. Missing rights alone end with 0:\n"
+         "each row says what is not known.\n\n"
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n"},
+         "  diskmgt explain /etc\n"
+         "  diskmgt explain --format json\n",
+         &deliverExplanation},
         {"diff",
          &runDiff,
          "OLD NEW",
@@ -122,12 +125,13 @@ const std::vector<CommandDescription>& commands() {
          "FORMAT",
          1,
          1,
-         kLoadsPlugin,
+         kHasAll | kHasCompact | kLoadsPlugin,
          {},
          "The whole inventory for programs: json, prometheus, mof or html",
-         "json: drives with their partitions and logical disks nested, and the plain\n"
-         "instances beside them. The document is fit to be an Ansible local fact and a\n"
-         "facter external fact.\n\n"
+         "json: block devices, what lies on them and what is mounted, as the kernel has\n"
+         "them, and beside each what CIM reports. --compact leaves the plain instances\n"
+         "out, --all lists pseudo file systems too. The document is fit to be an Ansible\n"
+         "local fact and a facter external fact.\n\n"
          "prometheus: sizes, space and whether the collection succeeded, as gauges for\n"
          "the textfile collector of the node exporter. Space that cannot be measured has\n"
          "no sample.\n\n"
@@ -137,7 +141,8 @@ const std::vector<CommandDescription>& commands() {
          "html: one page for a browser or for paper, drives drawn to scale with tables\n"
          "beneath. It needs no network and no scripts.\n\n"
          "Past the time limit what the classes served so far give is still written; the\n"
-         "exit status is 4.\n\n"
+         "exit status is 4. An account that is not complete is written too, and the exit\n"
+         "status is 1.\n\n"
          "Examples:\n"
          "  diskmgt export json\n"
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"

@@ -20,6 +20,7 @@ enum CommandFlags : unsigned {
     kTouchesNothing = 32,  // neither devices nor files nor a plug-in
     kHasCsvSafe = 64,
     kLoadsPlugin = 128,  // --plugin, --log-level and --virtual-device: they are for the host and what it loads
+    kHasCompact = 256,
     kIsTree = 512        // --cim, and columns of a tree
 };
 

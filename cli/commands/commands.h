@@ -11,7 +11,6 @@ namespace diskmgt {
 
 ExitStatus runClasses(const Options& options);
 ExitStatus runDiff(const Options& options);
-ExitStatus runExplain(const Options& options);
 ExitStatus runGet(const Options& options);
 ExitStatus runPlugin(const Options& options);
 ExitStatus runProbe(const Options& options);
@@ -24,6 +23,9 @@ ExitStatus runCollection(const Options& options);
 /// The same for an export, whose format is checked first, and for a tree, whose columns are.
 ExitStatus runExportCollection(const Options& options);
 ExitStatus runTreeCollection(const Options& options);
+/// The same for an explanation, whose operands are checked first.
+ExitStatus runExplainCollection(const Options& options);
+ExitStatus deliverExplanation(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 ExitStatus deliverExport(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 ExitStatus deliverTree(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 
