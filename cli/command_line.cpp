@@ -128,8 +128,10 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
                 ? "Only these columns, in this order, separated by\ncommas; +NAMES: these too"
                 : "Only these properties, in this order, separated\nby commas",
             "NAMES");
-    if (command.name[0] == '\0')
-        add("--format", given.format, "For the command that follows", "FORMAT");
+    if (command.name[0] == '\0' || (command.flags & kHasCompact) != 0)
+        add("--format", given.format,
+            command.name[0] == '\0' ? "For the command that follows" : "The same as FORMAT behind the command",
+            "FORMAT");
     else if (!command.formats.empty())
         add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
             "FORMAT");
@@ -154,7 +156,7 @@ std::vector<std::string> commandNames() {
 /// Whether a word in the place of a command is what to show: a path, or a device whose name is no slip of a command's.
 bool isOperandOfTree(const std::string& word) {
     if (word.find('/') != std::string::npos) return true;
-    return nearestNames(word, commandNames()).empty() && namesDevice(word);
+    return !word.empty() && nearestNames(word, commandNames()).empty() && namesDevice(word);
 }
 
 [[noreturn]] void refuseCommand(const std::string& name) {
@@ -278,7 +280,7 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
         if (given.logLevel) refuse("--log-level");
         if (!given.virtualDevices.empty()) refuse("--virtual-device");
     }
-    if (given.format && command.formats.empty()) refuse("--format");
+    if (given.format && command.formats.empty()) refuse(given.json ? "--json" : "--format");
 }
 
 /// --json stands for --format json; for `export` both name the form, which is its operand else.

@@ -28,7 +28,8 @@ USES = {
         "sda": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
         "sdd": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
         "dm-0": "In use by dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
-        "sda1": "Not seen in use.",  # the volume lies on the whole disk
+        # The volume lies on the whole disk, so on its partitions too.
+        "sda1": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
     },
     "encrypted-whole": {
         "sdb": "In use by dm-0 (secret), mounted on /srv/secret.",
@@ -55,6 +56,9 @@ for disk in os.listdir("/sys/block") if os.path.isdir("/sys/block") else []:
 mounted = {line.split(" ")[2] for line in open("/proc/self/mountinfo", errors="replace")}
 swaps = {line.split()[0] for line in list(open("/proc/swaps"))[1:]}
 members = {os.path.basename(path) for path in glob.glob("/sys/fs/btrfs/*/devices/*")}  # of those that are mounted
+def is_used(name):
+    return bool(holders.get(name)) or numbers.get(name) in mounted or "/dev/" + name in swaps or name in members
+disks = {part: disk for disk in parts for part in parts[disk]}
 found = {}
 for name in numbers:
     new = {name, re.sub(r"^(nvme\d+)c\d+", r"\1", name)} & set(holders)  # a path, and the disk it leads to
@@ -62,7 +66,7 @@ for name in numbers:
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
         reached |= new
-    found[name] = any(holders.get(n) or numbers.get(n) in mounted or "/dev/" + n in swaps or n in members for n in reached)
+    found[name] = any(is_used(n) for n in reached) or is_used(disks.get(name))
 print(json.dumps(found))
 """
 
