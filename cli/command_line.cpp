@@ -29,7 +29,7 @@ struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false, all = false, bytes = false, space = false, csvSafe = false;
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false;
 };
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
@@ -115,12 +115,21 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
     flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
-    flag(kHasAll, "--all", given.all, "Also what is mounted from no drive, such as tmpfs\nand network file systems");
+    flag(kHasAll, "--all", given.all,
+         (command.flags & kHasCompact) != 0
+             ? "For json: list pseudo file systems too"
+             : "Everything, nothing folded: each mount point,\npseudo file systems, RAM disks, hidden paths");
+    flag(kHasCompact, "--compact", given.compact, "For json: without the plain instances");
+    flag(kIsTree, "--cim", given.cim, "Only what CIM has, nested by its associations");
     flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
     flag(kHasCsvSafe, "--csv-safe", given.csvSafe, "For csv: no field that a spreadsheet takes for a\nformula");
     if ((command.flags & kHasColumns) != 0)
-        add("--columns", given.columns, "Only these properties, in this order, separated\nby commas", "NAMES");
+        add("--columns", given.columns,
+            (command.flags & kIsTree) != 0
+                ? "Only these columns, in this order, separated by\ncommas; +NAMES: these too"
+                : "Only these properties, in this order, separated\nby commas",
+            "NAMES");
     if (command.name[0] == '\0')
         add("--format", given.format, "For the command that follows", "FORMAT");
     else if (!command.formats.empty())
@@ -136,9 +145,20 @@ std::string seeHelp(const std::string& commandName) {
     return "; see \"diskmgt " + (commandName.empty() ? "" : commandName + " ") + "--help\"";
 }
 
-[[noreturn]] void refuseCommand(const std::string& name) {
+std::vector<std::string> commandNames() {
     std::vector<std::string> names;
     for (const CommandDescription& command : commands()) names.emplace_back(command.name);
+    return names;
+}
+
+/// Whether a word in the place of a command is what to show: a path, or a device whose name is no slip of a command's.
+bool isOperandOfTree(const std::string& word) {
+    if (word.find('/') != std::string::npos) return true;
+    return nearestNames(word, commandNames()).empty() && namesDevice(word);
+}
+
+[[noreturn]] void refuseCommand(const std::string& name) {
+    const std::vector<std::string> names = commandNames();
     wrongUsage("unknown command \"" + name + "\"" + didYouMean(nearestNames(name, names)) +
                "; the commands are: " + joined(names, ", ") + seeHelp(""));
 }
@@ -253,14 +273,14 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
     const auto refuse = [&name](const char* option) { wrongUsage(name + " has no " + option + seeHelp(name)); };
     if (given.all && (command.flags & kHasAll) == 0) refuse("--all");
     if (given.bytes && (command.flags & kHasBytes) == 0) refuse("--bytes");
+    if (given.cim && (command.flags & kIsTree) == 0) refuse("--cim");
+    if (given.columns && (command.flags & kHasColumns) == 0) refuse("--columns");
     if ((command.flags & kLoadsPlugin) == 0) {
         if (given.pluginFile) refuse("--plugin");
         if (given.logLevel) refuse("--log-level");
         if (!given.virtualDevices.empty()) refuse("--virtual-device");
     }
-    if (!given.format || !command.formats.empty()) return;
-    if (name != "tree") refuse("--format");
-    wrongUsage("tree has no --format; \"diskmgt export json\" gives the same to programs");
+    if (given.format && command.formats.empty()) refuse("--format");
 }
 
 Options checked(const GivenTexts& given, const CommandDescription& command) {
@@ -271,14 +291,25 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     options.operands = given.operands;
     options.exact = given.exact;
     options.all = given.all;
+    options.compact = given.compact;
+    options.cim = given.cim;
     options.bytes = given.bytes;
     options.space = given.space;
     if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);
     if (given.columns) {
         options.columns = splitAtCommas(*given.columns);
         if (options.format == Format::kJson || options.format == Format::kMof)
-            wrongUsage("--columns needs --format table or csv; json and mof carry every property");
+            wrongUsage((command.flags & kIsTree) != 0
+                           ? "--columns needs --format table; json carries everything"
+                           : "--columns needs --format table or csv; json and mof carry every property");
     }
+    if (options.cim && options.format == Format::kJson)
+        wrongUsage("--cim needs --format table; \"diskmgt get\" gives what is published as JSON");
+    if (options.cim && !options.operands.empty())
+        wrongUsage("--cim shows all that is published; leave \"" + options.operands.front() + "\" out" +
+                   seeHelp("tree"));
+    if ((command.flags & kIsTree) != 0 && contains(options.operands, ""))
+        wrongUsage("tree takes the name of a DEVICE, not an empty text");
     if (given.csvSafe && options.format != Format::kCsv)
         wrongUsage("--csv-safe needs --format csv; no other format is read as formulas");
     options.csvSafe = given.csvSafe;
@@ -289,7 +320,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     if (given.outputFile && given.outputFile->empty())
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
-    options.isForPeople = options.format == Format::kTable || (command.flags & kIsTree) != 0;
+    options.isForPeople = options.format == Format::kTable;
     options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
     if (given.pluginFile && given.pluginFile->empty())
         wrongUsage("--plugin needs the name of a file, not an empty text");
@@ -320,11 +351,18 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         if (!words.empty()) {
             if (words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
             command = findCommand(words.front());
-            if (command == nullptr) refuseCommand(words.front());
+            if (command != nullptr) {
+                words.erase(words.begin());
+            } else if (isOperandOfTree(words.front())) {
+                command = findCommand("tree");
+            } else {
+                refuseCommand(words.front());
+            }
         }
+    } else {
+        words.erase(words.begin());
     }
     if (command != nullptr) {
-        words.erase(words.begin());
         const auto mark = std::find(words.begin(), words.end(), "--");
         if (mark != words.end()) {
             given.plainOperands.assign(mark + 1, words.end());

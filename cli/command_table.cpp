@@ -9,29 +9,38 @@ namespace diskmgt {
 namespace {
 
 constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
+constexpr unsigned kTreeFlags = kHasAll | kHasBytes | kHasColumns | kLoadsPlugin | kIsTree;
 
 }  // namespace
 
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
         {"tree",
-         &runCollection,
-         nullptr,
+         &runTreeCollection,
+         "DEVICE",
          0,
-         0,
-         kHasAll | kHasBytes | kLoadsPlugin | kIsTree,
-         {},
-         "Drives, their partitions and what is mounted on them",
-         "Start is where a partition really begins. Free counts what is kept for root,\n"
-         "Avail is what users may still write. A question mark marks a value that may be\n"
-         "wrong; the notes below the tree say why. On a terminal the columns are made to\n"
-         "fit.\n\n"
-         "Past the time limit what the classes served so far give is still shown; the\n"
-         "exit status is 4.\n\n"
+         kAnyNumber,
+         kTreeFlags,
+         {"table", "json"},
+         "The disks, what lies on them, and what CIM reports of each",
+         "DEVICE is a device, a mount or any path: a device is shown with all that lies\n"
+         "on it, a path with the disks that carry it. Without \"tree\" a DEVICE that is\n"
+         "no command's name will do: \"diskmgt sda\".\n\n"
+         "CIM: what the plug-in publishes. \"yes\"; \"as NAME\": under this name; \"no\" and\n"
+         "why; \"?\": unknown and why. Behind \"yes:\" is what it has otherwise. \"explain\"\n"
+         "says more. Free counts what is kept for root, Avail is what users may still\n"
+         "write. What is \"not seen in use\" may still be in use in a way that leaves no\n"
+         "trace here. On a terminal the columns are made to fit.\n\n"
+         "Columns: name, size, start, type, used, use, free, avail, cim, remark, model,\n"
+         "serial, wwid, transport, rotational, content, label, uuid, partuuid.\n\n"
+         "Past the time limit the disks are still shown, and what CIM reports as far as\n"
+         "it is known; the exit status is 4.\n\n"
          "Examples:\n"
          "  diskmgt\n"
-         "  diskmgt --all\n"
-         "  diskmgt tree --bytes\n",
+         "  diskmgt sda\n"
+         "  diskmgt tree /var/lib\n"
+         "  diskmgt tree --columns +model,serial\n"
+         "  diskmgt tree --format json\n",
          &deliverTree},
         {"get",
          &runGet,
@@ -116,12 +125,13 @@ const std::vector<CommandDescription>& commands() {
          "FORMAT",
          1,
          1,
-         kLoadsPlugin,
+         kHasAll | kHasCompact | kLoadsPlugin,
          {},
          "The whole inventory for programs: json, prometheus, mof or html",
-         "json: drives with their partitions and logical disks nested, and the plain\n"
-         "instances beside them. The document is fit to be an Ansible local fact and a\n"
-         "facter external fact.\n\n"
+         "json: block devices, what lies on them and what is mounted, as the kernel has\n"
+         "them, and beside each what CIM reports. --compact leaves the plain instances\n"
+         "out, --all lists pseudo file systems too. The document is fit to be an Ansible\n"
+         "local fact and a facter external fact.\n\n"
          "prometheus: sizes, space and whether the collection succeeded, as gauges for\n"
          "the textfile collector of the node exporter. Space that cannot be measured has\n"
          "no sample.\n\n"
@@ -131,7 +141,8 @@ const std::vector<CommandDescription>& commands() {
          "html: one page for a browser or for paper, drives drawn to scale with tables\n"
          "beneath. It needs no network and no scripts.\n\n"
          "Past the time limit what the classes served so far give is still written; the\n"
-         "exit status is 4.\n\n"
+         "exit status is 4. An account that is not complete is written too, and the exit\n"
+         "status is 1.\n\n"
          "Examples:\n"
          "  diskmgt export json\n"
          "  diskmgt export json --output /etc/ansible/facts.d/disks.fact\n"
@@ -188,8 +199,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tree = {
-        "", &runCollection, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin | kIsTree, {}, "", "", &deliverTree};
+    static const CommandDescription tree = {"",         &runTreeCollection, nullptr, 0,  0,
+                                            kTreeFlags, {"table", "json"},  "",      "", &deliverTree};
     return tree;
 }
 

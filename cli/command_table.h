@@ -19,8 +19,9 @@ enum CommandFlags : unsigned {
     kHasColumns = 16,
     kTouchesNothing = 32,  // neither devices nor files nor a plug-in
     kHasCsvSafe = 64,
-    kLoadsPlugin = 128,   // --plugin, --log-level and --virtual-device: they are for the host and what it loads
-    kIsTree = 512         // a tree for people, in the only format there is
+    kLoadsPlugin = 128,  // --plugin, --log-level and --virtual-device: they are for the host and what it loads
+    kHasCompact = 256,
+    kIsTree = 512        // --cim, and columns of a tree
 };
 
 struct CommandDescription {

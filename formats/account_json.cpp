@@ -1,9 +1,13 @@
 // What is unknown is left out, nothing is null.
 #include "formats/account_json.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <utility>
+
+#include "inventory/completeness.h"
 
 namespace diskmgt::json {
 
@@ -20,7 +24,14 @@ void setTruth(JsonWriter& out, const char* name, bool value) {
     if (value) out.truthField(name, true);
 }
 
-void writeAnswer(JsonWriter& out, const CimAnswer& answer) {
+void writeRules(JsonWriter& out, const std::vector<Reason>& reasons) {
+    out.key("rules").beginArray();
+    for (const Reason& reason : reasons) out.text(reason.rule);
+    out.endArray();
+}
+
+/// `published`: of a reported partition.
+void writeAnswer(JsonWriter& out, const CimAnswer& answer, const Partition* published) {
     out.beginObject(JsonLayout::kSpaced).truthField("known", !answer.isUnknown());
     if (answer.isUnknown()) {
         if (!answer.reasons.empty()) out.textField("rule", answer.reasons.front().rule);
@@ -32,14 +43,24 @@ void writeAnswer(JsonWriter& out, const CimAnswer& answer) {
         out.textField("instance", answer.instance->path).textField("as", answer.as);
         out.numberField("size", answer.size).numberField("start", answer.start);
         out.numberField("partitionCount", answer.partitionCount);
+        if (published != nullptr) out.numberField("type", published->type).textField("typeName", published->typeName);
         out.key("differs").texts(answer.differs);
     }
-    if (!answer.reasons.empty()) {
-        out.key("rules").beginArray();
-        for (const Reason& reason : answer.reasons) out.text(reason.rule);
-        out.endArray();
-    }
+    if (!answer.isReported() || !answer.reasons.empty()) writeRules(out, answer.reasons);
     out.endObject();
+}
+
+/// As in /proc/mounts: read-only if the mount or its file system is, then the other options of both.
+std::string optionsOf(const diskmgt_machine::Mount& mount) {
+    bool isReadOnly = false;
+    std::string others;
+    for (std::string_view list : {std::string_view(mount.options), std::string_view(mount.superOptions)}) {
+        const std::string_view access = list.substr(0, list.find(','));
+        if (access == "ro") isReadOnly = true;
+        if (access == "ro" || access == "rw") list.remove_prefix(std::min(list.size(), access.size() + 1));
+        if (!list.empty()) others.append(",").append(list);
+    }
+    return (isReadOnly ? "ro" : "rw") + others;
 }
 
 /// udev's word where there is one.
@@ -63,10 +84,15 @@ public:
         out.key("on").beginArray(JsonLayout::kSpaced);
         for (const std::size_t below : device.on) out.text(account.device(below).name);
         out.endArray();
+        // A partition or volume has its disk's identity in udev's record.
+        const bool isWhole = device.kind != Kind::kPartition && device.on.empty();
+        const auto identity = [isWhole](const std::string& ofKernel, const std::string& ofUdev) -> const std::string& {
+            return ofKernel.empty() && isWhole ? ofUdev : ofKernel;
+        };
         for (const auto& [name, value] : std::initializer_list<std::pair<const char*, const std::string&>>{
                  {"model", device.identity.model},
-                 {"serial", device.identity.serial.empty() ? more.udev.serial : device.identity.serial},
-                 {"wwid", device.identity.wwid},
+                 {"serial", identity(device.identity.serial, more.udev.serial)},
+                 {"wwid", identity(device.identity.wwid, more.udev.wwn)},
                  {"transport", device.transport},
                  {"volume", device.volume},
                  {"level", device.level},
@@ -80,36 +106,51 @@ public:
         if (device.isRotational) out.truthField("rotational", *device.isRotational);
         setTruth(out, "hidden", device.isHidden);
         if (device.kind == Kind::kPartition) partition(device, more);
-        for (const std::size_t swap : more.swaps) {
-            const diskmgt_machine::Swap& area = account.machine.swaps[swap];
+        if (!more.swaps.empty()) {
+            const diskmgt_machine::Swap& area = account.machine.swaps[more.swaps.front()];
             out.key("swap").beginObject(JsonLayout::kSpaced).numberField("size", area.sizeBytes);
             out.numberField("used", area.usedBytes).endObject();
         }
         if (!more.mounts.empty()) mounts(more.mounts);
         if (more.mountsAt) out.textField("mountsAt", account.device(*more.mountsAt).name);
-        cim({{"drive", more.drive}, {"partition", more.partition}, {"logicalDisk", more.logicalDisk}});
-        out.endObject();
+        out.key("cim").beginObject();
+        if (more.drive) answer("drive", *more.drive);
+        if (more.partition) answer("partition", *more.partition, publishedOf(more));
+        if (!more.mounts.empty()) answer("logicalDisk", account.mounts[chiefOf(more.mounts)].logicalDisk);
+        out.endObject().endObject();
     }
 
     void fileSystem(const FileSystemAccount& shown) {
         out.beginObject().textField("source", account.machine.mounts[shown.mounts.front()].source);
         out.textField("kind", nameOf(shown.group));
         mounts(shown.mounts);
-        std::size_t reported = shown.mounts.front();
-        for (const std::size_t mount : shown.mounts)
-            if (account.mounts[mount].logicalDisk.isReported()) {
-                reported = mount;
-                break;
-            }
-        cim({{"logicalDisk", account.mounts[reported].logicalDisk}});
-        out.endObject();
+        out.key("cim").beginObject();
+        answer("logicalDisk", account.mounts[chiefOf(shown.mounts)].logicalDisk);
+        out.endObject().endObject();
     }
 
 private:
+    /// The mount whose answer is that of the whole file system.
+    std::size_t chiefOf(const std::vector<std::size_t>& positions) const {
+        const auto reported = std::find_if(positions.begin(), positions.end(), [this](std::size_t mount) {
+            return account.mounts[mount].logicalDisk.isReported();
+        });
+        return reported == positions.end() ? positions.front() : *reported;
+    }
+
+    const Partition* publishedOf(const DeviceAccount& device) const {
+        return device.published ? &account.inventory().partitions[*device.published] : nullptr;
+    }
+
+    void answer(const char* name, const CimAnswer& said, const Partition* published = nullptr) {
+        out.key(name);
+        writeAnswer(out, said, published);
+    }
+
     void partition(const BlockDevice& device, const DeviceAccount& more) {
         out.key("partition").beginObject(JsonLayout::kSpaced);
         out.numberField("number", device.partitionNumber).numberField("start", device.startBytes);
-        const Partition* const published = more.published ? &account.inventory().partitions[*more.published] : nullptr;
+        const Partition* const published = publishedOf(more);
         knownText(out, "table", tableOf(more.udev.partitionTable, published));
         std::string type = more.udev.partitionType;
         std::string typeName = partitionTypeNameOf(type);
@@ -120,37 +161,41 @@ private:
         }
         knownText(out, "type", type);
         knownText(out, "typeName", typeName);
-        knownText(out, "label", more.udev.partitionName);
+        knownText(out, "name", more.udev.partitionName);
         knownText(out, "uuid", more.udev.partitionUuid);
         out.endObject();
     }
 
     void mounts(const std::vector<std::size_t>& positions) {
+        const std::size_t chief = chiefOf(positions);
         out.key("mounts").beginArray();
         for (const std::size_t position : positions) {
             const diskmgt_machine::Mount& mount = account.machine.mounts[position];
             const MountAccount& more = account.mounts[position];
             out.beginObject(JsonLayout::kSpaced).textField("mountPoint", mount.mountPoint);
             out.textField("root", mount.root).textField("fileSystem", mount.type);
-            out.textField("options", mount.options);
+            out.textField("options", optionsOf(mount));
             if (more.space) {
                 out.numberField("total", more.space->total).numberField("free", more.space->free);
                 out.numberField("available", more.space->available);
+            } else {
+                out.textField("rule", whyWithoutFigures(mount, more));
             }
-            if (more.reason) out.textField("rule", more.reason->rule);
+            if (position != chief && more.logicalDisk.isReported()) {
+                out.key("cim").beginObject();
+                answer("logicalDisk", more.logicalDisk);  // mounted from another source, so published beside the chief
+                out.endObject();
+            }
             out.endObject();
         }
         out.endArray();
     }
 
-    void cim(std::initializer_list<std::pair<const char*, const std::optional<CimAnswer>&>> answers) {
-        out.key("cim").beginObject();
-        for (const auto& [name, answer] : answers)
-            if (answer) {
-                out.key(name);
-                writeAnswer(out, *answer);
-            }
-        out.endObject();
+    std::string whyWithoutFigures(const diskmgt_machine::Mount& mount, const MountAccount& more) const {
+        if (more.reason) return more.reason->rule;
+        if (mount.type == "autofs") return "automount";
+        if (more.group == FileSystemGroup::kPseudo) return "pseudo";
+        return UnaskedReasons(account).notLookedAt().rule;
     }
 
     JsonWriter& out;
@@ -159,18 +204,23 @@ private:
 
 }  // namespace
 
-void writeDevices(JsonWriter& out, const ServerAccount& account) {
+void writeDevices(JsonWriter& out, const ServerAccount& account, const std::vector<bool>& chosen) {
     out.beginArray();
     AccountWriter writer(out, account);
-    for (std::size_t i = 0; i < account.devices.size(); ++i) writer.device(i);
+    for (std::size_t i = 0; i < account.devices.size(); ++i)
+        if (chosen.empty() || chosen[i]) writer.device(i);
     out.endArray();
 }
 
-void writeFileSystems(JsonWriter& out, const ServerAccount& account, bool all) {
+void writeFileSystems(JsonWriter& out, const ServerAccount& account, bool all, const std::vector<bool>& chosen) {
     out.beginArray();
     AccountWriter writer(out, account);
-    for (const FileSystemAccount& fileSystem : account.fileSystems)
-        if (all || fileSystem.group != FileSystemGroup::kPseudo) writer.fileSystem(fileSystem);
+    for (const FileSystemAccount& fileSystem : account.fileSystems) {
+        const bool isWanted = chosen.empty() ? all || fileSystem.group != FileSystemGroup::kPseudo
+                                             : std::any_of(fileSystem.mounts.begin(), fileSystem.mounts.end(),
+                                                           [&chosen](std::size_t mount) { return chosen[mount]; });
+        if (isWanted) writer.fileSystem(fileSystem);
+    }
     out.endArray();
 }
 

@@ -58,6 +58,9 @@ void addClassGaps(ServerAccount& account) {
     for (const ClassFailure& failure : published.failures)
         if (!failure.isLeftOut)
             account.gaps.push_back({"class-failed", failure.className, "While it was served, " + failure.text + "."});
+    const worker::EarlyEnd& end = account.collection.end;
+    if (end.isEarly() && published.missingClasses.empty())  // it ended behind the last class
+        account.gaps.push_back({end.rule, "CIM", end.text});
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ TABLE = """
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |
-| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, refhost/api, schema, text |
+| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, machine, refhost/api, schema, text |
 | cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
 | tests              | anything |

@@ -68,7 +68,10 @@ std::string escapedLines(const std::string& lines) {
 }  // namespace
 
 ExitStatus runExportCollection(const Options& options) {
-    (void)formNamed(options.operands.front());
+    const bool isJson = formNamed(options.operands.front()).write == &document;
+    if (!isJson && (options.all || options.compact))
+        throw CommandError(kWrongUsage, std::string(options.all ? "--all" : "--compact") +
+                                            " is for \"export json\"; see \"diskmgt export --help\"");
     return runCollection(options);
 }
 

@@ -40,7 +40,7 @@ USES = {
 
 # The same question, answered by the shortest program: what is reached from a device, and whether it is in a table.
 WITNESS = r"""
-import json, os, re
+import glob, json, os, re
 numbers, holders, parts = {}, {}, {}
 for disk in os.listdir("/sys/block") if os.path.isdir("/sys/block") else []:
     pattern = re.escape(disk) + ("p" if disk[-1].isdigit() else "") + r"\d+"
@@ -48,16 +48,21 @@ for disk in os.listdir("/sys/block") if os.path.isdir("/sys/block") else []:
     for name in [disk] + parts[disk]:
         place = "/sys/block/" + disk + ("" if name == disk else "/" + name)
         numbers[name] = open(place + "/dev").read().strip() if os.path.exists(place + "/dev") else None
-        holders[name] = os.listdir(place + "/holders") if os.path.isdir(place + "/holders") else []
+        holders.setdefault(name, []).extend(os.listdir(place + "/holders") if os.path.isdir(place + "/holders") else [])
+    if os.path.exists("/sys/block/" + disk + "/loop/backing_file"):
+        backing = open("/sys/block/" + disk + "/loop/backing_file").read().strip()
+        holders.setdefault(backing.replace("/dev/", ""), []).append(disk)
 mounted = {line.split(" ")[2] for line in open("/proc/self/mountinfo", errors="replace")}
 swaps = {line.split()[0] for line in list(open("/proc/swaps"))[1:]}
+members = {os.path.basename(path) for path in glob.glob("/sys/fs/btrfs/*/devices/*")}  # of those that are mounted
 found = {}
-for name in holders:
-    reached, new = {name}, {name}
+for name in numbers:
+    new = {name, re.sub(r"^(nvme\d+)c\d+", r"\1", name)} & set(holders)  # a path, and the disk it leads to
+    reached = set(new)
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
         reached |= new
-    found[name] = any(holders.get(n) or numbers.get(n) in mounted or "/dev/" + n in swaps for n in reached)
+    found[name] = any(holders.get(n) or numbers.get(n) in mounted or "/dev/" + n in swaps or n in members for n in reached)
 print(json.dumps(found))
 """
 
@@ -82,6 +87,16 @@ def _use_in(text):
 def test_the_use_of_a_device_is_said_through_every_layer(machine, diskmgt, name, device):
     text = machine(name).run([diskmgt, "explain", f"/dev/{device}"]).stdout
     assert _use_in(text) == USES[name][device]
+
+
+def test_a_device_that_only_the_source_of_a_mount_names_is_not_seen_in_use(tmp_path, diskmgt, explain):
+    with Session(write_machine(tmp_path, disks=[{"name": "sda", "size": "8 MiB"}], sys_block=[{"name": "sda", "size": 16384}],
+                               mounts=[{"at": "/media/memory", "source": "/dev/sda", "type": "tmpfs"}],
+                               mtab="live")) as session:
+        assert explain(session)["devices"][0]["use"]["seen"] is False
+        text = session.run([diskmgt, "explain", "/dev/sda"]).stdout
+    assert "  Mounted:     /dev/sda on /media/memory.\n" in text
+    assert _use_in(text) == "Not seen in use. Only the mount table names it."
 
 
 @pytest.mark.parametrize("name", NAMES)
