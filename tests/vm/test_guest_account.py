@@ -159,8 +159,12 @@ def test_content_is_what_udev_knows(guest, account, witness, key, witness_key):
 
 @pytest.mark.parametrize(("key", "witness_key"), [("uuid", "partuuid"), ("type", "parttype"), ("name", "partlabel")])
 def test_partitions_are_described_as_udev_knows_them(guest, account, witness, key, witness_key):
-    assert account.partition_field(key) == witness.field(witness_key)
-    assert bool(account.partition_field(key)) == guest.has_udev
+    found = account.partition_field(key)
+    if not guest.has_udev:  # a document of root has the type bytes that the plug-in read
+        found = {name: value for name, value in found.items()
+                 if not account.devices[name].get("cim", {}).get("partition", {}).get("reported")}
+    assert found == witness.field(witness_key)
+    assert bool(found) == guest.has_udev
 
 
 def _unescaped(name):
