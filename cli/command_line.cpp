@@ -289,8 +289,11 @@ void settleFormat(GivenTexts& given, const CommandDescription& command) {
         wrongUsage("--json and --format " + *given.format + " contradict each other; leave one out");
     if (given.json) given.format = "json";
     const bool isForm = (command.flags & kHasCompact) != 0;
-    if (!isForm || !given.format || !given.operands.empty()) return;
-    given.operands.push_back(*given.format);
+    if (!isForm || !given.format) return;
+    if (given.operands.empty()) given.operands.push_back(*given.format);
+    if (given.operands.front() != *given.format)
+        wrongUsage("export writes one form, not " + given.operands.front() + " and " + *given.format +
+                   seeHelp("export"));
     given.format.reset();
 }
 
