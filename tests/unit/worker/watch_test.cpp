@@ -40,6 +40,7 @@ Seen watched(const std::function<int()>& work, const std::function<bool(const Ou
              const Stage& usual = {}, const Worker::Wants& wanted = {}, int output = -1) {
     int ends[2];
     if (::pipe(ends) != 0) return {};
+    (void)std::fflush(nullptr);  // else the worker writes what the test program has buffered
     const pid_t watching = ::fork();
     if (watching == 0) {
         (void)::dup2(output >= 0 ? output : ends[1], STDOUT_FILENO);
