@@ -67,7 +67,7 @@ for name in numbers:
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
         reached |= new
-    found[name] = any(is_used(n) for n in reached) or is_used(disks.get(name))
+    found[name] = any(is_used(n) for n in reached) or is_used(disks.get(name, name))
 print(json.dumps(found))
 """
 
