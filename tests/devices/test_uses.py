@@ -66,7 +66,7 @@ for name in numbers:
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
         reached |= new
-    found[name] = any(is_used(n) for n in reached) or is_used(disks.get(name))
+    found[name] = any(is_used(n) for n in reached) or (name in disks and is_used(disks[name]))
 print(json.dumps(found))
 """
 
