@@ -29,7 +29,8 @@ USES = {
         "sda": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
         "sdd": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
         "dm-0": "In use by dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
-        "sda1": "Not seen in use.",  # the volume lies on the whole disk
+        "sda1": "In use as part of sda, which is in use by dm-0 (mpatha), dm-1 (mpatha-part1) and "
+                "dm-2 (mpatha-part2), mounted on / and /boot/efi.",  # the volume lies on the whole disk
     },
     "encrypted-whole": {
         "sdb": "In use by dm-0 (secret), mounted on /srv/secret.",
@@ -59,6 +60,7 @@ members = {os.path.basename(path) for path in glob.glob("/sys/fs/btrfs/*/devices
 found = {}
 for name in numbers:
     new = {name, re.sub(r"^(nvme\d+)c\d+", r"\1", name)} & set(holders)  # a path, and the disk it leads to
+    new |= {disk for disk in parts if name in parts[disk] and holders[disk]}  # what holds the disk holds all of it
     reached = set(new)
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
