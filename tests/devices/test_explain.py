@@ -219,8 +219,8 @@ def test_a_device_that_exists_nowhere_is_wrong_usage(machine, diskmgt):
     done = machine("volumes-root").run([diskmgt, "explain", "sda77", "sda1", "/dev/sdx"], check=False)
     assert done.status == 2
     assert done.stderr.splitlines() == [
-        'diskmgt: there is no device, mount or file "sda77"; sda has sda1, sda2 and sda3',
-        'diskmgt: there is no device, mount or file "/dev/sdx"; "diskmgt explain" lists what there is']
+        'diskmgt: nothing here is named "sda77": no device, mount or path; sda has sda1, sda2 and sda3',
+        'diskmgt: nothing here is named "/dev/sdx": no device, mount or path; "diskmgt explain" lists what there is']
     assert done.stdout.startswith("/dev/sda1 (asked for as sda1)\n")
 
 
