@@ -319,9 +319,10 @@ def test_wrong_usage(run, arguments):
     (b'{"namespace": "root/cimv2", "classes": [], "log": []}', "is not a document of"),
     (json.dumps(ONE).encode()[:-2], "ends in the middle"), (json.dumps(ONE).encode() * 2, "is not valid JSON"),
     (b'{"diskmgt": {"schema": 1, "hostName": "x", "drives": []}}', "was written before 1.1.0; export it again"),
+    (json.dumps(inventory(DISK, DISK)).encode(), 'has two devices with the name "sda"'),
     (b'{"diskmgt": {"schema": 2}}', "newer form 2"), (b"[" * 1000000, "nested more than 32 deep"),
     (b'{"diskmgt": {"schema": 1, "schema": 1}}', 'names "schema" twice')],
-    ids=["empty", "blank", "no_json", "list", "no_utf8", "get", "cut", "two", "before", "newer", "deep", "name_twice"])
+    ids=["empty", "blank", "no_json", "list", "no_utf8", "get", "cut", "two", "before", "device_twice", "newer", "deep", "name_twice"])
 @pytest.mark.parametrize("stands", [0, 1])
 def test_other_files_are_refused_by_name(diff, text, says, stands):
     pair = [ONE, ONE]
@@ -438,8 +439,9 @@ class TestMemory:
         assert status == 2 and "more than 1000000 elements" in said and peak < 1 << 30
 
     def test_of_a_crowd_of_elements_is_bounded(self, tmp_path):
-        one = json.dumps({"name": "sda", "kind": "disk", "on": [], "size": 1, "model": "x", "cim": {}})
-        text = json.dumps(inventory(devices="crowd")).replace('"crowd"', "[" + ",".join([one] * 1000001) + "]")
+        rows = (f'{{"name": "sda{number}", "kind": "disk", "on": [], "size": 1, "model": "x", "cim": {{}}}}'
+                for number in range(1000001))
+        text = json.dumps(inventory(devices="crowd")).replace('"crowd"', "[" + ",".join(rows) + "]")
         (tmp_path / "crowd").write_text(text)
         status, said, peak = peak_of(tmp_path / "crowd", tmp_path / "crowd")
         assert status == 2 and "more than 1000000 elements" in said and peak < 1 << 30
