@@ -29,7 +29,8 @@ struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false;
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false,
+         json = false;
 };
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
@@ -105,31 +106,37 @@ void addPluginOptions(CLI::App& app, GivenTexts& given) {
 void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
     const auto add = [&app](const char* name, std::optional<std::string>& text, const std::string& help,
                             const char* placeholder) { addOption(app, name, text, help, placeholder); };
-    if (command.operand != nullptr) {
-        CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
-        if (command.fewestOperands > 0 && given.plainOperands.empty()) operands->required();
-    }
+    if (command.operand != nullptr) app.add_option(command.operand, given.operands)->type_name("");
     app.set_help_flag("-h,--help", "Print this help and exit");
-    app.set_version_flag("--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
+    app.set_version_flag("-V,--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
     const auto flag = [&app, &command](unsigned which, const char* name, bool& isGiven, const char* help) {
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
     flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
-    const bool isOfDocument = (command.flags & kHasCompact) != 0;
     flag(kHasAll, "--all", given.all,
-         isOfDocument ? "For json: list pseudo file systems too"
-                      : "Also what is mounted from no drive, such as tmpfs\nand network file systems");
+         (command.flags & kHasCompact) != 0
+             ? "For json: list pseudo file systems too"
+             : "Everything, nothing folded: each mount point,\npseudo file systems, RAM disks, hidden paths");
     flag(kHasCompact, "--compact", given.compact, "For json: without the plain instances");
+    flag(kIsTree, "--cim", given.cim, "Only what CIM has, nested by its associations");
     flag(kHasBytes, "--bytes", given.bytes, "Sizes in bytes");
     flag(kHasSpace, "--space", given.space, "Free space counts as a change too");
     flag(kHasCsvSafe, "--csv-safe", given.csvSafe, "For csv: no field that a spreadsheet takes for a\nformula");
     if ((command.flags & kHasColumns) != 0)
-        add("--columns", given.columns, "Only these properties, in this order, separated\nby commas", "NAMES");
-    if (command.name[0] == '\0')
-        add("--format", given.format, "For the command that follows", "FORMAT");
+        add("--columns", given.columns,
+            (command.flags & kIsTree) != 0
+                ? "Only these columns, in this order, separated by\ncommas; +NAMES: these too"
+                : "Only these properties, in this order, separated\nby commas",
+            "NAMES");
+    if (command.name[0] == '\0' || (command.flags & kHasCompact) != 0)
+        add("--format", given.format,
+            command.name[0] == '\0' ? "For the command that follows" : "The same as FORMAT behind the command",
+            "FORMAT");
     else if (!command.formats.empty())
         add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
             "FORMAT");
+    if (command.name[0] == '\0' || contains(command.formats, "json") || (command.flags & kHasCompact) != 0)
+        app.add_flag("-J,--json", given.json, "The same as --format json");
     if ((command.flags & kLoadsPlugin) != 0) addPluginOptions(app, given);
     add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
     add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
@@ -140,9 +147,20 @@ std::string seeHelp(const std::string& commandName) {
     return "; see \"diskmgt " + (commandName.empty() ? "" : commandName + " ") + "--help\"";
 }
 
-[[noreturn]] void refuseCommand(const std::string& name) {
+std::vector<std::string> commandNames() {
     std::vector<std::string> names;
     for (const CommandDescription& command : commands()) names.emplace_back(command.name);
+    return names;
+}
+
+/// Whether a word in the place of a command is what to show: a path, or a device whose name is no slip of a command's.
+bool isOperandOfTree(const std::string& word) {
+    if (word.find('/') != std::string::npos) return true;
+    return !word.empty() && nearestNames(word, commandNames()).empty() && namesDevice(word);
+}
+
+[[noreturn]] void refuseCommand(const std::string& name) {
+    const std::vector<std::string> names = commandNames();
     wrongUsage("unknown command \"" + name + "\"" + didYouMean(nearestNames(name, names)) +
                "; the commands are: " + joined(names, ", ") + seeHelp(""));
 }
@@ -167,8 +185,6 @@ std::vector<std::string> readStretch(const CommandDescription& command, std::vec
         shownText = app.help();
     } catch (const CLI::CallForVersion& version) {
         shownText = version.what();
-    } catch (const CLI::RequiredError&) {
-        wrongUsage(commandName + " " + operandRule(command) + seeHelp(commandName));
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string option = error.what();  // begins with the option's name and a colon
         wrongUsage((isBeforeCommand ? "" : commandName + ": ") + option.substr(0, option.find(':')) + " needs a value" +
@@ -257,14 +273,28 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
     const auto refuse = [&name](const char* option) { wrongUsage(name + " has no " + option + seeHelp(name)); };
     if (given.all && (command.flags & kHasAll) == 0) refuse("--all");
     if (given.bytes && (command.flags & kHasBytes) == 0) refuse("--bytes");
+    if (given.cim && (command.flags & kIsTree) == 0) refuse("--cim");
+    if (given.columns && (command.flags & kHasColumns) == 0) refuse("--columns");
     if ((command.flags & kLoadsPlugin) == 0) {
         if (given.pluginFile) refuse("--plugin");
         if (given.logLevel) refuse("--log-level");
         if (!given.virtualDevices.empty()) refuse("--virtual-device");
     }
-    if (!given.format || !command.formats.empty()) return;
-    if (name != "tree") refuse("--format");
-    wrongUsage("tree has no --format; \"diskmgt export json\" gives the same to programs");
+    if (given.format && command.formats.empty()) refuse(given.json ? "--json" : "--format");
+}
+
+/// --json stands for --format json; for `export` both name the form, which is its operand else.
+void settleFormat(GivenTexts& given, const CommandDescription& command) {
+    if (given.json && given.format && *given.format != "json")
+        wrongUsage("--json and --format " + *given.format + " contradict each other; leave one out");
+    if (given.json) given.format = "json";
+    const bool isForm = (command.flags & kHasCompact) != 0;
+    if (!isForm || !given.format) return;
+    if (given.operands.empty()) given.operands.push_back(*given.format);
+    if (given.operands.front() != *given.format)
+        wrongUsage("export writes one form, not " + given.operands.front() + " and " + *given.format +
+                   seeHelp("export"));
+    given.format.reset();
 }
 
 Options checked(const GivenTexts& given, const CommandDescription& command) {
@@ -276,14 +306,24 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     options.exact = given.exact;
     options.all = given.all;
     options.compact = given.compact;
+    options.cim = given.cim;
     options.bytes = given.bytes;
     options.space = given.space;
     if (!command.formats.empty()) options.format = readFormat(given.format.value_or(command.formats.front()), command);
     if (given.columns) {
         options.columns = splitAtCommas(*given.columns);
         if (options.format == Format::kJson || options.format == Format::kMof)
-            wrongUsage("--columns needs --format table or csv; json and mof carry every property");
+            wrongUsage((command.flags & kIsTree) != 0
+                           ? "--columns needs --format table; json carries everything"
+                           : "--columns needs --format table or csv; json and mof carry every property");
     }
+    if (options.cim && options.format == Format::kJson)
+        wrongUsage("--cim needs --format table; \"diskmgt get\" gives what is published as JSON");
+    if (options.cim && !options.operands.empty())
+        wrongUsage("--cim shows all that is published; leave \"" + options.operands.front() + "\" out" +
+                   seeHelp("tree"));
+    if ((command.flags & kIsTree) != 0 && contains(options.operands, ""))
+        wrongUsage("tree takes the name of a DEVICE, not an empty text");
     if (given.csvSafe && options.format != Format::kCsv)
         wrongUsage("--csv-safe needs --format csv; no other format is read as formulas");
     options.csvSafe = given.csvSafe;
@@ -294,7 +334,7 @@ Options checked(const GivenTexts& given, const CommandDescription& command) {
     if (given.outputFile && given.outputFile->empty())
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
-    options.isForPeople = options.format == Format::kTable || (command.flags & kIsTree) != 0;
+    options.isForPeople = options.format == Format::kTable;
     options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
     if (given.pluginFile && given.pluginFile->empty())
         wrongUsage("--plugin needs the name of a file, not an empty text");
@@ -311,11 +351,23 @@ Options showing(const std::string& text) {
     return options;
 }
 
+/// "help", "help COMMAND" and "version" mean the options of these names.
+void takeWordsForOptions(std::vector<std::string>& words) {
+    if (words.empty()) return;
+    if (words.front() == "version" && words.size() == 1) words = {"--version"};
+    if (words.front() != "help") return;
+    words.erase(words.begin());
+    if (!words.empty() && findCommand(words.front()) == nullptr) refuseCommand(words.front());
+    words.resize(std::min<std::size_t>(words.size(), 1));
+    words.emplace_back("--help");
+}
+
 }  // namespace
 
 Options readOptions(int argumentCount, const char* const* arguments) {
     std::vector<std::string> words;
     for (int i = 1; i < argumentCount; ++i) words.emplace_back(arguments[i]);
+    takeWordsForOptions(words);
     GivenTexts given;
     std::string shownText;
     const CommandDescription* command = words.empty() ? nullptr : findCommand(words.front());
@@ -325,11 +377,18 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         if (!words.empty()) {
             if (words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
             command = findCommand(words.front());
-            if (command == nullptr) refuseCommand(words.front());
+            if (command != nullptr) {
+                words.erase(words.begin());
+            } else if (isOperandOfTree(words.front())) {
+                command = findCommand("tree");
+            } else {
+                refuseCommand(words.front());
+            }
         }
+    } else {
+        words.erase(words.begin());
     }
     if (command != nullptr) {
-        words.erase(words.begin());
         const auto mark = std::find(words.begin(), words.end(), "--");
         if (mark != words.end()) {
             given.plainOperands.assign(mark + 1, words.end());
@@ -339,11 +398,13 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         if (!shownText.empty()) return showing(shownText);
         given.operands.insert(given.operands.end(), given.plainOperands.begin(), given.plainOperands.end());
         if (command->operand == nullptr && !given.operands.empty()) refuseLeftovers({given.operands[0]}, *command);
+        settleFormat(given, *command);
         if (given.operands.size() > command->mostOperands)
             refuseLeftovers({given.operands[command->mostOperands]}, *command);
         if (given.operands.size() < command->fewestOperands)
             wrongUsage(std::string(command->name) + " " + operandRule(*command) + seeHelp(command->name));
     }
+    if (command == nullptr) settleFormat(given, defaultCommand());
     return checked(given, command == nullptr ? defaultCommand() : *command);
 }
 

@@ -9,34 +9,43 @@ namespace diskmgt {
 namespace {
 
 constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
+constexpr unsigned kTreeFlags = kHasAll | kHasBytes | kHasColumns | kLoadsPlugin | kIsTree;
 
 }  // namespace
 
 const std::vector<CommandDescription>& commands() {
     static const std::vector<CommandDescription> all = {
         {"tree",
-         &runCollection,
-         nullptr,
+         &runTreeCollection,
+         "DEVICE",
          0,
-         0,
-         kHasAll | kHasBytes | kLoadsPlugin | kIsTree,
-         {},
-         "Drives, their partitions and what is mounted on them",
-         "Start is where a partition really begins. Free counts what is kept for root,\n"
-         "Avail is what users may still write. A question mark marks a value that may be\n"
-         "wrong; the notes below the tree say why. On a terminal the columns are made to\n"
-         "fit.\n\n"
-         "Past the time limit what the classes served so far give is still shown; the\n"
-         "exit status is 4.\n\n"
+         kAnyNumber,
+         kTreeFlags,
+         {"table", "json"},
+         "The disks, what lies on them, and what CIM reports of each",
+         "DEVICE is a device, a mount or any path: a device is shown with all that lies\n"
+         "on it, a path with the disks that carry it. Without \"tree\" a DEVICE that is\n"
+         "no command's name will do: \"diskmgt sda\".\n\n"
+         "CIM: what the plug-in publishes. \"yes\"; \"as NAME\": under this name; \"no\" and\n"
+         "why; \"?\": unknown and why. Behind \"yes:\" is what it has otherwise. \"explain\"\n"
+         "says more. Free counts what is kept for root, Avail is what users may still\n"
+         "write. What is \"not seen in use\" may still be in use in a way that leaves no\n"
+         "trace here. On a terminal the columns are made to fit.\n\n"
+         "Columns: name, size, start, type, used, use, free, avail, cim, remark, model,\n"
+         "serial, wwid, transport, rotational, content, label, uuid, partuuid.\n\n"
+         "Past the time limit the disks are still shown, and what CIM reports as far as\n"
+         "it is known; the exit status is 4.\n\n"
          "Examples:\n"
          "  diskmgt\n"
-         "  diskmgt --all\n"
-         "  diskmgt tree --bytes\n",
+         "  diskmgt sda\n"
+         "  diskmgt tree /var/lib\n"
+         "  diskmgt tree --columns +model,serial\n"
+         "  diskmgt tree --format json\n",
          &deliverTree},
         {"get",
          &runGet,
          "CLASS",
-         1,
+         0,
          kAnyNumber,
          kHasExact | kHasColumns | kHasCsvSafe | kLoadsPlugin,
          {"json", "table", "csv", "mof"},
@@ -45,7 +54,9 @@ const std::vector<CommandDescription>& commands() {
          "an earlier request that is not shown; an association that is named before one\n"
          "of them is served after it. --exact requests just the named classes in just\n"
          "that order. A class named twice is served twice, and each mention shows\n"
-         "everything published.\n\n"
+         "everything published. Without a CLASS all 17 that the plug-in serves are\n"
+         "requested. A class that it does not serve gives the instances of the classes\n"
+         "beneath it; with --exact it gives none.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes;\n"
          "the elements of an array are joined by \",\"; null is an empty field, an empty\n"
          "text is \"\". A spreadsheet may take a text for a formula: --csv-safe.\n"
@@ -70,21 +81,24 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
         {"explain",
-         &runExplain,
+         &runExplainCollection,
          "DEVICE",
          0,
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device is or is not reported, and the rule that dropped it",
-         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
-         "without it the whole machine is explained. What is said is compared with the\n"
-         "plug-in's answer about drives and partitions. Network, FUSE and automounted\n"
-         "file systems are not touched.\n\n"
+         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
+         "one, a mount source, a mount point, or any path: then the disks are named that\n"
+         "it lies on. Without it the whole machine is explained.\n\n"
+         "Exit status 2 when a DEVICE exists nowhere. Missing rights alone end with 0:\n"
+         "each row says what is not known.\n\n"
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n"},
+         "  diskmgt explain /etc\n"
+         "  diskmgt explain --format json\n",
+         &deliverExplanation},
         {"diff",
          &runDiff,
          "OLD NEW",
@@ -187,8 +201,8 @@ const CommandDescription* findCommand(const std::string& name) {
 }
 
 const CommandDescription& defaultCommand() {
-    static const CommandDescription tree = {
-        "", &runCollection, nullptr, 0, 0, kHasAll | kHasBytes | kLoadsPlugin | kIsTree, {}, "", "", &deliverTree};
+    static const CommandDescription tree = {"",         &runTreeCollection, nullptr, 0,  0,
+                                            kTreeFlags, {"table", "json"},  "",      "", &deliverTree};
     return tree;
 }
 

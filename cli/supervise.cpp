@@ -112,7 +112,8 @@ private:
         const auto deliver = [this, &collected, &end] {
             return endedInWords([&] { return options.deliver(options, collected.known, end); });
         };
-        const Outcome delivered = watched(deliver, std::max(kDeliverySeconds, options.timeoutSeconds), false);
+        const Outcome delivered =
+            watched(deliver, end.status == kTimedOut ? kDeliverySeconds : options.timeoutSeconds, false);
         return std::max(endOf(delivered).status, end.status);
     }
 

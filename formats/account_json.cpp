@@ -204,18 +204,23 @@ private:
 
 }  // namespace
 
-void writeDevices(JsonWriter& out, const ServerAccount& account) {
+void writeDevices(JsonWriter& out, const ServerAccount& account, const std::vector<bool>& chosen) {
     out.beginArray();
     AccountWriter writer(out, account);
-    for (std::size_t i = 0; i < account.devices.size(); ++i) writer.device(i);
+    for (std::size_t i = 0; i < account.devices.size(); ++i)
+        if (chosen.empty() || chosen[i]) writer.device(i);
     out.endArray();
 }
 
-void writeFileSystems(JsonWriter& out, const ServerAccount& account, bool all) {
+void writeFileSystems(JsonWriter& out, const ServerAccount& account, bool all, const std::vector<bool>& chosen) {
     out.beginArray();
     AccountWriter writer(out, account);
-    for (const FileSystemAccount& fileSystem : account.fileSystems)
-        if (all || fileSystem.group != FileSystemGroup::kPseudo) writer.fileSystem(fileSystem);
+    for (const FileSystemAccount& fileSystem : account.fileSystems) {
+        const bool isWanted = chosen.empty() ? all || fileSystem.group != FileSystemGroup::kPseudo
+                                             : std::any_of(fileSystem.mounts.begin(), fileSystem.mounts.end(),
+                                                           [&chosen](std::size_t mount) { return chosen[mount]; });
+        if (isWanted) writer.fileSystem(fileSystem);
+    }
     out.endArray();
 }
 

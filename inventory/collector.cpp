@@ -28,8 +28,8 @@ public:
 
     void run() {
         worker::makeKnown(packed(Beginning()));
-        const Deadline limit = session.startTimeLimit(true);
         lookAtMounts();  // before the plug-in may end everything: the figures are no part of its account
+        const Deadline limit = session.startTimeLimit(true);
         (void)session.load();
         for (const std::string& className : inventoryClasses()) {
             if (isLeftOut(className)) continue;
@@ -60,7 +60,7 @@ private:
 
     void lookAtMounts() {
         Progress progress;
-        progress.nowAt("measuring the mounted file systems");
+        const Deadline limit = session.startOtherLimit("measuring the mounted file systems");
         const MountFigures figures = MountMeasuring(mounts).finish();
         worker::makeKnown(packed(figures));
         worker::makeKnown(packed(readMounts(progress)));

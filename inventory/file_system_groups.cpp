@@ -15,13 +15,13 @@ bool isOneOf(std::string_view type, const std::string_view (&types)[Count]) {
     return std::find(std::begin(types), std::end(types), type) != std::end(types);
 }
 
-constexpr std::string_view kMemoryTypes[] = {"tmpfs", "ramfs", "rootfs"};
+constexpr std::string_view kMemoryTypes[] = {"tmpfs", "ramfs", "rootfs", "devtmpfs"};
 constexpr std::string_view kPoolTypes[] = {"zfs", "bcachefs", "btrfs", "ubifs", "jffs2"};
 constexpr std::string_view kPseudoTypes[] = {
-    "proc",      "sysfs",       "devtmpfs", "devpts",     "cgroup",          "cgroup2",     "mqueue",
-    "hugetlbfs", "debugfs",     "tracefs",  "securityfs", "pstore",          "bpf",         "configfs",
-    "efivarfs",  "binfmt_misc", "fusectl",  "nsfs",       "selinuxfs",       "rpc_pipefs",  "nfsd",
-    "cpuset",    "smackfs",     "resctrl",  "autofs",     "fuse.gvfsd-fuse", "fuse.portal", "fuse.lxcfs"};
+    "proc",        "sysfs",   "devpts",     "cgroup",          "cgroup2",     "mqueue",    "hugetlbfs",
+    "debugfs",     "tracefs", "securityfs", "pstore",          "bpf",         "configfs",  "efivarfs",
+    "binfmt_misc", "fusectl", "nsfs",       "selinuxfs",       "rpc_pipefs",  "nfsd",      "cpuset",
+    "smackfs",     "resctrl", "autofs",     "fuse.gvfsd-fuse", "fuse.portal", "fuse.lxcfs"};
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 
 #include "inventory/file_system_groups.h"
 #include "inventory/file_systems.h"
@@ -98,7 +99,7 @@ MountMeasuring::MountMeasuring(const std::vector<Mount>& mounts) {
 }
 
 MountMeasuring::~MountMeasuring() {
-    for (Outstanding& asked : outstanding) leave(asked);
+    for (const Outstanding& asked : outstanding) leave(asked);
 }
 
 void MountMeasuring::start(const Mount& mount, std::size_t position) {
@@ -122,17 +123,30 @@ void MountMeasuring::start(const Mount& mount, std::size_t position) {
     (void)::close(ends[0]);
 }
 
-void MountMeasuring::takeAnswer(Outstanding& asked) {
+void MountMeasuring::takeAnswer(const Outstanding& asked) {
     MountFigure answer;
     if (::read(asked.answer, &answer, sizeof answer) == static_cast<ssize_t>(sizeof answer))
         figures[asked.position] = answer;
     leave(asked);
 }
 
-void MountMeasuring::leave(Outstanding& asked) {
+void MountMeasuring::leave(const Outstanding& asked) {
     (void)::close(asked.answer);
+    ended.push_back(asked.process);
     (void)::kill(asked.process, SIGKILL);
-    (void)::waitpid(asked.process, nullptr, WNOHANG);
+}
+
+/// What the kernel does not hold is gone in a moment; for the rest nothing waits.
+void MountMeasuring::reap() {
+    constexpr std::int64_t kToVanishNs = 20000000;
+    const std::int64_t end = worker::steadyNanoseconds() + kToVanishNs;
+    while (!ended.empty() && worker::steadyNanoseconds() < end) {
+        ended.erase(std::remove_if(ended.begin(), ended.end(),
+                                   [](pid_t process) { return ::waitpid(process, nullptr, WNOHANG) != 0; }),
+                    ended.end());
+        const timespec moment{0, 200000};
+        if (!ended.empty()) (void)::nanosleep(&moment, nullptr);
+    }
 }
 
 void MountMeasuring::gather(std::size_t atMost) {
@@ -154,8 +168,9 @@ void MountMeasuring::gather(std::size_t atMost) {
 
 MountFigures MountMeasuring::finish() {
     gather(0);
-    for (Outstanding& asked : outstanding) leave(asked);
+    for (const Outstanding& asked : outstanding) leave(asked);
     outstanding.clear();
+    reap();
     return std::move(figures);
 }
 

@@ -51,12 +51,14 @@ private:
     void start(const diskmgt_machine::Mount& mount, std::size_t position);
     /// Takes answers until so many are outstanding or time is up.
     void gather(std::size_t atMost);
-    void takeAnswer(Outstanding& asked);
-    void leave(Outstanding& asked);
+    void takeAnswer(const Outstanding& asked);
+    void leave(const Outstanding& asked);
+    void reap();
 
     MountFigures figures;
     std::vector<Outstanding> outstanding;
-    std::int64_t endNs = 0;  // of the steady clock; 0: nothing was started yet
+    std::vector<pid_t> ended;  // or killed, and not waited for yet
+    std::int64_t endNs = 0;    // of the steady clock; 0: nothing was started yet
 };
 
 }  // namespace diskmgt

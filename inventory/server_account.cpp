@@ -5,12 +5,11 @@
 #include <unordered_map>
 #include <utility>
 
-#include "inventory/cim_placement.h"
 #include "inventory/completeness.h"
 #include "inventory/device_reasons.h"
 #include "inventory/failure_text.h"
-#include "inventory/instance_values.h"
 #include "inventory/mount_reasons.h"
+#include "inventory/partition_join.h"
 #include "machine/texts.h"
 #include "schema/vocabulary.h"
 #include "text/wording.h"
@@ -24,8 +23,6 @@ using diskmgt_machine::BlockDevice;
 using diskmgt_machine::Kind;
 using State = CimAnswer::State;
 
-constexpr std::uint64_t kLowHalf = 0xffffffff;
-
 class Join {
 public:
     Join(const diskmgt_machine::Machine& machine, Collection& known)
@@ -35,7 +32,7 @@ public:
         addMachine();
         placeFacts();
         joinDrives();
-        joinPartitions();
+        joinPartitions(account, placeOfPath);
         joinMounts();
         addGaps(account);
         return std::move(account);
@@ -101,16 +98,16 @@ private:
             MountAccount& mount = account.mounts[i];
             const MountFigure* const found = figure == byId.end() ? nullptr : figure->second;
             const std::string& point = account.machine.mounts[i].mountPoint;
-            if (isHidden[i] || (found != nullptr && found->outcome == MountFigure::Outcome::kHidden))
+            if (found != nullptr && found->outcome == MountFigure::Outcome::kNoAnswer)
+                mount.reason = Reason{"mount-does-not-answer", "does not answer",
+                                      "The file system mounted on " + point + " does not answer."};
+            else if (isHidden[i] || (found != nullptr && found->outcome == MountFigure::Outcome::kHidden))
                 mount.reason = Reason{"hidden-by-later-mount", "hidden by a later mount",
                                       "Another file system is reached at " + point + ", so this one was not measured."};
             else if (found == nullptr || found->outcome == MountFigure::Outcome::kNotAsked)
                 continue;
             else if (found->outcome == MountFigure::Outcome::kMeasured)
                 mount.space = found->space;
-            else if (found->outcome == MountFigure::Outcome::kNoAnswer)
-                mount.reason = Reason{"mount-does-not-answer", "does not answer",
-                                      "The file system mounted on " + point + " does not answer."};
             else
                 mount.reason = Reason{"not-measurable", "cannot be measured",
                                       point + " cannot be measured: " + failureText(found->error) + "."};
@@ -136,6 +133,7 @@ private:
             if (!position) continue;
             const BlockDevice& device = blocks()[*position];
             facts.isHiddenPath = device.kind == Kind::kPath;
+            facts.content = account.devices[*position].udev.content;
             facts.isHeld = !device.unlistedHolders.empty() ||
                            std::any_of(device.carries.begin(), device.carries.end(),
                                        [&](std::size_t upper) { return blocks()[upper].disk != *position; });
@@ -182,165 +180,24 @@ private:
         }
     }
 
-    // --- partitions ---
-
-    void joinPartitions() {
-        std::optional<Reason> unknown = unasked.why(kDiskPartition);
-        std::size_t expected = 0;
-        if (!unknown && !collection.facts.devices) unknown = unasked.notLookedAt();
-        if (!unknown) {
-            for (const DeviceFacts& facts : collection.facts.devices->devices)
-                if (facts.isCandidate) expected += facts.tableCount;
-            if (expected != collection.inventory.partitions.size())
-                unknown = Reason{"changed-meanwhile", "changed meanwhile",
-                                 "The partition tables changed while they were read; run the command again."};
-        }
-        for (std::size_t i = 0; i < blocks().size(); ++i)
-            if (account.devices[i].partition) answerForPartition(i, unknown);
-        if (unknown) return;
-        std::size_t first = 0;  // of the disk, in the list as published: disk by disk in the order of candidates
-        for (const std::string& path : candidateDisks()) {
-            const DeviceFacts* const facts = factsOf(path);
-            if (facts == nullptr || facts->tableCount == 0) continue;
-            joinPartitionsOf(*facts, first);
-            first += facts->tableCount;
-        }
-    }
-
-    const DeviceFacts* factsOf(const std::string& path) {
-        if (factsByPath.empty())
-            for (const DeviceFacts& facts : collection.facts.devices->devices)
-                if (facts.isCandidate) factsByPath[facts.path] = &facts;
-        const auto found = factsByPath.find(path);
-        return found == factsByPath.end() ? nullptr : found->second;
-    }
-
-    /// Before anything published was found for it.
-    void answerForPartition(std::size_t position, const std::optional<Reason>& unknown) {
-        CimAnswer& answer = *account.devices[position].partition;
-        const DeviceFacts* const disk = account.devices[*blocks()[position].disk].facts;
-        if (unknown || disk == nullptr) {
-            answer.reasons.push_back(unknown.value_or(unasked.notLookedAt()));
-            return;
-        }
-        Verdict verdict = judgePartitions(*disk);
-        answer.state = disk->isCandidate && disk->isRefused() ? State::kUnknown : State::kNotReported;
-        if (answer.isUnknown()) answer.reasons.push_back(unasked.refused(*disk));
-        if (verdict.reasons.empty())
-            verdict.reasons.push_back({"not-in-table", "not in its disk's table",
-                                       "The table of " + disk->path + " has no partition that begins there."});
-        for (const Reason& reason : verdict.reasons)
-            answer.reasons.push_back({reason.rule, reason.brief, "About " + disk->path + ": " + reason.text});
-    }
-
-    static PublishedPlace placeOf(const Partition& partition) {
-        PublishedPlace place;
-        place.name = partition.device;
-        place.size = partition.size;
-        if (partition.table == TableKind::kGpt) {
-            place.start = partition.start;
-            return place;
-        }
-        constexpr unsigned kExtended = 2;
-        constexpr unsigned kLogical = 3;
-        constexpr std::uint64_t kAdded = 446;  // to the start by the plug-in
-        place.kind = partition.type == kExtended  ? PublishedPlace::Kind::kExtended
-                     : partition.type == kLogical ? PublishedPlace::Kind::kLogical
-                                                  : PublishedPlace::Kind::kPrimary;
-        if (const auto offset = numberOf<std::uint64_t>(*partition.instance, kStartingOffset))
-            place.start = (*offset - kAdded) & kLowHalf;
-        return place;
-    }
-
-    void joinPartitionsOf(const DeviceFacts& facts, std::size_t first) {
-        const std::vector<Partition>& all = collection.inventory.partitions;
-        std::vector<PublishedPlace> places;
-        for (std::size_t i = 0; i < facts.tableCount; ++i) places.push_back(placeOf(all[first + i]));
-        const auto disk = placeOfPath.find(facts.path);
-        std::vector<std::size_t> positions;
-        std::vector<KernelPlace> kernels;
-        if (disk != placeOfPath.end() && disk->second)
-            for (const std::size_t upper : blocks()[*disk->second].carries) {
-                const BlockDevice& device = blocks()[upper];
-                if (device.disk != disk->second || device.kind != Kind::kPartition) continue;
-                positions.push_back(upper);
-                kernels.push_back({device.path(), device.partitionNumber.value_or(0), device.sizeBytes.value_or(0),
-                                   device.startBytes.value_or(0)});
-            }
-        const std::vector<std::optional<std::size_t>> placed = placePartitions(places, kernels);
-        for (std::size_t i = 0; i < placed.size(); ++i) {
-            if (placed[i])
-                report(first + i, places[i], positions[*placed[i]], facts);
-            else
-                addCimOnly(*all[first + i].instance, all[first + i].device,
-                           reasonsOfCimOnly(all[first + i], places[i], facts));
-        }
-    }
-
-    void report(std::size_t partition, const PublishedPlace& place, std::size_t position, const DeviceFacts& disk) {
-        const Partition& found = collection.inventory.partitions[partition];
-        DeviceAccount& device = account.devices[position];
-        device.published = partition;
-        CimAnswer& answer = *device.partition;
-        answer = CimAnswer();
-        answer.state = State::kReported;
-        answer.instance = found.instance;
-        answer.as = found.device;
-        answer.size = found.size;
-        const BlockDevice& kernel = blocks()[position];
-        if (place.kind == PublishedPlace::Kind::kGpt) {
-            answer.start = place.start;
-            if (place.start != kernel.startBytes) answer.differs.emplace_back("start");
-        } else if (place.kind != PublishedPlace::Kind::kLogical && place.start && kernel.startBytes) {
-            const bool isSame = *place.start == (*kernel.startBytes & kLowHalf);
-            answer.start = isSame ? *kernel.startBytes : *place.start;  // what was cut off is not another start
-            if (!isSame) answer.differs.emplace_back("start");
-        }
-        if (kernel.path() != found.device) answer.differs.insert(answer.differs.begin(), "name");
-        if (place.kind != PublishedPlace::Kind::kExtended && kernel.sizeBytes && *kernel.sizeBytes != found.size)
-            answer.differs.emplace_back("size");
-        if (!disk.isDrive())
-            answer.reasons.push_back(
-                {"no-drive", "its drive is not reported",
-                 "It is reported although " + disk.path + " is not reported as a drive, so it is linked to none."});
-    }
-
-    static std::vector<Reason> reasonsOfCimOnly(const Partition& partition, const PublishedPlace& place,
-                                                const DeviceFacts& disk) {
-        std::vector<Reason> reasons;
-        const std::uint64_t start = place.kind == PublishedPlace::Kind::kGpt ? place.start.value_or(0) : 0;
-        if (disk.sizeBytes && (partition.size > *disk.sizeBytes || start > *disk.sizeBytes - partition.size))
-            reasons.push_back({"larger-than-drive", "reaches past the end of its drive",
-                               "It reaches past the end of " + disk.path + "."});
-        if (!disk.hasBootSignature)
-            reasons.push_back({"no-boot-signature", "no partition table",
-                               "The first sector of " + disk.path +
-                                   " has no boot signature, so it holds no partition table; no signature is checked "
-                                   "when it is read."});
-        if (disk.hasLargeSectors())
-            reasons.push_back({"large-sectors", std::to_string(disk.logicalSectorSize) + "-byte sectors",
-                               "The sectors of " + disk.path + " have " + std::to_string(disk.logicalSectorSize) +
-                                   " bytes, but its table is read as if they had 512."});
-        reasons.push_back({"no-such-device", "unknown to the kernel", "The kernel has no such partition."});
-        return reasons;
-    }
-
-    void addCimOnly(const refhost::Instance& instance, const std::string& name, std::vector<Reason> reasons = {}) {
-        if (reasons.empty())
-            reasons.push_back({"no-such-device", "unknown to the kernel", "The kernel has no such device."});
-        account.cimOnly.push_back({&instance, name, std::move(reasons)});
+    void addCimOnly(const refhost::Instance& instance, const std::string& name) {
+        account.cimOnly.push_back({&instance,
+                                   name,
+                                   {{"no-such-device", "unknown to the kernel", "The kernel has no such device."}},
+                                   nullptr});
     }
 
     // --- mounts ---
 
     using MountKey = std::pair<std::string, std::pair<std::string, std::string>>;
+    using MountsByLine = std::multimap<MountKey, std::size_t>;  // equal lines in their order
     static MountKey keyOf(const std::string& source, const std::string& point, const std::string& type) {
         return {source, {point, type}};
     }
 
     void joinMounts() {
         const std::optional<Reason> unknown = unasked.why(kLogicalDisk);
-        std::map<MountKey, std::size_t> byLine;
+        MountsByLine byLine;
         for (std::size_t i = 0; i < account.machine.mounts.size(); ++i) {
             const diskmgt_machine::Mount& mount = account.machine.mounts[i];
             byLine.emplace(keyOf(mount.source, mount.mountPoint, mount.type), i);
@@ -362,13 +219,15 @@ private:
         }
     }
 
-    void judgeMounts(const std::map<MountKey, std::size_t>& byLine) {
+    void judgeMounts(const MountsByLine& byLine) {
         std::vector<bool> isJudged(account.mounts.size());
         const MountTableFacts none;
         const MountTableFacts& table = collection.facts.mountTable ? *collection.facts.mountTable : none;
         for (const MountFacts& facts : table.mounts) {
-            const auto place = byLine.find(keyOf(facts.source, facts.mountPoint, facts.type));
-            if (place == byLine.end() || isJudged[place->second]) continue;
+            const auto lines = byLine.equal_range(keyOf(facts.source, facts.mountPoint, facts.type));
+            const auto place = std::find_if(lines.first, lines.second,
+                                            [&isJudged](const auto& line) { return !isJudged[line.second]; });
+            if (place == lines.second) continue;
             isJudged[place->second] = true;
             CimAnswer& answer = account.mounts[place->second].logicalDisk;
             Verdict verdict = judgeMount(facts, table.updateError);
@@ -381,9 +240,10 @@ private:
                      std::string("The mount table ") + kMountTable + " has no such line of its own."});
     }
 
-    void report(const LogicalDisk& disk, const std::map<MountKey, std::size_t>& byLine) {
-        const auto place = byLine.find(keyOf(disk.source, disk.mountPoint, disk.fileSystem));
-        if (place == byLine.end()) {
+    void report(const LogicalDisk& disk, const MountsByLine& byLine) {
+        const MountKey key = keyOf(disk.source, disk.mountPoint, disk.fileSystem);
+        const auto place = byLine.lower_bound(key);
+        if (place == byLine.end() || place->first != key) {
             account.cimOnly.push_back({disk.instance,
                                        disk.source,
                                        {{"not-mounted", "not mounted",
@@ -405,8 +265,7 @@ private:
     Collection& collection;
     ServerAccount account;
     const UnaskedReasons unasked;
-    std::map<std::string, std::optional<std::size_t>> placeOfPath;
-    std::map<std::string, const DeviceFacts*> factsByPath;
+    DevicesByPath placeOfPath;
 };
 
 }  // namespace

@@ -14,8 +14,9 @@ struct ArrangedRow {
     bool isReference = false;  // its subtree is shown elsewhere: beneath the first device it lies on
 };
 
-/// Natural order, depth first. The subtree of a device is shown exactly once, and each "lies on" is one row, so every
-/// path down to a disk is kept. A cycle ends with a reference. Works without recursion, for graphs of any depth.
-std::vector<ArrangedRow> arrange(const BlockDevices& blocks);
+/// Disks first, else natural order, depth first. The subtree of a device is shown exactly once, and each "lies on" is
+/// one row, so every path down to a disk is kept. A cycle ends with a reference. Works without recursion, for graphs of
+/// any depth. `isShown` picks devices by position; what lies only on others begins a tree of its own. Empty: all.
+std::vector<ArrangedRow> arrange(const BlockDevices& blocks, const std::vector<bool>& isShown = {});
 
 }  // namespace diskmgt_machine

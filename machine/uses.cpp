@@ -71,6 +71,23 @@ void Uses::placeMounts() {
     }
 }
 
+InUse Uses::of(std::size_t device) const {
+    InUse use = walk(device, true);
+    const BlockDevice& partition = account.blocks.devices[device];
+    if (partition.kind != Kind::kPartition || !partition.disk) return use;
+    // What uses the disk as a whole uses the partition's sectors too.
+    const InUse ofDisk = ofItself(*partition.disk);
+    for (const std::size_t holder : ofDisk.holders)
+        if (std::find(use.holders.begin(), use.holders.end(), holder) == use.holders.end())
+            use.holders.push_back(holder);
+    append(use.mounts, ofDisk.mounts);
+    append(use.swaps, ofDisk.swaps);
+    append(use.btrfs, ofDisk.btrfs);
+    for (Positions* const positions : {&use.mounts, &use.swaps, &use.btrfs}) sortOnce(*positions);
+    use.unlistedHolders.insert(use.unlistedHolders.end(), ofDisk.unlistedHolders.begin(), ofDisk.unlistedHolders.end());
+    return use;
+}
+
 InUse Uses::walk(std::size_t device, bool withPartitions) const {
     InUse use;
     const std::vector<BlockDevice>& devices = account.blocks.devices;

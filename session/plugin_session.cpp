@@ -71,6 +71,14 @@ Deadline PluginSession::startTimeLimit(bool deliversKnown, const std::string& co
     return {timeoutSeconds, work};
 }
 
+Deadline PluginSession::startOtherLimit(const std::string& subject) const {
+    Deadline::Watched work;
+    work.subject = subject;
+    work.isShown = !isLogForwarded;
+    work.deliversKnown = true;
+    return {timeoutSeconds == 0 ? 0 : timeoutSeconds + 1, work};
+}
+
 refhost::PluginIdentity PluginSession::load() {
     Deadline::nowAt("loading " + pluginFile);
     try {

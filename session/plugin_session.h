@@ -39,6 +39,9 @@ public:
     /// the limit what was made known by then is delivered; `consequence` continues the sentence about giving up.
     Deadline startTimeLimit(bool deliversKnown = false, const std::string& consequence = "");
 
+    /// The same for work beside the plug-in's, which has a second more.
+    Deadline startOtherLimit(const std::string& subject) const;
+
     /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
     /// a state in which nothing can be unwound safely.
     refhost::PluginIdentity load();

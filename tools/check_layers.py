@@ -35,9 +35,9 @@ TABLE = """
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
 | formats            | inventory, refhost/api, text |
 | cli/io             | worker, text, base |
-| cli/explain        | formats, inventory, machine, base, text |
+| cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |
-| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, refhost/api, schema, text |
+| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, machine, refhost/api, schema, text |
 | cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
 | tests              | anything |

@@ -34,6 +34,8 @@ std::string document(const ServerAccount& account, const Options& options) {
     return inventoryJson(account, {options.compact, options.all});
 }
 
+std::string metrics(const ServerAccount& account, const Options& /*options*/) { return inventoryMetrics(account); }
+
 template <std::string (*write)(const Inventory&)>
 std::string ofPairs(const ServerAccount& account, const Options& /*options*/) {
     return write(account.inventory());
@@ -41,7 +43,7 @@ std::string ofPairs(const ServerAccount& account, const Options& /*options*/) {
 
 constexpr ExportForm kForms[] = {
     {"json", &document, nullptr},
-    {"prometheus", &ofPairs<&inventoryMetrics>, nullptr},
+    {"prometheus", &metrics, nullptr},
     {"mof", &ofPairs<&inventoryMof>, &mofRemark},
     {"html", &ofPairs<&inventoryPage>, nullptr},
 };

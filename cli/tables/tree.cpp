@@ -4,6 +4,7 @@
 #include <array>
 
 #include "cli/tables/text_table.h"
+#include "inventory/space.h"
 #include "text/display_width.h"
 #include "text/paragraph.h"
 
@@ -25,19 +26,32 @@ constexpr ColumnTraits kColumns[kTreeColumns] = {
     {"Name", 16, TextTable::Column::kTree, Keep::kBothEnds},
     {"Size", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Start", 0, TextTable::Column::kNumber, Keep::kBeginning},
-    {"Type", 12, TextTable::Column::kText, Keep::kBeginning},
+    {"Type", 14, TextTable::Column::kText, Keep::kBeginning},
     {"Used", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Use", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Free", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Avail", 0, TextTable::Column::kNumber, Keep::kBeginning},
-    {"Remark", 12, TextTable::Column::kText, Keep::kBothEnds},
+    {"CIM", 20, TextTable::Column::kText, Keep::kBeginning},
+    {"Remark", 20, TextTable::Column::kText, Keep::kBeginning},
+    {"Model", 8, TextTable::Column::kText, Keep::kBeginning},
+    {"Serial", 8, TextTable::Column::kText, Keep::kBothEnds},
+    {"WWID", 12, TextTable::Column::kText, Keep::kBothEnds},
+    {"Transport", 0, TextTable::Column::kText, Keep::kBeginning},
+    {"Rotational", 0, TextTable::Column::kText, Keep::kBeginning},
+    {"Content", 0, TextTable::Column::kText, Keep::kBeginning},
+    {"Label", 8, TextTable::Column::kText, Keep::kBeginning},
+    {"UUID", 0, TextTable::Column::kText, Keep::kBeginning},
+    {"PARTUUID", 0, TextTable::Column::kText, Keep::kBeginning},
 };
 
 /// What a narrow terminal does without, first things first; the bar goes before all of them.
-constexpr TreeColumn kDispensable[] = {kUsedColumn,   kStartColumn, kAvailableColumn, kUseColumn,
-                                       kRemarkColumn, kFreeColumn,  kTypeColumn,      kSizeColumn};
+constexpr TreeColumn kDispensable[] = {
+    kUsedColumn,  kStartColumn,  kFreeColumn,   kAvailableColumn,  kUseColumn,       kPartUuidColumn,
+    kUuidColumn,  kWwidColumn,   kLabelColumn,  kRotationalColumn, kTransportColumn, kContentColumn,
+    kModelColumn, kRemarkColumn, kSerialColumn, kTypeColumn,       kSizeColumn,      kCimColumn};
 /// What is shortened then, likewise.
-constexpr TreeColumn kShortened[] = {kRemarkColumn, kTypeColumn, kNameColumn};
+constexpr TreeColumn kShortened[] = {kRemarkColumn, kModelColumn, kLabelColumn, kSerialColumn,
+                                     kWwidColumn,   kTypeColumn,  kCimColumn,   kNameColumn};
 
 std::string bar(int percent, bool isAscii) {
     const auto filled = static_cast<std::size_t>(percent) * kBarWidth / 100;
@@ -48,7 +62,8 @@ std::string bar(int percent, bool isAscii) {
 
 class Layout {
 public:
-    Layout(const Tree& shown, const TableStyle& chosen, std::size_t width) : tree(shown), style(chosen) {
+    Layout(const Tree& shown, const TableStyle& chosen, const ColumnChoice& columns, std::size_t width)
+        : tree(shown), style(chosen), choice(columns) {
         measure();
         if (width > 0) fit(width);
     }
@@ -57,7 +72,7 @@ public:
         TextTable table(style);
         std::array<std::size_t, kTreeColumns> places{};  // of the columns that are shown
         std::size_t count = 0;
-        for (std::size_t column = 0; column < kTreeColumns; ++column) {
+        for (const TreeColumn column : choice.columns) {
             if (widths[column] == 0) continue;
             places[column] = count++;
             table.addColumn(kColumns[column].heading, kColumns[column].kind);
@@ -67,7 +82,7 @@ public:
             parents.resize(std::min(parents.size(), row.depth));
             libscols_line* const line = table.addRow(parents.empty() ? nullptr : parents.back());
             parents.push_back(line);
-            for (std::size_t column = 0; column < kTreeColumns; ++column) {
+            for (const TreeColumn column : choice.columns) {
                 if (widths[column] == 0) continue;
                 table.set(line, places[column], shownCell(row, column));
                 if (const char* const color = colorOf(row, column)) table.paint(line, places[column], color);
@@ -100,7 +115,7 @@ private:
 
     static const char* colorOf(const TreeRow& row, std::size_t column) {
         if (column == kNameColumn && row.kind != TreeRow::Kind::kOther) return "bold";
-        if (column == kRemarkColumn && row.isDoubtful) return "yellow";
+        if (column == row.doubtful) return "yellow";
         return column == kUseColumn && row.usedPercent >= kNearlyFullPercent ? "red" : nullptr;
     }
 
@@ -111,11 +126,12 @@ private:
             const std::string text = cell(row, column);
             if (!text.empty()) widths[column] = std::max(widths[column], displayWidth(text) + indent);
         }
-        if (widths[column] > 0) widths[column] = std::max(widths[column], displayWidth(kColumns[column].heading));
+        if (widths[column] > 0 || choice.isChosen)
+            widths[column] = std::max(widths[column], displayWidth(kColumns[column].heading));
     }
 
     void measure() {
-        for (std::size_t column = 0; column < kTreeColumns; ++column) measure(column);
+        for (const TreeColumn column : choice.columns) measure(column);
     }
 
     std::size_t fewestWidth(std::size_t column) const {
@@ -135,7 +151,7 @@ private:
         if (total(false) <= width) return;
         if (total(true) > width) {
             hasBar = false;
-            measure(kUseColumn);
+            if (widths[kUseColumn] > 0) measure(kUseColumn);
         }
         for (const TreeColumn column : kDispensable) {
             if (total(true) <= width) break;
@@ -157,6 +173,7 @@ private:
 
     const Tree& tree;
     const TableStyle& style;
+    const ColumnChoice& choice;
     std::array<std::size_t, kTreeColumns> widths{};  // 0: not shown
     bool hasBar = true;
     std::string leftOutHeadings;
@@ -164,8 +181,8 @@ private:
 
 }  // namespace
 
-std::string printedTree(const Tree& tree, const TableStyle& style, std::size_t width) {
-    const Layout layout(tree, style, width);
+std::string printedTree(const Tree& tree, const TableStyle& style, std::size_t width, const ColumnChoice& choice) {
+    const Layout layout(tree, style, choice, width);
     std::string text = tree.rows.empty() ? "" : layout.table();
     const char* separator = text.empty() ? "" : "\n";
     for (const std::string& note : tree.notes) {

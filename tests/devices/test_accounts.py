@@ -14,19 +14,26 @@ NAMES = sorted(folder.name for folder in MACHINES.iterdir() if (folder / "accoun
 # Which kind a type of file system is that lies on no device; all others are pseudo.
 KIND_OF_TYPE = {"nfs4": "network", "cifs": "network", "zfs": "pool", "fuse.sshfs": "fuse", "overlay": "overlay",
                 "tmpfs": "memory", "devtmpfs": "memory"}
+NOBODY = ["setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "--no-new-privs"]
 
 
 @pytest.fixture(scope="module")
-def printed(machine):
-    """printed(name) is the account of that machine as the program prints it."""
+def account_dump():
+    """The program that prints the kernel's account, as an absolute path."""
     program = os.environ.get("ACCOUNT_DUMP")
     if not program:
         pytest.skip("this build has no account_dump (the environment variable ACCOUNT_DUMP names it)")
+    return Path(program).resolve()
+
+
+@pytest.fixture(scope="module")
+def printed(machine, account_dump):
+    """printed(name) is the account of that machine as root sees it."""
     answers = {}
 
     def ask(name):
         if name not in answers:
-            answers[name] = machine(name).run([Path(program).resolve()]).json()
+            answers[name] = machine(name).run([account_dump]).json()
         return answers[name]
 
     return ask
@@ -50,6 +57,11 @@ def test_what_lies_on_no_device_is_listed_or_counted(printed, name):
                    for entry in printed(name)["fileSystems"] for mount in entry["mounts"])
     assert Counter({row: count for row, count in rows.items() if row[1] != "pseudo"}) == expected
     assert sum(count for row, count in rows.items() if row[1] == "pseudo") == account["pseudoFileSystems"]
+
+
+@pytest.mark.parametrize("name", NAMES)
+def test_an_ordinary_user_sees_the_same(printed, machine, account_dump, name):
+    assert machine(name).run([*NOBODY, account_dump]).json() == printed(name)
 
 
 @pytest.mark.unprivileged

@@ -19,7 +19,9 @@ DESCRIPTION = {
     "about": "A file system that never answers beside one that does.",
     "disks": [{"name": "sda", "size": "16 MiB",
                "table": [{"sgdisk": ["-n 1:2048:+4M -t 1:8300 -n 2:0:+2M -t 2:8200"]}]}],
-    "sys_block": [{"name": "sda", "size": 32768, "dev": "8:0", "directories": ["sda1", "sda2"]}],
+    "nodes": [{"name": "sda1", "kind": "partition", "of": "sda", "start": 2048, "size": 8192},
+              {"name": "sda2", "kind": "partition", "of": "sda", "start": 10240, "size": 4096}],
+    "sys_block": [{"name": "sda", "dev": "8:0", "directories": ["sda1", "sda2"], "from_disk": True}],
     "mounts": [{"at": "/media/alive", "source": "tmpfs", "type": "tmpfs", "options": "size=1m"}],
     "mtab": ["alive /media/alive tmpfs rw 0 0", "dead /media/dead fuse.dead rw 0 0"],
 }
@@ -53,20 +55,20 @@ def only_sentence(result):
 
 
 def test_sentence_names_class_and_mount_point(run):
-    for arguments in (["export", "json"], ["get", "VEXSG_LogicalDisk"]):
-        sentence = only_sentence(run(*arguments))
-        assert f"gave up after {LIMIT} s" in sentence and "--timeout" in sentence
-        assert 'serving VEXSG_LogicalDisk: measuring the file system at "/media/dead"' in sentence
+    sentence = only_sentence(run("get", "VEXSG_LogicalDisk"))
+    assert f"gave up after {LIMIT} s" in sentence and "--timeout" in sentence
+    assert 'serving VEXSG_LogicalDisk: measuring the file system at "/media/dead"' in sentence
+    sentence = only_sentence(run("export", "json"))
+    assert "not served: VEXSG_LogicalDisk" in sentence and "/media/dead (fuse.dead) does not answer" in sentence
 
 
-def test_document_has_what_was_known_by_then(run):
+def test_document_has_what_does_not_lie_there(run):
     inventory = run("export", "json").json()["diskmgt"]
     assert inventory["complete"] is False
-    assert "VEXSG_LogicalDisk" in inventory["missingClasses"]
-    assert "VEXSG_DiskPartition" not in inventory["missingClasses"]
-    drive, = inventory["drives"]
-    assert (drive["device"], drive["size"]) == ("/dev/sda", 16 << 20)
-    assert [part["device"] for part in drive["partitions"]] == ["/dev/sda1", "/dev/sda2"]
+    missing = {gap["of"] for gap in inventory["incomplete"]}
+    assert "VEXSG_LogicalDisk" in missing and "VEXSG_DiskPartition" not in missing
+    devices = {device["name"]: device["cim"] for device in inventory["devices"]}
+    assert devices["sda"]["drive"]["reported"] and devices["sda1"]["partition"]["reported"]
 
 
 def test_every_form_is_whole_and_says_that_it_is_not_complete(run):
@@ -101,4 +103,5 @@ def test_stall_ends_with_its_holder(stalled, run):  # the last test: the mount i
     stalled.run(["kill", "-KILL", stalled.holder])
     inventory = run("export", "json", status=0).json()["diskmgt"]
     assert inventory["complete"] is True
-    assert [disk["source"] for disk in inventory["looseLogicalDisks"]] == ["alive", "dead"]
+    assert [disk["DeviceID"] for disk in (one["properties"] for one in inventory["instances"]["VEXSG_LogicalDisk"])] == [
+        "alive", "dead"]

@@ -77,6 +77,19 @@ TEST_F(Layered, APartitionIsUsedOnlyByDevicesOnIt) {
     EXPECT_THAT(usesOf("sda2").mountPoints, ElementsAre("/"));
 }
 
+TEST(Uses, APartitionOfADiskThatIsHeldAsAWholeIsInUse) {
+    DescribedTree tree;
+    tree.disk("sda", "8:0", 8).disk("sdb", "8:16", 8).disk("dm-0", "253:0", 8).disk("dm-1", "253:1", 8);
+    for (const char* file : {"/sys/block/sda/sda1/start", "/sys/block/sdb/sdb1/start"}) tree.file(file, "0\n");
+    tree.folder("/sys/block/dm-0/slaves/sda").folder("/sys/block/dm-1/slaves/dm-0");
+    tree.folder("/sys/block/sda/holders/dm-0").folder("/sys/block/dm-0/holders/dm-1");
+    tree.file("/sys/block/sda/sda1/dev", "8:1\n").file("/sys/block/sdb/sdb1/dev", "8:17\n");
+    tree.file("/proc/self/mountinfo", "20 1 253:1 / / rw - ext4 x rw\n21 1 8:16 / /whole rw - ext4 x rw\n");
+    EXPECT_THAT(usesOf("sda1").holders, ElementsAre("dm-0", "dm-1"));
+    EXPECT_THAT(usesOf("sda1").mountPoints, ElementsAre("/"));
+    EXPECT_THAT(usesOf("sdb1").mountPoints, ElementsAre("/whole"));
+}
+
 TEST_F(Layered, AVolumeIsNotUsedByDevicesBeneathIt) {
     EXPECT_THAT(usesOf("dm-1").holders, IsEmpty());
     EXPECT_THAT(usesOf("dm-1").mountPoints, ElementsAre("/"));

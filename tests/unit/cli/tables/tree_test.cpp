@@ -7,6 +7,7 @@
 #include <clocale>
 #include <sstream>
 
+#include "cli/tables/tree_published.h"
 #include "tests/unit/inventory/published_scene.h"
 #include "text/display_width.h"
 
@@ -90,7 +91,7 @@ TEST_F(Trees, APairMadeByPrefixIsMarkedAndExplained) {
     scene.partitionOn("/dev/sda", "/dev/sdaa1");
     const Tree tree = arranged();
     EXPECT_EQ(tree.rows[1].cells[kRemarkColumn], "? likely on /dev/sdaa");
-    EXPECT_TRUE(tree.rows[1].isDoubtful);
+    EXPECT_EQ(tree.rows[1].doubtful, kRemarkColumn);
     EXPECT_EQ(tree.rows[0].cells[kRemarkColumn], "");  // what is there by accident does not count as listed
     EXPECT_EQ(tree.rows[2].cells[kRemarkColumn], "none listed");
     EXPECT_THAT(tree.notes,
@@ -192,8 +193,8 @@ TEST_F(Trees, ANarrowTerminalIsNeverExceededAndTheNoteSaysWhatIsMissing) {
         for (const std::string& line : shown) EXPECT_LE(displayWidth(line), width) << line;
         EXPECT_EQ(shown[0].find("Name"), 0U);
     }
-    EXPECT_THAT(lines(60), ::testing::Contains("Terminal too narrow to show: Used, Start, Avail"));
-    EXPECT_THAT(lines(24).back(), HasSubstr("Free, Type"));
+    EXPECT_THAT(lines(60), ::testing::Contains("Terminal too narrow to show: Used, Start, Free, Avail, Use"));
+    EXPECT_THAT(lines(24).back(), HasSubstr("Use, Remark, Type"));
 }
 
 TEST_F(Trees, AShortenedNameKeepsBothEnds) {

@@ -1,5 +1,5 @@
 // Walks the inventory from the drives down. What misleads is marked in its row, and a note says why.
-#include "cli/tables/tree_rows.h"
+#include "cli/tables/tree_published.h"
 
 #include <algorithm>
 
@@ -43,7 +43,8 @@ private:
     }
 
     void markDoubtful(TreeRow& row, const std::string& likely) {
-        row.isDoubtful = hasDoubtfulPair = true;
+        hasDoubtfulPair = true;
+        row.doubtful = kRemarkColumn;
         row.cells[kRemarkColumn] = likely.empty() ? "? by its name alone" : "? likely on " + likely;
     }
 

@@ -1,0 +1,131 @@
+#include "cli/tables/tree_cells.h"
+
+#include <initializer_list>
+#include <vector>
+
+#include "inventory/use_text.h"
+#include "text/size_text.h"
+#include "text/wording.h"
+
+namespace diskmgt {
+
+namespace {
+
+using diskmgt_machine::BlockDevice;
+using diskmgt_machine::Kind;
+
+const Partition* publishedPartition(const ServerAccount& account, std::size_t device) {
+    const auto& position = account.devices[device].published;
+    return position ? &account.inventory().partitions[*position] : nullptr;
+}
+
+/// What the partition's table says it is for: udev's word, else the published one.
+std::string purposeOf(const ServerAccount& account, std::size_t device) {
+    const std::string name = partitionTypeNameOf(account.devices[device].udev.partitionType);
+    if (!name.empty()) return name;
+    const Partition* const published = publishedPartition(account, device);
+    return published == nullptr ? "" : published->typeName;
+}
+
+std::string kindCell(const ServerAccount& account, std::size_t position) {
+    const BlockDevice& device = account.device(position);
+    switch (device.kind) {
+        case Kind::kPartition:
+            return "part";
+        case Kind::kRaid:
+            return device.level.empty() ? "raid" : device.level;
+        case Kind::kCompressedMemory:
+            return "zram";
+        default:
+            return nameOf(device.kind);
+    }
+}
+
+std::string withWords(std::initializer_list<std::string> words) {
+    std::string text;
+    for (const std::string& word : words)
+        if (!word.empty()) text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+/// A number that differs is no cause: it comes behind one.
+std::vector<std::string> briefsOf(const CimAnswer& answer) {
+    std::vector<std::string> causes, differences;
+    for (const Reason& reason : answer.reasons) {
+        const bool isDifference =
+            reason.rule == "kernel-and-table-disagree" || reason.rule == "no-partition-directories";
+        if (!reason.brief.empty()) (isDifference ? differences : causes).push_back(reason.brief);
+    }
+    causes.insert(causes.end(), differences.begin(), differences.end());
+    return causes;
+}
+
+}  // namespace
+
+std::string sizeCell(std::uint64_t bytes, const TreeChoices& choices) {
+    return choices.bytes ? std::to_string(bytes) : compactSize(bytes);
+}
+
+std::string typeCell(const ServerAccount& account, std::size_t position) {
+    const BlockDevice& device = account.device(position);
+    const diskmgt_machine::UdevRecord& udev = account.devices[position].udev;
+    const std::string purpose = device.kind == Kind::kPartition ? purposeOf(account, position) : "";
+    std::string content = udev.content;
+    if (content.empty()) content = udev.table == "dos" ? "mbr" : udev.table;
+    return withWords({kindCell(account, position), device.volume, purpose, content});
+}
+
+std::string cimCell(const CimAnswer& answer, std::size_t partitions, const TreeChoices& choices) {
+    std::vector<std::string> details;
+    if (answer.isReported()) {
+        if (answer.differsIn("size") && answer.size) details.push_back(sizeCell(*answer.size, choices));
+        if (answer.differsIn("start") && answer.start) details.push_back("start " + sizeCell(*answer.start, choices));
+        if (answer.differsIn("partitionCount") && answer.partitionCount)
+            details.push_back(std::to_string(*answer.partitionCount) +
+                              (*answer.partitionCount == 1 ? " partition, not " : " partitions, not ") +
+                              std::to_string(partitions));
+    }
+    for (const std::string& brief : briefsOf(answer)) {
+        details.push_back(brief);
+        if (!answer.isReported()) break;
+    }
+    const std::string word = answer.isUnknown()         ? "?"
+                             : !answer.isReported()     ? "no"
+                             : answer.differsIn("name") ? "as " + answer.as
+                                                        : "yes";
+    return details.empty() ? word : word + ": " + joined(details, ", ");
+}
+
+std::string useCell(const ServerAccount& account, std::size_t device) {
+    const DeviceAccount& more = account.devices[device];
+    const auto& disk = account.device(device).disk;
+    if (disk && more.use.any() && !account.uses.ofItself(device).any())
+        return "in use as part of " + account.device(*disk).name;
+    const std::string use = useText(account.machine, more.use);
+    if (!use.empty()) return use;
+    const std::string content = more.udev.content;
+    return content.empty() ? "not seen in use; content not known" : "not seen in use: " + content;
+}
+
+bool isExtended(const ServerAccount& account, std::size_t device) {
+    const std::string& type = account.devices[device].udev.partitionType;
+    if (type == "0x5" || type == "0xf" || type == "0x85") return true;
+    const Partition* const published = publishedPartition(account, device);
+    return published != nullptr && published->purpose == Purpose::kContainer;
+}
+
+void fillIdentity(const ServerAccount& account, std::size_t position, TreeRow& row) {
+    const BlockDevice& device = account.device(position);
+    const diskmgt_machine::UdevRecord& udev = account.devices[position].udev;
+    row.cells[kModelColumn] = device.identity.model;
+    row.cells[kSerialColumn] = device.identity.serial.empty() ? udev.serial : device.identity.serial;
+    row.cells[kWwidColumn] = device.identity.wwid;
+    row.cells[kTransportColumn] = device.transport;
+    if (device.isRotational) row.cells[kRotationalColumn] = *device.isRotational ? "yes" : "no";
+    row.cells[kContentColumn] = udev.content;
+    row.cells[kLabelColumn] = udev.label;
+    row.cells[kUuidColumn] = udev.uuid;
+    row.cells[kPartUuidColumn] = udev.partitionUuid;
+}
+
+}  // namespace diskmgt
