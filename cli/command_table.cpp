@@ -45,7 +45,7 @@ const std::vector<CommandDescription>& commands() {
         {"get",
          &runGet,
          "CLASS",
-         1,
+         0,
          kAnyNumber,
          kHasExact | kHasColumns | kHasCsvSafe | kLoadsPlugin,
          {"json", "table", "csv", "mof"},
@@ -54,7 +54,9 @@ const std::vector<CommandDescription>& commands() {
          "an earlier request that is not shown; an association that is named before one\n"
          "of them is served after it. --exact requests just the named classes in just\n"
          "that order. A class named twice is served twice, and each mention shows\n"
-         "everything published.\n\n"
+         "everything published. Without a CLASS all 17 that the plug-in serves are\n"
+         "requested. A class that it does not serve gives the instances of the classes\n"
+         "beneath it; with --exact it gives none.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes;\n"
          "the elements of an array are joined by \",\"; null is an empty field, an empty\n"
          "text is \"\". A spreadsheet may take a text for a formula: --csv-safe.\n"
@@ -79,21 +81,24 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt probe /dev/sda\n"
          "  diskmgt probe disk.img backup.img\n"},
         {"explain",
-         &runExplain,
+         &runExplainCollection,
          "DEVICE",
          0,
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device is or is not reported, and the rule that dropped it",
-         "DEVICE is a disk, a partition, a link to one, a mount source or a mount point;\n"
-         "without it the whole machine is explained. What is said is compared with the\n"
-         "plug-in's answer about drives and partitions. Network, FUSE and automounted\n"
-         "file systems are not touched.\n\n"
+         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
+         "one, a mount source, a mount point, or any path: then the disks are named that\n"
+         "it lies on. Without it the whole machine is explained.\n\n"
+         "Exit status 2 when a DEVICE exists nowhere. Missing rights alone end with 0:\n"
+         "each row says what is not known.\n\n"
          "Examples:\n"
          "  diskmgt explain\n"
          "  diskmgt explain sdb /dev/disk/by-id/usb-Stick /boot\n"
-         "  diskmgt explain --format json\n"},
+         "  diskmgt explain /etc\n"
+         "  diskmgt explain --format json\n",
+         &deliverExplanation},
         {"diff",
          &runDiff,
          "OLD NEW",

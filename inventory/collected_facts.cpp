@@ -92,7 +92,7 @@ void eachMemberOf(Stream& stream, Facts& facts) {
 constexpr auto kDeviceMembers = [](auto& stream, auto& facts) { eachMemberOf(stream, facts); };
 
 constexpr auto kMountMembers = [](auto& stream, auto& mount) {
-    stream(mount.source, mount.mountPoint, mount.type, mount.device, mount.isLater, mount.firstMountPoint, mount.kind,
+    stream(mount.source, mount.mountPoint, mount.type, mount.isLater, mount.firstMountPoint, mount.kind,
            mount.isBelowUntouchable);
 };
 

@@ -59,9 +59,16 @@ void openAndMeasure(DeviceFacts& facts) {
 
 }  // namespace
 
-bool DeviceFacts::isRefused() const {
-    const bool isFactOfDevice = openError == ENOMEDIUM || openError == ENXIO || openError == ENODEV;
-    return isTried && openError != 0 && !isFactOfDevice && !isHiddenPath;
+bool DeviceFacts::hasNoMedium() const {
+    return isTried && (openError == ENOMEDIUM || openError == ENXIO || openError == ENODEV);
+}
+
+bool DeviceFacts::isRefused() const { return isTried && openError != 0 && !hasNoMedium() && !isHiddenPath; }
+
+bool DeviceFacts::canBeReadAgain() const {
+    const bool holdsTable = hasBootSignature && content.empty();  // a file system has the same signature
+    const bool wasReadWhole = sizeBytes && table.error == 0 && !table.refusedCount;
+    return holdsTable && wasReadWhole && !isHeld && !isHiddenPath && logicalSectorSize <= 512;
 }
 
 bool KernelList::has(const std::string& name) const { return contains(names, name); }

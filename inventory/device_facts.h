@@ -48,6 +48,7 @@ struct DeviceFacts {
     unsigned long logicalSectorSize = 0;        // bytes; 0: unknown
     bool isHeld = false;                        // a volume or array lies on it directly
     bool isHiddenPath = false;                  // to a multipath disk, which has no node of its own
+    std::string content;                        // of the whole device, by udev's word; empty: none known
 
     /// Whether the kernel's list offers it to be measured as a drive.
     bool isOffered() const { return isListed && nameVerdict == diskmgt_col::EntryName::kDisk && sysfs.isOffered(); }
@@ -62,8 +63,10 @@ struct DeviceFacts {
     bool differsFromKernel() const { return isReadable() && isListed && tableCount != kernelPartitions.size(); }
     /// Tables are read in sectors of 512 bytes, whatever the device has.
     bool hasLargeSectors() const { return logicalSectorSize > 512 && (isCandidate || tableCount > 0); }
+    /// The device has no medium, or there is nothing behind its node.
+    bool hasNoMedium() const;
     /// Whether the kernel, told to read the table again, could come to the same number.
-    bool canBeReadAgain() const { return !isHeld && !isHiddenPath && logicalSectorSize <= 512; }
+    bool canBeReadAgain() const;
     /// What a drive's NoOfPartitions says.
     unsigned long countOnDrive() const { return kernelPartitions.empty() ? 0 : tableCount; }
 };

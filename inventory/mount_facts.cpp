@@ -1,9 +1,6 @@
 #include "inventory/mount_facts.h"
 
-#include <climits>
-#include <cstdlib>
 #include <map>
-#include <memory>
 #include <utility>
 
 #include "inventory/mount_table.h"
@@ -44,12 +41,6 @@ void markLaterMounts(std::vector<MountFacts>& mounts) {
     }
 }
 
-std::string resolvedDevice(const std::string& source, const UntouchablePlaces& untouchable) {
-    if (source.rfind("/dev/", 0) != 0 || untouchable.cover(source)) return {};
-    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(source.c_str(), nullptr), &std::free);
-    return resolved ? resolved.get() : source;
-}
-
 }  // namespace
 
 MountTableFacts readMounts(Progress& progress) {
@@ -63,23 +54,13 @@ MountTableFacts readMounts(Progress& progress) {
     }
     facts.mounts = factsOf(table);
     markLaterMounts(facts.mounts);
-    addUntouchable(facts.untouchable, facts.mounts);
-    addUntouchable(facts.untouchable, factsOf(readMountTable(kKernelMounts, "r")));
-
-    for (MountFacts& mount : facts.mounts) {
-        mount.device = resolvedDevice(mount.source, facts.untouchable);
+    UntouchablePlaces untouchable;
+    addUntouchable(untouchable, facts.mounts);
+    addUntouchable(untouchable, factsOf(readMountTable(kKernelMounts, "r")));
+    for (MountFacts& mount : facts.mounts)
         mount.isBelowUntouchable = mount.kind == FileSystemKind::kLocal &&
-                                   (facts.untouchable.cover(mount.mountPoint) || facts.untouchable.cover(mount.source));
-    }
+                                   (untouchable.cover(mount.mountPoint) || untouchable.cover(mount.source));
     return facts;
-}
-
-void measureIfLocal(MountFacts& mount, const MountTableFacts& table, Progress& progress) {
-    const bool isLocal = mount.kind == FileSystemKind::kLocal && !mount.isBelowUntouchable;
-    if (table.updateError != 0 || mount.isLater || !isLocal) return;
-    progress.nowAt("measuring " + mount.mountPoint);
-    struct statfs statistics;
-    mount.measured = diskmgt_col::measureMount(mount.mountPoint.c_str(), mount.source.c_str(), statistics);
 }
 
 }  // namespace diskmgt

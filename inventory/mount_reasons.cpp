@@ -9,23 +9,15 @@ namespace diskmgt {
 
 namespace {
 
-using diskmgt_col::MeasuredPath;
-
 Reason mayBlock(const std::string& rule, const std::string& brief, const std::string& what) {
-    return {rule, brief + ", not measured here",
-            what + " It was therefore not measured here; the plug-in does measure it for VEXSG_LogicalDisk."};
+    return {rule, brief + ", not measured", what + " It was therefore not measured here; the plug-in does measure it."};
 }
 
-Reason automount() {
-    return {"automount", "automount, not measured here",
-            "It is an automount: asking for VEXSG_LogicalDisk mounts it when it is idle. It was therefore not measured "
-            "here."};
-}
-
-void addUnaskedReason(const MountFacts& mount, std::vector<Reason>& reasons) {
+/// The figures of what the kernel has are in its account.
+void addUnmeasuredReason(const MountFacts& mount, std::vector<Reason>& reasons) {
     switch (mount.kind) {
         case FileSystemKind::kAutomount:
-            reasons.push_back(automount());
+            reasons.push_back(automountReason());
             return;
         case FileSystemKind::kNetwork:
             reasons.push_back(mayBlock("network", "network",
@@ -41,34 +33,30 @@ void addUnaskedReason(const MountFacts& mount, std::vector<Reason>& reasons) {
             return;
         case FileSystemKind::kLocal:
             if (mount.isBelowUntouchable)
-                reasons.push_back(mayBlock("beneath-other", "reached through another file system",
+                reasons.push_back(mayBlock("beneath-other", "beneath another",
                                            "Its path leads through a file system that may not answer."));
             return;
     }
 }
 
-void addSpaceReason(const MountFacts& mount, std::vector<Reason>& reasons) {
-    if (!mount.measured) return addUnaskedReason(mount, reasons);
-    if (*mount.measured == MeasuredPath::kSource)
-        reasons.push_back({"source-figures", "space is that of the path " + mount.source,
-                           "The mount point cannot be measured, so the space shown is that of the file system which "
-                           "holds the path " +
-                               mount.source + ", not that of the mounted one."});
-    if (*mount.measured == MeasuredPath::kNothing)
-        reasons.push_back({"not-measurable", "no space figures",
-                           "Neither the mount point nor the path " + mount.source +
-                               " can be measured, so no space is "
-                               "shown."});
+}  // namespace
+
+Reason automountReason() {
+    return {"automount", "automount",
+            "It is an automount: asking for VEXSG_LogicalDisk, as this command does, mounts it when it is idle."};
 }
 
-}  // namespace
+Reason noFigures(const std::string& source) {
+    return {"not-measurable", "no space figures",
+            "The plug-in can measure neither the mount point nor the path " + source + ", so it publishes no space."};
+}
 
 Verdict judgeMount(const MountFacts& mount, int updateError) {
     Verdict verdict;
     verdict.isReported = updateError == 0 && !mount.isLater;
     std::vector<Reason>& reasons = verdict.reasons;
     if (updateError != 0) {
-        reasons.push_back({"mount-table-not-opened", "mount table cannot be opened for update",
+        reasons.push_back({"mount-table-not-opened", "mount table not opened",
                            std::string("The mount table ") + diskmgt_col::kMountTable +
                                " cannot be opened for update, so no mount is reported: " + failureText(updateError) +
                                "."});
@@ -76,9 +64,9 @@ Verdict judgeMount(const MountFacts& mount, int updateError) {
         reasons.push_back({"later-mount", "same source as " + mount.firstMountPoint,
                            "An earlier entry of the mount table, " + mount.firstMountPoint +
                                ", has the same source; only the first one counts."});
-        if (diskmgt_col::isMeasuredThoughLater(mount.type.c_str())) reasons.push_back(automount());
+        if (diskmgt_col::isMeasuredThoughLater(mount.type.c_str())) reasons.push_back(automountReason());
     } else {
-        addSpaceReason(mount, reasons);
+        addUnmeasuredReason(mount, reasons);
     }
     return verdict;
 }

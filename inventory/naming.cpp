@@ -88,7 +88,8 @@ private:
             return true;
         }
         struct statx status {};
-        if (::statx(AT_FDCWD, operand.c_str(), AT_NO_AUTOMOUNT, STATX_TYPE | STATX_MNT_ID, &status) != 0) return false;
+        if (::statx(AT_FDCWD, operand.c_str(), AT_NO_AUTOMOUNT, STATX_TYPE | STATX_MNT_ID, &status) != 0)
+            return findMountPoint(plainPath(operand));
         if (S_ISBLK(status.stx_mode)) {
             const diskmgt_machine::DeviceNumber number{status.stx_rdev_major, status.stx_rdev_minor};
             for (std::size_t i = 0; i < account.devices.size(); ++i)
@@ -102,6 +103,16 @@ private:
             return true;
         }
         return findPathByText(plain);
+    }
+
+    /// By the text alone, the last of several: of another user's mount the kernel says nothing.
+    bool findMountPoint(const std::string& plain) {
+        for (std::size_t i = account.mounts.size(); i-- > 0;) {
+            if (plainPath(account.machine.mounts[i].mountPoint) != plain) continue;
+            answerMount(Kind::kMount, i);
+            return true;
+        }
+        return false;
     }
 
     /// For a table that is not the one of this process: by the longest mount point, the last of several.

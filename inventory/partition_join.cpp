@@ -116,7 +116,7 @@ private:
                 report(first + i, places[i], positions[*placed[i]], facts);
             else
                 account.cimOnly.push_back({all[first + i].instance, all[first + i].device,
-                                           reasonsOfCimOnly(all[first + i], places[i], facts)});
+                                           reasonsOfCimOnly(all[first + i], places[i], facts), &facts});
         }
     }
 

@@ -133,6 +133,7 @@ private:
             if (!position) continue;
             const BlockDevice& device = blocks()[*position];
             facts.isHiddenPath = device.kind == Kind::kPath;
+            facts.content = account.devices[*position].udev.content;
             facts.isHeld = !device.unlistedHolders.empty() ||
                            std::any_of(device.carries.begin(), device.carries.end(),
                                        [&](std::size_t upper) { return blocks()[upper].disk != *position; });
@@ -180,20 +181,23 @@ private:
     }
 
     void addCimOnly(const refhost::Instance& instance, const std::string& name) {
-        account.cimOnly.push_back(
-            {&instance, name, {{"no-such-device", "unknown to the kernel", "The kernel has no such device."}}});
+        account.cimOnly.push_back({&instance,
+                                   name,
+                                   {{"no-such-device", "unknown to the kernel", "The kernel has no such device."}},
+                                   nullptr});
     }
 
     // --- mounts ---
 
     using MountKey = std::pair<std::string, std::pair<std::string, std::string>>;
+    using MountsByLine = std::multimap<MountKey, std::size_t>;  // equal lines in their order
     static MountKey keyOf(const std::string& source, const std::string& point, const std::string& type) {
         return {source, {point, type}};
     }
 
     void joinMounts() {
         const std::optional<Reason> unknown = unasked.why(kLogicalDisk);
-        std::map<MountKey, std::size_t> byLine;
+        MountsByLine byLine;
         for (std::size_t i = 0; i < account.machine.mounts.size(); ++i) {
             const diskmgt_machine::Mount& mount = account.machine.mounts[i];
             byLine.emplace(keyOf(mount.source, mount.mountPoint, mount.type), i);
@@ -215,13 +219,15 @@ private:
         }
     }
 
-    void judgeMounts(const std::map<MountKey, std::size_t>& byLine) {
+    void judgeMounts(const MountsByLine& byLine) {
         std::vector<bool> isJudged(account.mounts.size());
         const MountTableFacts none;
         const MountTableFacts& table = collection.facts.mountTable ? *collection.facts.mountTable : none;
         for (const MountFacts& facts : table.mounts) {
-            const auto place = byLine.find(keyOf(facts.source, facts.mountPoint, facts.type));
-            if (place == byLine.end() || isJudged[place->second]) continue;
+            const auto lines = byLine.equal_range(keyOf(facts.source, facts.mountPoint, facts.type));
+            const auto place = std::find_if(lines.first, lines.second,
+                                            [&isJudged](const auto& line) { return !isJudged[line.second]; });
+            if (place == lines.second) continue;
             isJudged[place->second] = true;
             CimAnswer& answer = account.mounts[place->second].logicalDisk;
             Verdict verdict = judgeMount(facts, table.updateError);
@@ -234,9 +240,10 @@ private:
                      std::string("The mount table ") + kMountTable + " has no such line of its own."});
     }
 
-    void report(const LogicalDisk& disk, const std::map<MountKey, std::size_t>& byLine) {
-        const auto place = byLine.find(keyOf(disk.source, disk.mountPoint, disk.fileSystem));
-        if (place == byLine.end()) {
+    void report(const LogicalDisk& disk, const MountsByLine& byLine) {
+        const MountKey key = keyOf(disk.source, disk.mountPoint, disk.fileSystem);
+        const auto place = byLine.lower_bound(key);
+        if (place == byLine.end() || place->first != key) {
             account.cimOnly.push_back({disk.instance,
                                        disk.source,
                                        {{"not-mounted", "not mounted",

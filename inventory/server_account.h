@@ -67,6 +67,7 @@ struct CimOnly {
     const refhost::Instance* instance = nullptr;
     std::string name;
     std::vector<Reason> reasons;
+    const DeviceFacts* disk = nullptr;  // of a partition: whose table it is in
 };
 
 /// What keeps the account from being complete.

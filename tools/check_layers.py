@@ -35,7 +35,7 @@ TABLE = """
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
 | formats            | inventory, refhost/api, text |
 | cli/io             | worker, text, base |
-| cli/explain        | formats, inventory, machine, base, text |
+| cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |
 | cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, machine, refhost/api, schema, text |
 | cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |

@@ -1,18 +1,21 @@
 // Everything that is said about one disk or one partition.
 #pragma once
 
-#include <string>
-#include <vector>
+#include <cstddef>
 
+#include "cli/explain/explain_context.h"
 #include "cli/explain/explanation.h"
-#include "inventory/device_facts.h"
-#include "inventory/mount_facts.h"
 
 namespace diskmgt {
 
-DeviceExplanation explainDevice(const DeviceFacts& facts, const std::vector<MountFacts>& mounts, bool isTableReported);
-/// `tableNames`: what the table of the disk calls its partitions.
-DeviceExplanation explainPartition(const std::string& path, const DeviceFacts& disk,
-                                   const std::vector<std::string>& tableNames, const MountTableFacts& table);
+/// A row of the machine: position in `ServerAccount::devices`.
+DeviceExplanation explainDevice(const ExplainContext& context, std::size_t position);
+/// A device that the plug-in looks for and the kernel does not list.
+DeviceExplanation explainBeside(const ExplainContext& context, const DeviceFacts& facts);
+/// A drive or partition that only CIM has.
+DeviceExplanation explainCimOnly(const ExplainContext& context, const CimOnly& only);
+
+/// The names that CIM gives to the partitions of the disk, in the order of the kernel's account.
+std::vector<std::string> publishedOn(const ServerAccount& account, const DeviceFacts& disk);
 
 }  // namespace diskmgt

@@ -4,13 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "inventory/device_facts.h"
-#include "inventory/mount_facts.h"
+#include "cli/explain/explain_context.h"
+#include "cli/explain/explanation.h"
 
 namespace diskmgt {
 
 /// Whole sentences, the most far-reaching first.
-std::vector<std::string> diagnose(const KernelList& list, const std::vector<DeviceFacts>& devices,
-                                  const MountTableFacts& table);
+std::vector<std::string> diagnose(const ExplainContext& context, const Explanation& explanation);
+
+/// Adds a sentence where CIM's answer contradicts the rules.
+void addContradictions(const ExplainContext& context, Explanation& explanation);
 
 }  // namespace diskmgt

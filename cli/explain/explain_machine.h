@@ -1,15 +1,13 @@
 // Explains a whole machine.
 #pragma once
 
-#include <string>
-#include <vector>
-
+#include "cli/explain/explain_context.h"
 #include "cli/explain/explanation.h"
-#include "inventory/progress.h"
 
 namespace diskmgt {
 
-/// Every device of the kernel's list, every candidate disk that has a node, every mount, and a diagnosis.
-Explanation explainMachine(const std::vector<std::string>& virtualDevices, Progress& progress);
+/// Every disk and volume of the kernel's, every candidate disk that has a node, every mount, what only CIM has, and a
+/// diagnosis.
+Explanation explainMachine(const ExplainContext& context);
 
 }  // namespace diskmgt

@@ -1,135 +1,142 @@
 #include "cli/explain/explain_named.h"
 
-#include <cstdlib>
-#include <memory>
+#include <algorithm>
+#include <optional>
 
-#include "base/os.h"
 #include "cli/explain/device_explanation.h"
-#include "cli/explain/device_use.h"
+#include "cli/explain/diagnosis.h"
 #include "cli/explain/mount_explanation.h"
-#include "inventory/device_facts.h"
-#include "inventory/mount_facts.h"
-#include "machine/texts.h"
+#include "inventory/device_names.h"
+#include "inventory/file_systems.h"
+#include "inventory/naming.h"
 #include "text/wording.h"
 
 namespace diskmgt {
 
 namespace {
 
-namespace os = diskmgt_col::os;
-
 class Naming {
 public:
-    Naming(const std::vector<std::string>& virtualTexts, Progress& shownProgress)
-        : virtualDevices(virtualTexts), progress(shownProgress), table(readMounts(progress)), list(readKernelList()) {
+    explicit Naming(const ExplainContext& asked) : context(asked), account(asked.account) {
         explanation.isWholeMachine = false;
     }
 
     void explain(const std::string& operand) {
-        const std::string path = operand.find('/') == std::string::npos ? "/dev/" + operand : operand;
-        const bool isDevice = list.has(operand) || operand.rfind("/dev/", 0) == 0;
-        if (!isDevice && explainMountsNamed(operand)) return;
-        const std::string device = resolved(path);
-        const std::string disk = diskOf(device);
-        DeviceExplanation found = disk.empty() ? explainDisk(device) : explainPartOf(disk, device);
-        if (found.path != operand) found.asked = operand;
-        use.addTo(found);
-        addMountsOn(found);
-        explanation.devices.push_back(std::move(found));
+        if (explainWhatIsBeside(operand)) return;
+        const Named found = named(account, operand);
+        switch (found.kind) {
+            case Named::Kind::kDevice:
+                addDevice(found.devices.front(), operand);
+                return;
+            case Named::Kind::kCimOnly:
+                addCimOnly(found.cimOnly, operand);
+                return;
+            case Named::Kind::kPath:
+            case Named::Kind::kNoAnswer:
+                explanation.paths.push_back({operand, account.machine.mounts[found.mounts.front()].mountPoint,
+                                             layersBeneath(account, found.devices, true)});
+                addMounts(found.mounts);
+                return;
+            case Named::Kind::kMount:
+                addMounts(found.mounts);
+                return;
+            case Named::Kind::kNothing:
+                break;
+        }
+        if (!explainBesideMountsNamed(operand)) explanation.unknownNames.push_back(nothingNamed(operand));
     }
 
     Explanation take() { return std::move(explanation); }
 
 private:
-    bool isDiskName(const std::string& path) const {
-        const std::string name = diskmgt_col::sysfsNameOf(path);
-        return (path == "/dev/" + name && list.has(name)) || contains(diskmgt_col::candidateDisks(), path);
+    static std::string pathOf(const std::string& operand) {
+        return operand.find('/') == std::string::npos ? "/dev/" + operand : operand;
     }
 
-    /// The path under which the device is tried. A name that is tried itself stays, whatever it links to.
-    std::string resolved(const std::string& path) {
-        if (isDiskName(path) || table.untouchable.cover(path)) return path;
-        progress.nowAt("following " + path);
-        const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr), &std::free);
-        std::string device = target ? target.get() : path;
-        if (device.rfind("/dev/", 0) != 0) return device;
-        const std::string sysfsName = diskmgt_machine::sysfsNameOfNode(device.substr(5));
-        return list.has(sysfsName) ? "/dev/" + sysfsName : device;
+    void add(DeviceExplanation device, const std::string& operand) {
+        if (device.path != operand) device.asked = operand;
+        explanation.devices.push_back(std::move(device));
     }
 
-    /// The disk of a partition, by the kernel's word or by name; empty when the device is none.
-    std::string diskOf(const std::string& device) const {
-        const std::string name = diskmgt_col::sysfsNameOf(device);
-        if (isDiskName(device) || device != "/dev/" + name) return {};
-        for (const std::string& disk : list.names) {
-            const std::string entry = std::string(disk).append("/").append(name);
-            if (diskmgt_col::isPartitionEntry(name.c_str(), disk) &&
-                os::checkAccess(diskmgt_col::kBlockDirectory + entry) == 0)
-                return "/dev/" + disk;
-        }
-        std::vector<std::string> disks = list.names;
-        for (const std::string& candidate : diskmgt_col::candidateDisks())
-            if (os::checkAccess(candidate) == 0) disks.push_back(diskmgt_col::sysfsNameOf(candidate));
-        const std::string disk = diskOfPartition(name, disks);
-        return disk.empty() ? "" : "/dev/" + disk;
+    void addDevice(std::size_t position, const std::string& operand) {
+        add(explainDevice(context, position), operand);
+        std::vector<std::size_t> mounts = account.uses.mountsOn(position);
+        for (const std::size_t upper : account.device(position).carries)
+            if (account.device(upper).disk == position)
+                mounts.insert(mounts.end(), account.uses.mountsOn(upper).begin(), account.uses.mountsOn(upper).end());
+        std::sort(mounts.begin(), mounts.end());
+        addMounts(mounts);
     }
 
-    DeviceExplanation explainDisk(const std::string& path) {
-        return explainDevice(examineDevice(path, list, virtualDevices, progress), table.mounts, table.updateError == 0);
+    void addCimOnly(std::size_t position, const std::string& operand) {
+        const CimOnly& only = account.cimOnly[position];
+        if (!explainBesideMountsNamed(only.name)) add(explainCimOnly(context, only), operand);
     }
 
-    DeviceExplanation explainPartOf(const std::string& diskPath, const std::string& path) {
-        const DeviceFacts disk = examineDevice(diskPath, list, virtualDevices, progress);
-        const bool isReadable = disk.isCandidate && disk.isTried && disk.openError == 0;
-        DeviceExplanation part = explainPartition(
-            path, disk, isReadable ? partitionNamesInTable(diskPath) : std::vector<std::string>(), table);
-        if (os::checkAccess(path) != 0)
-            part.partitions.reasons.push_back({"no-node", "no node in /dev", "There is no node " + path + "."});
-        return part;
+    bool isThere(const MountExplanation& mount) const {
+        return std::any_of(explanation.mounts.begin(), explanation.mounts.end(),
+                           [&mount](const MountExplanation& told) {
+                               return told.source == mount.source && told.mountPoint == mount.mountPoint;
+                           });
     }
 
-    void addMount(MountFacts& mount) {
-        for (const MountExplanation& told : explanation.mounts)
-            if (told.source == mount.source && told.mountPoint == mount.mountPoint) return;
-        measureIfLocal(mount, table, progress);
-        explanation.mounts.push_back(explainMount(mount, table.updateError));
+    void addMounts(const std::vector<std::size_t>& positions) {
+        for (const std::size_t position : positions)
+            if (MountExplanation mount = explainMount(context, position); !isThere(mount))
+                explanation.mounts.push_back(std::move(mount));
     }
 
-    bool explainMountsNamed(const std::string& name) {
+    /// Of names that the plug-in looks at and the kernel's account does not have.
+    bool explainWhatIsBeside(const std::string& operand) {
+        const std::string path = pathOf(operand);
+        for (const DeviceFacts* const facts : context.beside)
+            if (facts->path == path) {
+                add(explainBeside(context, *facts), operand);
+                return true;
+            }
+        return false;
+    }
+
+    bool explainBesideMountsNamed(const std::string& name) {
         bool isFound = false;
-        for (MountFacts& mount : table.mounts) {
-            const bool isHere = !name.empty() && name.front() == '/' && plainPath(mount.mountPoint) == plainPath(name);
-            if (!isHere && mount.source != name) continue;
-            addMount(mount);
+        for (const MountFacts* const mount : context.besideMounts) {
+            const bool isHere = name.compare(0, 1, "/") == 0 && plainPath(mount->mountPoint) == plainPath(name);
+            if (!isHere && mount->source != name) continue;
             isFound = true;
+            if (MountExplanation found = explainBesideMount(context, *mount); !isThere(found))
+                explanation.mounts.push_back(std::move(found));
         }
         return isFound;
     }
 
-    void addMountsOn(const DeviceExplanation& device) {
-        for (const MountedOn& on : device.mounts)
-            for (MountFacts& mount : table.mounts)
-                if (mount.source == on.source && mount.mountPoint == on.mountPoint) {
-                    addMount(mount);
-                    break;
-                }
+    std::string nothingNamed(const std::string& operand) const {
+        std::string text = "there is no device, mount or file \"" + operand + "\"";
+        const std::string path = pathOf(operand);
+        for (std::size_t i = 0; i < account.devices.size(); ++i) {
+            if (account.device(i).path() == path || !isPartitionOf(path, account.device(i).path())) continue;
+            std::vector<std::string> parts;
+            for (const std::size_t upper : account.device(i).carries)
+                if (account.device(upper).disk == i) parts.push_back(account.device(upper).name);
+            return text + "; " + account.device(i).name + " has " +
+                   (parts.empty() ? "no partitions in the kernel" : listed(parts));
+        }
+        if (context.drivesUnknown || context.partitionsUnknown) text += ", and what CIM reports is not known";
+        return text + "; \"diskmgt explain\" lists what there is";
     }
 
-    const std::vector<std::string>& virtualDevices;
-    Progress& progress;
-    MountTableFacts table;
-    const KernelList list;
-    const DeviceUse use;
+    const ExplainContext& context;
+    const ServerAccount& account;
     Explanation explanation;
 };
 
 }  // namespace
 
-Explanation explainNamed(const std::vector<std::string>& operands, const std::vector<std::string>& virtualDevices,
-                         Progress& progress) {
-    Naming naming(virtualDevices, progress);
+Explanation explainNamed(const ExplainContext& context, const std::vector<std::string>& operands) {
+    Naming naming(context);
     for (const std::string& operand : operands) naming.explain(operand);
-    return naming.take();
+    Explanation explanation = naming.take();
+    addContradictions(context, explanation);
+    return explanation;
 }
 
 }  // namespace diskmgt

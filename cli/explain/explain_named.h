@@ -4,14 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "cli/explain/explain_context.h"
 #include "cli/explain/explanation.h"
-#include "inventory/progress.h"
 
 namespace diskmgt {
 
-/// Devices, partitions, links to them, mount sources and mount points; what is none of these is explained as a device
-/// that does not exist.
-Explanation explainNamed(const std::vector<std::string>& operands, const std::vector<std::string>& virtualDevices,
-                         Progress& progress);
+/// Devices by any of their names, mounts, and paths. An operand that names nothing has a sentence in `unknownNames`.
+Explanation explainNamed(const ExplainContext& context, const std::vector<std::string>& operands);
 
 }  // namespace diskmgt

@@ -47,10 +47,12 @@ std::vector<MountFold> folded(const ServerAccount& account, const std::vector<st
         if (isNew) folds.emplace_back();
         folds[place->second].push_back(position);
     }
-    for (MountFold& fold : folds)
-        std::sort(fold.begin(), fold.end(), [&account](std::size_t one, std::size_t other) {
+    for (MountFold& fold : folds) {
+        const auto first = std::min_element(fold.begin(), fold.end(), [&account](std::size_t one, std::size_t other) {
             return rankOf(account, one) < rankOf(account, other);
         });
+        std::rotate(fold.begin(), first, first + 1);
+    }
     return folds;
 }
 

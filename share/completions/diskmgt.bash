@@ -35,12 +35,19 @@ _diskmgt_devices() {
     done
 }
 
+# The columns of the tree.
+_diskmgt_tree_columns() {
+    _diskmgt_say "$1" tree --help | sed -n '/^Columns:/,/\.$/{s/^Columns://;p}' | tr -cs 'a-z' '\n'
+}
+
 # Names separated by commas: completes the last.
 _diskmgt_columns() {
     local class names done_part=
+    [[ $cur != +* ]] || done_part=+
     [[ $cur != *,* ]] || done_part=${cur%,*},
     names=$(for class in "${operands[@]}"; do _diskmgt_names "$1" "$class"; done)
-    mapfile -t COMPREPLY < <(compgen -P "$done_part" -W "$names" -- "${cur##*,}")
+    [[ -n $command && $command != tree ]] || names=$(_diskmgt_tree_columns "$1")
+    mapfile -t COMPREPLY < <(compgen -P "$done_part" -W "$names" -- "${cur:${#done_part}}")
     compopt -o nospace
 }
 
@@ -96,12 +103,18 @@ _diskmgt() {
         return
     fi
     case $command in
-        '') mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_commands "$1")" -- "$cur") ;;
+        '')
+            if [[ $cur == */* ]]; then
+                _filedir
+            else
+                mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_commands "$1")" -- "$cur")
+            fi
+            ;;
         get | trace | classes)
             mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_names "$1")" -- "$cur")
             ;;
         export) mapfile -t COMPREPLY < <(compgen -W "json prometheus mof html" -- "$cur") ;;
-        probe | explain)
+        tree | probe | explain)
             _filedir
             [[ -n $cur ]] || mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(_diskmgt_devices)
             ;;

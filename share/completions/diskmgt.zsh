@@ -58,9 +58,24 @@ _diskmgt_classes() {
     _wanted classes expl class compadd -a names
 }
 
+_diskmgt_read_tree_columns() {
+    local -a said
+    local line in_list=
+    _diskmgt_say columns tree --help
+    for line in "${said[@]}"; do
+        [[ $line == Columns:* ]] && in_list=1
+        [[ -n $in_list ]] && names+=(${(s:, :)${${line#Columns: }%[.,]}})
+        [[ $line == *. ]] && in_list=
+    done
+}
+
 _diskmgt_columns() {
     local -a names
     local class
+    if [[ -z $command || $command == tree ]]; then
+        _diskmgt_read_tree_columns
+        compset -P '+'
+    fi
     for class in "${operands[@]}"; do _diskmgt_read_names "$class"; done
     _wanted columns expl property _sequence compadd -a names
 }
@@ -116,10 +131,10 @@ _diskmgt() {
         _describe -o -t options option flags -- valued -q -S '='
     else
         case $command in
-            '') _diskmgt_commands ;;
+            '') if [[ $PREFIX == */* ]]; then _files; else _diskmgt_commands; fi ;;
             get | trace | classes) _diskmgt_classes ;;
             export) _wanted formats expl format compadd json prometheus mof html ;;
-            probe | explain) _diskmgt_devices ;;
+            tree | probe | explain) _diskmgt_devices ;;
             diff) _files ;;
         esac
     fi

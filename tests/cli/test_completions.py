@@ -1,5 +1,6 @@
 """What bash and zsh offer while a command line is typed, beside what the command's own help promises."""
 import os
+import re
 
 import pytest
 
@@ -67,7 +68,20 @@ def test_files_are_offered(offers, tmp_path, words):
     assert offers(*words) == ["disk.img"]
 
 
-@pytest.mark.parametrize("command", ["probe", "explain"])
+def test_columns_of_the_tree_are_offered_one_after_the_other(offers):
+    names = re.search(r"^Columns: (.*?)\.$", help_text.said("tree", "--help"), re.MULTILINE | re.DOTALL)[1]
+    assert offers("tree", "--columns", "") == sorted(re.findall("[a-z]+", names))
+    assert [name.rpartition(",")[2] for name in offers("tree", "--columns", "size,rota")] == ["rotational"]
+    assert [name.lstrip("+") for name in offers("--columns", "+ser")] == ["serial"]
+
+
+def test_a_path_in_the_place_of_a_command_is_completed(offers, tmp_path):
+    (tmp_path / "srv").mkdir()
+    (tmp_path / "srv" / "data").touch()
+    assert [name.rpartition("/")[2] for name in offers("./srv/da")] == ["data"]
+
+
+@pytest.mark.parametrize("command", ["tree", "probe", "explain"])
 def test_devices_are_offered(offers, command):
     def present():
         return {f"/dev/{name}" for name in os.listdir("/sys/class/block")}

@@ -22,7 +22,7 @@ def test_help_fits_a_terminal(run, command):
 
 
 @pytest.mark.parametrize("command, operands", [
-    ("tree", ""), ("get", " CLASS..."), ("probe", " FILE..."), ("explain", " [DEVICE...]"), ("export", " FORMAT"),
+    ("tree", " [DEVICE...]"), ("get", " CLASS..."), ("probe", " FILE..."), ("explain", " [DEVICE...]"), ("export", " FORMAT"),
     ("diff", " OLD NEW"), ("classes", " [CLASS]"), ("plugin", ""), ("trace", " CLASS...")])
 def test_help_says_how_many_operands_there_may_be(run, command, operands):
     assert f"\nUsage: diskmgt {command} [OPTIONS]{operands}\n" in run(command, "--help").text
@@ -65,7 +65,6 @@ def test_unknown_command_is_refused_with_any_words_around_it(run, arguments):
     (["--bogus"], 'unknown option "--bogus"'),
     (["--exact"], 'unknown option "--exact"'),
     (["get", "VEXSG_DiskDrive", "--bogus"], 'unknown option "--bogus"'),
-    (["get"], "get needs at least one CLASS"),
     (["probe"], "probe needs at least one FILE"),
     (["trace"], "trace needs at least one CLASS"),
     (["plugin", "extra"], 'plugin takes no argument "extra"'),
@@ -96,10 +95,19 @@ def test_unknown_command_is_refused_with_any_words_around_it(run, arguments):
     (["probe", "disk.img", "--format", "table"], "--format takes json"),
     (["trace", "VEXSG_DiskDrive", "--format", "csv"], "--format takes json"),
     (["--format", "csv", "trace", "VEXSG_DiskDrive"], "--format takes json"),
-    (["--format", "json"], 'tree has no --format; "diskmgt export json" gives'),
-    (["--format", "json", "tree"], 'tree has no --format; "diskmgt export json" gives'),
-    (["tree", "--format", "json"], 'unknown option "--format"'),
-    (["tree", "extra"], 'tree takes no argument "extra"'),
+    (["--format", "csv"], "--format takes table or json"),
+    (["tree", "--format", "csv"], "--format takes table or json"),
+    (["tree", "extra"], 'nothing here is named "extra": no device, mount or path'),
+    (["tree", "/dev/extra"], 'nothing here is named "/dev/extra": no device, mount or path'),
+    (["/dev/extra"], 'nothing here is named "/dev/extra": no device, mount or path'),
+    (["tree", ""], "tree takes the name of a DEVICE, not an empty text"),
+    (["tree", "--columns", "name,sise"], 'tree has no column "sise", did you mean size?; the columns are: name, size'),
+    (["--columns", "+"], 'tree has no column ""'),
+    (["tree", "--columns", "size", "--format", "json"], "--columns needs --format table"),
+    (["tree", "--cim", "--format", "json"], "--cim needs --format table"),
+    (["tree", "--cim", "sda"], "--cim shows all that is published"),
+    (["--cim", "plugin"], "plugin has no --cim"),
+    (["--columns", "size", "plugin"], "plugin has no --columns"),
     (["--format", "json", "export", "json"], "export has no --format"),
     (["--all", "get", "VEXSG_DiskDrive"], "get has no --all"),
     (["--bytes", "plugin"], "plugin has no --bytes"),
@@ -159,15 +167,22 @@ def test_options_may_stand_before_the_command(run, plugin):
 
 
 def test_without_a_command_it_is_the_tree(run, plugin):
-    done = run("--plugin", plugin("publishing"))
+    done = run("--cim", "--plugin", plugin("publishing"))
     assert done.status == 0
     assert done.text.startswith("Name ")
-    assert done.stdout == run("tree", "--plugin", plugin("publishing")).stdout
+    assert done.stdout == run("tree", "--cim", "--plugin", plugin("publishing")).stdout
 
 
 def test_options_of_the_tree_may_stand_before_it(run, plugin):
     done = run("--bytes", "tree", "--plugin", plugin("publishing"))
     assert (done.status, str(2**64 - 1) in done.text) == (0, True)
+
+
+def test_a_path_in_the_place_of_a_command_is_shown_with_its_disks(run, plugin):
+    done = run("/", "--columns", "type", "--plugin", plugin("publishing"))
+    assert (done.status, done.stderr) == (0, b"")
+    assert done.stdout == run("tree", "--plugin", plugin("publishing"), "--columns", "type", "/").stdout
+    assert done.text.splitlines()[-1].split()[0] in ("/", "└─/") or "└─/ " in done.text
 
 
 def test_control_characters_in_arguments_do_not_reach_the_terminal(run):
