@@ -29,7 +29,8 @@ struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
-    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false;
+    bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false,
+         json = false;
 };
 
 [[noreturn]] void wrongUsage(const std::string& sentence) { throw CommandError(kWrongUsage, sentence); }
@@ -105,12 +106,9 @@ void addPluginOptions(CLI::App& app, GivenTexts& given) {
 void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
     const auto add = [&app](const char* name, std::optional<std::string>& text, const std::string& help,
                             const char* placeholder) { addOption(app, name, text, help, placeholder); };
-    if (command.operand != nullptr) {
-        CLI::Option* const operands = app.add_option(command.operand, given.operands)->type_name("");
-        if (command.fewestOperands > 0 && given.plainOperands.empty()) operands->required();
-    }
+    if (command.operand != nullptr) app.add_option(command.operand, given.operands)->type_name("");
     app.set_help_flag("-h,--help", "Print this help and exit");
-    app.set_version_flag("--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
+    app.set_version_flag("-V,--version", "diskmgt " DISKMGT_VERSION "\n", "Print the version and exit");
     const auto flag = [&app, &command](unsigned which, const char* name, bool& isGiven, const char* help) {
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
@@ -130,11 +128,15 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
                 ? "Only these columns, in this order, separated by\ncommas; +NAMES: these too"
                 : "Only these properties, in this order, separated\nby commas",
             "NAMES");
-    if (command.name[0] == '\0')
-        add("--format", given.format, "For the command that follows", "FORMAT");
+    if (command.name[0] == '\0' || (command.flags & kHasCompact) != 0)
+        add("--format", given.format,
+            command.name[0] == '\0' ? "For the command that follows" : "The same as FORMAT behind the command",
+            "FORMAT");
     else if (!command.formats.empty())
         add("--format", given.format, joined(command.formats, ", ") + " (default: " + command.formats.front() + ")",
             "FORMAT");
+    if (command.name[0] == '\0' || contains(command.formats, "json") || (command.flags & kHasCompact) != 0)
+        app.add_flag("-J,--json", given.json, "The same as --format json");
     if ((command.flags & kLoadsPlugin) != 0) addPluginOptions(app, given);
     add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
     add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
@@ -183,8 +185,6 @@ std::vector<std::string> readStretch(const CommandDescription& command, std::vec
         shownText = app.help();
     } catch (const CLI::CallForVersion& version) {
         shownText = version.what();
-    } catch (const CLI::RequiredError&) {
-        wrongUsage(commandName + " " + operandRule(command) + seeHelp(commandName));
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string option = error.what();  // begins with the option's name and a colon
         wrongUsage((isBeforeCommand ? "" : commandName + ": ") + option.substr(0, option.find(':')) + " needs a value" +
@@ -280,7 +280,21 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
         if (given.logLevel) refuse("--log-level");
         if (!given.virtualDevices.empty()) refuse("--virtual-device");
     }
-    if (given.format && command.formats.empty()) refuse("--format");
+    if (given.format && command.formats.empty()) refuse(given.json ? "--json" : "--format");
+}
+
+/// --json stands for --format json; for `export` both name the form, which is its operand else.
+void settleFormat(GivenTexts& given, const CommandDescription& command) {
+    if (given.json && given.format && *given.format != "json")
+        wrongUsage("--json and --format " + *given.format + " contradict each other; leave one out");
+    if (given.json) given.format = "json";
+    const bool isForm = (command.flags & kHasCompact) != 0;
+    if (!isForm || !given.format) return;
+    if (given.operands.empty()) given.operands.push_back(*given.format);
+    if (given.operands.front() != *given.format)
+        wrongUsage("export writes one form, not " + given.operands.front() + " and " + *given.format +
+                   seeHelp("export"));
+    given.format.reset();
 }
 
 Options checked(const GivenTexts& given, const CommandDescription& command) {
@@ -337,11 +351,23 @@ Options showing(const std::string& text) {
     return options;
 }
 
+/// "help", "help COMMAND" and "version" mean the options of these names.
+void takeWordsForOptions(std::vector<std::string>& words) {
+    if (words.empty()) return;
+    if (words.front() == "version" && words.size() == 1) words = {"--version"};
+    if (words.front() != "help") return;
+    words.erase(words.begin());
+    if (!words.empty() && findCommand(words.front()) == nullptr) refuseCommand(words.front());
+    words.resize(std::min<std::size_t>(words.size(), 1));
+    words.emplace_back("--help");
+}
+
 }  // namespace
 
 Options readOptions(int argumentCount, const char* const* arguments) {
     std::vector<std::string> words;
     for (int i = 1; i < argumentCount; ++i) words.emplace_back(arguments[i]);
+    takeWordsForOptions(words);
     GivenTexts given;
     std::string shownText;
     const CommandDescription* command = words.empty() ? nullptr : findCommand(words.front());
@@ -372,11 +398,13 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         if (!shownText.empty()) return showing(shownText);
         given.operands.insert(given.operands.end(), given.plainOperands.begin(), given.plainOperands.end());
         if (command->operand == nullptr && !given.operands.empty()) refuseLeftovers({given.operands[0]}, *command);
+        settleFormat(given, *command);
         if (given.operands.size() > command->mostOperands)
             refuseLeftovers({given.operands[command->mostOperands]}, *command);
         if (given.operands.size() < command->fewestOperands)
             wrongUsage(std::string(command->name) + " " + operandRule(*command) + seeHelp(command->name));
     }
+    if (command == nullptr) settleFormat(given, defaultCommand());
     return checked(given, command == nullptr ? defaultCommand() : *command);
 }
 

@@ -45,7 +45,7 @@ const std::vector<CommandDescription>& commands() {
         {"get",
          &runGet,
          "CLASS",
-         1,
+         0,
          kAnyNumber,
          kHasExact | kHasColumns | kHasCsvSafe | kLoadsPlugin,
          {"json", "table", "csv", "mof"},
@@ -54,7 +54,9 @@ const std::vector<CommandDescription>& commands() {
          "an earlier request that is not shown; an association that is named before one\n"
          "of them is served after it. --exact requests just the named classes in just\n"
          "that order. A class named twice is served twice, and each mention shows\n"
-         "everything published.\n\n"
+         "everything published. Without a CLASS all 17 that the plug-in serves are\n"
+         "requested. A class that it does not serve gives the instances of the classes\n"
+         "beneath it; with --exact it gives none.\n\n"
          "csv: RFC 4180, UTF-8, one header row per class, a blank line between classes;\n"
          "the elements of an array are joined by \",\"; null is an empty field, an empty\n"
          "text is \"\". A spreadsheet may take a text for a formula: --csv-safe.\n"
@@ -85,7 +87,7 @@ const std::vector<CommandDescription>& commands() {
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "Why something is or is not reported, and what uses each device",
          "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
          "one, a mount source, a mount point, or any path: then the disks are named that\n"
          "it lies on. Without it the whole machine is explained.\n\n"
@@ -105,11 +107,11 @@ const std::vector<CommandDescription>& commands() {
          kHasSpace,
          {"table", "json"},
          "What changed between two documents of \"export json\"",
-         "Drives, partitions and logical disks that were added, removed or changed, with\n"
-         "sizes in bytes; \"-\" reads standard input. No change: a table prints nothing.\n"
-         "Without --space these do not count: free and available space, the file-system\n"
-         "identifier, where space was measured, and totals that are not of the file\n"
-         "system itself.\n\n"
+         "Drives, volumes, partitions and file systems that were added, removed, renamed\n"
+         "or changed, with sizes in bytes; \"-\" reads standard input. A drive is known by\n"
+         "its wwid or serial number and a partition by its UUID, not by its name of today.\n"
+         "No change: a table prints nothing. Without --space these do not count: free and\n"
+         "available space, used swap, and the total of a pool.\n\n"
          "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that\n"
          "cannot be compared, or output that cannot be written; 4 timed out.\n"
          "What an incomplete document lacks counts as unknown, not as removed; a line on\n"

@@ -7,6 +7,7 @@ install(FILES share/completions/diskmgt.zsh DESTINATION share/zsh/site-functions
 file(GLOB units CONFIGURE_DEPENDS share/systemd/*.service share/systemd/*.timer)
 install(FILES ${units} DESTINATION lib/systemd/system)  # installed, not enabled
 install(FILES share/inventory.schema.json DESTINATION share/diskmgt)
+install(FILES share/prometheus/diskmgt.rules.yml DESTINATION share/diskmgt/prometheus)
 install(FILES share/ansible/disks.yml DESTINATION share/diskmgt/ansible)
 install(PROGRAMS share/facts/disks.fact DESTINATION share/diskmgt/facts)
 file(GLOB documents CONFIGURE_DEPENDS docs/*.md)

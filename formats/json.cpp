@@ -5,6 +5,7 @@
 
 #include "formats/json_writer.h"
 #include "text/readable_text.h"
+#include "text/wording.h"
 
 namespace diskmgt::json {
 
@@ -43,9 +44,10 @@ void writeTraced(JsonWriter& out, const refhost::TraceValue& value) {
         value);
 }
 
-void writeClassFields(JsonWriter& out, const refhost::ClassDeclaration& declaration) {
+void writeClassFields(JsonWriter& out, const refhost::ClassDeclaration& declaration, bool isServed) {
     out.textField("name", declaration.name).textOrNullField("superclass", declaration.superclass);
     out.truthField("abstract", declaration.isAbstract).truthField("association", declaration.isAssociation);
+    out.truthField("served", isServed);
     out.textOrNullField("version", declaration.version).textOrNullField("description", declaration.description);
 }
 
@@ -61,15 +63,16 @@ void writeProperty(JsonWriter& out, const refhost::PropertyDeclaration& declarat
 
 }  // namespace
 
-void publishedInstances(const refhost::ReferenceHost& host, const std::vector<std::string>& classNames,
+void publishedInstances(const refhost::ReferenceHost& host, const std::vector<AnsweredClass>& classes,
                         const std::vector<refhost::LogLine>& log,
                         const std::function<void(const std::string&)>& write) {
     JsonWriter out(write);
     out.beginObject().textField("namespace", refhost::ReferenceHost::kNamespace).key("classes").beginArray();
-    for (const std::string& name : classNames) {
+    for (const auto& [name, answering] : classes) {
         out.beginObject().textField("name", name);
         out.truthField("association", host.findClass(name)->isAssociation).key("instances").beginArray();
-        host.forEachInstance(name, [&out](const refhost::Instance& instance) { writeInstance(out, instance); });
+        for (const std::string& one : answering)
+            host.forEachInstance(one, [&out](const refhost::Instance& instance) { writeInstance(out, instance); });
         out.endArray().endObject();
     }
     out.endArray().key("log").beginArray();
@@ -103,22 +106,22 @@ std::string traceLine(std::size_t number, const refhost::TraceEntry& entry) {
 
 std::string forTerminal(const std::string& document) { return withCodedDirectionMarks(document, "\\u"); }
 
-std::string classList(const std::vector<refhost::ClassDeclaration>& classes) {
+std::string classList(const std::vector<refhost::ClassDeclaration>& classes, const std::vector<std::string>& served) {
     JsonWriter out;
     out.beginObject().textField("namespace", refhost::ReferenceHost::kNamespace).key("classes").beginArray();
     for (const refhost::ClassDeclaration& declaration : classes) {
         out.beginObject();
-        writeClassFields(out, declaration);
+        writeClassFields(out, declaration, contains(served, declaration.name));
         out.endObject();
     }
     out.endArray().endObject();
     return out.take();
 }
 
-std::string classDetails(const refhost::ClassDeclaration& declaration) {
+std::string classDetails(const refhost::ClassDeclaration& declaration, const std::vector<std::string>& served) {
     JsonWriter out;
     out.beginObject();
-    writeClassFields(out, declaration);
+    writeClassFields(out, declaration, contains(served, declaration.name));
     out.key("properties").beginArray();
     for (const refhost::PropertyDeclaration& property : declaration.properties) writeProperty(out, property);
     out.endArray().endObject();

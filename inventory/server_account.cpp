@@ -190,13 +190,14 @@ private:
     // --- mounts ---
 
     using MountKey = std::pair<std::string, std::pair<std::string, std::string>>;
+    using MountsByLine = std::multimap<MountKey, std::size_t>;  // equal lines in their order
     static MountKey keyOf(const std::string& source, const std::string& point, const std::string& type) {
         return {source, {point, type}};
     }
 
     void joinMounts() {
         const std::optional<Reason> unknown = unasked.why(kLogicalDisk);
-        std::map<MountKey, std::size_t> byLine;
+        MountsByLine byLine;
         for (std::size_t i = 0; i < account.machine.mounts.size(); ++i) {
             const diskmgt_machine::Mount& mount = account.machine.mounts[i];
             byLine.emplace(keyOf(mount.source, mount.mountPoint, mount.type), i);
@@ -218,13 +219,15 @@ private:
         }
     }
 
-    void judgeMounts(const std::map<MountKey, std::size_t>& byLine) {
+    void judgeMounts(const MountsByLine& byLine) {
         std::vector<bool> isJudged(account.mounts.size());
         const MountTableFacts none;
         const MountTableFacts& table = collection.facts.mountTable ? *collection.facts.mountTable : none;
         for (const MountFacts& facts : table.mounts) {
-            const auto place = byLine.find(keyOf(facts.source, facts.mountPoint, facts.type));
-            if (place == byLine.end() || isJudged[place->second]) continue;
+            const auto lines = byLine.equal_range(keyOf(facts.source, facts.mountPoint, facts.type));
+            const auto place = std::find_if(lines.first, lines.second,
+                                            [&isJudged](const auto& line) { return !isJudged[line.second]; });
+            if (place == lines.second) continue;
             isJudged[place->second] = true;
             CimAnswer& answer = account.mounts[place->second].logicalDisk;
             Verdict verdict = judgeMount(facts, table.updateError);
@@ -237,15 +240,15 @@ private:
                      std::string("The mount table ") + kMountTable + " has no such line of its own."});
     }
 
-    void report(const LogicalDisk& disk, const std::map<MountKey, std::size_t>& byLine) {
-        const auto place = byLine.find(keyOf(disk.source, disk.mountPoint, disk.fileSystem));
-        if (place == byLine.end()) {
+    void report(const LogicalDisk& disk, const MountsByLine& byLine) {
+        const MountKey key = keyOf(disk.source, disk.mountPoint, disk.fileSystem);
+        const auto place = byLine.lower_bound(key);
+        if (place == byLine.end() || place->first != key) {
             account.cimOnly.push_back({disk.instance,
                                        disk.source,
                                        {{"not-mounted", "not mounted",
                                          "The kernel has no such mount; the mount table is a file of its own, or it "
-                                         "changed meanwhile."}},
-                                       nullptr});
+                                         "changed meanwhile."}}});
             return;
         }
         CimAnswer& answer = account.mounts[place->second].logicalDisk;

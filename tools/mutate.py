@@ -30,7 +30,7 @@ SLOW = ("ExtendedChain.A*Absurd*:ExtendedChain.AMillion*:ExtendedChain.TheBounds
 # The request tests that other processes cannot disturb.
 SEEDED = "Request.ArraysAreSetWithTheFlag256:Request.EveryOptionsMap*"
 # The fault sweeps take minutes; these notice changes that the tests before them miss.
-FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:RegistrationFault*"
+FAULTS = "KernelFault.Once*:Once/CrossingFault.*/null:HostileDisk.*:HostileText*:HostilePairing*:RegistrationFault*"
 GTEST = ["--gtest_fail_fast", "--gtest_brief=1"]
 # (program, arguments), those that kill most and fastest first.
 TESTS = [

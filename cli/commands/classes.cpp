@@ -6,6 +6,7 @@
 #include "cli/tables/table.h"
 #include "formats/json.h"
 #include "session/class_plan.h"
+#include "session/served_classes.h"
 
 namespace diskmgt {
 
@@ -14,15 +15,15 @@ namespace {
 std::string wholeSchema(const refhost::ReferenceHost& host, const Options& options, const Output& output) {
     if (options.format == Format::kMof)
         return std::string(refhost::ReferenceHost::baseMof()) + "\n" + refhost::ReferenceHost::vendorMof();
-    if (options.format == Format::kJson) return json::classList(host.classes());
-    return classTree(host.classes(), chooseStyle(options.color, output.isTerminal()));
+    if (options.format == Format::kJson) return json::classList(host.classes(), servedClasses());
+    return classTree(host.classes(), servedClasses(), chooseStyle(options.color, output.isTerminal()));
 }
 
 std::string oneClass(const refhost::ClassDeclaration& declaration, const Options& options, const Output& output) {
     if (options.format == Format::kMof)
         throw CommandError(kWrongUsage,
                            "--format mof prints the whole schema; leave out the class, or take table or json for it");
-    if (options.format == Format::kJson) return json::classDetails(declaration);
+    if (options.format == Format::kJson) return json::classDetails(declaration, servedClasses());
     return classTable(declaration, chooseStyle(options.color, output.isTerminal()));
 }
 

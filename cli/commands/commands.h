@@ -20,11 +20,11 @@ ExitStatus runTrace(const Options& options);
 
 /// Collects CIM's account and makes it known; writes nothing. The functions below write.
 ExitStatus runCollection(const Options& options);
-/// The same for an export, whose format is checked first, and for a tree, whose columns are.
+/// The same for an export, whose format is checked first, for an explanation, whose operands are, and for a tree, whose
+/// columns are.
+ExitStatus runExplainCollection(const Options& options);
 ExitStatus runExportCollection(const Options& options);
 ExitStatus runTreeCollection(const Options& options);
-/// The same for an explanation, whose operands are checked first.
-ExitStatus runExplainCollection(const Options& options);
 ExitStatus deliverExplanation(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 ExitStatus deliverExport(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 ExitStatus deliverTree(const Options& options, const std::string& known, const worker::EarlyEnd& end);

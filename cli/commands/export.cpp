@@ -34,6 +34,9 @@ std::string document(const ServerAccount& account, const Options& options) {
     return inventoryJson(account, {options.compact, options.all});
 }
 
+std::string metrics(const ServerAccount& account, const Options& /*options*/) { return inventoryMetrics(account); }
+std::string page(const ServerAccount& account, const Options& /*options*/) { return inventoryPage(account); }
+
 template <std::string (*write)(const Inventory&)>
 std::string ofPairs(const ServerAccount& account, const Options& /*options*/) {
     return write(account.inventory());
@@ -41,9 +44,9 @@ std::string ofPairs(const ServerAccount& account, const Options& /*options*/) {
 
 constexpr ExportForm kForms[] = {
     {"json", &document, nullptr},
-    {"prometheus", &ofPairs<&inventoryMetrics>, nullptr},
+    {"prometheus", &metrics, nullptr},
     {"mof", &ofPairs<&inventoryMof>, &mofRemark},
-    {"html", &ofPairs<&inventoryPage>, nullptr},
+    {"html", &page, nullptr},
 };
 
 const ExportForm& formNamed(const std::string& name) {

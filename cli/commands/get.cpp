@@ -1,5 +1,6 @@
 // get: one request, and what it published.
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/commands/columns.h"
@@ -14,6 +15,7 @@
 #include "session/class_plan.h"
 #include "session/plugin_session.h"
 #include "session/published.h"
+#include "session/served_classes.h"
 #include "text/wording.h"
 
 namespace diskmgt {
@@ -30,9 +32,26 @@ std::string inFormat(const Options& options, const refhost::ClassDeclaration& de
                          style);
 }
 
-void print(const Options& options, const refhost::ReferenceHost& host, const ServedPlan& served, Output& output) {
+std::vector<json::AnsweredClass> answersTo(const refhost::ReferenceHost& host, const std::vector<std::string>& named,
+                                           bool exact) {
+    std::vector<json::AnsweredClass> answers;
+    for (const std::string& name : named)
+        answers.emplace_back(name, exact ? std::vector<std::string>{name} : answeringClasses(host, name));
+    return answers;
+}
+
+/// For formats whose rows are of one class: the answering classes with instances; without any the class itself.
+std::vector<std::string> shownClasses(const refhost::ReferenceHost& host, const json::AnsweredClass& answer) {
+    std::vector<std::string> shown;
+    for (const std::string& name : answer.second)
+        if (!host.instances(name).empty()) shown.push_back(name);
+    return shown.empty() ? std::vector<std::string>{answer.first} : shown;
+}
+
+void print(const Options& options, const refhost::ReferenceHost& host, const std::vector<json::AnsweredClass>& answers,
+           const ServedPlan& served, Output& output) {
     if (options.format == Format::kJson) {
-        json::publishedInstances(host, options.operands, served.request.log,
+        json::publishedInstances(host, answers, served.request.log,
                                  [&output, isTerminal = output.isTerminal()](const std::string& piece) {
                                      output.write(isTerminal ? json::forTerminal(piece) : piece);
                                  });
@@ -41,12 +60,14 @@ void print(const Options& options, const refhost::ReferenceHost& host, const Ser
     const bool isTable = options.format == Format::kTable;
     const TableStyle style = isTable ? chooseStyle(options.color, output.isTerminal()) : TableStyle();
     std::string separator;
-    for (const std::string& name : options.operands) {
-        const std::string text =
-            inFormat(options, *host.findClass(name), host.instances(name), style, output.isTerminal());
-        if (text.empty()) continue;  // MOF has nothing to say about a class without instances
-        output.write(separator + text);
-        separator = options.format == Format::kCsv ? "\r\n" : "\n";
+    for (const json::AnsweredClass& answer : answers) {
+        for (const std::string& name : shownClasses(host, answer)) {
+            const std::string text =
+                inFormat(options, *host.findClass(name), host.instances(name), style, output.isTerminal());
+            if (text.empty()) continue;  // MOF has nothing to say about a class without instances
+            output.write(separator + text);
+            separator = options.format == Format::kCsv ? "\r\n" : "\n";
+        }
     }
 }
 
@@ -62,10 +83,12 @@ std::vector<std::string> emptyClasses(const refhost::ReferenceHost& host, const 
 
 ExitStatus runGet(const Options& options) {
     PluginSession session(sessionOptions(options));
-    requireKnownClasses(session.host(), options.operands);
-    requireKnownColumns(session.host(), options.operands, options.columns);
+    const std::vector<std::string> named = options.operands.empty() ? servedClasses() : options.operands;
+    requireKnownClasses(session.host(), named);
+    const std::vector<std::string> requested = options.exact ? named : requestedClasses(session.host(), named);
+    requireKnownColumns(session.host(), requested, options.columns);
     Output output(options.outputFile);
-    const ClassPlan plan = planRequest(options.operands, options.exact);
+    const ClassPlan plan = planRequest(requested, options.exact);
     ServedPlan served;
     {
         const Deadline limit = session.startTimeLimit();
@@ -73,9 +96,9 @@ ExitStatus runGet(const Options& options) {
         served.earlier = session.requestEarlier(plan);
         served.request = session.request(plan);
     }
-    print(options, session.host(), served, output);
+    print(options, session.host(), answersTo(session.host(), named, options.exact), served, output);
     output.finish();
-    remarkOnMissingRights(emptyClasses(session.host(), options.operands));
+    remarkOnMissingRights(emptyClasses(session.host(), requested));
     return reportFailures(served);
 }
 

@@ -1,127 +1,81 @@
-// Matches elements by name, then compares their values one by one.
+// Compares the values of matched elements one by one.
 #include "cli/diff/comparison.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string_view>
+#include <unordered_map>
 
-#include "schema/vocabulary.h"
+#include "cli/diff/matching.h"
 
 namespace diskmgt {
 
 namespace {
 
-using namespace diskmgt_col;  // the names of classes
-
-struct KindDescription {
-    ElementKind kind;
-    std::string className;
-    std::vector<std::string> placeClasses;  // without one of them it is not known where an element lies
-    const char* plural;
-};
-
-const std::vector<KindDescription>& kinds() {
-    static const std::vector<KindDescription> all = {
-        {ElementKind::kDrive, kDiskDrive, {}, "drives"},
-        {ElementKind::kPartition, kDiskPartition, {kDiskDrive, kPartitionPresent}, "partitions"},
-        {ElementKind::kLogicalDisk,
-         kLogicalDisk,
-         {kDiskDrive, kDiskPartition, kPartitionPresent, kMediaPresent, kLogicalDiskBasedOnPartition},
-         "logical disks"}};
-    return all;
-}
-
-/// Above this, searching for equals costs too much; elements of one name are paired in order.
-constexpr std::size_t kThoroughlyMatched = 512;
+using Texts = std::vector<std::string>;
 
 /// `sda2` before `sda10`.
-struct InOrderForPeople {
-    bool operator()(const std::string& left, const std::string& right) const {
-        const int order = ::strverscmp(left.c_str(), right.c_str());
-        return order != 0 ? order < 0 : left < right;  // texts may hold zero bytes
-    }
-};
-
-/// Free space moves while a server works, and many file systems get another identifier with each mount.
-bool movesBySelf(std::string_view name) {
-    return name == "free" || name == "available" || name == "fileSystemId" || name == "measuredAtSource";
+bool comesFirst(const std::string& left, const std::string& right) {
+    const int order = ::strverscmp(left.c_str(), right.c_str());
+    return order != 0 ? order < 0 : left < right;  // texts may hold zero bytes
 }
 
-const DocumentValue* find(const DocumentElement& element, const std::string& name) {
-    const auto found = element.values.find(name);
-    return found == element.values.end() ? nullptr : &found->second;
-}
-
-/// True when the figures are not those of the file system itself.
-bool isMeasuredElsewhere(const DocumentElement& element) {
-    const DocumentValue* const value = find(element, "measuredAtSource");
-    return value != nullptr && *value == DocumentValue(true);
-}
+const Texts& placesOf(const DocumentElement& element) { return *element.find<Texts>(kPlaces); }
 
 class Comparison {
 public:
     Comparison(const InventoryDocument& oldDocument, const InventoryDocument& newDocument, bool spaceToo)
-        : before(oldDocument), after(newDocument), withSpace(spaceToo) {}
+        : before(oldDocument), after(newDocument), matching(oldDocument, newDocument), withSpace(spaceToo) {}
 
     std::vector<Change> changes() {
-        for (const KindDescription& kind : kinds()) compare(kind);
+        for (const ElementKind kind :
+             {ElementKind::kDrive, ElementKind::kPartition, ElementKind::kVolume, ElementKind::kFileSystem}) {
+            const std::size_t first = found.size();
+            for (const auto& [old, now] : matching.pairs(kind)) compare(kind, old, now);
+            std::stable_sort(found.begin() + static_cast<std::ptrdiff_t>(first), found.end(), comesBefore);
+        }
+        fold();
         return std::move(found);
     }
 
 private:
-    using Elements = std::vector<const DocumentElement*>;
-    using Pairs = std::map<std::string, std::pair<Elements, Elements>, InOrderForPeople>;
-
-    void compare(const KindDescription& kind) {
-        arePlacesKnown = true;
-        for (const std::string& className : kind.placeClasses)
-            if (before.lacks(className) || after.lacks(className)) arePlacesKnown = false;
-        Pairs byName;
-        for (const DocumentElement& element : before.elements(kind.kind))
-            byName[element.name].first.push_back(&element);
-        for (const DocumentElement& element : after.elements(kind.kind))
-            byName[element.name].second.push_back(&element);
-        for (auto& [name, pair] : byName) {
-            if (pair.first.size() + pair.second.size() <= kThoroughlyMatched) removeEqual(pair.first, pair.second);
-            report(kind, name, pair.first, pair.second);
-        }
+    /// By the names of both sides, the smaller one first: the same whichever document is the older.
+    static bool comesBefore(const Change& one, const Change& other) {
+        const auto left = namesOf(one), right = namesOf(other);
+        if (*left.first != *right.first) return comesFirst(*left.first, *right.first);
+        return comesFirst(*left.second, *right.second);
+    }
+    static std::pair<const std::string*, const std::string*> namesOf(const Change& change) {
+        const std::string* const old = &(change.came() ? change.after : change.before)->name;
+        const std::string* const now = &change.element().name;
+        return comesFirst(*now, *old) ? std::make_pair(now, old) : std::make_pair(old, now);
     }
 
-    /// Takes out what stands on both sides.
-    void removeEqual(Elements& olds, Elements& news) const {
-        for (auto old = olds.begin(); old != olds.end();) {
-            auto same = news.begin();
-            while (same != news.end() && !differences(**old, **same).empty()) ++same;
-            if (same == news.end()) {
-                ++old;
-            } else {
-                news.erase(same);
-                old = olds.erase(old);
-            }
+    void compare(ElementKind kind, const DocumentElement* old, const DocumentElement* now) {
+        if (old == nullptr && before.lacks(kind)) return;
+        if (now == nullptr && after.lacks(kind)) return;
+        Change change{kind, now == nullptr ? old->name : now->name, old, now, {}, false, {}};
+        if (old != nullptr && now != nullptr) {
+            change.values = differences(kind, *old, *now);
+            change.isRenamed = kind != ElementKind::kFileSystem && old->name != now->name;
+            if (change.values.empty() && !change.isRenamed) return;
+            if (!now->isMounted() && old->isMounted()) change.name = old->name;  // of a file system: its mount point
         }
+        found.push_back(std::move(change));
     }
 
-    void report(const KindDescription& kind, const std::string& name, const Elements& olds, const Elements& news) {
-        for (std::size_t i = 0; i < olds.size() || i < news.size(); ++i) {
-            const DocumentElement* const old = i < olds.size() ? olds[i] : nullptr;
-            const DocumentElement* const now = i < news.size() ? news[i] : nullptr;
-            if (old == nullptr && before.lacks(kind.className)) continue;
-            if (now == nullptr && after.lacks(kind.className)) continue;
-            Change change{kind.kind, name, old, now, {}};
-            if (old != nullptr && now != nullptr) change.values = differences(*old, *now);
-            found.push_back(std::move(change));
-        }
-    }
-
-    std::vector<ValueChange> differences(const DocumentElement& old, const DocumentElement& now) const {
+    std::vector<ValueChange> differences(ElementKind kind, const DocumentElement& old,
+                                         const DocumentElement& now) const {
         std::vector<ValueChange> list;
         std::map<std::string_view, std::pair<const DocumentValue*, const DocumentValue*>> byName;
         for (const auto& [name, value] : old.values) byName[name].first = &value;
         for (const auto& [name, value] : now.values) byName[name].second = &value;
-        const bool isTotalElsewhere = isMeasuredElsewhere(old) || isMeasuredElsewhere(now);
+        const bool isMountedAnew = kind == ElementKind::kFileSystem && old.isMounted() != now.isMounted();
+        const bool isPool = isOfKind(old, "pool") || isOfKind(now, "pool");
         for (const auto& [name, pair] : byName) {
-            if (!isCompared(name) || (name == "total" && isTotalElsewhere && !withSpace)) continue;
-            if (isSame(name, pair.first, pair.second)) continue;
+            if (!isCompared(name, isMountedAnew, isPool)) continue;
+            if (name == kPlaces ? matching.isOnTheSame(old, now) : isSame(pair.first, pair.second)) continue;
             ValueChange change{std::string(name), std::nullopt, std::nullopt};
             if (pair.first != nullptr) change.before = *pair.first;
             if (pair.second != nullptr) change.after = *pair.second;
@@ -130,41 +84,76 @@ private:
         return list;
     }
 
-    bool isCompared(std::string_view name) const {
-        if (name == "typeName") return false;  // words for the type, which may get better with a new version
-        if (name == kPlaces) return arePlacesKnown;
-        return withSpace || !movesBySelf(name);
+    static bool isOfKind(const DocumentElement& element, const char* kind) {
+        const auto* const known = element.find<std::string>("kind");
+        return known != nullptr && *known == kind;
     }
 
-    bool isSame(std::string_view name, const DocumentValue* old, const DocumentValue* now) const {
-        const bool isCut = !before.isComplete || !after.isComplete;
-        if (old == nullptr || now == nullptr) return old == now || isCut;
-        if (isCut && name == "mountPoints") {  // the further ones are looked up at the very end
-            const auto& oldPoints = std::get<std::vector<std::string>>(*old);
-            const auto& newPoints = std::get<std::vector<std::string>>(*now);
-            return oldPoints.empty() || newPoints.empty() || oldPoints.front() == newPoints.front();
+    bool isCompared(std::string_view name, bool isMountedAnew, bool isPool) const {
+        if (name == "partition.typeName") return false;  // words for the type, which may get better with a new version
+        if (name == kPlaces) return before.hasDevices && after.hasDevices;
+        if (name == kMountPoints) return before.hasMounts && after.hasMounts;
+        const bool isOfMount = name == "options" || name == "total" || name == "cim.logicalDisk.reported" ||
+                               name == "free" || name == "available";
+        // What there is only since it is mounted, or was as long as it was, is no change of its own.
+        if (isOfMount && (isMountedAnew || !before.hasMounts || !after.hasMounts)) return false;
+        if (name == "total") return withSpace || !isPool;  // the datasets of a pool share its free space
+        return withSpace || (name != "free" && name != "available" && name != "swap.used");
+    }
+
+    bool isSame(const DocumentValue* old, const DocumentValue* now) const {
+        if (old != nullptr && now != nullptr) return *old == *now;
+        return old == now || !before.isComplete || !after.isComplete;
+    }
+
+    // --- what another row says too ---
+
+    void fold() {
+        std::unordered_map<std::string_view, std::size_t> came, went, renamed;
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            if (found[i].kind == ElementKind::kFileSystem) continue;
+            if (found[i].came()) came.emplace(found[i].name, i);
+            if (found[i].went()) went.emplace(found[i].name, i);
+            if (found[i].isRenamed) renamed.emplace(found[i].after->name, i);
         }
-        return *old == *now;
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            Change& change = found[i];
+            const auto& rows = change.came() ? came : change.went() ? went : renamed;
+            const Texts& places = placesOf(change.element());
+            if (places.empty()) continue;
+            const bool isAll = std::all_of(places.begin(), places.end(),
+                                           [&rows](const std::string& place) { return rows.count(place) != 0; });
+            const bool isJustRenamed = change.isRenamed && change.values.empty();
+            if (isAll && (change.came() || change.went() || isJustRenamed)) change.saidBy = rows.at(places.front());
+        }
+        for (std::size_t i = 0; i < found.size(); ++i)
+            if (isEndless(i)) found[i].saidBy.reset();
+    }
+
+    /// A wrong document may go round in circles.
+    bool isEndless(std::size_t position) const {
+        constexpr int kDeepest = 64;
+        for (int depth = 0; depth < kDeepest; ++depth) {
+            if (!found[position].saidBy) return false;
+            position = *found[position].saidBy;
+        }
+        return true;
     }
 
     const InventoryDocument& before;
     const InventoryDocument& after;
+    const Matching matching;
     const bool withSpace;
-    bool arePlacesKnown = true;  // of the kind being compared
     std::vector<Change> found;
 };
 
-void addDoubts(const InventoryDocument& document, const std::string& name, const char* wrongly,
-               std::vector<std::string>& doubts) {
-    std::string unknown;
-    for (const KindDescription& kind : kinds())
-        if (document.lacks(kind.className)) unknown += (unknown.empty() ? "" : ", ") + std::string(kind.plural);
-    if (!document.isComplete)
-        doubts.push_back(name + " is incomplete, because time ran out: what it lacks counts as unknown" +
-                         (unknown.empty() ? "" : " (" + unknown + ")"));
-    if (!document.failures.empty())
-        doubts.push_back(name + " reports a failure, so what looks " + wrongly +
-                         " may only be missing from it: " + document.failures.front());
+void addDoubts(const InventoryDocument& document, const std::string& name, std::vector<std::string>& doubts) {
+    if (document.isComplete) return;
+    std::string why = document.gaps.empty() ? "" : ": " + document.gaps.front();
+    if (!why.empty() && why.back() == '.') why.pop_back();
+    const std::size_t more = document.gaps.size();
+    if (more > 1) why += " (and " + std::to_string(more - 1) + (more == 2 ? " other gap)" : " other gaps)");
+    doubts.push_back(name + " is not complete, and what it lacks counts as unknown" + why);
 }
 
 }  // namespace
@@ -179,8 +168,8 @@ std::vector<std::string> doubtsAbout(const InventoryDocument& before, const std:
     std::vector<std::string> doubts;
     if (before.hostName != after.hostName)
         doubts.push_back("the documents are of two servers: " + before.hostName + " and " + after.hostName);
-    addDoubts(before, beforeName, "added", doubts);
-    addDoubts(after, afterName, "removed", doubts);
+    addDoubts(before, beforeName, doubts);
+    addDoubts(after, afterName, doubts);
     return doubts;
 }
 

@@ -3,7 +3,6 @@
 #include "cli/diff/inventory_document.h"
 
 #include <algorithm>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
@@ -11,6 +10,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "cli/diff/element_gathering.h"
 #include "cli/diff/inventory_form.h"
 
 namespace diskmgt {
@@ -34,50 +34,10 @@ std::string position(const std::string& text, std::size_t byte) {
     return "line " + std::to_string(std::count(text.begin(), end, '\n') + 1) + ", column " + std::to_string(column);
 }
 
-/// Gathers elements into a flat list. One that is paired twice stands in the document in two places and is one here:
-/// the n-th of its name within one scope is the n-th within another.
-class Gathering {
-public:
-    void beginScope() { seenInScope.clear(); }
-
-    void add(DocumentElement element, const std::string& place) {
-        const auto key = std::make_pair(element.name, seenInScope[element.name]++);
-        const auto [found, isNew] = positions.try_emplace(key, elements.size());
-        if (isNew) {
-            element.values[kPlaces] = Texts();
-            element.values.shrink_to_fit();  // there may be a million of them
-            elements.push_back(std::move(element));
-        }
-        if (!place.empty()) std::get<Texts>(elements[found->second].values[kPlaces]).push_back(place);
-    }
-
-    std::vector<DocumentElement> take() {
-        for (DocumentElement& element : elements) {
-            auto& places = std::get<Texts>(element.values[kPlaces]);
-            std::sort(places.begin(), places.end());
-            places.erase(std::unique(places.begin(), places.end()), places.end());
-        }
-        return std::move(elements);
-    }
-
-private:
-    using Texts = std::vector<std::string>;
-
-    std::vector<DocumentElement> elements;
-    std::map<std::pair<std::string, std::size_t>, std::size_t> positions;
-    std::map<std::string, std::size_t> seenInScope;
-};
-
-/// A partition with what lies on it, until the drive's name is known.
-struct NestedPartition {
-    DocumentElement element;
-    std::vector<NestedPartition> logicals;
-    std::vector<DocumentElement> disks;
-};
-
 class InventoryEvents final : public nlohmann::json_sax<Json> {
 public:
-    InventoryEvents(const std::string& documentText, std::size_t alreadyKept) : text(documentText) {
+    InventoryEvents(const std::string& documentText, std::size_t alreadyKept)
+        : text(documentText), gathering(document) {
         document.kept = alreadyKept;
     }
 
@@ -107,6 +67,8 @@ public:
         } else if (frames.back().isList() && failure.empty()) {
             opened.object = frames.back().elements;
             keepOne();
+        } else if (frames.back().inner != nullptr && !frames.back().inner->isList && failure.empty()) {
+            opened.object = frames.back().inner->object;
         } else {
             (void)scalar(std::nullopt, DocumentValue());
         }
@@ -124,12 +86,12 @@ public:
         frame.isAtSchema = frame.object == ObjectKind::kInventory && name == "schema";
         frame.isAtInstances = frame.object == ObjectKind::kInventory && name == "instances";
         frame.value = nullptr;
-        frame.list = nullptr;
+        frame.inner = nullptr;
         if (!frame.object) return true;
         for (const KeyDescription& known : descriptionOf(*frame.object).keys)
             if (name == known.name) frame.value = &known;
-        for (const ListDescription& known : descriptionOf(*frame.object).lists)
-            if (name == known.name) frame.list = &known;
+        for (const InnerDescription& known : descriptionOf(*frame.object).inner)
+            if (name == known.name) frame.inner = &known;
         return true;
     }
 
@@ -144,9 +106,8 @@ public:
         Frame opened;
         if (!frames.empty() && failure.empty()) {
             const Frame& above = frames.back();
-            if (above.list != nullptr) {
-                opened.elements = above.list->elements;
-                if (above.object == ObjectKind::kInventory) beginScope(*opened.elements);
+            if (above.inner != nullptr && above.inner->isList) {
+                opened.elements = above.inner->object;
             } else if (above.value != nullptr && above.value->kind == ValueKind::kTexts) {
                 opened.isTexts = true;
             } else {
@@ -162,7 +123,7 @@ public:
         Frame& ended = frames.back();
         if (ended.isTexts && failure.empty()) {
             Frame& owner = frames[frames.size() - 2];
-            owner.element.values[owner.value->name] = std::move(ended.texts);
+            owner.element.values[owner.value->keptName()] = std::move(ended.texts);
         }
         close();
         return true;
@@ -182,8 +143,7 @@ public:
             refuse("has the newer form " + std::to_string(*schema) + "; this diskmgt reads form " +
                    std::to_string(kReadableSchema) + ", use a newer one");
         if (!failure.empty()) refuse(failure);
-        document.partitions = partitions.take();
-        document.logicalDisks = logicalDisks.take();
+        gathering.finish();
         return std::move(document);
     }
 
@@ -200,13 +160,12 @@ private:
         // At the key read last:
         bool isAtInventory = false, isAtSchema = false, isAtInstances = false;
         const KeyDescription* value = nullptr;
-        const ListDescription* list = nullptr;
+        const InnerDescription* inner = nullptr;
 
         std::unordered_set<std::string> names;
         DocumentElement element;
         std::vector<std::string> texts;
-        std::vector<NestedPartition> partitions;
-        std::vector<DocumentElement> disks;
+        GatheredMounts mounts;
 
         bool isList() const { return elements.has_value(); }
         bool keepsText() const { return isTexts || (value != nullptr && value->kind == ValueKind::kText); }
@@ -232,16 +191,11 @@ private:
         if (!frames.empty() && frames.back().isList()) ++frames.back().count;
     }
 
-    void beginScope(ObjectKind elements) {
-        if (elements == ObjectKind::kPartition) partitions.beginScope();
-        if (elements == ObjectKind::kDisk) logicalDisks.beginScope();
-    }
-
     /// Where the innermost open object or list is; the element of a list that comes next.
     std::string path() const {
         std::string whole = "diskmgt";
         for (const Frame& frame : frames) {
-            if (frame.list != nullptr && &frame != &frames.back()) whole += "." + std::string(frame.list->name);
+            if (frame.inner != nullptr && &frame != &frames.back()) whole += "." + std::string(frame.inner->name);
             if (frame.isList()) whole += "[" + std::to_string(frame.count) + "]";
         }
         return whole;
@@ -270,16 +224,14 @@ private:
             }
             keepOne();
             frame.texts.push_back(std::move(std::get<std::string>(value)));
-        } else if (frame.list != nullptr) {
-            noteWrong(ValueKind::kTexts, frame.list->name);
+        } else if (frame.inner != nullptr) {
+            note(std::string(frame.inner->isList ? "has no list as " : "has no object as ") + path() + "." +
+                 frame.inner->name);
         } else if (frame.value != nullptr) {
-            if (kind != frame.value->kind) {
+            if (kind != frame.value->kind)
                 noteWrong(frame.value->kind, frame.value->name);
-            } else if (descriptionOf(*frame.object).nameKey == frame.value->name) {
-                frame.element.name = std::move(std::get<std::string>(value));
-            } else {
-                frame.element.values[frame.value->name] = std::move(value);
-            }
+            else if (*frame.value->keptName() != '\0')
+                frame.element.values[frame.value->keptName()] = std::move(value);
         }
         return true;
     }
@@ -287,72 +239,52 @@ private:
     /// An object is complete: what it must hold is there, and it goes where it belongs.
     void finish(Frame& ended) {
         const ObjectDescription& described = descriptionOf(*ended.object);
-        ended.list = nullptr;  // the path ends at the object itself
+        ended.inner = nullptr;  // the path ends at the object itself
+        if (ended.object == ObjectKind::kInventory && ended.names.count("devices") == 0 && failure.empty())
+            note("was written before 1.1.0");
         for (const KeyDescription& known : described.keys)
             if (known.isAlwaysThere && ended.names.count(known.name) == 0) note("lacks " + path() + "." + known.name);
-        for (const ListDescription& known : described.lists)
-            if (ended.names.count(known.name) == 0) note("lacks " + path() + "." + known.name);
+        for (const InnerDescription& known : described.inner)
+            if (known.isAlwaysThere && ended.names.count(known.name) == 0) note("lacks " + path() + "." + known.name);
         if (!failure.empty()) return;
-        if (*ended.object == ObjectKind::kInventory) return finishInventory(ended.element);
-        Frame& owner = frames[frames.size() - 3];  // the list lies between
-        const bool isLoose = owner.object == ObjectKind::kInventory;
         switch (*ended.object) {
             case ObjectKind::kInventory:
-                break;
-            case ObjectKind::kFailure:
-                document.failures.push_back(textIn(ended.element, "class") + ": " + textIn(ended.element, "text"));
-                break;
-            case ObjectKind::kDrive:
-                finishDrive(ended);
-                break;
-            case ObjectKind::kPartition:
-            case ObjectKind::kLogical: {
-                NestedPartition nested{std::move(ended.element), std::move(ended.partitions), std::move(ended.disks)};
-                if (isLoose)
-                    add(std::move(nested), "");
-                else
-                    owner.partitions.push_back(std::move(nested));
-                break;
-            }
-            case ObjectKind::kDisk:
-                if (isLoose)
-                    logicalDisks.add(std::move(ended.element), "");
-                else
-                    owner.disks.push_back(std::move(ended.element));
+                return finishInventory(ended.element);
+            case ObjectKind::kGap:
+                return finishGap(ended.element);
+            case ObjectKind::kDevice:
+                return finishDevice(ended);
+            case ObjectKind::kFileSystem:
+                return gathering.addFileSystem(std::move(ended.element), std::move(ended.mounts));
+            case ObjectKind::kMount:
+                return frames[frames.size() - 3].mounts.add(std::move(ended.element));  // the list lies between
+            default:
                 break;
         }
+        auto& values = frames[frames.size() - 2].element.values;
+        for (auto& [name, value] : ended.element.values) values[name] = std::move(value);
     }
 
     static std::string& textIn(DocumentElement& element, const char* name) {
         return std::get<std::string>(element.values.at(name));
     }
 
+    void finishDevice(Frame& device) {
+        const std::string name = textIn(device.element, "name");
+        if (!gathering.addDevice(std::move(device.element), std::move(device.mounts)))
+            note("has two devices with the name \"" + name + "\"");
+    }
+
     void finishInventory(DocumentElement& inventory) {
         document.hostName = std::move(textIn(inventory, "hostName"));
         document.collectedAt = std::move(textIn(inventory, "collectedAt"));
         document.isComplete = std::get<bool>(inventory.values.at("complete"));
-        for (std::string& name : std::get<std::vector<std::string>>(inventory.values.at("missingClasses")))
-            document.missingClasses.insert(std::move(name));
     }
 
-    void finishDrive(Frame& drive) {
-        const std::string device = drive.element.name;
-        document.drives.push_back(std::move(drive.element));
-        partitions.beginScope();
-        for (NestedPartition& nested : drive.partitions) add(std::move(nested), device);
-        add(std::move(drive.disks), device);
-    }
-
-    void add(NestedPartition nested, const std::string& place) {
-        const std::string device = nested.element.name;
-        partitions.add(std::move(nested.element), place);
-        add(std::move(nested.disks), device);
-        for (NestedPartition& logical : nested.logicals) add(std::move(logical), device);
-    }
-
-    void add(std::vector<DocumentElement> disks, const std::string& place) {
-        logicalDisks.beginScope();
-        for (DocumentElement& disk : disks) logicalDisks.add(std::move(disk), place);
+    void finishGap(DocumentElement& gap) {
+        if (textIn(gap, "rule") == "block-list-not-read") document.hasDevices = false;
+        if (textIn(gap, "of") == "/proc/self/mountinfo") document.hasMounts = false;
+        document.gaps.push_back(std::move(textIn(gap, "text")));
     }
 
     const std::string& text;
@@ -361,7 +293,7 @@ private:
     std::optional<std::uint64_t> schema;
     std::string failure;  // the first thing that is wrong
     InventoryDocument document;
-    Gathering partitions, logicalDisks;
+    ElementGathering gathering;  // into the document
 };
 
 }  // namespace

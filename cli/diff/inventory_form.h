@@ -11,20 +11,37 @@ struct KeyDescription {
     const char* name;
     ValueKind kind;
     bool isAlwaysThere = true;
+    const char* keptAs = nullptr;  // of a key inside another object: the way there, with dots; null: its own name
+
+    const char* keptName() const { return keptAs == nullptr ? name : keptAs; }
 };
 
-enum class ObjectKind { kInventory, kFailure, kDrive, kPartition, kLogical, kDisk };
+enum class ObjectKind {
+    kInventory,
+    kGap,
+    kDevice,
+    kPartition,
+    kSwap,
+    kMount,
+    kFileSystem,
+    kAnswers,
+    kDriveAnswer,
+    kPartitionAnswer,
+    kDiskAnswer
+};
 
-struct ListDescription {
+/// A key whose value is an object or a list of objects.
+struct InnerDescription {
     const char* name;
-    ObjectKind elements;
+    ObjectKind object;
+    bool isList;
+    bool isAlwaysThere;
 };
 
 /// What an object must and may hold; other keys are ignored.
 struct ObjectDescription {
-    const char* nameKey;  // of its name as an element; null: it has none
     std::vector<KeyDescription> keys;
-    std::vector<ListDescription> lists;
+    std::vector<InnerDescription> inner;
 };
 
 const ObjectDescription& descriptionOf(ObjectKind kind);

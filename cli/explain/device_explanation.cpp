@@ -112,10 +112,14 @@ void addDifferences(const ExplainContext& context, const BlockDevice& kernel, co
                                std::to_string(kernel.startBytes.value_or(0)) + "."});
 }
 
-void addUse(DeviceExplanation& explanation, const ServerAccount& account, std::size_t position) {
+void addUse(DeviceExplanation& explanation, const ExplainContext& context, std::size_t position) {
+    const ServerAccount& account = context.account;
     const DeviceAccount& device = account.devices[position];
     DeviceUsage& usage = explanation.usage;
     usage.text = useText(account.machine, device.use);
+    const auto& disk = account.device(position).disk;
+    if (disk && device.use.any() && !account.uses.ofItself(position).any())
+        usage.text = "in use as part of " + account.device(*disk).name + ", which is " + usage.text;
     for (const std::size_t holder : device.use.holders) usage.holders.push_back(account.device(holder).name);
     usage.holders.insert(usage.holders.end(), device.use.unlistedHolders.begin(), device.use.unlistedHolders.end());
     usage.mountPoints = mountPointsOf(account.machine, device.use);
@@ -123,6 +127,11 @@ void addUse(DeviceExplanation& explanation, const ServerAccount& account, std::s
     usage.isBtrfsMember = !device.use.btrfs.empty();
     usage.content = device.udev.content;
     usage.table = device.udev.table;
+    const auto named = context.named.find(position);
+    if (named == context.named.end()) return;
+    for (const std::size_t mount : named->second)
+        if (!contains(account.uses.devicesOf(mount), position))
+            usage.namedBy.push_back(account.machine.mounts[mount].mountPoint);
 }
 
 /// By number, never by name: the source of a mount is anybody's text.
@@ -248,7 +257,7 @@ DeviceExplanation explainDevice(const ExplainContext& context, std::size_t posit
         addNames(explanation, account, device);
     }
     addMounts(explanation, account, position);
-    addUse(explanation, account, position);
+    addUse(explanation, context, position);
     explanation.liesOn = layersBeneath(account, {position}, false);
     return explanation;
 }

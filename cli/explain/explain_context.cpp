@@ -25,6 +25,8 @@ ExplainContext::ExplainContext(const ServerAccount& joined) : account(joined), p
         for (const DeviceFacts& facts : account.collection.facts.devices->devices)
             if (placed.count(&facts) == 0) beside.push_back(&facts);
     }
+    for (std::size_t i = 0; i < account.machine.mounts.size(); ++i)
+        if (const auto device = account.uses.deviceNamed(account.machine.mounts[i].source)) named[*device].push_back(i);
     if (!account.collection.facts.mountTable) return;
     std::set<Line> lines;
     for (const diskmgt_machine::Mount& mount : account.machine.mounts)

@@ -1,6 +1,7 @@
 // The joined account as explanations ask it: what is unknown as a whole, and what is not in its rows.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,8 @@ public:
     std::optional<Reason> partitionsUnknown;      // the same of partitions
     std::vector<const DeviceFacts*> beside;       // of devices that the kernel's account does not list
     std::vector<const MountFacts*> besideMounts;  // lines of the mount table that the kernel does not have
+
+    std::map<std::size_t, std::vector<std::size_t>> named;  // device to mounts whose source names it, by position
 
     /// The partitions that the rules expect.
     std::size_t expectedPartitions() const;

@@ -29,8 +29,9 @@ struct DeviceUsage {
     std::vector<std::string> mountPoints;
     bool isSwap = false;
     bool isBtrfsMember = false;
-    std::string content;  // udev's word for it; empty: not known
-    std::string table;    // "gpt" or "dos", by udev
+    std::string content;               // udev's word for it; empty: not known
+    std::string table;                 // "gpt" or "dos", by udev
+    std::vector<std::string> namedBy;  // mount points of what only names the device as its source
 };
 
 /// The names below /dev of what something lies on: the nearest first, the disks last. Empty: nothing that is listed.

@@ -57,6 +57,8 @@ std::string cimOnlyTable(const std::vector<CimOnlyExplanation>& found, const Tab
 
 std::string useSentence(const DeviceUsage& usage) {
     std::string text = usage.text.empty() ? "Not seen in use." : "I" + usage.text.substr(1) + ".";  // "In use ..."
+    if (usage.text.empty() && !usage.namedBy.empty())
+        text += " Only the source of what is mounted on " + listed(usage.namedBy) + " names it.";
     if (!usage.content.empty()) return text + " Content: " + usage.content + ".";
     if (!usage.table.empty()) return text + " Content: a partition table (" + usage.table + ").";
     return text + " Content not known.";
@@ -94,8 +96,12 @@ std::string drawn(const char* label, const std::string& text, std::size_t width)
     return text.empty() ? "" : paragraph(std::string("  ") + label, text, width);
 }
 
+const char* unknownSentence(const Finding& finding) {
+    return finding.isReported ? "Not known; by the rules it would be reported." : "Not known.";
+}
+
 std::string driveSentence(const DeviceExplanation& device) {
-    if (!device.drive.isKnown) return "Not known.";
+    if (!device.drive.isKnown) return unknownSentence(device.drive);
     if (!device.drive.isReported) return "Not reported.";
     if (!device.sizeBytes) return "Reported.";
     return "Reported, " + sizeText(*device.sizeBytes) + ", number of partitions " +
@@ -103,7 +109,10 @@ std::string driveSentence(const DeviceExplanation& device) {
 }
 
 std::string partitionSentence(const DeviceExplanation& device, bool isOne) {
-    if (!device.partitions.isKnown) return "Not known.";
+    if (!device.partitions.isKnown)
+        return isOne || !device.partitions.isReported
+                   ? unknownSentence(device.partitions)
+                   : "Not known; by the rules " + std::to_string(device.tableCount) + " would be reported.";
     if (!device.partitions.isReported) return isOne ? "Not reported." : "None reported.";
     if (!isOne) return std::to_string(device.tableCount) + " reported.";
     return device.reportedAs.empty() ? "Reported." : "Reported as " + device.reportedAs + ".";

@@ -2,6 +2,7 @@
 
 #include <langinfo.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <map>
@@ -40,6 +41,28 @@ std::string marks(const refhost::ClassDeclaration& declaration) {
     if (declaration.isAbstract && declaration.isAssociation) return "abstract association";
     if (declaration.isAbstract) return "abstract";
     return declaration.isAssociation ? "association" : "";
+}
+
+/// Without the columns that have nothing in any row.
+std::string propertyTable(const std::vector<refhost::PropertyDeclaration>& properties, const TableStyle& style) {
+    const std::vector<std::string> headings = {"Property", "Type", "Key", "Unit", "Declared in", "Description"};
+    std::vector<std::vector<std::string>> rows;
+    for (const refhost::PropertyDeclaration& property : properties)
+        rows.push_back({property.name, typeText(property), property.isKey ? "Key" : "", property.unit,
+                        property.declaredIn, property.description});
+    std::vector<std::size_t> shown;
+    for (std::size_t column = 0; column < headings.size(); ++column)
+        if (std::any_of(rows.begin(), rows.end(),
+                        [column](const std::vector<std::string>& row) { return !row[column].empty(); }))
+            shown.push_back(column);
+    TextTable table(style);
+    for (const std::size_t column : shown) table.addColumn(headings[column]);
+    for (const std::vector<std::string>& row : rows) {
+        std::vector<std::string> cells;
+        for (const std::size_t column : shown) cells.push_back(row[column]);
+        table.addRow(cells);
+    }
+    return table.print();
 }
 
 }  // namespace
@@ -83,10 +106,12 @@ std::string instanceTable(const refhost::ClassDeclaration& declaration, const st
     return heading + table.print();
 }
 
-std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const TableStyle& style) {
+std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const std::vector<std::string>& served,
+                      const TableStyle& style) {
     TextTable table(style);
     table.addColumn("Class", TextTable::Column::kTree);
     table.addColumn("Kind");
+    table.addColumn("Served");
     std::map<std::string, libscols_line*> rows;
     for (const refhost::ClassDeclaration& declaration : classes) {
         const auto parent = rows.find(declaration.superclass);  // declared before what derives from it
@@ -94,6 +119,7 @@ std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, con
         rows[declaration.name] = row;
         table.set(row, 0, declaration.name);
         table.set(row, 1, marks(declaration));
+        table.set(row, 2, contains(served, declaration.name) ? "yes" : "");
     }
     return table.print();
 }
@@ -104,12 +130,7 @@ std::string classTable(const refhost::ClassDeclaration& declaration, const Table
     if (!declaration.superclass.empty()) text += " : " + declaration.superclass;
     text += "\n";
     if (!declaration.description.empty()) text += declaration.description + "\n";
-    TextTable table(style);
-    table.addColumns({"Property", "Type", "Key", "Unit", "Declared in", "Description"});
-    for (const refhost::PropertyDeclaration& property : declaration.properties)
-        table.addRow({property.name, typeText(property), property.isKey ? "Key" : "", property.unit,
-                      property.declaredIn, property.description});
-    if (!declaration.properties.empty()) text += table.print();
+    if (!declaration.properties.empty()) text += propertyTable(declaration.properties, style);
     for (const refhost::PropertyDeclaration& property : declaration.properties) {
         if (property.valueNames.empty()) continue;
         text += "\n" + title(property.name, style) + "\n";

@@ -27,7 +27,9 @@ std::string title(const std::string& text, const TableStyle& style);
 std::string instanceTable(const refhost::ClassDeclaration& declaration, const std::vector<refhost::Instance>& instances,
                           const std::vector<std::size_t>& shown, const TableStyle& style);
 
-std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const TableStyle& style);
+/// `served`: the classes that are marked as served.
+std::string classTree(const std::vector<refhost::ClassDeclaration>& classes, const std::vector<std::string>& served,
+                      const TableStyle& style);
 std::string classTable(const refhost::ClassDeclaration& declaration, const TableStyle& style);
 std::string pluginTable(const refhost::PluginIdentity& identity, const TableStyle& style);
 

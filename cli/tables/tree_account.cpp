@@ -7,6 +7,7 @@
 
 #include "cli/tables/tree_cells.h"
 #include "cli/tables/tree_mounts.h"
+#include "inventory/device_texts.h"
 #include "inventory/instance_values.h"
 #include "machine/arrangement.h"
 #include "schema/vocabulary.h"

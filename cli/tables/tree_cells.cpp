@@ -111,13 +111,6 @@ std::string useCell(const ServerAccount& account, std::size_t device) {
     return content.empty() ? "not seen in use; content not known" : "not seen in use: " + content;
 }
 
-bool isExtended(const ServerAccount& account, std::size_t device) {
-    const std::string& type = account.devices[device].udev.partitionType;
-    if (type == "0x5" || type == "0xf" || type == "0x85") return true;
-    const Partition* const published = publishedPartition(account, device);
-    return published != nullptr && published->purpose == Purpose::kContainer;
-}
-
 void fillIdentity(const ServerAccount& account, std::size_t position, TreeRow& row) {
     const BlockDevice& device = account.device(position);
     const diskmgt_machine::UdevRecord& udev = account.devices[position].udev;

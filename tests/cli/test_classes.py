@@ -7,7 +7,8 @@ def test_tree(run):
     assert (done.status, done.stderr) == (0, b"")
     lines = done.text.splitlines()
     assert lines[1].startswith("CIM_ManagedElement") and lines[1].endswith("abstract")
-    assert any(line.rstrip().endswith("─VEXSG_DiskDrive") for line in lines)
+    (drive,) = [line for line in lines if "─VEXSG_DiskDrive " in line]
+    assert drive.endswith("yes") and sum(line.endswith("yes") for line in lines) == 17
     (dependency,) = [line for line in lines if line.startswith("CIM_Dependency")]
     assert dependency.endswith("abstract association")
 
@@ -38,6 +39,7 @@ def test_list_as_json(run):
     assert classes["CIM_Dependency"]["abstract"] and classes["CIM_Dependency"]["association"]
     assert classes["VEXSG_DiskDrive"]["superclass"] == "VEXSG_MediaAccessDevice"
     assert not classes["VEXSG_DiskDrive"]["abstract"]
+    assert [classes[name]["served"] for name in ("VEXSG_DiskDrive", "VEXSG_MediaAccessDevice")] == [True, False]
 
 
 def test_one_class_as_json(run):
@@ -67,6 +69,11 @@ def test_one_class_as_table(run):
     assert rows["DeviceID"].split()[1:3] == ["string", "Key"]
     assert rows["Size"].split()[1:4] == ["uint64", "byte", "VEXSG_DiskPartition"]
     assert rows["19"].split() == ["19", "VMFS"]
+
+
+def test_a_table_has_no_column_of_blanks(run):
+    heading = run("classes", "CIM_Dependency").text.splitlines()[-3]
+    assert heading.split()[:3] == ["Property", "Type", "Key"] and "Unit" not in heading
 
 
 def test_association_as_table(run):

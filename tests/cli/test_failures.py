@@ -96,11 +96,12 @@ def test_trace_reports_failures_too(run, plugin):
 
 @pytest.mark.parametrize("command", ["get", "trace"])
 def test_time_limit_names_the_class_being_served(run, plugin, command, tmp_path):
+    # Enough for a busy machine to come as far as the plug-in; before, the limit is that of the output file.
     target = tmp_path / "out"
     target.write_text("kept")
-    done = run(command, "VEXSG_LogicalDisk", "--plugin", plugin("sleeping"), "--timeout", "0.2", "--output", "out")
+    done = run(command, "VEXSG_LogicalDisk", "--plugin", plugin("sleeping"), "--timeout", "3", "--output", "out")
     assert (done.status, done.stdout) == (4, b"")
-    assert "0.2 s" in done.sentence
+    assert "3 s" in done.sentence
     assert "VEXSG_LogicalDisk" in done.sentence
     assert "--timeout" in done.sentence
     assert target.read_text() == "kept"
@@ -115,7 +116,7 @@ def test_time_limit_covers_the_earlier_request(run, plugin):
 
 def test_time_limit_covers_a_file_that_never_answers(run, tmp_path):
     os.mkfifo(tmp_path / "silent")
-    done = run("probe", "silent", "--timeout", "0.2", "--output", "out")
+    done = run("probe", "silent", "--timeout", "3", "--output", "out")
     assert (done.status, done.stdout) == (4, b"")
     assert "silent" in done.sentence
     assert os.listdir(tmp_path) == ["silent"]

@@ -64,10 +64,37 @@ def test_properties_stand_in_declaration_order(run, plugin):
     assert shown == [name for name in declared if name in shown]
 
 
-def test_known_but_unserved_class_is_empty(run):
-    done = run("get", "CIM_StorageExtent", "VEXSG_MediaAccessDevice")
-    assert (done.status, done.stderr) == (0, b"")
-    assert [entry["instances"] for entry in done.json["classes"]] == [[], []]
+def test_without_a_class_all_served_ones_in_the_order_of_the_schema(run):
+    declared = [entry["name"] for entry in run("classes", "--format", "json").json["classes"] if entry["served"]]
+    named = [entry["name"] for entry in run("get").json["classes"]]
+    assert named == declared
+    assert sorted(named) == sorted(EVERY_SERVED_CLASS)
+
+
+class TestAClassThatIsNotServed:
+    def test_gives_the_instances_of_those_beneath_it(self, run, plugin):
+        drives, = run("get", DRIVE, "--plugin", plugin("publishing")).json["classes"]
+        entry, = run("get", "VEXSG_MediaAccessDevice", "--plugin", plugin("publishing")).json["classes"]
+        assert entry["name"] == "VEXSG_MediaAccessDevice"
+        assert entry["instances"] == drives["instances"] != []
+
+    def test_gives_all_kinds_each_under_its_own_path(self, run, plugin):
+        entry, = run("get", "CIM_LogicalDevice", "--plugin", plugin("publishing")).json["classes"]
+        kinds = [instance["path"].split(".")[0] for instance in entry["instances"]]
+        assert set(kinds) >= {DRIVE, PARTITION}
+
+    def test_is_empty_with_exact(self, run, plugin):
+        done = run("get", "VEXSG_MediaAccessDevice", "--exact", "--plugin", plugin("publishing"))
+        assert done.json["classes"] == [{"name": "VEXSG_MediaAccessDevice", "association": False, "instances": []}]
+
+    def test_is_requested_once_beside_what_is_beneath_it(self, run):
+        done = run("get", DRIVE, "VEXSG_MediaAccessDevice")
+        assert [entry["name"] for entry in done.json["classes"]] == [DRIVE, "VEXSG_MediaAccessDevice"]
+        assert texts(done.json).count("Physical disk information.. VEXSG_DiskDrive") == 1
+
+    def test_is_a_table_for_each_class_with_instances(self, run, plugin):
+        text = run("get", "CIM_LogicalDevice", "--format", "table", "--plugin", plugin("publishing")).text
+        assert "VEXSG_DiskDrive (2 instances)" in text and "VEXSG_TapeDrive" not in text
 
 
 def test_system_is_there_without_being_asked_for(run):

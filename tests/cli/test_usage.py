@@ -65,7 +65,6 @@ def test_unknown_command_is_refused_with_any_words_around_it(run, arguments):
     (["--bogus"], 'unknown option "--bogus"'),
     (["--exact"], 'unknown option "--exact"'),
     (["get", "VEXSG_DiskDrive", "--bogus"], 'unknown option "--bogus"'),
-    (["get"], "get needs at least one CLASS"),
     (["probe"], "probe needs at least one FILE"),
     (["trace"], "trace needs at least one CLASS"),
     (["plugin", "extra"], 'plugin takes no argument "extra"'),

@@ -41,9 +41,14 @@ def test_json(run):
 
 def test_inventory_json_keeps_the_mount_point_whole(run):
     inventory = run("export", "json").json()["diskmgt"]
-    disk, = inventory["drives"][0]["partitions"][0]["logicalDisks"]
-    assert disk["mountPoints"][0] == PLACE
-    assert disk["measuredAtSource"] is False
+    assert PLACE in [mount["mountPoint"] for entry in inventory["fileSystems"] for mount in entry["mounts"]]
+
+
+def test_inventory_json_has_each_published_name_once(run):
+    inventory = run("export", "json", "--all").json()["diskmgt"]
+    paths = [instance["path"] for instance in inventory["instances"][DISK]]
+    assert len(paths) == len(WRITTEN)
+    assert [only["instance"] for only in inventory["cimOnly"] if only["instance"] in paths] == paths
 
 
 def test_csv(run):

@@ -177,6 +177,14 @@ TEST_F(Accounts, ALaterMountOfASourceIsNotReportedAndItsDeviceIs) {
     EXPECT_THAT(rowOf(account, "sda1").mounts, ElementsAre(0, 1));
 }
 
+TEST_F(Accounts, ALineThatIsInTheMountTableTwiceIsALaterMountTheSecondTime) {
+    for (int i = 0; i < 2; ++i) scene.mount("", "tmpfs", "/tmp", "tmpfs");
+    scene.cim.mounted("tmpfs", {"/tmp"}, "tmpfs");
+    const ServerAccount account = scene.joined();
+    EXPECT_TRUE(account.mounts[0].logicalDisk.isReported());
+    EXPECT_THAT(rulesOf(account.mounts[1].logicalDisk.reasons), ElementsAre("later-mount"));
+}
+
 TEST_F(Accounts, ALogicalDiskWithoutAMountIsOnlyCims) {
     scene.cim.mounted("/dev/sdz1", {"/gone"});
     const ServerAccount account = scene.joined();

@@ -40,6 +40,7 @@ Seen watched(const std::function<int()>& work, const std::function<bool(const Ou
              const Stage& usual = {}, const Worker::Wants& wanted = {}, int output = -1) {
     int ends[2];
     if (::pipe(ends) != 0) return {};
+    (void)std::fflush(nullptr);  // else the worker writes what the test program has buffered
     const pid_t watching = ::fork();
     if (watching == 0) {
         (void)::dup2(output >= 0 ? output : ends[1], STDOUT_FILENO);
@@ -234,9 +235,10 @@ TEST(Watches, DoNotWaitForAChildOfTheWorkThatNeverStopsWriting) {
     ASSERT_NE(file, nullptr);
     const Seen seen = watched(
         [] {
-            if (::fork() == 0)
-                for (;;) say(STDOUT_FILENO, std::string(4096, 'x'));
-            return 0;
+            if (::fork() != 0) return 0;
+            const std::string piece(4096, 'x');
+            while (::write(STDOUT_FILENO, piece.data(), piece.size()) > 0) continue;
+            ::_exit(0);
         },
         [](const Outcome& outcome) { return outcome.waitStatus == 0; }, {}, {}, ::fileno(file));
     EXPECT_EQ(seen.status, 0);

@@ -11,6 +11,9 @@ class Account:
         self.names = [device["name"] for device in content["devices"]]
         self.elsewhere = content["fileSystems"]
         self.uncounted = content.get("pseudoFileSystems", 0)
+        for device in content["devices"]:  # a document lists the mounts of a file system at the first of its devices
+            if "mountsAt" in device:
+                device["mounts"] = self.devices[device["mountsAt"]]["mounts"]
 
     def field(self, key):
         """A field of each device that has it, by the device's name."""
