@@ -14,11 +14,11 @@ def test_what_is_published_alone(run, plugin):
     done = run("--cim", "--plugin", plugin("publishing"))
     assert (done.status, done.stderr) == (0, b"")
     assert done.text == """\
-Name                 Size Type
-/dev/sda              16E no partitions
-/dev/sdb               0B no partitions
+Name        Size Type
+/dev/sda     16E no partitions
+/dev/sdb      0B no partitions
 On no reported drive
-└─/dev/sda1            0B Linux file system
+└─/dev/sda1   0B Linux file system
 
 1 file system is on no drive: --all lists it
 """
