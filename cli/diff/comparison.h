@@ -27,7 +27,7 @@ struct Change {
 
     bool came() const { return before == nullptr; }
     bool went() const { return after == nullptr; }
-    const DocumentElement& element() const { return went() ? *before : *after; }
+    const DocumentElement& element() const { return after != nullptr ? *after : *before; }
 };
 
 /// By kind, then name, in the same order whichever document is the older. `withSpace`: also what moves while a server
