@@ -56,7 +56,8 @@ private:
     void compare(ElementKind kind, const DocumentElement* old, const DocumentElement* now) {
         if (old == nullptr && before.lacks(kind)) return;
         if (now == nullptr && after.lacks(kind)) return;
-        Change change{kind, now == nullptr ? old->name : now->name, old, now, {}, false, {}};
+        const DocumentElement* const shown = now == nullptr ? old : now;
+        Change change{kind, shown->name, old, now, shown, {}, false, {}};
         if (old != nullptr && now != nullptr) {
             change.values = differences(kind, *old, *now);
             change.isRenamed = kind != ElementKind::kFileSystem && old->name != now->name;
