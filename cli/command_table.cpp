@@ -87,7 +87,7 @@ const std::vector<CommandDescription>& commands() {
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "Why something is or is not reported, and what uses each device",
          "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
          "one, a mount source, a mount point, or any path: then the disks are named that\n"
          "it lies on. Without it the whole machine is explained.\n\n"

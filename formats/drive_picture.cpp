@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "formats/page_words.h"
+#include "inventory/device_texts.h"
 #include "text/size_text.h"
 
 namespace diskmgt {
@@ -12,130 +14,183 @@ namespace {
 
 constexpr double kBarPixels = 1000;  // about as wide as the page shows it
 constexpr double kLetterPixels = 8;
+constexpr std::size_t kMostLayers = 8;  // of volumes; the table has them all
 
-std::string decimal(long double value, int digits) {
-    char text[32];
-    (void)std::snprintf(text, sizeof text, "%.*Lf", digits, value);
+std::string decimal(double value, int digits) {
+    char text[64];
+    (void)std::snprintf(text, sizeof text, "%.*f", digits, value);
     return text;
-}
-
-/// "sda1" of "/dev/sda1".
-std::string shortName(const std::string& device) { return device.substr(device.rfind('/') + 1); }
-
-/// The first file system on the partition, when it is known how full it is; else null.
-const LogicalDisk* fileSystemOf(const Inventory& inventory, const Partition& partition) {
-    const std::vector<std::size_t> disks = ownLogicalDisks(inventory, partition);
-    if (disks.empty() || !usedShareOf(inventory.logicalDisks[disks.front()])) return nullptr;
-    return &inventory.logicalDisks[disks.front()];
 }
 
 class Drawing {
 public:
-    Drawing(HtmlWriter& writer, const Inventory& all, const Drive& pictured, const DriveMap& map,
-            std::uint64_t wholeSize)
-        : out(writer), inventory(all), drive(pictured), drawn(map), whole(static_cast<double>(wholeSize)) {}
+    Drawing(HtmlWriter& writer, const ServerAccount& shown, const DeviceGroup& pictured)
+        : out(writer), account(shown), group(pictured) {}
 
-    void draw(const std::vector<Stretch>& stretches, std::uint64_t begin = 0) {
-        for (const Stretch& stretch : stretches) {
-            stretch.partition ? drawPartition(stretch, begin) : drawGap(stretch, begin);
-            begin += stretch.size;
-        }
+    void draw(const DriveMap& map) {
+        std::uint64_t whole = 0;  // more than the disk has when the sizes in its table do
+        for (const Stretch& stretch : map.stretches) whole += stretch.size;
+        const bool hasPartitions = std::any_of(map.stretches.begin(), map.stretches.end(),
+                                               [](const Stretch& stretch) { return stretch.device.has_value(); });
+        out.raw("<div class='bar'>");
+        if (hasPartitions)
+            drawStretches(map.stretches, static_cast<double>(whole), 1);
+        else
+            drawDevice(group.root, 1, 1, {});
+        out.raw("</div>\n");
+        drawLayer(childrenOf(0), static_cast<double>(whole), 1, 0);
     }
 
 private:
-    double share(const Stretch& stretch) const { return whole > 0 ? static_cast<double>(stretch.size) / whole : 0; }
-
-    void begin(const char* cssClass, const Stretch& stretch) {
-        out.raw("<div class='").raw(cssClass).raw("' style='flex-grow:").raw(decimal(share(stretch) * 1000, 4));
-        out.raw("' title='");
+    void begin(double share, const std::string& title) {
+        out.raw("<div class='column' style='flex-grow:").raw(decimal(share * 1000, 4)).raw("' title='");
+        out.text(title).raw("'>");
     }
 
-    void drawGap(const Stretch& stretch, std::uint64_t first) {
+    /// `share`: part of the whole picture that `size` bytes take.
+    void drawStretches(const std::vector<Stretch>& stretches, double size, double share) {
+        for (const Stretch& stretch : stretches) {
+            const double part = size > 0 ? share * static_cast<double>(stretch.size) / size : 0;
+            if (stretch.device)
+                drawDevice(*stretch.device, part, 1, stretch.inner);
+            else
+                drawGap(part, stretch.size);
+        }
+    }
+
+    void drawGap(double share, std::uint64_t size) {
         constexpr double kVisible = 0.004;
-        if (share(stretch) < kVisible) return;  // alignment
-        begin("gap", stretch);
-        const bool isNotRead = isKernelPartitionIn(first, stretch.size);
-        const std::string words = isNotRead                   ? "Not read here"
-                                  : drive.use.ofWhole.empty() ? "Not partitioned"
-                                                              : "I" + drive.use.ofWhole.substr(1);  // "In use ..."
-        out.text(words).raw(", ").raw(sizeText(stretch.size)).raw("'>");
-        const double room = share(stretch) * kBarPixels - 20;
-        const bool isWorthReading = isNotRead || !drive.use.ofWhole.empty();
-        if (isWorthReading && static_cast<double>(words.size()) * kLetterPixels <= room)
-            out.raw("<span>").text(words).raw("</span>");
+        if (share < kVisible) return;  // alignment
+        begin(share, "Outside the partitions, " + sizeText(size));
+        out.raw("<div class='box gap'></div></div>");
+    }
+
+    /// With the volumes on it, unless it is the disk itself, whose volumes lie beneath the whole bar.
+    void drawDevice(std::size_t device, double share, std::size_t layer, const std::vector<Stretch>& inner) {
+        begin(share, titleOf(device));
+        if (inner.empty()) {
+            out.raw("<div class='box ").raw(cssClassOf(devicePurpose(account, device))).raw("'>");
+            drawLabel(device, share);
+            out.raw("</div>");
+        } else {
+            double size = 0;
+            for (const Stretch& stretch : inner) size += static_cast<double>(stretch.size);
+            out.raw("<div class='box container'>");
+            drawStretches(inner, size, share);
+            out.raw("</div>");
+        }
+        const std::size_t row = rowOf(device);
+        if (device != group.root)
+            drawLayer(childrenOf(row), static_cast<double>(account.device(device).sizeBytes.value_or(0)), share, layer);
         out.raw("</div>");
     }
 
-    /// Whether the kernel has a partition where none is listed.
-    bool isKernelPartitionIn(std::uint64_t first, std::uint64_t size) const {
-        const std::vector<KernelPartition>& partitions = drive.use.partitions;
-        const bool arePlaced = std::all_of(partitions.begin(), partitions.end(), [](const KernelPartition& partition) {
-            return partition.start && partition.size;
-        });
-        if (!drawn.isPlaced || !arePlaced) return partitions.size() != listedPartitions(inventory, drive);
-        return std::any_of(partitions.begin(), partitions.end(), [&](const KernelPartition& partition) {
-            const std::uint64_t start = *partition.start;
-            const bool beginsBeforeEnd = start < first || start - first < size;
-            const bool endsBehindFirst = start >= first || *partition.size > first - start;
-            return beginsBeforeEnd && endsBehindFirst;
-        });
+    void drawLayer(const std::vector<std::size_t>& rows, double size, double share, std::size_t layer) {
+        if (rows.empty() || layer >= kMostLayers) return;
+        double sum = 0;
+        for (const std::size_t row : rows) sum += sizeOf(row);
+        const double whole = std::max(sum, size);
+        out.raw("<div class='layer'>");
+        for (const std::size_t row : rows) {
+            const double part = whole > 0 ? share * sizeOf(row) / whole : 0;
+            const DeviceRow& shown = group.rows[row];
+            if (shown.shownBeneath)
+                drawReference(shown, part);
+            else
+                drawDevice(shown.device, part, layer + 1, {});
+        }
+        const double rest = whole > 0 ? share * (whole - sum) / whole : 0;
+        if (rest > 0) out.raw("<div class='rest' style='flex-grow:").raw(decimal(rest * 1000, 4)).raw("'></div>");
+        out.raw("</div>");
     }
 
-    void drawPartition(const Stretch& stretch, std::uint64_t first) {
-        const Partition& partition = inventory.partitions[*stretch.partition];
-        begin(cssClassOf(partition), stretch);
-        const LogicalDisk* const fileSystem = fileSystemOf(inventory, partition);
-        out.text(partition.device).raw(", ").text(partition.typeName).raw(", ").raw(sizeText(partition.size));
-        if (fileSystem != nullptr) out.raw(", ").raw(std::to_string(*fileSystem->space->usedPercent())).raw(" % used");
-        out.raw("'>");
-        if (stretch.inner.empty())
-            drawLabel(partition, share(stretch));
-        else
-            draw(stretch.inner, first);
-        if (fileSystem != nullptr && share(stretch) * kBarPixels > 40)
-            out.raw("<i><b style='width:").raw(decimal(*usedShareOf(*fileSystem) * 100, 1)).raw("%'></b></i>");
-        out.raw("</div>");
+    void drawReference(const DeviceRow& row, double share) {
+        const std::string name = account.device(row.device).name;
+        begin(share, name + ", shown beneath " + account.device(*row.shownBeneath).path());
+        out.raw("<div class='box reference'>");
+        if (fits(name, share)) out.raw("<span>").text(name).raw("</span>");
+        out.raw("</div></div>");
+    }
+
+    std::string titleOf(std::size_t device) const {
+        const auto& shown = account.device(device);
+        std::string title = shown.path() + ", " + kindWords(account, device);
+        if (shown.sizeBytes && !isExtended(account, device)) title += ", " + sizeText(*shown.sizeBytes);
+        title += ". " + useWords(account, device) + "; " + contentWords(account, device);
+        if (const auto space = spaceOf(device))
+            if (const auto percent = space->usedPercent()) title += "; " + std::to_string(*percent) + " % used";
+        return title;
+    }
+
+    std::optional<Space> spaceOf(std::size_t device) const {
+        const std::vector<std::size_t>& mounts = account.devices[device].mounts;
+        return mounts.empty() ? std::nullopt : account.mounts[mainMountOf(account, mounts)].space;
+    }
+
+    static bool fits(const std::string& text, double share) {
+        return static_cast<double>(text.size()) * kLetterPixels <= share * kBarPixels - 20;
     }
 
     /// As much of it as there is room for.
-    void drawLabel(const Partition& partition, double share) {
-        const double room = share * kBarPixels - 20;
-        const std::string name = shortName(partition.device);
-        if (static_cast<double>(name.size()) * kLetterPixels > room) return;
-        out.raw("<span>").text(name).raw("</span>");
-        const std::string size = sizeText(partition.size);
-        if (static_cast<double>(size.size()) * kLetterPixels <= room) out.raw("<small>").raw(size).raw("</small>");
+    void drawLabel(std::size_t device, double share) {
+        const auto& shown = account.device(device);
+        const std::string name = device == group.root ? useWords(account, device) + "; " + contentWords(account, device)
+                                 : shown.volume.empty() ? shown.name
+                                                        : shown.volume;
+        if (fits(name, share)) {
+            out.raw("<span>").text(name).raw("</span>");
+            const std::string size = shown.sizeBytes ? sizeText(*shown.sizeBytes) : "";
+            if (account.devices[device].partition && fits(size, share)) out.raw("<small>").raw(size).raw("</small>");
+        }
+        const auto space = spaceOf(device);
+        if (space && space->usedShare() && share * kBarPixels > 40)
+            out.raw("<i><b style='width:")
+                .raw(decimal(static_cast<double>(*space->usedShare()) * 100, 1))
+                .raw("%'></b></i>");
+    }
+
+    // --- the rows of the group ---
+
+    double sizeOf(std::size_t row) const {
+        return static_cast<double>(account.device(group.rows[row].device).sizeBytes.value_or(0));
+    }
+
+    std::size_t rowOf(std::size_t device) const {
+        std::size_t row = 0;
+        while (row < group.rows.size() && (group.rows[row].device != device || group.rows[row].shownBeneath)) ++row;
+        return row;
+    }
+
+    /// Those directly on that of the row; not the partitions of the disk, which make up the bar.
+    std::vector<std::size_t> childrenOf(std::size_t row) const {
+        std::vector<std::size_t> found;
+        for (std::size_t i = row + 1; i < group.rows.size() && group.rows[i].depth > group.rows[row].depth; ++i) {
+            if (group.rows[i].depth != group.rows[row].depth + 1) continue;
+            const auto& device = account.device(group.rows[i].device);
+            if (row == 0 && device.disk == group.root && account.devices[group.rows[i].device].partition) continue;
+            found.push_back(i);
+        }
+        return found;
     }
 
     HtmlWriter& out;
-    const Inventory& inventory;
-    const Drive& drive;
-    const DriveMap& drawn;
-    const double whole;
+    const ServerAccount& account;
+    const DeviceGroup& group;
 };
 
 }  // namespace
 
-const char* cssClassOf(const Partition& partition) {
+const char* cssClassOf(Purpose purpose) {
     for (const PurposeStyle& style : kPurposes)
-        if (style.purpose == partition.purpose) return style.cssClass;
+        if (style.purpose == purpose) return style.cssClass;
     return "other";
 }
 
-std::optional<long double> usedShareOf(const LogicalDisk& disk) {
-    return disk.ownSpace() == nullptr ? std::nullopt : disk.ownSpace()->usedShare();
-}
-
-void drawDrive(HtmlWriter& out, const Inventory& inventory, const Drive& drive, const DriveMap& map) {
+void drawDrive(HtmlWriter& out, const ServerAccount& account, const DeviceGroup& group, const DriveMap& map) {
     if (map.stretches.empty()) return;
-    std::uint64_t whole = 0;  // more than the drive has when the sizes in its table do
-    for (const Stretch& stretch : map.stretches) whole += stretch.size;
-    out.raw("<div class='bar' role='img' aria-label='Picture of ").text(drive.device);
-    out.raw("; the tables below say the same'>");
-    if (ownPartitions(inventory, drive).empty() && drive.use.partitions.empty() && !drive.logicalDisks.empty())
-        out.raw("<div class='data' style='flex-grow:1'><span>File system on the whole drive</span></div>");
-    else
-        Drawing(out, inventory, drive, map, whole).draw(map.stretches);
+    out.raw("<div class='picture' role='img' aria-label='Picture of ").text(account.device(group.root).path());
+    out.raw("; the table below says the same'>");
+    Drawing(out, account, group).draw(map);
     out.raw("</div>\n");
 }
 

@@ -1,7 +1,5 @@
-// A drive as a bar: its partitions side by side, as wide as they are large.
+// A disk as a bar: its partitions side by side, as wide as they are large, and the volumes on them beneath.
 #pragma once
-
-#include <optional>
 
 #include "formats/html_writer.h"
 #include "inventory/drive_map.h"
@@ -21,12 +19,9 @@ constexpr PurposeStyle kPurposes[] = {
     {Purpose::kOther, "other", "Other"},      {Purpose::kContainer, "container", "Extended"},
 };
 
-/// The class in the page's style sheet that colours a partition.
-const char* cssClassOf(const Partition& partition);
+/// The class in the page's style sheet that colours what has this purpose.
+const char* cssClassOf(Purpose purpose);
 
-/// Part of a file system that is in use, 0 to 1; absent when it has no figures of its own.
-std::optional<long double> usedShareOf(const LogicalDisk& disk);
-
-void drawDrive(HtmlWriter& out, const Inventory& inventory, const Drive& drive, const DriveMap& map);
+void drawDrive(HtmlWriter& out, const ServerAccount& account, const DeviceGroup& group, const DriveMap& map);
 
 }  // namespace diskmgt

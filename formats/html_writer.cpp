@@ -35,6 +35,17 @@ HtmlWriter& HtmlWriter::text(const std::string& value) {
     return *this;
 }
 
+HtmlWriter& HtmlWriter::breakable(const std::string& value) {
+    std::size_t begin = 0;
+    for (std::size_t i = 1; i + 1 < value.size(); ++i) {
+        const bool isBetweenParts = value[i] == '/' && value[i - 1] != ' ' && value[i - 1] != '/';
+        if (!isBetweenParts) continue;
+        text(value.substr(begin, i + 1 - begin)).raw("<wbr>");
+        begin = i + 1;
+    }
+    return text(value.substr(begin));
+}
+
 HtmlWriter& HtmlWriter::size(std::uint64_t bytes) {
     raw("<data value=\"").number(bytes).raw("\" title=\"").number(bytes).raw(" bytes\">");
     return raw(sizeText(bytes)).raw("</data>");

@@ -14,6 +14,8 @@ public:
     /// Any bytes, fit for text and for a value in quotes of either kind. Control characters and bytes that are not
     /// UTF-8 show as \xNN.
     HtmlWriter& text(const std::string& value);
+    /// The same, for text only: a line may break behind each part of a path.
+    HtmlWriter& breakable(const std::string& value);
     HtmlWriter& number(std::uint64_t value) { return raw(std::to_string(value)); }
     /// A size for people; the exact bytes are its value and its tooltip.
     HtmlWriter& size(std::uint64_t bytes);

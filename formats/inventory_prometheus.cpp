@@ -129,13 +129,9 @@ private:
 
     // --- file systems ---
 
-    /// Once for all its mounts: the first with figures, else the first that does not answer, else the first.
+    /// Once for all its mounts.
     void addFileSystem(const std::vector<std::size_t>& mounts) {
-        if (mounts.empty()) return;
-        const auto first = [&](const auto& isWanted) { return std::find_if(mounts.begin(), mounts.end(), isWanted); };
-        auto chosen = first([this](std::size_t mount) { return account.mounts[mount].space.has_value(); });
-        if (chosen == mounts.end()) chosen = first([this](std::size_t mount) { return isSilent(mount); });
-        fileSystems.push_back(chosen == mounts.end() ? mounts.front() : *chosen);
+        if (!mounts.empty()) fileSystems.push_back(mainMountOf(account, mounts));
     }
 
     bool isAnySilent(const FileSystemAccount& fileSystem) const {
@@ -154,7 +150,7 @@ private:
         const std::optional<Reason>& reason = account.mounts[mount].reason;
         return reason && reason->rule == rule;
     }
-    bool isSilent(std::size_t mount) const { return hasRule(mount, "mount-does-not-answer"); }
+    bool isSilent(std::size_t mount) const { return doesNotAnswer(account.mounts[mount]); }
     bool hasAnswered(std::size_t mount) const {
         return account.mounts[mount].space || hasRule(mount, "not-measurable");
     }

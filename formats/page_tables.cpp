@@ -1,3 +1,4 @@
+// On a narrow page a row becomes a block: name and size side by side, each other cell a line with its column's title.
 #include "formats/page_tables.h"
 
 #include <initializer_list>
@@ -5,6 +6,8 @@
 #include <utility>
 
 #include "formats/drive_picture.h"
+#include "formats/page_words.h"
+#include "inventory/device_texts.h"
 
 namespace diskmgt {
 
@@ -26,82 +29,165 @@ void beginTable(HtmlWriter& out, const char* caption, std::initializer_list<std:
 
 void endTable(HtmlWriter& out) { out.raw("</tbody></table></div>\n"); }
 
-void partitionRow(HtmlWriter& out, const Partition& partition, bool isLogical) {
-    out.raw("<tr><th scope='row' class='first").raw(isLogical ? " inside" : "").raw("'><span class='dot ");
-    out.raw(cssClassOf(partition)).raw("'></span><span class='name'>").text(partition.device).raw("</span>");
-    if (partition.isBootable && partition.table == TableKind::kMbr)  // GPT has no such flag
-        out.raw("<span class='tag'>boot flag</span>");
-    out.raw("</th><td>").text(partition.typeName).raw("</td><td>");
-    out.raw(partition.table == TableKind::kGpt ? "GPT" : "MBR").raw("</td><td class='number'>");
-    if (partition.start)
-        out.size(*partition.start);
-    else
-        out.raw("<span class='soft'>unknown</span>");
-    out.raw("</td><td class='number'>").size(partition.size).raw("</td></tr>\n");
+void sizeCell(HtmlWriter& out, const std::optional<std::uint64_t>& bytes) {
+    out.raw("<td class='number size'>");
+    bytes ? out.size(*bytes) : out.raw("<span class='soft'>unknown</span>");
+    out.raw("</td>");
 }
+
+void numberCell(HtmlWriter& out, const char* title, const std::optional<std::uint64_t>& bytes) {
+    out.raw("<td class='number' data-label='").raw(title).raw("'>");
+    if (bytes) out.size(*bytes);
+    out.raw("</td>");
+}
+
+void cimCell(HtmlWriter& out, const CimAnswer& answer, std::size_t partitions = 0) {
+    const Words words = cimWords(answer, partitions);
+    out.raw("<td class='cim ").raw(answer.isReported() ? "yes" : answer.isUnknown() ? "unknown" : "no");
+    out.raw(answer.isReported() && !answer.differs.empty() ? " differs" : "").raw("' data-label='CIM'");
+    if (!words.full.empty()) out.raw(" title='").text(words.full).raw("'");
+    out.raw("><span>").text(words.brief).raw("</span></td>");
+}
+
+class DeviceRows {
+public:
+    DeviceRows(HtmlWriter& writer, const ServerAccount& shown) : out(writer), account(shown) {}
+
+    void add(const DeviceRow& row) {
+        const auto& device = account.device(row.device);
+        out.raw("<tr><th scope='row' class='device' style='--depth:").number(row.depth).raw("'><span class='dot ");
+        out.raw(row.depth == 0 ? "whole" : cssClassOf(devicePurpose(account, row.device)));
+        out.raw("'></span><span class='name'>").text(device.path()).raw("</span>");
+        tags(row.device);
+        out.raw("</th>");
+        if (row.shownBeneath) {
+            out.raw("<td class='soft wide' colspan='5' data-label='Shown'>shown beneath <span class='name'>");
+            out.text(account.device(*row.shownBeneath).path()).raw("</span></td></tr>\n");
+            return;
+        }
+        sizeCell(out, device.sizeBytes);
+        out.raw("<td data-label='Kind'><span>").breakable(kindWords(account, row.device)).raw("</span></td>");
+        numberCell(out, "Begins at", device.startBytes);
+        use(row.device);
+        const DeviceAccount& more = account.devices[row.device];
+        cimCell(out, more.partition ? *more.partition : *more.drive, more.partitionsByKernel);
+        out.raw("</tr>\n");
+    }
+
+private:
+    void tag(bool isSet, const char* words) {
+        if (isSet) out.raw("<span class='tag'>").raw(words).raw("</span>");
+    }
+
+    void tags(std::size_t position) {
+        const auto& device = account.device(position);
+        const auto& published = account.devices[position].published;
+        const Partition* const partition = published ? &account.inventory().partitions[*published] : nullptr;
+        tag(partition != nullptr && partition->isBootable && partition->table == TableKind::kMbr, "boot flag");
+        tag(device.isReadOnly, "read-only");
+        tag(device.isRemovable, "removable");
+    }
+
+    void use(std::size_t position) {
+        out.raw("<td data-label='Use'><span>").breakable(useWords(account, position));
+        for (const std::size_t swap : account.devices[position].swaps) {
+            const auto& area = account.machine.swaps[swap];
+            out.raw(", ").size(area.usedBytes).raw(" of ").size(area.sizeBytes).raw(" used");
+        }
+        out.raw("<br><span class='soft'>").text(contentWords(account, position)).raw("</span></span></td>");
+    }
+
+    HtmlWriter& out;
+    const ServerAccount& account;
+};
 
 void usedCells(HtmlWriter& out, const Space& space, int percent) {
     const std::string text = std::to_string(percent);
-    out.raw("<td class='number'><span class='meter").raw(percent >= kNearlyFullPercent ? " full" : "");
+    out.raw("<td class='number' data-label='Used'><span><span class='meter");
+    out.raw(percent >= kNearlyFullPercent ? " full" : "");
     out.raw("' aria-hidden='true'><b style='width:").raw(text).raw("%'></b></span><span class='part'>").raw(text);
-    out.raw("\u2009%</span></td><td class='number'>").size(space.used()).raw("</td>");
+    out.raw("\u2009%</span></span></td><td class='number' data-label='In use'>").size(space.used()).raw("</td>");
 }
 
-void spaceCells(HtmlWriter& out, const LogicalDisk& disk) {
-    const std::optional<int> percent = usedShareOf(disk) ? disk.space->usedPercent() : std::nullopt;
-    if (!percent) {
-        out.raw("<td class='number soft' colspan='5'>").raw(disk.space ? "not measurable" : "not measured");
-        out.raw("</td>");
+void spaceCells(HtmlWriter& out, const MountAccount& mount) {
+    if (!mount.space) {
+        out.raw("<td class='number size soft'>unknown</td><td class='soft wide' colspan='4' data-label='Space'>");
+        out.text(mount.reason ? mount.reason->brief : "not measured").raw("</td>");
         return;
     }
-    usedCells(out, *disk.space, *percent);
-    out.raw("<td class='number'>").size(disk.space->free).raw("</td><td class='number'>");
-    if (disk.space->available)
-        out.size(*disk.space->available);
+    sizeCell(out, mount.space->total);
+    if (const std::optional<int> percent = mount.space->usedPercent())
+        usedCells(out, *mount.space, *percent);
     else
-        out.raw("<span class='soft'>unknown</span>");
-    out.raw("</td><td class='number'>").size(disk.space->total).raw("</td>");
+        out.raw("<td class='soft wide' colspan='2' data-label='Used'>nothing usable</td>");
+    numberCell(out, "Free", mount.space->free);
+    numberCell(out, "Available", mount.space->available);
 }
 
-void fileSystemRow(HtmlWriter& out, const LogicalDisk& disk) {
-    out.raw("<tr><th scope='row'><span class='name'>").text(disk.mountPoint).raw("</span>");
-    for (const std::string& further : disk.furtherMountPoints)
-        out.raw("<br><span class='name soft' title='mounted here too'>").text(further).raw("</span>");
-    out.raw("</th><td><span class='name' title='").text(disk.options).raw("'>").text(disk.source);
-    out.raw("</span></td><td>").text(disk.fileSystem).raw("</td>");
-    spaceCells(out, disk);
+void fileSystemRow(HtmlWriter& out, const ServerAccount& account, const MountsOfOne& mounts) {
+    const std::size_t main = mainMountOf(account, mounts);
+    const auto& mount = account.machine.mounts[main];
+    out.raw("<tr><th scope='row' class='place'><span class='name'>").breakable(mount.mountPoint).raw("</span>");
+    for (const std::size_t further : mounts)
+        if (further != main)
+            out.raw("<br><span class='name soft' title='mounted here too'>")
+                .breakable(account.machine.mounts[further].mountPoint)
+                .raw("</span>");
+    out.raw("</th>");
+    spaceCells(out, account.mounts[main]);
+    out.raw("<td class='source' data-label='Source'><span><span class='name' title='").text(mount.options).raw("'>");
+    out.breakable(mount.source).raw("</span> <span class='soft'>").text(mount.type).raw("</span></span></td>");
+    std::size_t reported = main;
+    for (const std::size_t any : mounts)
+        if (!account.mounts[reported].logicalDisk.isReported() && account.mounts[any].logicalDisk.isReported())
+            reported = any;
+    cimCell(out, account.mounts[reported].logicalDisk);
     out.raw("</tr>\n");
 }
 
 }  // namespace
 
-void partitionTable(HtmlWriter& out, const Inventory& inventory, const std::vector<std::size_t>& positions) {
-    if (positions.empty()) return;
-    beginTable(out, "Partitions",
+void deviceTable(HtmlWriter& out, const ServerAccount& account, const std::vector<const DeviceGroup*>& groups) {
+    beginTable(out, "Devices",
                {{"Device", Column::kText},
-                {"Type", Column::kText},
-                {"Table", Column::kText},
+                {"Size", Column::kNumber},
+                {"Kind", Column::kText},
                 {"Begins at", Column::kNumber},
-                {"Size", Column::kNumber}});
-    for (const std::size_t position : positions) {
-        const Partition& partition = inventory.partitions[position];
-        partitionRow(out, partition, false);
-        for (const std::size_t logical : partition.logicals) partitionRow(out, inventory.partitions[logical], true);
-    }
+                {"Use and content", Column::kText},
+                {"Reported by CIM", Column::kText}});
+    DeviceRows rows(out, account);
+    for (const DeviceGroup* const group : groups)
+        for (const DeviceRow& row : group->rows) rows.add(row);
     endTable(out);
 }
 
-void fileSystemTable(HtmlWriter& out, const Inventory& inventory, const std::vector<std::size_t>& positions) {
-    if (positions.empty()) return;
+void fileSystemTable(HtmlWriter& out, const ServerAccount& account, const std::vector<MountsOfOne>& fileSystems) {
+    if (fileSystems.empty()) return;
     beginTable(out, "File systems",
                {{"Mounted at", Column::kText},
-                {"Source", Column::kText},
-                {"Type", Column::kText},
+                {"Size", Column::kNumber},
                 {"Used", Column::kTwoNumbers},
                 {"Free", Column::kNumber},
                 {"Available", Column::kNumber},
-                {"Size", Column::kNumber}});
-    for (const std::size_t position : positions) fileSystemRow(out, inventory.logicalDisks[position]);
+                {"Source", Column::kText},
+                {"Reported by CIM", Column::kText}});
+    for (const MountsOfOne& mounts : fileSystems) fileSystemRow(out, account, mounts);
+    endTable(out);
+}
+
+void cimOnlyTable(HtmlWriter& out, const ServerAccount& account) {
+    beginTable(out, "Instances", {{"Name", Column::kText}, {"Class", Column::kText}, {"Why", Column::kText}});
+    for (const CimOnly& only : account.cimOnly) {
+        out.raw("<tr><th scope='row' class='wide'><span class='name'>").breakable(only.name);
+        out.raw("</span></th><td data-label='Class'>")
+            .text(only.instance->path.substr(0, only.instance->path.find('.')));
+        out.raw("</td><td data-label='Why'><span>");
+        for (const Reason& reason : only.reasons) {
+            out.text(reason.text).raw(" <span class='tag'>").text(reason.rule).raw("</span>");
+            if (&reason != &only.reasons.back()) out.raw("<br>");
+        }
+        out.raw("</span></td></tr>\n");
+    }
     endTable(out);
 }
 

@@ -5,13 +5,18 @@
 #include <vector>
 
 #include "formats/html_writer.h"
-#include "inventory/inventory.h"
+#include "inventory/drive_map.h"
 
 namespace diskmgt {
 
-/// Of positions in Inventory::partitions, logicals beneath their extended partition; nothing when there are none.
-void partitionTable(HtmlWriter& out, const Inventory& inventory, const std::vector<std::size_t>& positions);
-/// Of positions in Inventory::logicalDisks; nothing when there are none.
-void fileSystemTable(HtmlWriter& out, const Inventory& inventory, const std::vector<std::size_t>& positions);
+/// The rows of one group, or of several one after the other.
+void deviceTable(HtmlWriter& out, const ServerAccount& account, const std::vector<const DeviceGroup*>& groups);
+
+/// File systems by their mounts, positions in Machine::mounts; nothing when there are none.
+using MountsOfOne = std::vector<std::size_t>;
+void fileSystemTable(HtmlWriter& out, const ServerAccount& account, const std::vector<MountsOfOne>& fileSystems);
+
+/// What CIM reports and the machine does not have.
+void cimOnlyTable(HtmlWriter& out, const ServerAccount& account);
 
 }  // namespace diskmgt

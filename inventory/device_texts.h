@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "inventory/server_account.h"
 
@@ -26,5 +27,15 @@ struct PartitionDescription {
 };
 /// By udev where it knows the partition, else as published.
 PartitionDescription describePartition(const ServerAccount& account, std::size_t device);
+
+/// Of a partition that only holds other ones: nothing but them can use it.
+bool isExtended(const ServerAccount& account, std::size_t device);
+
+/// What the device is for: by its type, its content, or what uses it.
+Purpose devicePurpose(const ServerAccount& account, std::size_t device);
+
+/// The first mount with figures, else the first that does not answer, else the first. `mounts` must not be empty.
+std::size_t mainMountOf(const ServerAccount& account, const std::vector<std::size_t>& mounts);
+bool doesNotAnswer(const MountAccount& mount);
 
 }  // namespace diskmgt

@@ -2,155 +2,166 @@
 
 #include <algorithm>
 
-#include "inventory/device_names.h"
-#include "text/wording.h"
+#include "inventory/device_texts.h"
+#include "machine/arrangement.h"
 
 namespace diskmgt {
 
 namespace {
 
+using diskmgt_machine::BlockDevice;
+using diskmgt_machine::Kind;
 using Positions = std::vector<std::size_t>;
 
-bool holds(const Inventory& inventory, const Drive& drive, std::size_t position) {
-    return std::any_of(drive.partitions.begin(), drive.partitions.end(), [&](std::size_t top) {
-        return top == position || contains(inventory.partitions[top].logicals, position);
-    });
-}
+/// A partition with the logical ones that an extended one holds.
+struct Entry {
+    std::size_t device = 0;
+    std::uint64_t start = 0;
+    std::uint64_t size = 0;
+    std::vector<Entry> logicals;
+};
 
-bool isPairedByAccident(const Inventory& inventory, const Drive& drive, std::size_t position) {
-    const std::string& device = inventory.partitions[position].device;
-    if (isOnDrive(device, drive.device)) return false;
-    return std::any_of(inventory.drives.begin(), inventory.drives.end(), [&](const Drive& other) {
-        return isOnDrive(device, other.device) && holds(inventory, other, position);
-    });
-}
+std::uint64_t endOf(const Entry& entry) { return entry.start + std::min(entry.size, UINT64_MAX - entry.start); }
 
-/// True when every one has a start, those in extended partitions too.
-bool haveStarts(const Inventory& inventory, const Positions& positions) {
-    return std::all_of(positions.begin(), positions.end(), [&inventory](std::size_t position) {
-        const Partition& partition = inventory.partitions[position];
-        return partition.start && haveStarts(inventory, partition.logicals);
-    });
-}
-
-/// Fills the bytes from `begin` to `end`.
-class Filling {
+class Mapping {
 public:
-    Filling(const Inventory& all, DriveMap& map) : inventory(all), drawn(map) {}
+    Mapping(const ServerAccount& shown, std::size_t pictured) : account(shown), disk(pictured) {}
 
-    std::vector<Stretch> fill(Positions positions, std::uint64_t begin, std::uint64_t end, const char* whole) {
-        std::stable_sort(positions.begin(), positions.end(), [this](std::size_t one, std::size_t other) {
-            return inventory.partitions[one].start < inventory.partitions[other].start;
-        });
+    DriveMap take() {
+        std::vector<Entry> entries = topEntries();
+        const std::uint64_t whole = account.device(disk).sizeBytes.value_or(0);
+        map.stretches = map.isPlaced ? fill(entries, 0, whole, "the end of the disk") : inOrder(entries, whole);
+        return std::move(map);
+    }
+
+private:
+    std::vector<Entry> topEntries() {
+        constexpr std::uint64_t kFirstLogical = 5;
+        std::vector<Entry> entries;
+        Entry* extended = nullptr;
+        std::vector<Entry> logicals;
+        for (const std::size_t position : account.device(disk).carries) {
+            const BlockDevice& device = account.device(position);
+            if (device.kind != Kind::kPartition || device.disk != disk) continue;
+            map.isPlaced = map.isPlaced && device.startBytes.has_value();
+            const Entry entry{position, device.startBytes.value_or(0), device.sizeBytes.value_or(0), {}};
+            const bool isLogical = describePartition(account, position).table == "mbr" &&
+                                   device.partitionNumber.value_or(0) >= kFirstLogical;
+            (isLogical ? logicals : entries).push_back(entry);
+        }
+        for (Entry& entry : entries)
+            if (extended == nullptr && isExtended(account, entry.device)) extended = &entry;
+        if (extended == nullptr) {
+            entries.insert(entries.end(), logicals.begin(), logicals.end());
+            return entries;
+        }
+        const auto& answer = account.devices[extended->device].partition;  // the kernel gives it another size
+        if (answer && answer->size) extended->size = std::max(extended->size, *answer->size);
+        for (const Entry& logical : logicals)
+            if (logical.start >= extended->start)
+                extended->size = std::max(extended->size, endOf(logical) - extended->start);
+        extended->logicals = std::move(logicals);
+        return entries;
+    }
+
+    /// Fills the bytes from `begin` to `end`.
+    std::vector<Stretch> fill(std::vector<Entry>& entries, std::uint64_t begin, std::uint64_t end, const char* whole) {
+        std::stable_sort(entries.begin(), entries.end(),
+                         [](const Entry& one, const Entry& other) { return one.start < other.start; });
         std::vector<Stretch> stretches;
         std::uint64_t reached = begin;
-        for (const std::size_t position : positions) {
-            const Partition& partition = inventory.partitions[position];
-            const std::uint64_t start = std::max(*partition.start, begin);
-            const std::uint64_t size = std::min(partition.size, UINT64_MAX - start);  // hostile tables: no overflow
-            if (start < reached) noteOddity(partition, " overlaps what lies before it");
-            if (start + size > end || *partition.start < begin)
-                noteOddity(partition, std::string(" reaches past ") + whole);
-            const std::uint64_t from = std::min(std::max(start, reached), end);
-            const std::uint64_t to = std::min(std::max(start + size, from), end);
+        for (Entry& entry : entries) {
+            if (entry.start < reached && entry.start >= begin) noteOddity(entry, " overlaps what lies before it");
+            if (endOf(entry) > end || entry.start < begin) noteOddity(entry, std::string(" reaches past ") + whole);
+            const std::uint64_t from = std::min(std::max(entry.start, reached), end);
+            const std::uint64_t to = std::min(std::max(endOf(entry), from), end);
             if (from > reached) stretches.push_back({std::nullopt, from - reached, {}});
-            stretches.push_back({position, to - from, {}});
-            if (!partition.logicals.empty())
-                stretches.back().inner = fill(partition.logicals, start, start + size, "its extended partition");
+            stretches.push_back({entry.device, to - from, {}});
+            if (!entry.logicals.empty())
+                stretches.back().inner =
+                    fill(entry.logicals, entry.start, endOf(entry), "the end of its extended partition");
             reached = to;
         }
         if (end > reached) stretches.push_back({std::nullopt, end - reached, {}});
         return stretches;
     }
 
-private:
-    void noteOddity(const Partition& partition, const std::string& what) {
-        drawn.oddities.push_back(partition.device + what + ".");
+    void noteOddity(const Entry& entry, const std::string& what) {
+        map.oddities.push_back(account.device(entry.device).path() + what + ".");
     }
 
-    const Inventory& inventory;
-    DriveMap& drawn;
+    /// What the sizes leave of the whole stands behind them.
+    static std::vector<Stretch> inOrder(const std::vector<Entry>& entries, std::uint64_t whole) {
+        std::vector<Stretch> stretches;
+        for (const Entry& entry : entries) {
+            stretches.push_back({entry.device, entry.size, {}});
+            if (!entry.logicals.empty()) stretches.back().inner = inOrder(entry.logicals, entry.size);
+            whole -= std::min(whole, entry.size);
+        }
+        if (whole > 0) stretches.push_back({std::nullopt, whole, {}});
+        return stretches;
+    }
+
+    const ServerAccount& account;
+    const std::size_t disk;
+    DriveMap map;
 };
-
-/// What the sizes leave of the whole stands behind them.
-std::vector<Stretch> inPublishedOrder(const Inventory& inventory, const Positions& positions, std::uint64_t whole) {
-    std::vector<Stretch> stretches;
-    for (const std::size_t position : positions) {
-        const Partition& partition = inventory.partitions[position];
-        stretches.push_back({position, partition.size, {}});
-        if (!partition.logicals.empty())
-            stretches.back().inner = inPublishedOrder(inventory, partition.logicals, partition.size);
-        whole -= std::min(whole, partition.size);
-    }
-    if (whole > 0) stretches.push_back({std::nullopt, whole, {}});
-    return stretches;
-}
-
-/// The reported drive that a source is named after; null when it is named after none.
-const Drive* driveNamedIn(const Inventory& inventory, const std::string& source) {
-    const auto named = std::find_if(inventory.drives.begin(), inventory.drives.end(),
-                                    [&source](const Drive& drive) { return isOnDrive(source, drive.device); });
-    return named == inventory.drives.end() ? nullptr : &*named;
-}
-
-void append(Positions& all, const Positions& more) {
-    for (const std::size_t position : more)
-        if (!contains(all, position)) all.push_back(position);
-}
 
 }  // namespace
 
-Positions ownPartitions(const Inventory& inventory, const Drive& drive) {
-    Positions own;
-    for (const std::size_t position : drive.partitions)
-        if (!isPairedByAccident(inventory, drive, position)) own.push_back(position);
-    return own;
-}
+DriveMap mapOfDrive(const ServerAccount& account, std::size_t disk) { return Mapping(account, disk).take(); }
 
-std::size_t listedPartitions(const Inventory& inventory, const Drive& drive) {
-    std::size_t count = 0;
-    for (const std::size_t position : ownPartitions(inventory, drive))
-        count += 1 + inventory.partitions[position].logicals.size();
-    return count;
-}
-
-Positions ownLogicalDisks(const Inventory& inventory, const Partition& partition) {
-    Positions own;
-    for (const std::size_t position : partition.logicalDisks) {
-        const std::string& source = inventory.logicalDisks[position].source;
-        const bool isElsewhere =
-            source != partition.device &&
-            std::any_of(inventory.partitions.begin(), inventory.partitions.end(), [&](const Partition& other) {
-                return other.device == source && contains(other.logicalDisks, position);
-            });
-        if (!isElsewhere) own.push_back(position);
+std::vector<DeviceGroup> deviceGroups(const ServerAccount& account) {
+    const std::size_t count = account.devices.size();
+    std::vector<bool> isShown(count);
+    for (std::size_t i = 0; i < count; ++i) isShown[i] = !isLeftOut(account, i);
+    std::vector<DeviceGroup> groups;
+    Positions beneath(count, count);  // where each is whole; itself: as a root
+    Positions path;
+    for (const diskmgt_machine::ArrangedRow& place : diskmgt_machine::arrange(account.machine.blocks, isShown)) {
+        path.resize(place.depth);
+        if (place.depth == 0) groups.push_back({place.device, {}});
+        DeviceRow row{place.device, place.depth, std::nullopt};
+        if (place.isReference)
+            row.shownBeneath = beneath[place.device];
+        else
+            beneath[place.device] = path.empty() ? place.device : path.back();
+        path.push_back(place.device);
+        groups.back().rows.push_back(row);
     }
-    return own;
+    return groups;
 }
 
-Positions ownLogicalDisks(const Inventory& inventory, const Drive& drive) {
-    Positions own;
-    for (const Drive& paired : inventory.drives) {
-        for (const std::size_t position : paired.logicalDisks) {
-            const Drive* const named = driveNamedIn(inventory, inventory.logicalDisks[position].source);
-            if ((named == nullptr ? &paired : named) == &drive) append(own, {position});
-        }
+std::uint64_t capacityOf(const ServerAccount& account) {
+    const auto sizeOf = [&account](std::size_t device) { return account.device(device).sizeBytes.value_or(0); };
+    std::uint64_t sum = 0;
+    std::vector<bool> isCounted(account.devices.size());
+    for (std::size_t i = 0; i < account.devices.size(); ++i) {
+        if (account.device(i).kind != Kind::kMultipath) continue;
+        const Positions& paths = account.device(i).on;
+        for (const std::size_t path : paths) isCounted[path] = true;
+        const auto isDisk = [&account](std::size_t path) { return account.device(path).kind == Kind::kDisk; };
+        if (std::any_of(paths.begin(), paths.end(), isDisk)) sum += sizeOf(i);
     }
-    for (const std::size_t top : ownPartitions(inventory, drive)) {
-        append(own, ownLogicalDisks(inventory, inventory.partitions[top]));
-        for (const std::size_t logical : inventory.partitions[top].logicals)
-            append(own, ownLogicalDisks(inventory, inventory.partitions[logical]));
-    }
-    return own;
+    for (std::size_t i = 0; i < account.devices.size(); ++i)
+        if (account.device(i).kind == Kind::kDisk && !isCounted[i]) sum += sizeOf(i);
+    return sum;
 }
 
-DriveMap mapOfDrive(const Inventory& inventory, const Drive& drive) {
-    DriveMap map;
-    const Positions own = ownPartitions(inventory, drive);
-    map.isPlaced = haveStarts(inventory, own);
-    map.stretches = map.isPlaced ? Filling(inventory, map).fill(own, 0, drive.size, "the end of the drive")
-                                 : inPublishedOrder(inventory, own, drive.size);
-    return map;
+Space spaceOnDevices(const ServerAccount& account) {
+    Space sum;
+    sum.available = 0;
+    for (const DeviceAccount& device : account.devices) {
+        const auto measured = std::find_if(device.mounts.begin(), device.mounts.end(), [&account](std::size_t mount) {
+            return account.mounts[mount].space.has_value();
+        });
+        if (measured == device.mounts.end()) continue;
+        const Space& space = *account.mounts[*measured].space;
+        sum.total += space.total;
+        sum.free += space.free;
+        *sum.available += space.available.value_or(0);
+    }
+    return sum;
 }
 
 }  // namespace diskmgt

@@ -1,4 +1,5 @@
-// What lies where on a drive, gaps included: the drive as a picture of it needs it.
+// What lies where on a disk by the kernel's starts and sizes, gaps included, and what lies on that: as a picture needs
+// it.
 #pragma once
 
 #include <cstddef>
@@ -7,35 +8,44 @@
 #include <string>
 #include <vector>
 
-#include "inventory/inventory.h"
+#include "inventory/server_account.h"
 
 namespace diskmgt {
 
-/// A stretch of a drive, in bytes.
+/// A stretch of a disk, in bytes.
 struct Stretch {
-    std::optional<std::size_t> partition;  // position in Inventory::partitions; absent: nothing lies there
-    std::uint64_t size = 0;                // as far as it is neither covered by what lies before it nor past the end
-    std::vector<Stretch> inner;            // of an extended partition
+    std::optional<std::size_t> device;  // position of the partition; absent: outside the partitions
+    std::uint64_t size = 0;             // as far as it is neither covered by what lies before it nor past the end
+    std::vector<Stretch> inner;         // of an extended partition
 };
 
 struct DriveMap {
     std::vector<Stretch> stretches;     // without gaps between them
-    bool isPlaced = true;               // false: a start is unknown, so these are the sizes in published order
+    bool isPlaced = true;               // false: a start is unknown, so these are the sizes in the kernel's order
     std::vector<std::string> oddities;  // sentences on what does not fit
 };
 
-DriveMap mapOfDrive(const Inventory& inventory, const Drive& drive);
+DriveMap mapOfDrive(const ServerAccount& account, std::size_t disk);
 
-/// The drive's partitions without those that only an accident of names pairs with it, since the drive they are on has
-/// them too. Logicals stay within their extended partition.
-std::vector<std::size_t> ownPartitions(const Inventory& inventory, const Drive& drive);
+/// A device and what lies on it, depth first, as the page lists them.
+struct DeviceRow {
+    std::size_t device = 0;
+    std::size_t depth = 0;
+    std::optional<std::size_t> shownBeneath;  // it is shown whole there; absent: it is shown here
+};
 
-/// How many its own partitions are, logicals included.
-std::size_t listedPartitions(const Inventory& inventory, const Drive& drive);
+struct DeviceGroup {
+    std::size_t root = 0;  // lies on no device that is shown
+    std::vector<DeviceRow> rows;
+};
 
-/// The file systems on the drive and its own partitions, each once; accidents of names as above.
-std::vector<std::size_t> ownLogicalDisks(const Inventory& inventory, const Drive& drive);
-/// Those on a partition itself.
-std::vector<std::size_t> ownLogicalDisks(const Inventory& inventory, const Partition& partition);
+/// Disks first, else natural order; without what is left out.
+std::vector<DeviceGroup> deviceGroups(const ServerAccount& account);
+
+/// Of all disks; what several paths lead to counts once.
+std::uint64_t capacityOf(const ServerAccount& account);
+
+/// Of the file systems on devices that could be measured, each once.
+Space spaceOnDevices(const ServerAccount& account);
 
 }  // namespace diskmgt

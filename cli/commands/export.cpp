@@ -35,6 +35,7 @@ std::string document(const ServerAccount& account, const Options& options) {
 }
 
 std::string metrics(const ServerAccount& account, const Options& /*options*/) { return inventoryMetrics(account); }
+std::string page(const ServerAccount& account, const Options& /*options*/) { return inventoryPage(account); }
 
 template <std::string (*write)(const Inventory&)>
 std::string ofPairs(const ServerAccount& account, const Options& /*options*/) {
@@ -45,7 +46,7 @@ constexpr ExportForm kForms[] = {
     {"json", &document, nullptr},
     {"prometheus", &metrics, nullptr},
     {"mof", &ofPairs<&inventoryMof>, &mofRemark},
-    {"html", &ofPairs<&inventoryPage>, nullptr},
+    {"html", &page, nullptr},
 };
 
 const ExportForm& formNamed(const std::string& name) {

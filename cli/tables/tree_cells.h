@@ -23,9 +23,6 @@ std::string cimCell(const CimAnswer& answer, std::size_t partitions, const TreeC
 /// What uses a device that has no row beneath it, or that nothing is seen to use it, and its content.
 std::string useCell(const ServerAccount& account, std::size_t device);
 
-/// Of a partition that only holds other ones: nothing but them can use it.
-bool isExtended(const ServerAccount& account, std::size_t device);
-
 /// Model, serial number and the other columns that are shown on demand.
 void fillIdentity(const ServerAccount& account, std::size_t device, TreeRow& row);
 

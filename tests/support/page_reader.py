@@ -4,7 +4,7 @@ from html.parser import HTMLParser
 
 _STRUCTURE = {"html", "head", "body", "meta", "title", "style", "header", "main", "section", "footer", "h1", "h2", "p",
               "ul", "li", "dl", "dt", "dd", "div", "span", "small", "i", "b", "br", "table", "caption", "thead", "tbody",
-              "tr", "th", "td", "data", "time", "details", "summary"}
+              "tr", "th", "td", "data", "time", "details", "summary", "nav", "a", "wbr"}
 
 
 class Page(HTMLParser):
