@@ -12,6 +12,16 @@ NAMES = sorted(folder.name for folder in MACHINES.iterdir())
 DIRECTORY = "/media/documents"
 
 
+def without_figures(session, path):
+    """What is described is not mounted: a figure there is another mount's, which by chance has the same number."""
+    document = json.loads(session.run(["cat", path]).stdout)
+    for row in document["diskmgt"]["devices"] + document["diskmgt"]["fileSystems"]:
+        for mount in row.get("mounts", []):
+            for figure in ("total", "free", "available"):
+                mount.pop(figure, None)
+    session.run(["tee", path], text=json.dumps(document))
+
+
 @pytest.fixture
 def documents(machine, diskmgt):
     """documents(name): (session, export, diff) on a machine; documents are known by their names there."""
@@ -23,6 +33,8 @@ def documents(machine, diskmgt):
         def export(document):
             result = session.run([diskmgt, "export", "json", "--output", f"{DIRECTORY}/{document}"], check=False)
             assert result.status in (0, 1), result.stderr
+            if session.machine.mountinfo is not None:
+                without_figures(session, f"{DIRECTORY}/{document}")
 
         def diff(old, new, *options):
             return session.run([diskmgt, "diff", f"{DIRECTORY}/{old}", f"{DIRECTORY}/{new}", *options], check=False)

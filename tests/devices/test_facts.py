@@ -76,7 +76,7 @@ def test_executable_local_fact_makes_the_document(inside, name):
 def stand_in(run, status, text="{}"):
     """Another command of that name, which says that something is missing."""
     script = f"#!/bin/sh\necho '{text}'\necho 'diskmgt: something is missing' >&2\nexit {status}\n"
-    run("sh", "-c", f"cat > /media/home/diskmgt && chmod 755 /media/home/diskmgt", text=script)
+    run("sh", "-c", "cat > /media/home/diskmgt && chmod 755 /media/home/diskmgt", text=script)
     run("sh", "-c", f"sed 's|^PATH=.*|PATH=/media/home:$PATH|' '{SHARE}/facts/disks.fact' > {FACTS}/disks.fact && "
                     f"chmod 755 {FACTS}/disks.fact")
 
