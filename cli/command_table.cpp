@@ -87,7 +87,7 @@ const std::vector<CommandDescription>& commands() {
          kAnyNumber,
          kLoadsPlugin,
          {"table", "json"},
-         "Why each device, mount and pair is or is not reported, and what uses a device",
+         "Why something is or is not reported, and what uses each device",
          "DEVICE is a disk, a partition, a volume, a link to one, the plug-in's name of\n"
          "one, a mount source, a mount point, or any path: then the disks are named that\n"
          "it lies on. Without it the whole machine is explained.\n\n"
@@ -107,11 +107,11 @@ const std::vector<CommandDescription>& commands() {
          kHasSpace,
          {"table", "json"},
          "What changed between two documents of \"export json\"",
-         "Drives, partitions and logical disks that were added, removed or changed, with\n"
-         "sizes in bytes; \"-\" reads standard input. No change: a table prints nothing.\n"
-         "Without --space these do not count: free and available space, the file-system\n"
-         "identifier, where space was measured, and totals that are not of the file\n"
-         "system itself.\n\n"
+         "Drives, volumes, partitions and file systems that were added, removed, renamed\n"
+         "or changed, with sizes in bytes; \"-\" reads standard input. A drive is known by\n"
+         "its wwid or serial number and a partition by its UUID, not by its name of today.\n"
+         "No change: a table prints nothing. Without --space these do not count: free and\n"
+         "available space, used swap, and the total of a pool.\n\n"
          "Exit status: 0 nothing changed; 1 something did; 2 wrong usage, a document that\n"
          "cannot be compared, or output that cannot be written; 4 timed out.\n"
          "What an incomplete document lacks counts as unknown, not as removed; a line on\n"

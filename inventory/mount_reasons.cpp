@@ -43,7 +43,7 @@ void addUnmeasuredReason(const MountFacts& mount, std::vector<Reason>& reasons) 
 
 Reason automountReason() {
     return {"automount", "automount",
-            "It is an automount: asking for VEXSG_LogicalDisk, as this command does, mounts it when it is idle."};
+            "It is an automount: asking for VEXSG_LogicalDisk mounts it when it is idle, and this command asks."};
 }
 
 Reason noFigures(const std::string& source) {

@@ -33,20 +33,25 @@ public:
              {ElementKind::kDrive, ElementKind::kPartition, ElementKind::kVolume, ElementKind::kFileSystem}) {
             const std::size_t first = found.size();
             for (const auto& [old, now] : matching.pairs(kind)) compare(kind, old, now);
-            // The smaller name of a renamed element is the same whichever document is the older.
-            const auto key = [](const Change& change) -> const std::string& {
-                if (change.came() || change.went()) return change.element().name;
-                return std::min(change.before->name, change.after->name, comesFirst);
-            };
-            std::stable_sort(
-                found.begin() + static_cast<std::ptrdiff_t>(first), found.end(),
-                [&key](const Change& one, const Change& other) { return comesFirst(key(one), key(other)); });
+            std::stable_sort(found.begin() + static_cast<std::ptrdiff_t>(first), found.end(), comesBefore);
         }
         fold();
         return std::move(found);
     }
 
 private:
+    /// By the names of both sides, the smaller one first: the same whichever document is the older.
+    static bool comesBefore(const Change& one, const Change& other) {
+        const auto left = namesOf(one), right = namesOf(other);
+        if (*left.first != *right.first) return comesFirst(*left.first, *right.first);
+        return comesFirst(*left.second, *right.second);
+    }
+    static std::pair<const std::string*, const std::string*> namesOf(const Change& change) {
+        const std::string* const old = &(change.came() ? change.after : change.before)->name;
+        const std::string* const now = &change.element().name;
+        return comesFirst(*now, *old) ? std::make_pair(now, old) : std::make_pair(old, now);
+    }
+
     void compare(ElementKind kind, const DocumentElement* old, const DocumentElement* now) {
         if (old == nullptr && before.lacks(kind)) return;
         if (now == nullptr && after.lacks(kind)) return;

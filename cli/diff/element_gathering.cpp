@@ -54,8 +54,9 @@ void ElementGathering::takeMounts(DocumentElement& element, GatheredMounts mount
     element.values.shrink_to_fit();  // there may be a million of them
 }
 
-void ElementGathering::addDevice(DocumentElement device, GatheredMounts mounts) {
+bool ElementGathering::addDevice(DocumentElement device, GatheredMounts mounts) {
     const std::string name = takeText(device.values, "name");
+    if (!names.insert(name).second) return false;
     const std::string volume = takeText(device.values, "volume");
     device.name = volume.empty() ? "/dev/" + name : "/dev/mapper/" + volume;
     if (!volume.empty()) shownNames.emplace(name, device.name);
@@ -67,6 +68,7 @@ void ElementGathering::addDevice(DocumentElement device, GatheredMounts mounts) 
     for (const char* const ofContent : {"content", "label", "uuid"}) device.values.erase(ofContent);
     device.values.shrink_to_fit();
     list(kindOf(*device.find<std::string>("kind"))).push_back(std::move(device));
+    return true;
 }
 
 /// What udev found on the device and what is mounted from it.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -26,7 +27,8 @@ class ElementGathering {
 public:
     explicit ElementGathering(InventoryDocument& filled) : document(filled) {}
 
-    void addDevice(DocumentElement device, GatheredMounts mounts);
+    /// False when a device of that name was there before.
+    bool addDevice(DocumentElement device, GatheredMounts mounts);
     void addFileSystem(DocumentElement fileSystem, GatheredMounts mounts);
     /// To be called once, after all: names are known then.
     void finish();
@@ -37,6 +39,7 @@ private:
     static void takeMounts(DocumentElement& element, GatheredMounts mounts);
 
     InventoryDocument& document;
+    std::unordered_set<std::string> names;                      // of devices, below /dev
     std::unordered_map<std::string, std::string> shownNames;    // of volumes, by their names below /dev
     std::unordered_map<std::string, std::size_t> fileSystemOn;  // by the device's name as an element
     std::vector<std::pair<std::string, std::string>> mountsAt;  // the device, and the name below /dev of the other

@@ -253,7 +253,7 @@ private:
             case ObjectKind::kGap:
                 return finishGap(ended.element);
             case ObjectKind::kDevice:
-                return gathering.addDevice(std::move(ended.element), std::move(ended.mounts));
+                return finishDevice(ended);
             case ObjectKind::kFileSystem:
                 return gathering.addFileSystem(std::move(ended.element), std::move(ended.mounts));
             case ObjectKind::kMount:
@@ -267,6 +267,12 @@ private:
 
     static std::string& textIn(DocumentElement& element, const char* name) {
         return std::get<std::string>(element.values.at(name));
+    }
+
+    void finishDevice(Frame& device) {
+        const std::string name = textIn(device.element, "name");
+        if (!gathering.addDevice(std::move(device.element), std::move(device.mounts)))
+            note("has two devices with the name \"" + name + "\"");
     }
 
     void finishInventory(DocumentElement& inventory) {

@@ -170,7 +170,7 @@ Matching::Matching(const InventoryDocument& before, const InventoryDocument& aft
         pairs = matched.take();
         if (kind == ElementKind::kFileSystem) return;
         for (const auto& [old, now] : pairs)
-            if (old != nullptr && now != nullptr) newNames.emplace(old->name, now->name);
+            if (old != nullptr) newNames.emplace(old->name, now == nullptr ? std::string_view() : now->name);
     };
 
     MatchingOfKind drives(*this, before.of(ElementKind::kDrive), after.of(ElementKind::kDrive));
@@ -206,16 +206,12 @@ Matching::Matching(const InventoryDocument& before, const InventoryDocument& aft
     take(ElementKind::kFileSystem, fileSystems);
 }
 
-std::string_view Matching::newNameOf(const std::string& oldDevice) const {
-    const auto known = newNames.find(oldDevice);
-    return known == newNames.end() ? std::string_view() : known->second;
-}
-
 /// Empty when one of them is not there any more.
 std::vector<std::string> Matching::placesNow(const DocumentElement& old) const {
     Texts places;
     for (const std::string& place : placesOf(old)) {
-        const std::string_view name = newNameOf(place);
+        const auto known = newNames.find(place);
+        const std::string_view name = known == newNames.end() ? place : known->second;
         if (name.empty()) return {};
         places.emplace_back(name);
     }

@@ -21,16 +21,12 @@ public:
     const std::vector<Pair>& pairs(ElementKind kind) const { return found[static_cast<std::size_t>(kind)]; }
     /// Whether both lie on the same devices, whatever these are called.
     bool isOnTheSame(const DocumentElement& old, const DocumentElement& now) const;
-    /// The name that the device of the old document has in the new one; empty: it is not there.
-    std::string_view newNameOf(const std::string& oldDevice) const;
 
 private:
-    friend class MatchingOfKind;
-
     std::vector<std::string> placesNow(const DocumentElement& old) const;
 
     std::vector<Pair> found[kElementKinds];
-    std::unordered_map<std::string_view, std::string_view> newNames;  // of devices that are in both
+    std::unordered_map<std::string_view, std::string_view> newNames;  // of old devices; empty: not there any more
 };
 
 }  // namespace diskmgt

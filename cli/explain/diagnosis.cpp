@@ -181,7 +181,7 @@ private:
                 automounts.push_back(mount.mountPoint);
         if (!automounts.empty())
             sentences.push_back("Automounts: " + listed(automounts) +
-                                ". Asking for VEXSG_LogicalDisk, as this command does, mounts those that are idle.");
+                                "; asking for VEXSG_LogicalDisk mounts those that are idle, and this command asks.");
     }
 
     void addPairs() {

@@ -110,7 +110,7 @@ private:
     }
 
     std::string nothingNamed(const std::string& operand) const {
-        std::string text = "there is no device, mount or file \"" + operand + "\"";
+        std::string text = "nothing here is named \"" + operand + "\": no device, mount or path";
         const std::string path = pathOf(operand);
         for (std::size_t i = 0; i < account.devices.size(); ++i) {
             if (account.device(i).path() == path || !isPartitionOf(path, account.device(i).path())) continue;

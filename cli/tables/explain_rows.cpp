@@ -164,7 +164,8 @@ MountRows mountRows(const std::vector<MountExplanation>& mounts) {
         if (!isOfDevice(mount)) {
             const auto& group = groups[groupOf(mount)];
             const bool isUsual = mount.logicalDisk.reasons.empty() || hasRule(mount.logicalDisk, "later-mount");
-            if (isUsual || group.size() > kMostShown) {
+            const bool isNamed = hasRule(mount.logicalDisk, "automount");
+            if (!isNamed && (isUsual || group.size() > kMostShown)) {
                 if (group.front() == &mount) counted.push_back(&group);
                 continue;
             }

@@ -96,8 +96,12 @@ std::string drawn(const char* label, const std::string& text, std::size_t width)
     return text.empty() ? "" : paragraph(std::string("  ") + label, text, width);
 }
 
+const char* unknownSentence(const Finding& finding) {
+    return finding.isReported ? "Not known; by the rules it would be reported." : "Not known.";
+}
+
 std::string driveSentence(const DeviceExplanation& device) {
-    if (!device.drive.isKnown) return "Not known.";
+    if (!device.drive.isKnown) return unknownSentence(device.drive);
     if (!device.drive.isReported) return "Not reported.";
     if (!device.sizeBytes) return "Reported.";
     return "Reported, " + sizeText(*device.sizeBytes) + ", number of partitions " +
@@ -105,7 +109,10 @@ std::string driveSentence(const DeviceExplanation& device) {
 }
 
 std::string partitionSentence(const DeviceExplanation& device, bool isOne) {
-    if (!device.partitions.isKnown) return "Not known.";
+    if (!device.partitions.isKnown)
+        return isOne || !device.partitions.isReported
+                   ? unknownSentence(device.partitions)
+                   : "Not known; by the rules " + std::to_string(device.tableCount) + " would be reported.";
     if (!device.partitions.isReported) return isOne ? "Not reported." : "None reported.";
     if (!isOne) return std::to_string(device.tableCount) + " reported.";
     return device.reportedAs.empty() ? "Reported." : "Reported as " + device.reportedAs + ".";

@@ -26,12 +26,12 @@ constexpr ColumnTraits kColumns[kTreeColumns] = {
     {"Name", 16, TextTable::Column::kTree, Keep::kBothEnds},
     {"Size", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Start", 0, TextTable::Column::kNumber, Keep::kBeginning},
-    {"Type", 14, TextTable::Column::kText, Keep::kBeginning},
+    {"Type", 12, TextTable::Column::kText, Keep::kBeginning},
     {"Used", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Use", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Free", 0, TextTable::Column::kNumber, Keep::kBeginning},
     {"Avail", 0, TextTable::Column::kNumber, Keep::kBeginning},
-    {"CIM", 20, TextTable::Column::kText, Keep::kBeginning},
+    {"CIM", 16, TextTable::Column::kText, Keep::kBeginning},
     {"Remark", 20, TextTable::Column::kText, Keep::kBeginning},
     {"Model", 8, TextTable::Column::kText, Keep::kBeginning},
     {"Serial", 8, TextTable::Column::kText, Keep::kBothEnds},
@@ -63,7 +63,7 @@ std::string bar(int percent, bool isAscii) {
 class Layout {
 public:
     Layout(const Tree& shown, const TableStyle& chosen, const ColumnChoice& columns, std::size_t width)
-        : tree(shown), style(chosen), choice(columns) {
+        : tree(shown), style(chosen), choice(columns), terminalWidth(width) {
         measure();
         if (width > 0) fit(width);
     }
@@ -88,14 +88,33 @@ public:
                 if (const char* const color = colorOf(row, column)) table.paint(line, places[column], color);
             }
         }
-        return table.print();
+        return withHeadings(table.print());
     }
 
     /// A note about the columns that are left out; empty when none is.
     const std::string& leftOut() const { return leftOutHeadings; }
 
 private:
+    /// A heading takes the whole line, so that it widens no column.
+    std::string withHeadings(const std::string& printed) const {
+        std::string text = printed.substr(0, printed.find('\n') + 1);
+        std::size_t start = text.size();
+        for (const TreeRow& row : tree.rows) {
+            const std::size_t end = printed.find('\n', start) + 1;
+            text += row.kind == TreeRow::Kind::kHeading ? headingLine(row) : printed.substr(start, end - start);
+            start = end;
+        }
+        return text;
+    }
+
+    std::string headingLine(const TreeRow& row) const {
+        const std::string& whole = row.cells[kNameColumn];
+        const std::string shown = terminalWidth == 0 ? whole : shortened(whole, terminalWidth, Keep::kBeginning);
+        return title(shown, style) + "\n";
+    }
+
     std::string cell(const TreeRow& row, std::size_t column) const {
+        if (row.kind == TreeRow::Kind::kHeading) return {};
         if (column != kUseColumn) return row.cells[column];
         if (row.usedPercent < 0) return {};
         return (hasBar ? bar(row.usedPercent, style.isAscii) : "") + percentText(row.usedPercent);
@@ -149,10 +168,8 @@ private:
 
     void fit(std::size_t width) {
         if (total(false) <= width) return;
-        if (total(true) > width) {
-            hasBar = false;
-            if (widths[kUseColumn] > 0) measure(kUseColumn);
-        }
+        hasBar = false;
+        if (widths[kUseColumn] > 0) measure(kUseColumn);
         for (const TreeColumn column : kDispensable) {
             if (total(true) <= width) break;
             leaveOut(column);
@@ -174,6 +191,7 @@ private:
     const Tree& tree;
     const TableStyle& style;
     const ColumnChoice& choice;
+    const std::size_t terminalWidth;                 // 0: no terminal
     std::array<std::size_t, kTreeColumns> widths{};  // 0: not shown
     bool hasBar = true;
     std::string leftOutHeadings;

@@ -307,8 +307,8 @@ private:
     void addPairsNote() {
         const std::size_t doubtful = account.inventory().doubtfulPairs.size();
         if (doubtful == 0 || !selection.isEverything) return;
-        tree.notes.push_back("CIM links " + std::to_string(doubtful) + (doubtful == 1 ? " row" : " rows") +
-                             " to another device just because of the names; \"diskmgt explain\" says which");
+        tree.notes.push_back(counted(doubtful, "pair") + " of CIM " + (doubtful == 1 ? "exists" : "exist") +
+                             " only because one name contains another: \"diskmgt explain\" says which");
     }
 
     /// What a row does not say.

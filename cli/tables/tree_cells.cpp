@@ -14,6 +14,9 @@ namespace {
 using diskmgt_machine::BlockDevice;
 using diskmgt_machine::Kind;
 
+constexpr const char* kNoPurpose = "Unknown";      // is published of a type without a name
+constexpr const char* kPoolMember = "zfs_member";  // its file systems say nothing of their devices
+
 const Partition* publishedPartition(const ServerAccount& account, std::size_t device) {
     const auto& position = account.devices[device].published;
     return position ? &account.inventory().partitions[*position] : nullptr;
@@ -24,7 +27,7 @@ std::string purposeOf(const ServerAccount& account, std::size_t device) {
     const std::string name = partitionTypeNameOf(account.devices[device].udev.partitionType);
     if (!name.empty()) return name;
     const Partition* const published = publishedPartition(account, device);
-    return published == nullptr ? "" : published->typeName;
+    return published == nullptr || published->typeName == kNoPurpose ? "" : published->typeName;
 }
 
 std::string kindCell(const ServerAccount& account, std::size_t position) {
@@ -103,7 +106,8 @@ std::string useCell(const ServerAccount& account, std::size_t device) {
         return "in use as part of " + account.device(*disk).name;
     const std::string use = useText(account.machine, more.use);
     if (!use.empty()) return use;
-    const std::string content = more.udev.content;
+    const std::string& content = more.udev.content;
+    if (content == kPoolMember) return "use by a pool is not seen: " + content;
     return content.empty() ? "not seen in use; content not known" : "not seen in use: " + content;
 }
 

@@ -3,55 +3,10 @@ import copy
 import json
 import os
 import subprocess
-import sys
 
 import pytest
 from conftest import COMMAND, environment
-
-
-def reported(is_reported=True):
-    return {"known": True, "reported": is_reported}
-
-
-def device(name, kind="disk", on=(), **values):
-    return {"name": name, "path": f"/dev/{name}", "number": "8:0", "kind": kind, "size": 67108864, "sectorSize": 512,
-            "on": list(on), **values, "cim": {"drive": reported()}}
-
-
-def partition(name, disk="sda", size=1048576, number=1, start=1048576, **values):
-    place = {"number": number, "start": start, "table": "mbr", "type": "0x83", "typeName": "Linux"}
-    further = {key: values.pop(key) for key in ("type", "typeName", "uuid") if key in values}
-    return {**device(name, "partition", [disk], **values), "size": size, "partition": {**place, **further},
-            "cim": {"partition": reported()}}
-
-
-def mount(point, **values):
-    return {"mountPoint": point, "root": "/", "fileSystem": "ext4", "options": "rw", "total": 900, "free": 300,
-            "available": 200, **values}
-
-
-def mounted(row, *mounts, **values):
-    """The row of a device with what is mounted from it."""
-    return {**row, **values, "mounts": list(mounts), "cim": {**row["cim"], "logicalDisk": reported()}}
-
-
-def file_system(source, *mounts, kind="network"):
-    return {"source": source, "kind": kind, "mounts": list(mounts), "cim": {"logicalDisk": reported()}}
-
-
-def inventory(*devices, **values):
-    return {"diskmgt": {
-        "schema": 1, "generator": {"name": "diskmgt", "version": "1.1.0"}, "hostName": "server1",
-        "collectedAt": "2026-01-01T00:00:00Z", "complete": True, "incomplete": [], "devices": list(devices),
-        "fileSystems": [], "pseudoFileSystems": 0, "cimOnly": [], "doubtfulPairs": [], "instances": {}, **values}}
-
-
-def incomplete(*devices, rule="open-failed", of="/dev/sda", **values):
-    return inventory(*devices, complete=False, incomplete=[{"rule": rule, "of": of, "text": f"{of} is missing."}], **values)
-
-
-DISK = device("sda", wwid="naa.1")
-ONE = inventory(DISK, mounted(partition("sda1"), mount("/data")))
+from documents import DISK, ONE, device, file_system, incomplete, inventory, mount, mounted, partition, reported
 
 
 @pytest.fixture
@@ -319,9 +274,10 @@ def test_wrong_usage(run, arguments):
     (b'{"namespace": "root/cimv2", "classes": [], "log": []}', "is not a document of"),
     (json.dumps(ONE).encode()[:-2], "ends in the middle"), (json.dumps(ONE).encode() * 2, "is not valid JSON"),
     (b'{"diskmgt": {"schema": 1, "hostName": "x", "drives": []}}', "was written before 1.1.0; export it again"),
+    (json.dumps(inventory(DISK, DISK)).encode(), 'has two devices with the name "sda"'),
     (b'{"diskmgt": {"schema": 2}}', "newer form 2"), (b"[" * 1000000, "nested more than 32 deep"),
     (b'{"diskmgt": {"schema": 1, "schema": 1}}', 'names "schema" twice')],
-    ids=["empty", "blank", "no_json", "list", "no_utf8", "get", "cut", "two", "before", "newer", "deep", "name_twice"])
+    ids=["empty", "blank", "no_json", "list", "no_utf8", "get", "cut", "two", "before", "device_twice", "newer", "deep", "name_twice"])
 @pytest.mark.parametrize("stands", [0, 1])
 def test_other_files_are_refused_by_name(diff, text, says, stands):
     pair = [ONE, ONE]
@@ -392,60 +348,3 @@ def test_time_limit_covers_a_pipe_that_stays_silent(run):
     os.close(reading)
     os.close(writing)
     assert done.status == 4 and "gave up after 0.2 s while reading the documents" in done.sentence
-
-
-# A process of its own starts the command: what is forked from this one begins with all of its memory as the most.
-STARTER = """
-import os, subprocess, sys
-running = subprocess.Popen(sys.argv[1:], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
-_, status, used = os.wait4(running.pid, 0)
-print(os.waitstatus_to_exitcode(status), used.ru_maxrss * 1024)
-"""
-
-
-def peak_of(*arguments):
-    """Exit status, standard error and the most memory in bytes of one run."""
-    done = subprocess.run([sys.executable, "-S", "-c", STARTER, COMMAND, "diff", "--timeout", "0", *map(str, arguments)],
-                          capture_output=True, text=True, env=environment(), timeout=120, check=True)
-    status, peak = map(int, done.stdout.split())
-    return status, done.stderr, peak
-
-
-def crowded(count, folder):
-    """As "export json" writes so many mounted partitions, but without the plain instances: all of it is compared."""
-    return inventory(DISK, *(mounted(partition(f"sda{number}", number=number), mount(f"{folder}/{number}"))
-                             for number in range(count)))
-
-
-@pytest.mark.skipif(any(name in open(COMMAND, "rb").read() for name in (b"__asan_init", b"__tsan_init")),
-                    reason="a sanitizer's own memory would be measured")
-class TestMemory:
-    """What the comparison costs, beyond an empty run."""
-
-    @pytest.mark.parametrize("chosen", ["table", "json"])
-    def test_of_inventories_is_at_most_four_times_the_documents(self, tmp_path, chosen):
-        for name, document in (("empty", inventory()), ("old", crowded(16000, "/old")), ("new", crowded(16000, "/new"))):
-            (tmp_path / name).write_text(json.dumps(document, indent=2))
-        _, _, least = peak_of(tmp_path / "empty", tmp_path / "empty")
-        status, said, peak = peak_of(tmp_path / "old", tmp_path / "new", "--format", chosen)
-        assert (status, said) == (1, "")
-        both = os.path.getsize(tmp_path / "old") + os.path.getsize(tmp_path / "new")
-        assert both > 16 << 20 and peak - least <= 4 * both
-
-    def test_of_any_names_is_bounded(self, tmp_path):
-        (tmp_path / "names").write_text("{" + ",".join(f'"{number}":0' for number in range(3000000)) + "}")
-        status, said, peak = peak_of(tmp_path / "names", tmp_path / "names")
-        assert status == 2 and "more than 1000000 elements" in said and peak < 1 << 30
-
-    def test_of_a_crowd_of_elements_is_bounded(self, tmp_path):
-        one = json.dumps({"name": "sda", "kind": "disk", "on": [], "size": 1, "model": "x", "cim": {}})
-        text = json.dumps(inventory(devices="crowd")).replace('"crowd"', "[" + ",".join([one] * 1000001) + "]")
-        (tmp_path / "crowd").write_text(text)
-        status, said, peak = peak_of(tmp_path / "crowd", tmp_path / "crowd")
-        assert status == 2 and "more than 1000000 elements" in said and peak < 1 << 30
-
-    def test_of_a_huge_text_is_bounded(self, tmp_path):
-        text = json.dumps(inventory(hostName="@"))
-        (tmp_path / "text").write_text(text.replace("@", "x" * ((256 << 20) - len(text))))
-        status, said, peak = peak_of(tmp_path / "text", tmp_path / "text")
-        assert status == 2 and "a text of more than 1 MiB" in said and peak < 1 << 30

@@ -50,6 +50,12 @@ class Views:
                 for labels, value in samples}
 
 
+def machine_rows(rows):
+    """The rows above those that only CIM has, which rights decide about."""
+    names = [name for name, in rows]
+    return names[:names.index("Only in CIM")] if "Only in CIM" in names else names
+
+
 @pytest.fixture(params=NAMES)
 def views(request, machine, diskmgt):
     return Views(machine(request.param), diskmgt)
@@ -57,14 +63,16 @@ def views(request, machine, diskmgt):
 
 @pytest.fixture
 def in_use(views):
-    return json.loads(views.session.run(["python3", "-c", WITNESS]).stdout)
+    found = json.loads(views.session.run(["python3", "-c", WITNESS]).stdout)
+    return {name.replace("!", "/"): used for name, used in found.items()}
 
 
 def test_use_is_the_kernels_in_every_view(views, in_use):
     idle = {name for name, remark in views.rows("name", "remark") if remark.startswith("not seen in use")}
     assert not {name for name in idle if in_use.get(name)}
     said = {name.removeprefix("/dev/"): bool(value) for name, value in views.metric("diskmgt_device_in_use").items()}
-    assert said == {device["name"]: in_use[device["name"]] for device in views.document["devices"]}
+    assert said == {name: in_use[name] for name in said}  # empty loops, RAM disks and hidden paths have no sample
+    assert said.keys() <= {device["name"] for device in views.document["devices"]}
 
 
 def test_nothing_is_called_unused(views):
@@ -109,7 +117,7 @@ def test_all_agree_on_what_is_complete(views):
 def test_an_ordinary_user_sees_the_same_machine(views):
     if not views.document["devices"]:
         pytest.skip("the machine has no device")
-    assert [name for name, _ in views.rows("name", "remark", user=True)] == [name for name, _ in views.rows("name", "remark")]
+    assert machine_rows(views.rows("name", user=True)) == machine_rows(views.rows("name"))
     as_user = views.ask("export", "json", "--all", user=True)
     document = as_user.json()["diskmgt"]
     for own, roots in zip(document["devices"], views.document["devices"], strict=True):

@@ -60,7 +60,7 @@ def test_drives_and_partitions_leave_them_idle(idle, get):
     assert mounted(idle) == []
 
 
-def test_explain_names_each_and_leaves_it_idle(idle, diskmgt):
+def test_explain_names_each_and_that_it_mounts_them(idle, diskmgt):
     document = idle.run([diskmgt, "explain", "--format", "json"]).json()
     automounts = {mount["mountPoint"]: mount for mount in document["mounts"] if mount["type"] == "autofs"}
     assert set(automounts) == set(PLACES)
@@ -72,4 +72,4 @@ def test_explain_names_each_and_leaves_it_idle(idle, diskmgt):
     assert "asking for VEXSG_LogicalDisk mounts those that are idle" in named
     table = idle.run([diskmgt, "explain"]).stdout
     assert all(f"{place} " in table for place in PLACES)
-    assert mounted(idle) == []
+    assert len(mounted(idle)) == len(PLACES)  # it shows what the plug-in publishes of logical disks

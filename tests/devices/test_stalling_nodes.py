@@ -100,7 +100,7 @@ def test_page_and_metrics_say_that_it_is_not_all(server, diskmgt, plant):
 
 def test_explain_names_it_and_compares_the_rest(server, diskmgt, plant):
     kind = plant("/dev/sda")
-    document = ask(server, diskmgt, "explain", "--format", "json", status=0).json()
+    document = ask(server, diskmgt, "explain", "--format", "json", status=1).json()
     devices = {device["path"]: device for device in document["devices"]}
     assert rules(devices["/dev/sda"]["drive"]) == rules(devices["/dev/sda"]["partitions"]) == ["not-a-block-device"]
     assert sentence("/dev/sda", kind) in devices["/dev/sda"]["drive"]["reasons"][0]["text"]
@@ -111,14 +111,16 @@ def test_explain_names_it_and_compares_the_rest(server, diskmgt, plant):
 
 def test_explain_named_does_not_open_it(server, diskmgt, plant):
     plant("/dev/sda")
-    document = ask(server, diskmgt, "explain", "sda", "sda1", "sdb", "--format", "json", status=0).json()
+    document = ask(server, diskmgt, "explain", "sda", "sda1", "sdb", "--format", "json", status=1).json()
     assert [rules(device["partitions"])[0:1] for device in document["devices"]] == \
-        [["not-a-block-device"], ["not-a-block-device"], []]
+        [["not-a-block-device"]] * 3  # of the last only why it is not known: by the rules it is reported
+    assert [(device["partitions"]["known"], device["partitions"]["reported"]) for device in document["devices"]] == \
+        [(False, False), (False, False), (False, True)]
 
 
 def test_explain_of_a_name_outside_the_kernels_list(server, diskmgt, plant):
     plant("/dev/md3")
-    device, = ask(server, diskmgt, "explain", "md3", "--format", "json", status=0).json()["devices"]
+    device, = ask(server, diskmgt, "explain", "md3", "--format", "json", status=1).json()["devices"]
     assert (rules(device["drive"]), rules(device["partitions"])) == (["not-in-sysfs"], ["not-a-block-device"])
 
 

@@ -29,8 +29,8 @@ USES = {
         "sda": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
         "sdd": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
         "dm-0": "In use by dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
-        # The volume lies on the whole disk, so on its partitions too.
-        "sda1": "In use by dm-0 (mpatha), dm-1 (mpatha-part1) and dm-2 (mpatha-part2), mounted on / and /boot/efi.",
+        "sda1": "In use as part of sda, which is in use by dm-0 (mpatha), dm-1 (mpatha-part1) and "
+                "dm-2 (mpatha-part2), mounted on / and /boot/efi.",  # the volume lies on the whole disk
     },
     "encrypted-whole": {
         "sdb": "In use by dm-0 (secret), mounted on /srv/secret.",
@@ -63,11 +63,12 @@ disks = {part: disk for disk in parts for part in parts[disk]}
 found = {}
 for name in numbers:
     new = {name, re.sub(r"^(nvme\d+)c\d+", r"\1", name)} & set(holders)  # a path, and the disk it leads to
+    new |= {disk for disk in parts if name in parts[disk] and holders[disk]}  # what holds the disk holds all of it
     reached = set(new)
     while new:
         new = {upper for lower in new for upper in holders.get(lower, []) + parts.get(lower, [])} - reached
         reached |= new
-    found[name] = any(is_used(n) for n in reached) or is_used(disks.get(name))
+    found[name] = any(is_used(n) for n in reached) or is_used(disks.get(name, name))
 print(json.dumps(found))
 """
 

@@ -7,42 +7,52 @@ namespace diskmgt::test {
 
 inline std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
-inline std::string partition(const std::string& device, const std::string& size = "1048576",
-                             const std::string& further = "", const std::string& logicals = "",
-                             const std::string& disks = "") {
-    return R"({"device": )" + quoted(device) + R"(, "size": )" + size +
-           R"(, "table": "mbr", "typeName": "Linux", "type": 1, "bootable": false)" + further + R"(, "logicals": [)" +
-           logicals + R"(], "logicalDisks": [)" + disks + "]}";
+inline std::string mount(const std::string& point, const std::string& further = "") {
+    return R"({"mountPoint": )" + quoted(point) + R"(, "root": "/", "fileSystem": "ext4", "options": "rw")" + further +
+           "}";
 }
 
-inline std::string disk(const std::string& source, const std::string& mountPoint = "/data",
-                        const std::string& further = "") {
-    return R"({"source": )" + quoted(source) + R"(, "mountPoints": [)" + quoted(mountPoint) +
-           R"(], "fileSystem": "ext4", "options": "rw")" + further + "}";
+/// `further`: other members, with a comma before each. With mounts the device has a logical disk.
+inline std::string row(const std::string& name, const std::string& kind, const std::string& on,
+                       const std::string& further, const std::string& mounts) {
+    return R"({"name": )" + quoted(name) + R"(, "kind": )" + quoted(kind) + R"(, "on": [)" + on + "]" + further +
+           (mounts.empty() ? "" : R"(, "mounts": [)" + mounts + "]") +
+           R"(, "cim": {"drive": {"known": true, "reported": true}}})";
 }
 
-inline std::string drive(const std::string& device, const std::string& partitions = "", const std::string& disks = "",
-                         const std::string& further = "") {
-    return R"({"device": )" + quoted(device) + R"(, "size": 67108864, "partitionCount": 1)" + further +
-           R"(, "partitions": [)" + partitions + R"(], "logicalDisks": [)" + disks + "]}";
+inline std::string disk(const std::string& name, const std::string& further = "", const std::string& mounts = "") {
+    return row(name, "disk", "", R"(, "size": 67108864)" + further, mounts);
 }
 
-/// What stands in a document beside its drives.
+/// `place`: members of "partition", with a comma before each.
+inline std::string partition(const std::string& name, const std::string& size = "1048576",
+                             const std::string& on = "sda", const std::string& place = "",
+                             const std::string& mounts = "") {
+    return row(name, "partition", quoted(on),
+               R"(, "size": )" + size + R"(, "partition": {"typeName": "Linux")" + place + "}", mounts);
+}
+
+inline std::string fileSystem(const std::string& source, const std::string& mounts) {
+    return R"({"source": )" + quoted(source) + R"(, "kind": "network", "mounts": [)" + mounts + R"(], "cim": {}})";
+}
+
+/// What a document has beside its devices.
 struct Frame {
-    std::string missing;     // class names in quotes
-    std::string loose;       // partitions
-    std::string looseDisks;  // logical disks
-    std::string failures;
+    std::string fileSystems{};
+    std::string incomplete{};
     std::string schema = "1";
     std::string hostName = "server1";
 };
 
-inline std::string document(const std::string& drives, const Frame& frame = {}) {
+inline std::string gap(const std::string& rule, const std::string& of) {
+    return R"({"rule": )" + quoted(rule) + R"(, "of": )" + quoted(of) + R"(, "text": "It is missing."})";
+}
+
+inline std::string document(const std::string& devices, const Frame& frame = {}) {
     return R"({"diskmgt": {"schema": )" + frame.schema + R"(, "hostName": )" + quoted(frame.hostName) +
-           R"(, "collectedAt": "2026-01-01T00:00:00Z", "complete": )" + (frame.missing.empty() ? "true" : "false") +
-           R"(, "missingClasses": [)" + frame.missing + R"(], "failures": [)" + frame.failures + R"(], "drives": [)" +
-           drives + R"(], "loosePartitions": [)" + frame.loose + R"(], "looseLogicalDisks": [)" + frame.looseDisks +
-           R"(], "instances": {"Any_Class": [{"path": "", "properties": {"Size": 1}}]}}})";
+           R"(, "collectedAt": "2026-01-01T00:00:00Z", "complete": )" + (frame.incomplete.empty() ? "true" : "false") +
+           R"(, "incomplete": [)" + frame.incomplete + R"(], "devices": [)" + devices + R"(], "fileSystems": [)" +
+           frame.fileSystems + R"(], "instances": {"Any_Class": [{"path": "", "properties": {"Size": 1}}]}}})";
 }
 
 }  // namespace diskmgt::test

@@ -27,63 +27,73 @@ std::string refusalOf(const std::string& text) {
 
 Texts placesOf(const DocumentElement& element) { return std::get<Texts>(element.values.at(kPlaces)); }
 
-TEST(InventoryDocument, ElementsLieOnWhatTheyAreNestedIn) {
-    const InventoryDocument read = readInventoryDocument(document(
-        drive("/dev/sda", partition("/dev/sda2", "9", "", partition("/dev/sda5", "8", "", "", disk("/dev/sda5"))),
-              disk("/dev/mapper/x"))));
-    ASSERT_EQ(read.partitions.size(), 2U);
-    EXPECT_EQ(read.drives.at(0).name, "/dev/sda");
-    EXPECT_EQ(placesOf(read.partitions[0]), Texts{"/dev/sda"});
-    EXPECT_EQ(placesOf(read.partitions[1]), Texts{"/dev/sda2"});
-    ASSERT_EQ(read.logicalDisks.size(), 2U);
-    EXPECT_EQ(placesOf(read.logicalDisks[0]), Texts{"/dev/sda5"});
-    EXPECT_EQ(placesOf(read.logicalDisks[1]), Texts{"/dev/sda"});
-    EXPECT_EQ(std::get<std::uint64_t>(read.partitions[0].values.at("size")), 9U);
-}
-
-TEST(InventoryDocument, WhatIsPairedTwiceIsOneElementOnTwoPlaces) {
-    const std::string paired = partition("/dev/sdaa1", "9", "", "", disk("/dev/sdaa1"));
+TEST(InventoryDocument, DevicesAreDrivesPartitionsAndVolumes) {
     const InventoryDocument read =
-        readInventoryDocument(document(drive("/dev/sda", paired) + "," + drive("/dev/sdaa", paired)));
-    ASSERT_EQ(read.partitions.size(), 1U);
-    EXPECT_EQ(placesOf(read.partitions[0]), (Texts{"/dev/sda", "/dev/sdaa"}));
-    ASSERT_EQ(read.logicalDisks.size(), 1U);
-    EXPECT_EQ(placesOf(read.logicalDisks[0]), Texts{"/dev/sdaa1"});
+        readInventoryDocument(document(disk("sda") + "," + partition("sda1", "9") + "," +
+                                       row("dm-0", "lvm", R"("sda1")", R"(, "volume": "vg-root")", mount("/"))));
+    EXPECT_EQ(read.of(ElementKind::kDrive).at(0).name, "/dev/sda");
+    const DocumentElement& part = read.of(ElementKind::kPartition).at(0);
+    EXPECT_EQ(placesOf(part), Texts{"/dev/sda"});
+    EXPECT_EQ(*part.find<std::uint64_t>("size"), 9U);
+    EXPECT_EQ(*part.find<std::string>("partition.typeName"), "Linux");
+    EXPECT_EQ(*read.of(ElementKind::kDrive)[0].find<bool>("cim.drive.reported"), true);
+    const DocumentElement& volume = read.of(ElementKind::kVolume).at(0);
+    EXPECT_EQ(volume.name, "/dev/mapper/vg-root");
+    EXPECT_EQ(placesOf(volume), Texts{"/dev/sda1"});
 }
 
-TEST(InventoryDocument, EqualNamesOnOneDriveStayApart) {
+TEST(InventoryDocument, WhatIsMountedFromADeviceIsAFileSystemOnIt) {
     const InventoryDocument read = readInventoryDocument(
-        document(drive("/dev/sda", partition("/dev/sda5", "1") + "," + partition("/dev/sda5", "2"))));
-    EXPECT_EQ(read.partitions.size(), 2U);
+        document(disk("sda", R"(, "content": "ext4", "uuid": "f")", mount("/a") + "," + mount("/b"))));
+    const DocumentElement& found = read.of(ElementKind::kFileSystem).at(0);
+    EXPECT_EQ(found.name, "/a");
+    EXPECT_EQ(*found.find<Texts>(kMountPoints), (Texts{"/a", "/b"}));
+    EXPECT_EQ(*found.find<Texts>("options"), Texts{"rw"});
+    EXPECT_EQ(*found.find<std::string>("uuid"), "f");
+    EXPECT_EQ(placesOf(found), Texts{"/dev/sda"});
+    EXPECT_EQ(read.of(ElementKind::kDrive).at(0).find<std::string>("uuid"), nullptr);
 }
 
-TEST(InventoryDocument, LooseElementsLieOnNothing) {
-    Frame frame;
-    frame.loose = partition("/dev/vda1");
-    frame.looseDisks = disk("tmpfs", "/tmp");
-    const InventoryDocument read = readInventoryDocument(document("", frame));
-    EXPECT_EQ(placesOf(read.partitions.at(0)), Texts{});
-    EXPECT_EQ(placesOf(read.logicalDisks.at(0)), Texts{});
+TEST(InventoryDocument, FileSystemOnSeveralDevicesIsOne) {
+    const InventoryDocument read = readInventoryDocument(document(disk("sda", R"(, "uuid": "b", "mountsAt": "sdb")") +
+                                                                  "," + disk("sdb", R"(, "uuid": "b")", mount("/"))));
+    ASSERT_EQ(read.of(ElementKind::kFileSystem).size(), 1U);
+    EXPECT_EQ(placesOf(read.of(ElementKind::kFileSystem)[0]), (Texts{"/dev/sda", "/dev/sdb"}));
 }
 
-TEST(InventoryDocument, GapsAndFailuresAreKnown) {
-    Frame frame;
-    frame.missing = "\"VEXSG_LogicalDisk\"";
-    frame.failures = R"({"class": "VEXSG_DiskDrive", "text": "an error was logged: x"})";
-    const InventoryDocument read = readInventoryDocument(document("", frame));
+TEST(InventoryDocument, DeviceThatNothingIsKnownToBeOnHasNoFileSystem) {
+    EXPECT_TRUE(readInventoryDocument(document(disk("sda"))).of(ElementKind::kFileSystem).empty());
+}
+
+TEST(InventoryDocument, FileSystemsWithoutADeviceLieOnNothing) {
+    const InventoryDocument read = readInventoryDocument(document("", {fileSystem("nas:/home", mount("/home"))}));
+    const DocumentElement& found = read.of(ElementKind::kFileSystem).at(0);
+    EXPECT_EQ(found.name, "/home");
+    EXPECT_EQ(*found.find<std::string>("source"), "nas:/home");
+    EXPECT_EQ(placesOf(found), Texts{});
+}
+
+TEST(InventoryDocument, GapsAreKnown) {
+    const InventoryDocument read = readInventoryDocument(document("", {"", gap("block-list-not-read", "/sys/block")}));
     EXPECT_FALSE(read.isComplete);
-    EXPECT_TRUE(read.lacks("VEXSG_LogicalDisk"));
-    EXPECT_THAT(read.failures, ElementsAre("VEXSG_DiskDrive: an error was logged: x"));
+    EXPECT_THAT(read.gaps, ElementsAre("It is missing."));
+    EXPECT_TRUE(read.lacks(ElementKind::kDrive) && read.lacks(ElementKind::kFileSystem));
+    const InventoryDocument other =
+        readInventoryDocument(document("", {"", gap("mount-table-not-opened", "/proc/self/mountinfo")}));
+    EXPECT_FALSE(other.lacks(ElementKind::kDrive));
+    EXPECT_TRUE(other.lacks(ElementKind::kFileSystem));
+    EXPECT_FALSE(
+        readInventoryDocument(document("", {"", gap("open-failed", "/dev/sda")})).lacks(ElementKind::kFileSystem));
 }
 
 TEST(InventoryDocument, KeysOfLaterVersionsAreIgnored) {
-    EXPECT_EQ(refusalOf(document(drive("/dev/sda", "", "", R"(, "colour": {"x": [null]})"))), "was read");
+    EXPECT_EQ(refusalOf(document(disk("sda", R"(, "colour": {"x": [null]})"))), "was read");
+    EXPECT_EQ(refusalOf(document(row("x0", "later-kind", "", "", ""))), "was read");
 }
 
 TEST(InventoryDocument, NumbersReachTo64Bits) {
-    const InventoryDocument read =
-        readInventoryDocument(document(drive("/dev/sda", partition("/dev/sda1", "18446744073709551615"))));
-    EXPECT_EQ(std::get<std::uint64_t>(read.partitions.at(0).values.at("size")), UINT64_MAX);
+    const InventoryDocument read = readInventoryDocument(document(partition("sda1", "18446744073709551615")));
+    EXPECT_EQ(*read.of(ElementKind::kPartition).at(0).find<std::uint64_t>("size"), UINT64_MAX);
 }
 
 struct NoDocument {
@@ -116,30 +126,38 @@ INSTANTIATE_TEST_SUITE_P(
         NoDocument{"answer_of_get", R"({"namespace": "root/cimv2", "classes": [], "log": []})", "is not a document"},
         NoDocument{"inventory_is_no_object", R"({"diskmgt": []})", "is not a document"},
         NoDocument{"no_schema", R"({"diskmgt": {}})", "is not a document"},
-        NoDocument{"schema_0", document("", {"", "", "", "", "0"}), "is not a document"},
-        NoDocument{"schema_is_text", document("", {"", "", "", "", "\"1\""}), "is not a document"},
-        NoDocument{"schema_is_negative", document("", {"", "", "", "", "-1"}), "is not a document"},
-        NoDocument{"newer_schema", document("", {"", "", "", "", "2"}), "has the newer form 2"},
-        NoDocument{"key_missing", R"({"diskmgt": {"schema": 1}})", "lacks diskmgt.hostName"},
+        NoDocument{"schema_0", document("", {"", "", "0"}), "is not a document"},
+        NoDocument{"schema_is_text", document("", {"", "", "\"1\""}), "is not a document"},
+        NoDocument{"schema_is_negative", document("", {"", "", "-1"}), "is not a document"},
+        NoDocument{"newer_schema", document("", {"", "", "2"}), "has the newer form 2"},
+        NoDocument{"no_devices", R"({"diskmgt": {"schema": 1, "drives": []}})", "was written before 1.1.0; export it"},
+        NoDocument{"key_missing", R"({"diskmgt": {"schema": 1, "devices": []}})", "lacks diskmgt.hostName"},
+        NoDocument{"list_is_object", R"({"diskmgt": {"schema": 1, "devices": {}}})", "has no list as diskmgt.devices"},
+        NoDocument{"object_is_list", document(disk("sda", R"(, "partition": [])")),
+                   "has no object as diskmgt.devices[0].partition"},
+        NoDocument{"object_is_text", document(disk("sda", R"(, "swap": "1")")),
+                   "has no object as diskmgt.devices[0].swap"},
+        NoDocument{"inner_key_missing", document(disk("sda", R"(, "swap": {"size": 1})")),
+                   "lacks diskmgt.devices[0].swap.used"},
+        NoDocument{"mount_without_point", document(disk("sda", "", "{}")),
+                   "lacks diskmgt.devices[0].mounts[0].mountPoint"},
         NoDocument{"name_twice", R"({"diskmgt": {"schema": 1, "schema": 1}})", "names \"schema\" twice"},
         NoDocument{"name_twice_behind_instances",
                    R"({"diskmgt": {"instances": {"A": [{"B": {"C": 1}}]}, "schema": 1, "schema": 1}})",
                    "names \"schema\" twice"},
-        NoDocument{"drive_is_text", document("\"/dev/sda\""), "has no object as diskmgt.drives[0]"},
-        NoDocument{"drive_is_null", document("null"), "has no object as diskmgt.drives[0]"},
-        NoDocument{"device_is_number", R"({"diskmgt": {"schema": 1, "hostName": 1}})",
-                   "has no text as diskmgt.hostName"},
-        NoDocument{"size_is_text", document(drive("/dev/sda", partition("x", "\"1\""))),
-                   "has no whole number as diskmgt.drives[0].partitions[0].size"},
-        NoDocument{"size_is_negative", document(drive("/dev/sda", partition("x", "-1"))), "has no whole number"},
-        NoDocument{"size_is_fraction", document(drive("/dev/sda", partition("x", "1.5"))), "has no whole number"},
-        NoDocument{"size_has_65_bits", document(drive("/dev/sda", partition("x", "18446744073709551616"))),
-                   "has no whole number"},
-        NoDocument{"size_is_null", document(drive("/dev/sda", partition("x", "null"))), "has no whole number"}),
+        NoDocument{"device_is_text", document("\"/dev/sda\""), "has no object as diskmgt.devices[0]"},
+        NoDocument{"device_twice", document(disk("sda") + "," + disk("sda")), "has two devices with the name \"sda\""},
+        NoDocument{"device_is_null", document("null"), "has no object as diskmgt.devices[0]"},
+        NoDocument{"text_is_number", R"({"diskmgt": {"schema": 1, "hostName": 1}})", "has no text as diskmgt.hostName"},
+        NoDocument{"size_is_text", document(partition("x", "\"1\"")), "has no whole number as diskmgt.devices[0].size"},
+        NoDocument{"size_is_negative", document(partition("x", "-1")), "has no whole number"},
+        NoDocument{"size_is_fraction", document(partition("x", "1.5")), "has no whole number"},
+        NoDocument{"size_has_65_bits", document(partition("x", "18446744073709551616")), "has no whole number"},
+        NoDocument{"size_is_null", document(partition("x", "null")), "has no whole number"}),
     [](const auto& row) { return row.param.label; });
 
 TEST(InventoryDocument, CutAnywhereItIsRefused) {
-    const std::string whole = document(drive("/dev/sda", partition("/dev/sda1"), disk("/dev/sda")));
+    const std::string whole = document(disk("sda") + "," + partition("sda1", "1", "sda", "", mount("/")));
     for (std::size_t length = 0; length < whole.size(); ++length)
         EXPECT_NE(refusalOf(whole.substr(0, length)), "was read") << length;
 }

@@ -242,9 +242,12 @@ TEST_F(AccountTrees, ALeafSaysItsUseOrItsContent) {
     deviceNamed("sdc").unlistedHolders = {"bcache0"};
     scene.disk("sdd", 64 * kMiB);
     scene.partition("sdd1", 1, kMiB, kMiB);
-    udev["sdb"].content = "zfs_member";
+    scene.disk("sde", 64 * kMiB);
+    udev["sdb"].content = "LVM2_member";
+    udev["sde"].content = "zfs_member";
     EXPECT_EQ(cell("sda", kRemarkColumn), "not seen in use; content not known");
-    EXPECT_EQ(cell("sdb", kRemarkColumn), "not seen in use: zfs_member");
+    EXPECT_EQ(cell("sdb", kRemarkColumn), "not seen in use: LVM2_member");
+    EXPECT_EQ(cell("sde", kRemarkColumn), "use by a pool is not seen: zfs_member");
     EXPECT_EQ(cell("sdc", kRemarkColumn), "in use by bcache0");
     EXPECT_EQ(cell("sdd", kRemarkColumn), "");  // its partition says it
     EXPECT_EQ(cell("sdd1", kRemarkColumn), "not seen in use; content not known");
@@ -405,7 +408,7 @@ TEST_F(AccountTrees, OnlyTheNamedColumnsAreShownAndTheName) {
 TEST_F(AccountTrees, ANarrowTerminalIsNeverExceededAndCimIsTheLastToGo) {
     volumes();
     columns = chosenColumns({});
-    EXPECT_THAT(lines(60), Contains("Terminal too narrow to show: Used, Start, Free, Avail"));
+    EXPECT_THAT(lines(60), Contains("Terminal too narrow to show: Used, Start, Free"));
     for (std::size_t width = 24; width < 140; ++width) {
         SCOPED_TRACE(width);
         const std::string text = printedTree(arranged(), {}, width, columns);
