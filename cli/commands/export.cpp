@@ -74,7 +74,7 @@ ExitStatus runExportCollection(const Options& options) {
     const bool isJson = formNamed(options.operands.front()).write == &document;
     if (!isJson && (options.all || options.compact))
         throw CommandError(kWrongUsage, std::string(options.all ? "--all" : "--compact") +
-                                            " is for \"export json\"; see \"diskmgt export --help\"");
+                                            R"( is for "export json"; see "diskmgt export --help")");
     return runCollection(options);
 }
 

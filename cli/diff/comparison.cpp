@@ -47,15 +47,17 @@ private:
         return comesFirst(*left.second, *right.second);
     }
     static std::pair<const std::string*, const std::string*> namesOf(const Change& change) {
-        const std::string* const old = &(change.came() ? change.after : change.before)->name;
-        const std::string* const now = &change.element().name;
-        return comesFirst(*now, *old) ? std::make_pair(now, old) : std::make_pair(old, now);
+        const DocumentElement& one = change.element();
+        const DocumentElement& other = change.came() || change.went() ? one : *change.before;
+        return comesFirst(one.name, other.name) ? std::make_pair(&one.name, &other.name)
+                                                : std::make_pair(&other.name, &one.name);
     }
 
     void compare(ElementKind kind, const DocumentElement* old, const DocumentElement* now) {
         if (old == nullptr && before.lacks(kind)) return;
         if (now == nullptr && after.lacks(kind)) return;
-        Change change{kind, now == nullptr ? old->name : now->name, old, now, {}, false, {}};
+        const DocumentElement* const shown = now == nullptr ? old : now;
+        Change change{kind, shown->name, old, now, shown, {}, false, {}};
         if (old != nullptr && now != nullptr) {
             change.values = differences(kind, *old, *now);
             change.isRenamed = kind != ElementKind::kFileSystem && old->name != now->name;
@@ -116,8 +118,7 @@ private:
             if (found[i].went()) went.emplace(found[i].name, i);
             if (found[i].isRenamed) renamed.emplace(found[i].after->name, i);
         }
-        for (std::size_t i = 0; i < found.size(); ++i) {
-            Change& change = found[i];
+        for (Change& change : found) {
             const auto& rows = change.came() ? came : change.went() ? went : renamed;
             const Texts& places = placesOf(change.element());
             if (places.empty()) continue;

@@ -20,6 +20,7 @@ struct Change {
     std::string name;                 // the new one, unless it went
     const DocumentElement* before;    // null: it came. Belongs to the old document
     const DocumentElement* after;     // null: it went
+    const DocumentElement* shown;     // the new one, or the old one of what went
     std::vector<ValueChange> values;  // of an element that stayed: those that differ
     bool isRenamed = false;
     /// The row that says it too: its device came, went or was renamed with all that lies on it. Position in the list.
@@ -27,7 +28,7 @@ struct Change {
 
     bool came() const { return before == nullptr; }
     bool went() const { return after == nullptr; }
-    const DocumentElement& element() const { return went() ? *before : *after; }
+    const DocumentElement& element() const { return *shown; }
 };
 
 /// By kind, then name, in the same order whichever document is the older. `withSpace`: also what moves while a server

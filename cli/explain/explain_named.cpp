@@ -33,8 +33,9 @@ public:
                 return;
             case Named::Kind::kPath:
             case Named::Kind::kNoAnswer:
-                explanation.paths.push_back({operand, account.machine.mounts[found.mounts.front()].mountPoint,
-                                             layersBeneath(account, found.devices, true)});
+                if (const std::string& point = account.machine.mounts[found.mounts.front()].mountPoint;
+                    plainPath(point) != plainPath(operand))
+                    explanation.paths.push_back({operand, point, layersBeneath(account, found.devices, true)});
                 addMounts(found.mounts);
                 return;
             case Named::Kind::kMount:

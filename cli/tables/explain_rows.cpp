@@ -98,8 +98,7 @@ std::string sentenceOf(const MountExplanation& mount, std::size_t count, bool ar
     const bool isOne = count == 1;
     const std::string brief = briefly({&mount.logicalDisk});
     if (!mount.logicalDisk.isKnown)
-        return subject + (isOne ? ": it is" : ": it is") + " not known whether " + (isOne ? "it is" : "they are") +
-               " reported (" + brief + ").";
+        return subject + ": it is not known whether " + (isOne ? "it is" : "they are") + " reported (" + brief + ").";
     if (hasRule(mount.logicalDisk, "later-mount"))
         return subject + (isOne ? " repeats" : " repeat") + " the source of an earlier one and " +
                (isOne ? "is" : "are") + " not published.";

@@ -24,7 +24,7 @@ const Partition* publishedPartition(const ServerAccount& account, std::size_t de
 
 /// What the partition's table says it is for: udev's word, else the published one.
 std::string purposeOf(const ServerAccount& account, std::size_t device) {
-    const std::string name = partitionTypeNameOf(account.devices[device].udev.partitionType);
+    std::string name = partitionTypeNameOf(account.devices[device].udev.partitionType);
     if (!name.empty()) return name;
     const Partition* const published = publishedPartition(account, device);
     return published == nullptr || published->typeName == kNoPurpose ? "" : published->typeName;
@@ -104,7 +104,7 @@ std::string useCell(const ServerAccount& account, std::size_t device) {
     const auto& disk = account.device(device).disk;
     if (disk && more.use.any() && !account.uses.ofItself(device).any())
         return "in use as part of " + account.device(*disk).name;
-    const std::string use = useText(account.machine, more.use);
+    std::string use = useText(account.machine, more.use);
     if (!use.empty()) return use;
     const std::string& content = more.udev.content;
     if (content == kPoolMember) return "use by a pool is not seen: " + content;

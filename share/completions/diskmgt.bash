@@ -13,8 +13,8 @@ _diskmgt_commands() {
 
 # The long options of a command (or of none), one a line; "=" at the end of those that a value follows.
 _diskmgt_options() {
-    _diskmgt_say "$@" --help | sed -n -e 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\) [A-Z][A-Z].*/\2=/p' \
-        -e 's/^  \(-[a-z],\)\{0,1\}\(--[a-z-]*\)  .*/\2/p'
+    _diskmgt_say "$@" --help | sed -n -e 's/^  \(-[a-zA-Z],\)\{0,1\}\(--[a-z-]*\) [A-Z][A-Z].*/\2=/p' \
+        -e 's/^  \(-[a-zA-Z],\)\{0,1\}\(--[a-z-]*\)  .*/\2/p'
 }
 
 # The values of --format.

@@ -14,11 +14,11 @@ def test_what_is_published_alone(run, plugin):
     done = run("--cim", "--plugin", plugin("publishing"))
     assert (done.status, done.stderr) == (0, b"")
     assert done.text == """\
-Name                 Size Type
-/dev/sda              16E no partitions
-/dev/sdb               0B no partitions
+Name        Size Type
+/dev/sda     16E no partitions
+/dev/sdb      0B no partitions
 On no reported drive
-└─/dev/sda1            0B Linux file system
+└─/dev/sda1   0B Linux file system
 
 1 file system is on no drive: --all lists it
 """
@@ -99,7 +99,7 @@ class TestTimeLimit:
         assert "Time ran out, so this is not all; not served: VEXSG_LogicalDisk, " in done.text
 
     def test_nothing_was_served(self, run, plugin):
-        done = run("--cim", "--plugin", plugin("sleeping"), "--timeout", "0.2")
+        done = run("--cim", "--plugin", plugin("sleeping"), "--timeout", "2")
         assert done.status == 4
         assert done.text.startswith("Time ran out")
 
@@ -138,7 +138,7 @@ class TestBothAccounts:
         assert max(map(len, plain(seen).splitlines())) <= width
 
     def test_past_the_time_limit_the_machine_is_shown(self, run, plugin):
-        done = run("--plugin", plugin("sleeping"), "--timeout", "0.2")
+        done = run("--plugin", plugin("sleeping"), "--timeout", "2")
         assert done.status == 4
         assert "?: time ran out" in done.text
         assert "Time ran out, so CIM's account is not complete; not served: VEXSG_DiskDrive, " in done.text
@@ -154,7 +154,8 @@ class TestBothAccounts:
         done = run("tree", "--format", "json", "--all", "--plugin", plugin("publishing"))
         assert (done.status, done.stderr) == (0, b"")
         assert list(done.json) == ["devices", "fileSystems"]
-        assert {device["name"] for device in done.json["devices"]} >= set(os.listdir("/sys/block"))
+        listed = {name for name in os.listdir("/sys/block") if not name.startswith("loop")}  # other tests make those
+        assert {device["name"] for device in done.json["devices"]} >= listed
         of_root = run("tree", "--format", "json", "/", "--plugin", plugin("publishing")).json
         shown = of_root["devices"] + of_root["fileSystems"]
         assert "/" in {mount["mountPoint"] for part in shown for mount in part.get("mounts", [])}

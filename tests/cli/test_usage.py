@@ -22,7 +22,7 @@ def test_help_fits_a_terminal(run, command):
 
 
 @pytest.mark.parametrize("command, operands", [
-    ("tree", " [DEVICE...]"), ("get", " CLASS..."), ("probe", " FILE..."), ("explain", " [DEVICE...]"), ("export", " FORMAT"),
+    ("tree", " [DEVICE...]"), ("get", " [CLASS...]"), ("probe", " FILE..."), ("explain", " [DEVICE...]"), ("export", " FORMAT"),
     ("diff", " OLD NEW"), ("classes", " [CLASS]"), ("plugin", ""), ("trace", " CLASS...")])
 def test_help_says_how_many_operands_there_may_be(run, command, operands):
     assert f"\nUsage: diskmgt {command} [OPTIONS]{operands}\n" in run(command, "--help").text
@@ -51,7 +51,26 @@ def test_unknown_command_names_the_known_ones(run, name):
 def test_unknown_command_names_the_nearest(run):
     assert "did you mean probe?" in run("prob", "disk.img").sentence
     assert "did you mean" not in run("forest").sentence
-    assert run("help").sentence.endswith('; see "diskmgt --help"')
+    assert run("forest").sentence.endswith('; see "diskmgt --help"')
+
+
+@pytest.mark.parametrize(("words", "same"), [
+    (["help"], ["--help"]), (["help", "tree"], ["tree", "--help"]), (["version"], ["--version"]), (["-V"], ["--version"]),
+    (["classes", "-J"], ["classes", "--format", "json"]), (["--json", "classes"], ["classes", "--format", "json"]),
+])
+def test_first_words_mean_what_they_say(run, words, same):
+    assert (run(*words).status, run(*words).text) == (0, run(*same).text)
+
+
+def test_export_takes_its_form_as_an_option_too(run, plugin):
+    for words in (["--format", "mof"], ["mof", "--format", "mof"]):
+        assert run("export", *words, "--plugin", plugin("publishing")).text.startswith(
+            run("classes", "--format", "mof").text[:200])
+    assert run("export", "-J", "--plugin", plugin("publishing")).json["diskmgt"]["schema"] == 1
+
+
+def test_help_of_an_unknown_command_names_the_nearest(run):
+    assert "did you mean tree?" in run("help", "tre").sentence
 
 
 @pytest.mark.parametrize("arguments", [["forest", "--help"], ["forest", "--all"], ["--timeout", "5", "forest"]])
@@ -108,7 +127,9 @@ def test_unknown_command_is_refused_with_any_words_around_it(run, arguments):
     (["tree", "--cim", "sda"], "--cim shows all that is published"),
     (["--cim", "plugin"], "plugin has no --cim"),
     (["--columns", "size", "plugin"], "plugin has no --columns"),
-    (["--format", "json", "export", "json"], "export has no --format"),
+    (["--format", "mof", "export", "json"], "export writes one form, not json and mof"),
+    (["--json", "--format", "table", "tree"], "--json and --format table contradict each other"),
+    (["--json", "export", "mof"], "export writes one form, not mof and json"),
     (["--all", "get", "VEXSG_DiskDrive"], "get has no --all"),
     (["--bytes", "plugin"], "plugin has no --bytes"),
     *(([name, *operands, option, "x"], f'unknown option "{option}"')

@@ -53,9 +53,9 @@ def test_json(run):
     assert [instance["properties"]["DeviceID"] for instance in instances] == WRITTEN
 
 
-def test_inventory_json_keeps_the_mount_point_whole(run):
-    inventory = run("export", "json").json()["diskmgt"]
-    assert PLACE in [mount["mountPoint"] for entry in inventory["fileSystems"] for mount in entry["mounts"]]
+def test_inventory_json_keeps_the_mount_point_whole(export):
+    mounts = [mount for shown in json.loads(export("json"))["diskmgt"]["fileSystems"] for mount in shown["mounts"]]
+    assert PLACE in [mount["mountPoint"] for mount in mounts]
 
 
 def test_inventory_json_has_each_published_name_once(run):
