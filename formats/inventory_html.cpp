@@ -76,9 +76,9 @@ private:
         out.raw(moment.size() > 16 ? moment.substr(11, 5) : "").raw(" UTC</time></p>\n<dl class='figures'>");
         std::size_t partitions = 0;
         std::size_t mounted = 0;
-        for (std::size_t i = 0; i < account.devices.size(); ++i) {
-            if (account.devices[i].partition) ++partitions;
-            if (!account.devices[i].mounts.empty()) ++mounted;
+        for (const DeviceAccount& device : account.devices) {
+            if (device.partition) ++partitions;
+            if (!device.mounts.empty()) ++mounted;
         }
         figure("Disks", disks.size());
         beginFigure("Capacity");

@@ -29,7 +29,7 @@ h2 { font-size: 1.125rem; }
 .identity { font-size: 0.875rem; font-weight: 400; color: var(--soft); margin-left: 0.375rem; }
 a { color: var(--link); }
 .contents { margin-top: 1.5rem; }
-.contents ul { columns: 12rem; column-gap: 1.5rem; list-style: none; margin: 0.5rem 0 0; padding: 0; font-size: 0.875rem; }
+.contents ul { columns: 9.5rem; column-gap: 1.5rem; list-style: none; margin: 0.5rem 0 0; padding: 0; font-size: 0.875rem; }
 .contents li { break-inside: avoid; }
 p { margin: 0.25rem 0; }
 .soft { color: var(--soft); }
@@ -135,7 +135,8 @@ footer { color: var(--soft); font-size: 0.8125rem; }
   @page { margin: 15mm; }
   body { padding: 0; font-size: 9pt; }
   .card { border-radius: 0; border-width: 1px 0 0; padding: 1rem 0; margin-bottom: 0; }
-  .card > header, .picture { break-after: avoid; }
+  .card > header, .picture, h2, summary { break-after: avoid; }
+  footer { break-before: avoid; }
   .warn { border: 1px solid var(--warn-line); padding: 0.75rem; }
   .scroll { overflow: visible; break-inside: avoid; }
   tr, .picture, .warn { break-inside: avoid; }
