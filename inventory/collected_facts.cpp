@@ -97,7 +97,8 @@ constexpr auto kMountMembers = [](auto& stream, auto& mount) {
 };
 
 constexpr auto kFigureMembers = [](auto& stream, auto& figure) {
-    stream(figure.mountId, figure.outcome, figure.error, figure.space.total, figure.space.free, figure.space.available);
+    stream(figure.mountId, figure.number, figure.outcome, figure.error, figure.space.total, figure.space.free,
+           figure.space.available);
 };
 
 }  // namespace

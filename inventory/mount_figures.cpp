@@ -40,6 +40,7 @@ bool isItself(const Mount& mount, const struct statx& found) {
 MountFigure measured(const Mount& mount) {
     MountFigure figure;
     figure.mountId = mount.id;
+    figure.number = mount.number;
     figure.outcome = Outcome::kFailed;
     struct statx found {};
     // The mount point is the root of what is mounted there, so an automount that covers it by now is not mounted.
@@ -93,7 +94,7 @@ MountMeasuring::MountMeasuring(const std::vector<Mount>& mounts) {
             figures.push_back(measured(mount));
             continue;
         }
-        figures.push_back({mount.id, Outcome::kNoAnswer, 0, {}});
+        figures.push_back({mount.id, mount.number, Outcome::kNoAnswer, 0, {}});
         start(mount, figures.size() - 1);
     }
 }
@@ -109,7 +110,7 @@ void MountMeasuring::start(const Mount& mount, std::size_t position) {
     int ends[2];
     if (outstanding.size() >= kMostAtOnce) return;  // so many do not answer that no time is left for this one
     if (::pipe2(ends, O_CLOEXEC) != 0) {
-        figure = {mount.id, Outcome::kFailed, errno, {}};
+        figure = {mount.id, mount.number, Outcome::kFailed, errno, {}};
         return;
     }
     const pid_t process = ::fork();
@@ -119,7 +120,7 @@ void MountMeasuring::start(const Mount& mount, std::size_t position) {
         outstanding.push_back({position, process, ends[0]});
         return;
     }
-    figure = {mount.id, Outcome::kFailed, errno, {}};
+    figure = {mount.id, mount.number, Outcome::kFailed, errno, {}};
     (void)::close(ends[0]);
 }
 

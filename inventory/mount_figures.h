@@ -22,6 +22,7 @@ struct MountFigure {
     };
 
     std::uint64_t mountId = 0;
+    diskmgt_machine::DeviceNumber number;  // of the mount: the kernel gives the id of a mount that is gone to another
     Outcome outcome = Outcome::kNotAsked;
     int error = 0;
     Space space;  // when measured

@@ -59,13 +59,13 @@ void observeDrives(const Published& published, Observations& observations) {
 
 void observeSpace(const MountFigures& figures, Observations& observations) {
     observations.isSpaceMeasured = true;
-    std::unordered_map<std::uint64_t, std::uint64_t> availableById;
+    std::unordered_map<std::uint64_t, const MountFigure*> byId;
     for (const MountFigure& figure : figures)
-        if (figure.outcome == MountFigure::Outcome::kMeasured && figure.space.available)
-            availableById[figure.mountId] = *figure.space.available;
+        if (figure.outcome == MountFigure::Outcome::kMeasured && figure.space.available) byId[figure.mountId] = &figure;
     for (const diskmgt_machine::Mount& mount : machineAccount().mounts) {
-        const auto available = availableById.find(mount.id);
-        if (available != availableById.end()) observations.availableBytes[mount.mountPoint] = available->second;
+        const auto figure = byId.find(mount.id);
+        if (figure != byId.end() && figure->second->number == mount.number)
+            observations.availableBytes[mount.mountPoint] = *figure->second->space.available;
     }
 }
 

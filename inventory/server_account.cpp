@@ -96,7 +96,8 @@ private:
         for (std::size_t i = 0; i < account.mounts.size(); ++i) {
             const auto figure = byId.find(account.machine.mounts[i].id);
             MountAccount& mount = account.mounts[i];
-            const MountFigure* const found = figure == byId.end() ? nullptr : figure->second;
+            const bool isKnown = figure != byId.end() && figure->second->number == account.machine.mounts[i].number;
+            const MountFigure* const found = isKnown ? figure->second : nullptr;
             const std::string& point = account.machine.mounts[i].mountPoint;
             if (found != nullptr && found->outcome == MountFigure::Outcome::kNoAnswer)
                 mount.reason = Reason{"mount-does-not-answer", "does not answer",
@@ -167,6 +168,14 @@ private:
                 continue;
             }
             CimAnswer& answer = *account.devices[*position].drive;
+            if (answer.isReported()) {
+                account.cimOnly.push_back(
+                    {drive.instance,
+                     drive.device,
+                     {{"same-device", "the same device", "It is the device " + answer.as + " again."}},
+                     nullptr});
+                continue;
+            }
             answer.state = State::kReported;
             answer.instance = drive.instance;
             answer.as = drive.device;

@@ -67,8 +67,8 @@ TEST(CollectedFacts, MountsFiguresAndWhatWasLeftOutAreReadBack) {
     mount.isLater = true;
     mount.firstMountPoint = "/";
     mount.kind = FileSystemKind::kLocal;
-    const MountFigures figures{{21, MountFigure::Outcome::kMeasured, 0, {100, 50, 40, false}},
-                               {22, MountFigure::Outcome::kNoAnswer, 0, {}}};
+    const MountFigures figures{{21, {8, 1}, MountFigure::Outcome::kMeasured, 0, {100, 50, 40, false}},
+                               {22, {0, 40}, MountFigure::Outcome::kNoAnswer, 0, {}}};
     const CollectedFacts read = unpackedFacts(packed(figures) + packed(table) +
                                               packedLeftOut("VEXSG_LogicalDisk", {"a-rule", "brief", "text"}));
     ASSERT_TRUE(read.mountTable && read.figures);
@@ -78,13 +78,14 @@ TEST(CollectedFacts, MountsFiguresAndWhatWasLeftOutAreReadBack) {
     EXPECT_TRUE(read.mountTable->mounts[0].isLater);
     ASSERT_EQ(read.figures->size(), 2U);
     EXPECT_EQ((*read.figures)[0].mountId, 21U);
+    EXPECT_EQ((*read.figures)[0].number, (diskmgt_machine::DeviceNumber{8, 1}));
     EXPECT_EQ((*read.figures)[0].space.available, 40U);
     EXPECT_EQ((*read.figures)[1].outcome, MountFigure::Outcome::kNoAnswer);
     EXPECT_EQ(read.leftOut.at("VEXSG_LogicalDisk").rule, "a-rule");
 }
 
 TEST(CollectedFacts, CutAnywhereTheyGiveThePartsBeforeTheCut) {
-    const std::string first = packed(MountFigures{{7, MountFigure::Outcome::kMeasured, 0, {1, 1, 1, false}}});
+    const std::string first = packed(MountFigures{{7, {8, 7}, MountFigure::Outcome::kMeasured, 0, {1, 1, 1, false}}});
     const std::string all = first + packed(someDevices());
     for (std::size_t length = 0; length < all.size(); ++length) {
         const CollectedFacts read = unpackedFacts(all.substr(0, length));

@@ -83,7 +83,8 @@ public:
                 facts.isLater = true;
                 facts.firstMountPoint = earlier.mountPoint;
             }
-        collection.facts.figures->push_back({mount.id, MountFigure::Outcome::kMeasured, 0, {100, 60, 50, false}});
+        collection.facts.figures->push_back(
+            {mount.id, mount.number, MountFigure::Outcome::kMeasured, 0, {100, 60, 50, false}});
     }
 
     DeviceFacts& factsOf(const std::string& path) {

@@ -196,7 +196,8 @@ TEST_F(Accounts, AMountThatDoesNotAnswerIsNamedAndLogicalDisksAreUnknown) {
     diskWithOnePartition("sda", "sda1");
     scene.mount("sda1", "/dev/sda1", "/");
     scene.mount("", "nas:/home", "/home", "nfs4");
-    (*scene.collection.facts.figures)[1] = {scene.machine.mounts[1].id, MountFigure::Outcome::kNoAnswer, 0, {}};
+    (*scene.collection.facts.figures)[1] = {
+        scene.machine.mounts[1].id, scene.machine.mounts[1].number, MountFigure::Outcome::kNoAnswer, 0, {}};
     for (const char* const missing : {"VEXSG_LogicalDisk", "VEXSG_MediaPresent"}) {
         scene.cim.published.missingClasses.emplace_back(missing);
         scene.collection.facts.leftOut[missing] = {"mount-does-not-answer", "a mount does not answer",
@@ -235,6 +236,25 @@ TEST_F(Accounts, AMountHiddenByALaterOneHasNoFigures) {
     EXPECT_EQ(account.mounts[0].reason->rule, "hidden-by-later-mount");
     EXPECT_FALSE(account.mounts[0].space);
     EXPECT_TRUE(account.mounts[1].space);
+}
+
+TEST_F(Accounts, FiguresOfAMountThatIsGoneAreNotThoseOfTheNextWithItsId) {
+    diskWithOnePartition("sda", "sda1");
+    scene.mount("sda1", "/dev/sda1", "/data");
+    scene.collection.facts.figures->front().number = {0, 99};
+    EXPECT_FALSE(scene.joined().mounts[0].space);
+}
+
+TEST_F(Accounts, ASecondDriveOnOneDeviceIsOnlyCims) {
+    scene.disk("sda", kMiB);
+    scene.disk("sdb", kMiB);
+    scene.factsOf("/dev/sdb").nodeNumber = scene.factsOf("/dev/sda").nodeNumber;
+    scene.cim.drive("/dev/sda", kMiB, 0);
+    scene.cim.drive("/dev/sdb", kMiB, 0);
+    const ServerAccount account = scene.joined();
+    EXPECT_EQ(rowOf(account, "sda").drive->as, "/dev/sda");
+    ASSERT_EQ(account.cimOnly.size(), 1U);
+    EXPECT_THAT(rulesOf(account.cimOnly[0].reasons), ElementsAre("same-device"));
 }
 
 TEST_F(Accounts, ABtrfsOnTwoDisksIsListedAtTheFirst) {
