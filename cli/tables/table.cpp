@@ -9,12 +9,16 @@
 
 #include "cli/tables/text_table.h"
 #include "schema/vocabulary.h"
+#include "text/paragraph.h"
 #include "text/readable_text.h"
 #include "text/wording.h"
 
 namespace diskmgt {
 
 namespace {
+
+// Of a class's descriptions. The same for every output, so that a page in a file reads like the terminal.
+constexpr std::size_t kParagraphWidth = 79;
 
 bool isNumeric(const refhost::PropertyDeclaration& property) {
     return !property.isArray && (property.type.rfind("uint", 0) == 0 || property.type.rfind("sint", 0) == 0);
@@ -103,13 +107,16 @@ std::string classTable(const refhost::ClassDeclaration& declaration, const Table
     std::string text = title(declaration.name, style) + (kind.empty() ? "" : " (" + kind + ")");
     if (!declaration.superclass.empty()) text += " : " + declaration.superclass;
     text += "\n";
-    if (!declaration.description.empty()) text += declaration.description + "\n";
+    if (!declaration.description.empty()) text += paragraph("", declaration.description, kParagraphWidth);
     TextTable table(style);
-    table.addColumns({"Property", "Type", "Key", "Unit", "Declared in", "Description"});
+    table.addColumns({"Property", "Type", "Key", "Unit", "Declared in"});
     for (const refhost::PropertyDeclaration& property : declaration.properties)
-        table.addRow({property.name, typeText(property), property.isKey ? "Key" : "", property.unit,
-                      property.declaredIn, property.description});
-    if (!declaration.properties.empty()) text += table.print();
+        table.addRow(
+            {property.name, typeText(property), property.isKey ? "Key" : "", property.unit, property.declaredIn});
+    if (!declaration.properties.empty()) text += "\n" + table.print() + "\n";
+    for (const refhost::PropertyDeclaration& property : declaration.properties)
+        if (!property.description.empty())
+            text += title(property.name + ":", style) + "\n" + paragraph("    ", property.description, kParagraphWidth);
     for (const refhost::PropertyDeclaration& property : declaration.properties) {
         if (property.valueNames.empty()) continue;
         text += "\n" + title(property.name, style) + "\n";

@@ -48,9 +48,11 @@ def test_one_class_as_json(run):
     assert properties["StartingOffset"]["unit"] is None
     assert properties["OtherIdentifyingInfo"]["array"] is True
     assert properties["DeviceID"]["key"] is True
-    assert properties["DeviceID"]["declaredIn"] == "CIM_LogicalDevice"
+    assert properties["DeviceID"]["declaredIn"] == "VEXSG_DiskPartition"
     assert properties["PartitionType"]["values"]["19"] == "VMFS"
+    assert properties["PartitionSubType"]["values"]["131"] == "Linux"
     assert "number of the last block" in properties["StartingOffset"]["description"]
+    assert all(entry["description"] for entry in properties.values())
 
 
 def test_references_name_their_class(run):
@@ -67,6 +69,13 @@ def test_one_class_as_table(run):
     assert rows["DeviceID"].split()[1:3] == ["string", "Key"]
     assert rows["Size"].split()[1:4] == ["uint64", "byte", "VEXSG_DiskPartition"]
     assert rows["19"].split() == ["19", "VMFS"]
+
+
+def test_descriptions_follow_the_table_and_fit_a_terminal(run):
+    lines = run("classes", "VEXSG_DiskPartition").text.splitlines()
+    start = lines.index("Bootable:")
+    assert lines[start + 1].startswith("    MBR: whether")
+    assert [line for line in lines if len(line) > 80] == []
 
 
 def test_association_as_table(run):
