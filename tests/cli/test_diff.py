@@ -21,7 +21,7 @@ def disk(source, **values):
 
 def inventory(*partitions, **values):
     return {"diskmgt": {
-        "schema": 1, "generator": {"name": "diskmgt", "version": "1.0.0"}, "hostName": "server1",
+        "schema": 1, "generator": {"name": "diskmgt", "version": "1.1.0"}, "hostName": "server1",
         "collectedAt": "2026-01-01T00:00:00Z", "complete": True, "missingClasses": [], "failures": [],
         "drives": [{"device": "/dev/sda", "size": 67108864, "partitionCount": len(partitions),
                     "partitions": list(partitions), "logicalDisks": []}],
