@@ -17,10 +17,6 @@ std::size_t digitsAt(std::string_view text, std::size_t from) {
     return end - from;
 }
 
-bool startsWith(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
-}
-
 /// The run of digits, or of other characters, that begins at `from`.
 std::string_view runAt(std::string_view text, std::size_t from) {
     std::size_t end = from;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -16,17 +15,6 @@ namespace diskmgt_machine {
 namespace {
 
 constexpr const char* kBlockFolder = "/sys/block";
-
-/// sysfs counts in units of 512 bytes, not in the device's sectors.
-std::optional<std::uint64_t> bytesFrom(std::string_view sectors) {
-    const auto count = decimalFrom(sectors);
-    if (!count || *count > std::numeric_limits<std::uint64_t>::max() / 512) return std::nullopt;
-    return *count * 512;
-}
-
-bool startsWith(std::string_view text, std::string_view beginning) {
-    return text.substr(0, beginning.size()) == beginning;
-}
 
 bool isDriverNumbered(std::string_view name, std::string_view driver) {
     return startsWith(name, driver) && decimalFrom(name.substr(driver.size())).has_value();
@@ -109,7 +97,7 @@ private:
         BlockDevice device;
         device.name = nodeOfSysfsName(name);
         device.number = deviceNumberFrom(entry.lineIf("dev"));
-        device.sizeBytes = bytesFrom(entry.lineIf("size"));
+        device.sizeBytes = bytesFrom(entry.lineIf("size"), kSectorUnit);
         device.sectorSize = decimalFrom(entry.lineBelow("queue", "logical_block_size"));
         const std::string rotational = entry.lineBelow("queue", "rotational");
         if (!rotational.empty()) device.isRotational = rotational != "0";
@@ -137,8 +125,8 @@ private:
         device.name = nodeOfSysfsName(name);
         device.kind = Kind::kPartition;
         device.number = deviceNumberFrom(entry.line(name + "/dev"));
-        device.sizeBytes = bytesFrom(entry.line(name + "/size"));
-        device.startBytes = bytesFrom(entry.line(name + "/start"));
+        device.sizeBytes = bytesFrom(entry.line(name + "/size"), kSectorUnit);
+        device.startBytes = bytesFrom(entry.line(name + "/start"), kSectorUnit);
         device.isReadOnly = entry.line(name + "/ro") == "1";
         device.partitionNumber = number;
         device.sectorSize = disk.sectorSize;

@@ -1,7 +1,5 @@
 #include "machine/swaps.h"
 
-#include <limits>
-
 #include "machine/texts.h"
 
 namespace diskmgt_machine {
@@ -22,12 +20,6 @@ std::vector<std::string_view> wordsIn(std::string_view line) {
     }
 }
 
-std::optional<std::uint64_t> bytesFrom(std::string_view kibibytes) {
-    const auto count = decimalFrom(kibibytes);
-    if (!count || *count > std::numeric_limits<std::uint64_t>::max() / 1024) return std::nullopt;
-    return *count * 1024;
-}
-
 }  // namespace
 
 std::optional<Swap> swapFrom(std::string_view line) {
@@ -35,8 +27,9 @@ std::optional<Swap> swapFrom(std::string_view line) {
     if (words.size() < 4) return std::nullopt;
     const bool isFile = words[1] == "file";
     if (!isFile && words[1] != "partition") return std::nullopt;
-    const auto size = bytesFrom(words[2]);
-    const auto used = bytesFrom(words[3]);
+    constexpr std::uint64_t kKibibyte = 1024;
+    const auto size = bytesFrom(words[2], kKibibyte);
+    const auto used = bytesFrom(words[3], kKibibyte);
     if (!size || !used) return std::nullopt;
     return Swap{withoutOctalEscapes(words[0]), isFile, *size, *used};
 }

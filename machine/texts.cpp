@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <system_error>
 
 namespace diskmgt_machine {
@@ -40,6 +41,10 @@ std::string unescaped(std::string_view text, std::string_view mark, std::size_t 
 
 }  // namespace
 
+bool startsWith(std::string_view text, std::string_view beginning) {
+    return text.substr(0, beginning.size()) == beginning;
+}
+
 std::string_view firstLineIn(std::string_view text) { return text.substr(0, text.find('\n')); }
 
 std::vector<std::string_view> linesIn(std::string_view text) {
@@ -75,6 +80,12 @@ std::optional<std::uint64_t> decimalFrom(std::string_view text) {
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || stop != end) return std::nullopt;
     return value;
+}
+
+std::optional<std::uint64_t> bytesFrom(std::string_view count, std::uint64_t unit) {
+    const auto number = decimalFrom(count);
+    if (!number || *number > std::numeric_limits<std::uint64_t>::max() / unit) return std::nullopt;
+    return *number * unit;
 }
 
 std::string nodeOfSysfsName(std::string name) {

@@ -9,6 +9,7 @@
 
 namespace diskmgt_machine {
 
+bool startsWith(std::string_view text, std::string_view beginning);
 /// The text up to its first line end.
 std::string_view firstLineIn(std::string_view text);
 /// The lines of a text without their ends; the last may lack its end.
@@ -20,6 +21,11 @@ std::string_view trimmed(std::string_view text);
 
 /// A number of digits only; nothing for any other text or when it does not fit.
 std::optional<std::uint64_t> decimalFrom(std::string_view text);
+
+/// The bytes of so many units; nothing for what is no number or when it does not fit.
+std::optional<std::uint64_t> bytesFrom(std::string_view count, std::uint64_t unit);
+/// sysfs and udev count in such units, not in the device's sectors.
+constexpr std::uint64_t kSectorUnit = 512;
 
 /// sysfs writes a node in a folder of /dev with "!": "cciss!c0d0" is that of /dev/cciss/c0d0.
 std::string nodeOfSysfsName(std::string name);

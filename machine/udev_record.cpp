@@ -1,7 +1,5 @@
 #include "machine/udev_record.h"
 
-#include <limits>
-
 #include "machine/files.h"
 #include "machine/texts.h"
 
@@ -26,18 +24,12 @@ constexpr TextKey kTextKeys[] = {
     {"ID_WWN", &UdevRecord::wwn},
 };
 
-std::optional<std::uint64_t> bytesFrom(std::string_view sectors) {
-    const auto count = decimalFrom(sectors);
-    if (!count || *count > std::numeric_limits<std::uint64_t>::max() / 512) return std::nullopt;
-    return *count * 512;
-}
-
 void take(UdevRecord& record, std::string_view key, std::string_view value) {
     for (const TextKey& row : kTextKeys)
         if (row.key == key) record.*row.member = withoutHexEscapes(value);
     if (key == "ID_PART_ENTRY_NUMBER") record.partitionNumber = decimalFrom(value);
-    if (key == "ID_PART_ENTRY_OFFSET") record.startBytes = bytesFrom(value);
-    if (key == "ID_PART_ENTRY_SIZE") record.sizeBytes = bytesFrom(value);
+    if (key == "ID_PART_ENTRY_OFFSET") record.startBytes = bytesFrom(value, kSectorUnit);
+    if (key == "ID_PART_ENTRY_SIZE") record.sizeBytes = bytesFrom(value, kSectorUnit);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -16,7 +15,7 @@ namespace diskmgt::progress_line {
 
 namespace {
 
-std::atomic<bool> isShown{false};  // shown and erased on different threads
+bool isShown = false;
 
 constexpr const char* kFromTheStart = "\r\033[K";
 
@@ -46,7 +45,9 @@ void show(const std::string& text) {
 }
 
 void erase() {
-    if (isShown.exchange(false)) say(kFromTheStart);
+    if (!isShown) return;
+    isShown = false;
+    say(kFromTheStart);
 }
 
 }  // namespace diskmgt::progress_line

@@ -7,7 +7,16 @@
 
 namespace diskmgt {
 
+namespace {
+
+bool (*taker)(const std::string&) = nullptr;
+
+}  // namespace
+
+void offerRemarksTo(bool (*takes)(const std::string& sentence)) { taker = takes; }
+
 void writeRemark(const std::string& sentence) {
+    if (taker != nullptr && taker(sentence)) return;
     const std::string line = "diskmgt: " + escapedControls(sentence) + "\n";
     progress_line::erase();
     // Nobody is left to be told when standard error itself fails.

@@ -63,6 +63,8 @@ void Account::reset(const Stage& usual, const std::string& usualSubject) {
     isPuttingInPlace = false;
     notedStatus = 0;
     hasNoted = false;
+    remarksEnd = 0;
+    std::memset(remarks, 0, sizeof remarks);
     usualStage = usual;
     hasUsual = usual.limitSeconds > 0;
     if (!hasUsual) return;
@@ -80,6 +82,21 @@ std::string Account::subject() const {
         if (subjectTurn.fetch_add(0, std::memory_order_acq_rel) == before) break;
     }
     return text;
+}
+
+void Account::keepRemark(const std::string& sentence) {
+    const std::size_t size = sentence.size() + 1;
+    const std::size_t begin = remarksEnd.fetch_add(size, std::memory_order_acq_rel);
+    if (begin < sizeof remarks && size <= sizeof remarks - begin) std::memcpy(remarks + begin, sentence.c_str(), size);
+}
+
+std::vector<std::string> Account::keptRemarks() const {
+    std::vector<std::string> kept;
+    const std::size_t end = std::min(remarksEnd.load(std::memory_order_acquire), sizeof remarks);
+    for (std::size_t begin = 0; begin < end; begin += kept.back().size() + 1)
+        kept.emplace_back(remarks + begin, ::strnlen(remarks + begin, end - begin));
+    while (!kept.empty() && kept.back().empty()) kept.pop_back();
+    return kept;
 }
 
 bool Account::giveUp(std::uint32_t number) {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace diskmgt::worker {
 
@@ -31,6 +32,8 @@ public:
     void leave();
     /// Changes what the stage is at.
     void nowAt(const std::string& subject);
+    /// A sentence that standard error cannot take. Past the room for a few of them they are lost.
+    void keepRemark(const std::string& sentence);
     /// With what the worker is about to exit.
     void note(int exitStatus) {
         notedStatus.store(exitStatus, std::memory_order_relaxed);
@@ -47,6 +50,8 @@ public:
     std::string subject() const;
     /// False when the stage has ended meanwhile.
     bool giveUp(std::uint32_t number);
+    /// The sentences kept, once the worker has ended.
+    std::vector<std::string> keptRemarks() const;
     int noted() const { return notedStatus.load(std::memory_order_acquire); }
     /// False: something else than the end of the work made the worker exit.
     bool isNoted() const { return hasNoted.load(std::memory_order_acquire); }
@@ -70,6 +75,8 @@ private:
     mutable std::atomic<std::uint32_t> subjectTurn{0};
     char subjectTexts[2][PATH_MAX + 64] = {};  // one is read while the other is written
     char usualText[PATH_MAX + 64] = "";
+    std::atomic<std::size_t> remarksEnd{0};  // also counts those that did not fit
+    char remarks[2 * PATH_MAX] = {};         // each with a zero byte behind it
 };
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 
 namespace diskmgt::worker {
 
@@ -31,6 +30,7 @@ Relay::Read Relay::readFrom(int pipe) {
     const ssize_t count = ::read(pipe, held.data(), held.size());
     end = count > 0 ? static_cast<std::size_t>(count) : 0;
     next = 0;
+    total += end;
     if (count == 0) return Read::kEnd;
     return count > 0 ? Read::kSome : Read::kNothingYet;
 }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 namespace diskmgt::worker {
 
@@ -18,14 +19,17 @@ public:
     /// Writes a piece of what is held, if there is room. 0, or why it failed; then nothing is held any more.
     int writeSome();
     int target() const { return real; }
+    /// How many bytes it has read so far.
+    std::uint64_t taken() const { return total; }
 
 private:
     int real;
     std::size_t largestPiece = 0;                  // that is written at once without waiting; 0: not asked yet
-    static constexpr std::size_t kBuffer = 65536;  // what a pipe holds
+    static constexpr std::size_t kBuffer = 65536;  // what a pipe holds where pages have 4 KiB
     std::array<char, kBuffer> held;                // never cleared: pages that no byte came to are not touched
     std::size_t next = 0;
     std::size_t end = 0;
+    std::uint64_t total = 0;
 };
 
 }  // namespace diskmgt::worker

@@ -4,6 +4,7 @@
 
 #include <linux/futex.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include <csignal>
 
 #include "terminal/progress_line.h"
+#include "terminal/remarks.h"
 #include "worker/stalled_call.h"
 
 namespace diskmgt::worker {
@@ -28,6 +30,11 @@ constexpr std::int64_t kLongestWait = kSecond;  // so that a pause of this proce
 std::int64_t limitOf(const Stage& stage) {
     constexpr double kCentury = 3e18;
     return static_cast<std::int64_t>(std::min(stage.limitSeconds * static_cast<double>(kSecond), kCentury));
+}
+
+std::uint64_t bytesIn(int pipe) {
+    int count = 0;
+    return pipe >= 0 && ::ioctl(pipe, FIONREAD, &count) == 0 ? static_cast<std::uint64_t>(count) : 0;
 }
 
 }  // namespace
@@ -61,6 +68,8 @@ Outcome Watch::run() {
         if (!isOver) keepTime(patience * kMillisecond, before);
     }
     progress_line::erase();
+    if (!isInterrupted)
+        for (const std::string& sentence : account().keptRemarks()) writeRemark(sentence);
     return std::move(outcome);
 }
 
@@ -151,13 +160,20 @@ void Watch::takeKnown() {
     if (count == 0) worker.closeKnownEnd();
 }
 
-/// Whether nothing is left to relay of a worker that is over.
+/// Whether nothing is left to relay of a worker that is over. What its own children write from then on does not count:
+/// it may have no end.
 bool Watch::isDrained() {
     takeKnown();
     if (errors.isHolding() || output.isHolding()) return false;
+    if (!knowsRest) {
+        errorsUpTo = errors.taken() + bytesIn(worker.errorEnd());
+        outputUpTo = output.taken() + bytesIn(worker.outputEnd());
+        knowsRest = true;
+    }
     relayErrors(true);
     if (!errors.isHolding()) relayOutput(true);
-    return !errors.isHolding() && !output.isHolding();
+    return !errors.isHolding() && !output.isHolding() && (worker.errorEnd() < 0 || errors.taken() >= errorsUpTo) &&
+           (worker.outputEnd() < 0 || output.taken() >= outputUpTo);
 }
 
 void Watch::keepTime(std::int64_t asked, std::int64_t before) {

@@ -50,6 +50,8 @@ private:
     Outcome outcome;
     bool isOver = false;         // ended or left: what is still in its pipes is relayed
     bool isInterrupted = false;  // not even that
+    bool knowsRest = false;      // of one that is over: how far its pipes are relayed, in all that is read of them
+    std::uint64_t errorsUpTo = 0, outputUpTo = 0;
     bool showsProgress;
     std::uint32_t seenStage = 0;
     std::int64_t stoppedNs = 0;      // while the stage was on, this process was stopped or asleep for so long

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "terminal/remarks.h"
 #include "text/command_error.h"
 #include "worker/account.h"
 
@@ -22,6 +24,18 @@ namespace diskmgt::worker {
 namespace {
 
 int knownPipe = -1;  // of this process, when it is a worker with one
+
+struct stat errorPipe;  // of this process, when it is a worker
+
+/// Code that is called may close all descriptors, and others may have their numbers by then.
+bool keepWhatErrorsCannotTake(const std::string& sentence) {
+    struct stat present {};
+    if (::fstat(STDERR_FILENO, &present) == 0 && present.st_dev == errorPipe.st_dev &&
+        present.st_ino == errorPipe.st_ino)
+        return false;
+    account().keepRemark(sentence);
+    return true;
+}
 
 [[noreturn]] void failStarting(const char* what) {
     throw CommandError(kFailureReported, std::string("cannot ") + what + " for the work: " + std::strerror(errno) +
@@ -83,6 +97,8 @@ Worker::Worker(const std::function<int()>& work, const Wants& wants) {
     if (!keeps(kept, STDIN_FILENO)) (void)::dup2(pipes[0].writingEnd, STDIN_FILENO);  // which cannot be read
     (void)::dup2(pipes[0].writingEnd, STDOUT_FILENO);
     (void)::dup2(pipes[1].writingEnd, STDERR_FILENO);
+    (void)::fstat(STDERR_FILENO, &errorPipe);  // cannot fail
+    offerRemarksTo(&keepWhatErrorsCannotTake);
     if (wants.makesKnown) {
         knownPipe = pipes[2].writingEnd;
         std::size_t place = 0;

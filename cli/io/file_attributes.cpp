@@ -14,8 +14,9 @@ namespace diskmgt {
 namespace {
 
 constexpr char kAccessList[] = "system.posix_acl_access";
-constexpr mode_t kAllBits = 07777;
 constexpr mode_t kPermissions = 0777;
+// Not the setuid and setgid bits: like capabilities they belong to the program that was there.
+constexpr mode_t kKeptBits = kPermissions | S_ISVTX;
 
 /// Of the text, not of the file: capabilities of a program and signatures of what was there.
 bool belongsToContent(const std::string& name) {
@@ -68,7 +69,7 @@ void keepAttributes(int from, int to) {
         const int groupAlone = ::fchown(to, static_cast<uid_t>(-1), former.st_gid);
     if (::fstat(to, &present) != 0) return;
     keepExtendedAttributes(from, to);
-    mode_t mode = former.st_mode & kAllBits;
+    mode_t mode = former.st_mode & kKeptBits;
     if (present.st_uid != former.st_uid || present.st_gid != former.st_gid) mode &= kPermissions;
     if (present.st_gid != former.st_gid) mode &= ~mode_t{S_IRWXG} | (mode & S_IRWXO) << 3U;
     (void)::fchmod(to, mode);  // where permissions are not kept, none need to be set

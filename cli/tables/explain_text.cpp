@@ -119,8 +119,10 @@ std::string deviceParagraphs(const DeviceExplanation& device, const TableStyle& 
     for (const MountedOn& mount : device.mounts)
         mounted += (mounted.empty() ? "" : ", ") + mount.source + " on " + mount.mountPoint;
     if (!mounted.empty()) text += paragraph("  Mounted:     ", mounted + ".", width);
-    if (mounted.empty() || device.usage.isMoreThanMounted())
-        text += paragraph("  Use:         ", useSentence(device.usage), width);
+    const bool isOnlyNamed = !mounted.empty() && device.usage.text.empty();  // such as by the source of a tmpfs
+    if (mounted.empty() || isOnlyNamed || device.usage.isMoreThanMounted())
+        text += paragraph("  Use:         ",
+                          useSentence(device.usage) + (isOnlyNamed ? " Only the mount table names it." : ""), width);
     return text;
 }
 

@@ -53,6 +53,14 @@ class TestUnusablePlugin:
         assert "throwing_at_load.so" in done.sentence
 
 
+@pytest.mark.parametrize("more", [[], ["--format", "json"], ["--output", "out"], ["--log-level", "verbose"]])
+def test_plugin_that_closes_all_descriptors_silences_no_sentence(run, plugin, tmp_path, more):
+    done = run("get", CLASS, "--plugin", plugin("closing"), *more)
+    assert (done.status, done.stdout) == (1, b"")
+    assert "Bad file descriptor" in done.sentence
+    assert os.listdir(tmp_path) == []
+
+
 @pytest.mark.parametrize("limit", ["30", "0"])
 def test_exception_that_ends_the_request_is_reported(run, plugin, limit):
     done = run("get", CLASS, "--plugin", plugin("failing"), "--timeout", limit)

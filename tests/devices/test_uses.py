@@ -84,6 +84,16 @@ def test_the_use_of_a_device_is_said_through_every_layer(machine, diskmgt, name,
     assert _use_in(text) == USES[name][device]
 
 
+def test_a_device_that_only_the_source_of_a_mount_names_is_not_seen_in_use(tmp_path, diskmgt, explain):
+    with Session(write_machine(tmp_path, disks=[{"name": "sda", "size": "8 MiB"}], sys_block=[{"name": "sda", "size": 16384}],
+                               mounts=[{"at": "/media/memory", "source": "/dev/sda", "type": "tmpfs"}],
+                               mtab="live")) as session:
+        assert explain(session)["devices"][0]["use"]["seen"] is False
+        text = session.run([diskmgt, "explain", "/dev/sda"]).stdout
+    assert "  Mounted:     /dev/sda on /media/memory.\n" in text
+    assert _use_in(text) == "Not seen in use. Only the mount table names it."
+
+
 @pytest.mark.parametrize("name", NAMES)
 def test_all_that_the_kernel_shows_in_use_is_reported_in_use(machine, diskmgt, explain, name):
     session = machine(name)

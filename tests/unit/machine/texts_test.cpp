@@ -40,6 +40,24 @@ TEST(MachineTexts, NumbersAreDigitsOnly) {
         EXPECT_EQ(decimalFrom(text), std::nullopt) << text;
 }
 
+TEST(MachineTexts, BytesAreCountedInUnitsAndMustFit) {
+    EXPECT_EQ(bytesFrom("0", kSectorUnit), 0U);
+    EXPECT_EQ(bytesFrom("3", kSectorUnit), 1536U);
+    EXPECT_EQ(bytesFrom("36028797018963967", kSectorUnit), 18446744073709551104U);
+    EXPECT_EQ(bytesFrom("36028797018963968", kSectorUnit), std::nullopt);
+    EXPECT_EQ(bytesFrom("18014398509481983", 1024), 18446744073709550592U);
+    EXPECT_EQ(bytesFrom("18014398509481984", 1024), std::nullopt);
+    EXPECT_EQ(bytesFrom("", kSectorUnit), std::nullopt);
+}
+
+TEST(MachineTexts, BeginningIsAllOfItOrNothing) {
+    EXPECT_TRUE(startsWith("LVM-x", "LVM-"));
+    EXPECT_TRUE(startsWith("LVM-", "LVM-"));
+    EXPECT_TRUE(startsWith("", ""));
+    EXPECT_FALSE(startsWith("LVM", "LVM-"));
+    EXPECT_FALSE(startsWith("xLVM-", "LVM-"));
+}
+
 TEST(MachineTexts, LinesEndAtLineEndsAndTheLastMayLackIts) {
     EXPECT_THAT(linesIn("a\n\nb"), ElementsAre("a", "", "b"));
     EXPECT_THAT(linesIn("a\n"), ElementsAre("a"));

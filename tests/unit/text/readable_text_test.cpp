@@ -16,15 +16,36 @@ TEST(ReadableText, EveryMarkOfWritingDirectionIsMadeVisible) {
     }
 }
 
+TEST(ReadableText, EveryInvisibleCharacterIsMadeVisible) {
+    for (const char* const mark :
+         {"\u00AD", "\u180E", "\u200B", "\u200C", "\u200D", "\u2028", "\u2029", "\u2060", "\u2061", "\u2062", "\u2063",
+          "\u2064", "\uFEFF", "\U000E0000", "\U000E0001", "\U000E0020", "\U000E007F"}) {
+        const std::string text = std::string("a") + mark + mark + "b";
+        EXPECT_EQ(withoutDirectionMarks(text), "a\uFFFD\uFFFDb") << text;
+        EXPECT_EQ(escapedControls(text).find(mark), std::string::npos) << text;
+        EXPECT_EQ(directionMarkLength(mark), std::string(mark).size()) << text;
+    }
+    EXPECT_EQ(escapedControls("\u200Bb"), "\\xe2\\x80\\x8bb");
+}
+
 TEST(ReadableText, WhatOnlyBeginsLikeAMarkStays) {
-    for (const char* const text : {"", "a", "\u0628", "\u2014 \u20AC", "\u200D", "\u2065", "\xE2", "\xD8", "\xE2\x80"})
+    for (const char* const text :
+         {"",           "a",          "\u0628",       "\u2014 \u20AC", "\u2065", "\xE2",   "\xD8",
+          "\xE2\x80",   "\u00AC",     "\u00AE",       "\u180D",        "\u180F", "\u200A", "\u2010",
+          "\u2027",     "\u202F",     "\u205F",       "\u206A",        "\uFEFE", "\uFE0F", "\U000E0080",
+          "\U000E0100", "\U000DFFFF", "\xF3\xA0\x80", "\xEF\xBB"})
         EXPECT_EQ(withoutDirectionMarks(text), text);
 }
 
 TEST(ReadableText, AMarkHasItsCodeInFourDigits) {
     EXPECT_EQ(withCodedDirectionMarks("a\u061Cb\u202E\u2069\u00E4\u20AC", "\\u"),
               "a\\u061cb\\u202e\\u2069\u00E4\u20AC");
+    EXPECT_EQ(withCodedDirectionMarks("\u00AD\uFEFF", "\\u"), "\\u00ad\\ufeff");
     EXPECT_EQ(withCodedDirectionMarks("", "\\u"), "");
+}
+
+TEST(ReadableText, AMarkPastFourDigitsHasTwoCodes) {
+    EXPECT_EQ(withCodedDirectionMarks("\U000E0000\U000E007F", "\\u"), "\\udb40\\udc00\\udb40\\udc7f");
 }
 
 TEST(ReadableText, EscapesControlsMarksAndBytesThatAreNoText) {

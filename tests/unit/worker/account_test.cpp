@@ -9,7 +9,9 @@
 
 #include <memory>
 #include <new>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "worker/deadline.h"
 
@@ -159,6 +161,19 @@ TEST(Deadlines, EnterAStageWhileTheyLive) {
         EXPECT_EQ(account().subject(), "measuring /media");
     }
     EXPECT_EQ(account().stageNumber(), 0U);
+}
+
+TEST_F(Accounts, KeepSentencesWhileThereIsRoom) {
+    EXPECT_TRUE(account.keptRemarks().empty());
+    account.keepRemark("first");
+    account.keepRemark("");
+    account.keepRemark("second\nline");
+    EXPECT_EQ(account.keptRemarks(), (std::vector<std::string>{"first", "", "second\nline"}));
+    account.keepRemark(std::string(100000, 'x'));
+    account.keepRemark("too late");
+    EXPECT_EQ(account.keptRemarks().size(), 3U);
+    account.reset({}, "");
+    EXPECT_TRUE(account.keptRemarks().empty());
 }
 
 }  // namespace

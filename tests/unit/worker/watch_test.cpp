@@ -1,16 +1,20 @@
 // A worker from its start to its end, or to the moment when it is left.
 #include "worker/watch.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
 
+#include "terminal/remarks.h"
 #include "worker/deadline.h"
 #include "worker/standard_output.h"
 
@@ -31,14 +35,14 @@ std::string take(int from) {
 }
 
 /// Watches in a process of its own, whose standard output and standard error are one pipe, and which exits 0 when what
-/// became of the work is as it should be.
+/// became of the work is as it should be. `output`: takes the place of that pipe as standard output.
 Seen watched(const std::function<int()>& work, const std::function<bool(const Outcome&)>& judge,
-             const Stage& usual = {}, const Worker::Wants& wanted = {}) {
+             const Stage& usual = {}, const Worker::Wants& wanted = {}, int output = -1) {
     int ends[2];
     if (::pipe(ends) != 0) return {};
     const pid_t watching = ::fork();
     if (watching == 0) {
-        (void)::dup2(ends[1], STDOUT_FILENO);
+        (void)::dup2(output >= 0 ? output : ends[1], STDOUT_FILENO);
         (void)::dup2(ends[1], STDERR_FILENO);
         (void)::close(ends[0]);
         (void)::close(ends[1]);
@@ -187,6 +191,70 @@ TEST(Watches, EndTheWorkWhenASignalInterrupts) {
             return outcome.how == Outcome::How::kInterrupted && outcome.signalNumber == SIGTERM;
         });
     EXPECT_EQ(seen.status, 0) << seen.output;
+}
+
+/// Stops the process that watches until this one has ended.
+void stopWatchingUntilTheEnd() {
+    const pid_t watching = ::getppid();
+    const pid_t working = ::getpid();
+    if (::fork() != 0) {
+        (void)::kill(watching, SIGSTOP);
+        return;
+    }
+    (void)::close(STDIN_FILENO);  // the first pipe too
+    (void)::close(STDOUT_FILENO);
+    (void)::close(STDERR_FILENO);
+    while (::getppid() == working) (void)::usleep(1000);
+    (void)::kill(watching, SIGCONT);
+    ::_exit(0);
+}
+
+TEST(Watches, PassOnAllThatALargePipeHoldsAtTheEnd) {
+    std::FILE* const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    constexpr int kLarge = 1 << 20;  // of a pipe where pages have 64 KiB
+    const std::string much(kLarge, 'x');
+    const Seen seen = watched(
+        [&much] {
+            if (::fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kLarge) < kLarge) return 1;
+            stopWatchingUntilTheEnd();
+            say(STDOUT_FILENO, much);
+            return 0;
+        },
+        [](const Outcome& outcome) { return outcome.waitStatus == 0; }, {}, {}, ::fileno(file));
+    EXPECT_EQ(seen.status, 0);
+    struct stat found {};
+    EXPECT_EQ(::fstat(::fileno(file), &found), 0);
+    EXPECT_EQ(found.st_size, kLarge);
+    (void)std::fclose(file);
+}
+
+TEST(Watches, DoNotWaitForAChildOfTheWorkThatNeverStopsWriting) {
+    std::FILE* const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    const Seen seen = watched(
+        [] {
+            if (::fork() == 0)
+                for (;;) say(STDOUT_FILENO, std::string(4096, 'x'));
+            return 0;
+        },
+        [](const Outcome& outcome) { return outcome.waitStatus == 0; }, {}, {}, ::fileno(file));
+    EXPECT_EQ(seen.status, 0);
+    (void)std::fclose(file);
+}
+
+TEST(Watches, SayTheSentencesOfWorkWhoseErrorsWereClosed) {
+    const Seen seen = watched(
+        [] {
+            (void)::close(STDERR_FILENO);
+            writeRemark("a sentence");
+            const int taken = ::dup(STDOUT_FILENO);  // the number has another meaning now
+            writeRemark("and another");
+            return taken == STDERR_FILENO ? 3 : 0;
+        },
+        [](const Outcome& outcome) { return WEXITSTATUS(outcome.waitStatus) == 3; });
+    EXPECT_EQ(seen.status, 0);
+    EXPECT_EQ(seen.output, "diskmgt: a sentence\ndiskmgt: and another\n");
 }
 
 TEST(Workers, HaveNoDescriptorButThoseAskedFor) {

@@ -24,7 +24,7 @@ mkdir -p /mnt/bound /mnt/layers/lower /mnt/layers/upper /mnt/layers/work /mnt/ov
 mkdir -p /mnt/far/part
 must mount --bind /mnt/far/part /mnt/bound
 must mount -t overlay -o lowerdir=/mnt/layers/lower,upperdir=/mnt/layers/upper,workdir=/mnt/layers/work overlay /mnt/overlay
-must mount -t tmpfs /dev/sda /mnt/memory
+must mount -t tmpfs "$(disk plain)" /mnt/memory  # a disk that nothing uses, whichever name the kernel gives the others
 
 step "mounts hidden by later ones"
 mkdir -p /mnt/covered /mnt/above
