@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Checks the documents: every top-level folder says what it is for, links between documents resolve, decisions are
-numbered and dated, and what documents name exists: commands, options, files, tests."""
+numbered and dated, what documents name exists (commands, options, files, tests), and there is one version."""
 
 import re
 import sys
@@ -97,9 +97,30 @@ def check_commands(root, path, text):
             yield path, text.count("\n", 0, match.start()) + 1, f"there is no `tools/dev test {match['argument']}`"
 
 
+def check_version(root):
+    """CMake's version, the packages' and the release notes' are one. Until it is released, both of the latter say so."""
+    texts = {}
+    for name in ("CMakeLists.txt", "debian/changelog", "CHANGELOG.md"):
+        if not (root / name).is_file():
+            return
+        texts[name] = (root / name).read_text(encoding="utf-8")
+    version = re.search(r"^project\(\w+ VERSION ([\d.]+)", texts["CMakeLists.txt"], re.MULTILINE)
+    entry = re.match(r"[a-z]+ \((?P<version>[^)]+)\) (?P<release>\w+);", texts["debian/changelog"])
+    heading = re.search(r"^## (.+)$", texts["CHANGELOG.md"], re.MULTILINE)
+    if not version or not entry or not heading:
+        yield Path("CMakeLists.txt"), 0, "the version is not found here, in debian/changelog and in CHANGELOG.md"
+        return
+    if entry["version"] != version[1]:
+        yield Path("debian/changelog"), 1, f"version {entry['version']}, but CMakeLists.txt has {version[1]}"
+    expected = "Unreleased" if entry["release"] == "UNRELEASED" else version[1]
+    if heading[1] != expected:
+        yield (Path("CHANGELOG.md"), texts["CHANGELOG.md"].count("\n", 0, heading.start()) + 1,
+               f"the first heading is \"{heading[1]}\"; by debian/changelog it is \"{expected}\"")
+
+
 def check(root):
     root = Path(root)
-    findings = list(check_folders(root)) + list(check_decisions(root))
+    findings = list(check_folders(root)) + list(check_decisions(root)) + list(check_version(root))
     names = document_names.Names(root)
     for path in source_tree.files(root):
         if path.suffix == ".md":

@@ -56,9 +56,12 @@ CITATION = re.compile(r"\bas re" + r"quired\b|\b(?:issue|ticket)s? #?\d", re.IGN
 # Files allowed in the tree: by suffix, or by name without a suffix.
 KNOWN_SUFFIXES = {".h", ".cpp", ".c", ".py", ".sh", ".md", ".txt", ".json", ".jsonl", ".csv", ".cmake", ".mof", ".in",
                   ".ini", ".prom", ".service", ".timer", ".yml", ".fact", ".1", ".5", ".bash", ".zsh"}
-KNOWN_NAMES = {".clang-format", ".clang-tidy", ".gitignore", ".gitattributes", ".editorconfig", "LICENSE", "gcovr.cfg"}
+KNOWN_NAMES = {".clang-format", ".clang-tidy", ".gitignore", ".gitattributes", ".editorconfig", "LICENSE", "LICENSE.todo",
+               "gcovr.cfg"}
+# What Debian's tools read, by the names that they give it.
+DEBIAN = re.compile(r"debian/(?:control|rules|changelog|copyright|not-installed|source/format|tests/control|[a-z-]+\.install)")
 # Folders that may contain scripts without a suffix; they begin with "#!".
-SCRIPT_FOLDERS = ("tools", ".ci", "tests", "bench")
+SCRIPT_FOLDERS = ("tools", ".ci", "tests", "bench", "debian/tests")
 # Inputs of fuzz targets: any bytes, any name, but small.
 RAW_FOLDERS = ("fuzz/seeds",)
 RAW_LIMIT = 65536
@@ -79,6 +82,8 @@ PART_OF = {
     "cli/main.cpp": None,
 }
 
+DEBIAN_RULES = Path("debian/rules")  # a makefile, where a tab begins a command
+
 MAX_LINES = 400
 
 
@@ -96,7 +101,8 @@ def check_kind(path, content):
         if len(content) > RAW_LIMIT:
             yield 0, f"an input of more than {RAW_LIMIT} bytes"
         return
-    if path.suffix not in KNOWN_SUFFIXES and path.name not in KNOWN_NAMES and not is_script(path, content):
+    known = path.suffix in KNOWN_SUFFIXES or path.name in KNOWN_NAMES or DEBIAN.fullmatch(str(path))
+    if not known and not is_script(path, content):
         yield 0, "a stray file: no kind of file that belongs here"
     if b"\0" in content:
         yield 0, "a binary file: describe it as text and make it when it is needed"
@@ -107,7 +113,7 @@ def check_layout(path, text):
     recorded = lies_in(path, RECORDED_FOLDERS)
     for number, line in enumerate(text.split("\n"), 1):
         if not recorded:
-            if "\t" in line:
+            if "\t" in line and not (path == DEBIAN_RULES and line.startswith("\t")):
                 yield number, "a tab"
             if line.endswith("\r"):
                 yield number, "a carriage return"

@@ -10,12 +10,16 @@
 
 #include "cli/tables/text_table.h"
 #include "schema/vocabulary.h"
+#include "text/paragraph.h"
 #include "text/readable_text.h"
 #include "text/wording.h"
 
 namespace diskmgt {
 
 namespace {
+
+// Of a class's descriptions. The same for every output, so that a page in a file reads like the terminal.
+constexpr std::size_t kParagraphWidth = 79;
 
 bool isNumeric(const refhost::PropertyDeclaration& property) {
     return !property.isArray && (property.type.rfind("uint", 0) == 0 || property.type.rfind("sint", 0) == 0);
@@ -45,11 +49,11 @@ std::string marks(const refhost::ClassDeclaration& declaration) {
 
 /// Without the columns that have nothing in any row.
 std::string propertyTable(const std::vector<refhost::PropertyDeclaration>& properties, const TableStyle& style) {
-    const std::vector<std::string> headings = {"Property", "Type", "Key", "Unit", "Declared in", "Description"};
+    const std::vector<std::string> headings = {"Property", "Type", "Key", "Unit", "Declared in"};
     std::vector<std::vector<std::string>> rows;
     for (const refhost::PropertyDeclaration& property : properties)
-        rows.push_back({property.name, typeText(property), property.isKey ? "Key" : "", property.unit,
-                        property.declaredIn, property.description});
+        rows.push_back(
+            {property.name, typeText(property), property.isKey ? "Key" : "", property.unit, property.declaredIn});
     std::vector<std::size_t> shown;
     for (std::size_t column = 0; column < headings.size(); ++column)
         if (std::any_of(rows.begin(), rows.end(),
@@ -129,8 +133,11 @@ std::string classTable(const refhost::ClassDeclaration& declaration, const Table
     std::string text = title(declaration.name, style) + (kind.empty() ? "" : " (" + kind + ")");
     if (!declaration.superclass.empty()) text += " : " + declaration.superclass;
     text += "\n";
-    if (!declaration.description.empty()) text += declaration.description + "\n";
-    if (!declaration.properties.empty()) text += propertyTable(declaration.properties, style);
+    if (!declaration.description.empty()) text += paragraph("", declaration.description, kParagraphWidth);
+    if (!declaration.properties.empty()) text += "\n" + propertyTable(declaration.properties, style) + "\n";
+    for (const refhost::PropertyDeclaration& property : declaration.properties)
+        if (!property.description.empty())
+            text += title(property.name + ":", style) + "\n" + paragraph("    ", property.description, kParagraphWidth);
     for (const refhost::PropertyDeclaration& property : declaration.properties) {
         if (property.valueNames.empty()) continue;
         text += "\n" + title(property.name, style) + "\n";

@@ -50,9 +50,11 @@ def test_one_class_as_json(run):
     assert properties["StartingOffset"]["unit"] is None
     assert properties["OtherIdentifyingInfo"]["array"] is True
     assert properties["DeviceID"]["key"] is True
-    assert properties["DeviceID"]["declaredIn"] == "CIM_LogicalDevice"
+    assert properties["DeviceID"]["declaredIn"] == "VEXSG_DiskPartition"
     assert properties["PartitionType"]["values"]["19"] == "VMFS"
+    assert properties["PartitionSubType"]["values"]["131"] == "Linux"
     assert "number of the last block" in properties["StartingOffset"]["description"]
+    assert all(entry["description"] for entry in properties.values())
 
 
 def test_references_name_their_class(run):
@@ -72,8 +74,15 @@ def test_one_class_as_table(run):
 
 
 def test_a_table_has_no_column_of_blanks(run):
-    heading = run("classes", "CIM_Dependency").text.splitlines()[-3]
+    heading = next(line for line in run("classes", "CIM_Dependency").text.splitlines() if line.startswith("Property"))
     assert heading.split()[:3] == ["Property", "Type", "Key"] and "Unit" not in heading
+
+
+def test_descriptions_follow_the_table_and_fit_a_terminal(run):
+    lines = run("classes", "VEXSG_DiskPartition").text.splitlines()
+    start = lines.index("Bootable:")
+    assert lines[start + 1].startswith("    MBR: whether")
+    assert [line for line in lines if len(line) > 80] == []
 
 
 def test_association_as_table(run):

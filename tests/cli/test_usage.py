@@ -38,7 +38,7 @@ def test_general_help_lists_every_command(run):
 def test_version(run, command):
     done = run(*command, "--version")
     assert done.status == 0
-    assert done.stdout == b"diskmgt 1.0.0\n"
+    assert done.stdout == b"diskmgt 1.1.0\n"
 
 
 @pytest.mark.parametrize("name", ["forest", "Get", "", "x" * 5000])

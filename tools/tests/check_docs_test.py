@@ -9,6 +9,32 @@ import check_docs
 DECISION = "# Title\n\n2026-11-21\n\n## Situation\n\nA.\n\n## Choice\n\nB.\n\n## Cost\n\nC.\n"
 
 
+class Version(ScratchTree):
+    def findings(self, cmake, package, notes):
+        self.put("README.md", "# Top\n")
+        self.put("CMakeLists.txt", f"project(diskmgt VERSION {cmake} LANGUAGES CXX)\n")
+        self.put("debian/changelog", f"diskmgt ({package}; urgency=medium\n")
+        self.put("debian/README.md", "# debian\n")
+        self.put("CHANGELOG.md", f"# Changes\n\n## {notes}\n\n## 1.0.0\n")
+        return [(str(path), line) for path, line, _ in check_docs.check(self.root)]
+
+    def test_one_version_passes_before_and_after_its_release(self):
+        self.assertEqual(self.findings("1.1.0", "1.1.0) UNRELEASED", "Unreleased"), [])
+        self.assertEqual(self.findings("1.1.0", "1.1.0) unstable", "1.1.0"), [])
+
+    def test_another_version_of_the_packages_is_found(self):
+        self.assertEqual(self.findings("1.2.0", "1.1.0) UNRELEASED", "Unreleased"), [("debian/changelog", 1)])
+
+    def test_notes_that_are_released_earlier_or_later_are_found(self):
+        for package, notes in (("1.1.0) unstable", "Unreleased"), ("1.1.0) UNRELEASED", "1.1.0"),
+                               ("1.1.0) unstable", "1.2.0")):
+            with self.subTest(package=package, notes=notes):
+                self.assertEqual(self.findings("1.1.0", package, notes), [("CHANGELOG.md", 3)])
+
+    def test_a_version_that_is_nowhere_is_found(self):
+        self.assertEqual(self.findings("", "1.1.0) unstable", "1.1.0"), [("CMakeLists.txt", 0)])
+
+
 class Documents(ScratchTree):
     def setUp(self):
         super().setUp()

@@ -154,6 +154,13 @@ class Kinds(ScratchTree):
             self.assertIn("a stray file", found(path, "x\n")[0], path)
         self.assertEqual(found("tools/script", "#!/bin/bash\n# A.\n"), [])
 
+    def test_files_for_debians_tools_go_by_their_names(self):
+        for path in ("debian/control", "debian/a-package.install", "debian/source/format", "debian/tests/control"):
+            self.assertEqual(found(path, "x\n"), [], path)
+        self.assertIn("a stray file", found("debian/postinst.old", "x\n")[0])
+        self.assertEqual(found("debian/rules", "#!/usr/bin/make -f\n# A.\nall:\n\tcommand\n"), [])
+        self.assertEqual(found("debian/rules", "#!/usr/bin/make -f\n# A.\nall:\n  a\tb\n"), ["a tab"])
+
     def test_binary_files_are_refused_but_for_fuzz_inputs(self):
         self.assertIn("a binary file", found("tests/a.txt", b"a\0b")[0])
         self.assertEqual(found("fuzz/seeds/mbr/0a1b", b"a\0b\t \xff"), [])

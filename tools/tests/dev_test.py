@@ -43,6 +43,15 @@ class Test(unittest.TestCase):
     def test_the_document_lists_the_suites(self):
         self.assertEqual(re.findall(r"^\| `([a-z]+)` \|", TESTING, re.MULTILINE), suites(body_of("run_tests")))
 
+    def test_the_document_lists_the_rows_of_the_matrix(self):
+        section = re.search(r"^## The matrix$(.*?)^## ", TESTING, re.MULTILINE | re.DOTALL).group(1)
+        cells = re.findall(r"^\|[^|]*\|([^|]*)\|", section, re.MULTILINE)
+        listed = re.findall("`(.*?)`", " ".join(cells))
+        rows = re.search(r"^all=\((.*)\)$", (ROOT / "tools/matrix").read_text(encoding="utf-8"), re.MULTILINE).group(1)
+        self.assertEqual(listed, rows.split())
+        for row in listed:
+            self.assertRegex(call("help").stdout, rf"\b{row}\b")
+
     def test_the_guests_run_alone_and_with_all_suites(self):
         self.assertIn("but_guests=(-LE '^vm$')", body_of("run_tests"))
         self.assertIn("suite dev -L '^vm$'", body_of("run_guests"))
@@ -50,6 +59,16 @@ class Test(unittest.TestCase):
     def test_the_second_compiler_comes_with_the_command_that_needs_it(self):
         self.assertEqual([purpose for purpose in ("run", "test", "test_all", "check") if "clang" in packages(purpose)],
                          ["test_all", "check"])
+
+    def test_the_packages_build_with_what_running_needs(self):
+        """The first of several alternatives; the compiler comes with the tools that make packages."""
+        control = (ROOT / "debian/control").read_text(encoding="utf-8")
+        listed = re.search(r"^Build-Depends:\n((?: .*\n)+)", control, re.MULTILINE).group(1)
+        wanted = {re.match(r" ([^ ,]+)", line).group(1) for line in listed.splitlines()} - {"debhelper-compat"}
+        newest = re.search(r"echo (1\.\d+)\n\}", SCRIPT).group(1)
+        needed = {name.strip('"').replace("$boost", newest) for name in packages("run")} - {"g++", "${older_boost[@]}"}
+        self.assertEqual(wanted, needed)
+        self.assertIn("debhelper", packages("package"))
 
     def test_the_build_server_runs_the_checks_and_last_every_suite(self):
         lines = (ROOT / ".ci/run").read_text(encoding="utf-8").splitlines()

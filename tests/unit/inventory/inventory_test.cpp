@@ -1,6 +1,7 @@
 // The inventory: what is nested where, and what is observed beside the published values.
 #include "inventory/inventory.h"
 #include "inventory/device_names.h"
+#include "inventory/partition_types.h"
 
 #include <gmock/gmock.h>
 
@@ -28,6 +29,19 @@ std::vector<std::string> sources(const Inventory& inventory, const std::vector<s
 struct Inventories : ::testing::Test {
     PublishedScene scene;
 };
+
+TEST_F(Inventories, TypeBytesHaveTheirNamesInTheSchemaToo) {
+    std::map<std::string, std::string> inSchema, inInventory;
+    for (const PublishedClass& cls : scene.published.classes)
+        for (const refhost::PropertyDeclaration& property : cls.declaration->properties)
+            if (property.name == "PartitionSubType")
+                inSchema.insert(property.valueNames.begin(), property.valueNames.end());
+    const refhost::Instance withoutType;
+    for (unsigned byte = 0; byte < 256; ++byte)
+        if (const std::string name = partitionTypeName(withoutType, byte); name != "unknown")
+            inInventory[std::to_string(byte)] = name;
+    EXPECT_EQ(inSchema, inInventory);
+}
 
 TEST_F(Inventories, PairsAreFollowedAndNothingElse) {
     scene.drive("/dev/sda", 4096, 1);

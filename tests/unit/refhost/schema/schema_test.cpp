@@ -194,12 +194,38 @@ TEST_F(HostSchema, TypesTheDiskProperties) {
     EXPECT_EQ(property("VEXSG_DiskDrive", "Size").unit, "byte");
     EXPECT_EQ(property("VEXSG_DiskDrive", "NoOfPartitions").type, "uint32");
     EXPECT_EQ(property("VEXSG_DiskPartition", "Bootable").type, "boolean");
-    EXPECT_EQ(property("VEXSG_DiskPartition", "Bootable").declaredIn, "CIM_MediaPartition");
+    EXPECT_EQ(property("VEXSG_DiskPartition", "Bootable").declaredIn, "VEXSG_DiskPartition");
     EXPECT_EQ(property("VEXSG_DiskPartition", "PartitionType").type, "uint16");
     EXPECT_EQ(property("VEXSG_DiskPartition", "PartitionType").valueNames.size(), 18u);
     EXPECT_EQ(property("VEXSG_DiskPartition", "StartingOffset").unit, "");
     EXPECT_TRUE(property("VEXSG_LogicalDisk", "OtherIdentifyingInfo").isArray);
     EXPECT_FALSE(property("VEXSG_LogicalDisk", "MountOptions").isArray);
+}
+
+TEST_F(HostSchema, DescribesEveryClassAndProperty) {
+    for (const ClassDeclaration& declared : host.classes()) {
+        EXPECT_NE(declared.description, "") << declared.name;
+        for (const PropertyDeclaration& one : declared.properties)
+            EXPECT_NE(one.description, "") << declared.name << "." << one.name;
+    }
+}
+
+// Inherited ones too: the public classes do not know what misleads here.
+TEST_F(HostSchema, DescribesInheritedPropertiesWhereThereAreInstances) {
+    for (const char* name : {"VEXSG_DiskDrive", "VEXSG_DiskPartition", "VEXSG_LogicalDisk"})
+        for (const PropertyDeclaration& one : host.findClass(name)->properties)
+            EXPECT_EQ(one.declaredIn, name) << one.name;
+}
+
+TEST_F(HostSchema, SaysWhatMisleads) {
+    const auto says = [&](const char* className, const char* name, const char* text) {
+        return property(className, name).description.find(text) != std::string::npos;
+    };
+    EXPECT_TRUE(says("VEXSG_DiskPartition", "Bootable", "GPT: always true"));
+    EXPECT_TRUE(says("VEXSG_DiskPartition", "StartingOffset", "Not the first byte"));
+    EXPECT_TRUE(says("VEXSG_DiskPartition", "FaultTolerant", "Always false"));
+    EXPECT_TRUE(says("VEXSG_LogicalDisk", "FreeSpace", "including what is kept for root"));
+    EXPECT_TRUE(says("VEXSG_LogicalDisk", "DeviceID", "does not prove"));
 }
 
 TEST_F(HostSchema, KeysAreThoseOfDevicesSystemsAndAssociations) {
