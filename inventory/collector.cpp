@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "inventory/collected_facts.h"
+#include "inventory/machine_account.h"
 #include "inventory/stalling_nodes.h"
-#include "machine/files.h"
 #include "schema/vocabulary.h"
 #include "session/class_plan.h"
 #include "session/packed_classes.h"
@@ -23,8 +23,7 @@ namespace {
 
 class Collector {
 public:
-    explicit Collector(PluginSession& loaded)
-        : session(loaded), mounts(diskmgt_machine::mountsIn(diskmgt_machine::readWholeFile(kMountInfo).text)) {}
+    explicit Collector(PluginSession& loaded) : session(loaded), mounts(kernelMounts().mounts) {}
 
     void run() {
         worker::makeKnown(packed(Beginning()));
@@ -40,8 +39,6 @@ public:
     }
 
 private:
-    static constexpr const char* kMountInfo = "/proc/self/mountinfo";
-
     void serve(const std::string& className) {
         ServedClass served;
         served.failure = failureClause(session.request({className}));
@@ -95,7 +92,7 @@ private:
     }
 
     PluginSession& session;
-    const std::vector<diskmgt_machine::Mount> mounts;
+    const std::vector<diskmgt_machine::Mount>& mounts;
     std::map<std::string, Reason> leftOut;
     bool areDevicesExamined = false;
 };

@@ -2,8 +2,13 @@
 
 namespace diskmgt {
 
+const diskmgt_machine::KernelMounts& kernelMounts() {
+    static const diskmgt_machine::KernelMounts mounts = diskmgt_machine::readKernelMounts();
+    return mounts;
+}
+
 const diskmgt_machine::Machine& machineAccount() {
-    static const diskmgt_machine::Machine account = diskmgt_machine::readMachine();
+    static const diskmgt_machine::Machine account = diskmgt_machine::readMachine(kernelMounts());
     return account;
 }
 

@@ -30,9 +30,7 @@ public:
         if (!unknown) {
             for (const DeviceFacts& facts : collection().facts.devices->devices)
                 if (facts.isCandidate) expected += facts.tableCount;
-            if (expected != collection().inventory.partitions.size())
-                unknown = Reason{"changed-meanwhile", "changed meanwhile",
-                                 "The partition tables changed while they were read; run the command again."};
+            if (expected != collection().inventory.partitions.size()) unknown = noteChange();
         }
         for (std::size_t i = 0; i < blocks().size(); ++i)
             if (account.devices[i].partition) answerForPartition(i, unknown);
@@ -47,6 +45,16 @@ public:
     }
 
 private:
+    /// What is published belongs to no row then.
+    Reason noteChange() {
+        Reason reason{"changed-meanwhile", "changed meanwhile",
+                      "The partition tables changed while they were read; run the command again."};
+        account.gaps.push_back({reason.rule, kDiskPartition, reason.text});
+        for (const Partition& partition : collection().inventory.partitions)
+            account.cimOnly.push_back({partition.instance, partition.device, {reason}, nullptr});
+        return reason;
+    }
+
     const std::vector<BlockDevice>& blocks() const { return account.machine.blocks.devices; }
     const Collection& collection() const { return account.collection; }
 

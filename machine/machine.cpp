@@ -24,11 +24,15 @@ std::vector<BtrfsFileSystem> readBtrfs() {
 
 }  // namespace
 
-Machine readMachine() {
+KernelMounts readKernelMounts() {
+    const WholeFile table = readWholeFile("/proc/self/mountinfo");
+    return {mountsIn(table.text), table.error};
+}
+
+Machine readMachine(KernelMounts mounts) {
     Machine machine;
     machine.blocks = readBlockDevices();
-    const WholeFile mounts = readWholeFile("/proc/self/mountinfo");
-    machine.mounts = mountsIn(mounts.text);
+    machine.mounts = std::move(mounts.mounts);
     machine.mountError = mounts.error;
     const WholeFile swaps = readWholeFile("/proc/swaps");
     machine.swaps = swapsIn(swaps.text);

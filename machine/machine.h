@@ -25,6 +25,14 @@ struct Machine {
     int swapError = 0;
 };
 
-Machine readMachine();
+struct KernelMounts {
+    std::vector<Mount> mounts;
+    int error = 0;  // why the table could not be read; 0: success
+};
+KernelMounts readKernelMounts();
+
+/// With a table that was read before.
+Machine readMachine(KernelMounts mounts);
+inline Machine readMachine() { return readMachine(readKernelMounts()); }
 
 }  // namespace diskmgt_machine

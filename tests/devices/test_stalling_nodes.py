@@ -133,7 +133,8 @@ def test_request_waits_there_to_its_limit_and_says_where(server, diskmgt, plant)
 
 def test_node_that_is_never_opened_costs_nothing(server, diskmgt, plant):
     plant("/dev/dm-0")
-    assert ask(server, diskmgt, "export", "json", status=0).json()["diskmgt"]["complete"] is True
+    document = ask(server, diskmgt, "export", "json", status=1).json()["diskmgt"]
+    assert [gap["of"] for gap in document["incomplete"]] == ["/dev/sda"]  # which has no node
     plant("/dev/sda")
     document = ask(server, diskmgt, "export", "json", "--virtual-device", "/dev/sda", status=1).json()
     assert missing(document) == sorted(PARTITIONS)  # drives leave a virtual device alone, partitions do not

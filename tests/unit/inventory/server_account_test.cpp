@@ -114,6 +114,9 @@ TEST_F(Accounts, TablesThatChangedMeanwhileMakePartitionsUnknown) {
     const ServerAccount account = scene.joined();
     EXPECT_EQ(rowOf(account, "sda1").partition->state, State::kUnknown);
     EXPECT_THAT(rulesOf(rowOf(account, "sda1").partition->reasons), ElementsAre("changed-meanwhile"));
+    EXPECT_THAT(gapsOf(account), ElementsAre("changed-meanwhile VEXSG_DiskPartition"));
+    ASSERT_EQ(account.cimOnly.size(), 1U);
+    EXPECT_EQ(account.cimOnly[0].name, "/dev/sda1");
 }
 
 TEST_F(Accounts, ARefusedDeviceIsUnknownAndTheAccountIncomplete) {
