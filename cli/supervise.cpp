@@ -106,7 +106,6 @@ private:
     /// One process collects CIM's account while this one reads the machine's; another one then writes both. Neither can
     /// cost more than its own part.
     int runInTwo() {
-        (void)kernelMounts();
         const Outcome collected = watched([this] { return runHere(options); }, options.timeoutSeconds, true);
         const EarlyEnd end = endOf(collected);
         if (end.status == kWrongUsage) return kWrongUsage;

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "inventory/collected_facts.h"
-#include "inventory/machine_account.h"
 #include "inventory/stalling_nodes.h"
+#include "machine/machine.h"
 #include "schema/vocabulary.h"
 #include "session/class_plan.h"
 #include "session/packed_classes.h"
@@ -23,7 +23,7 @@ namespace {
 
 class Collector {
 public:
-    explicit Collector(PluginSession& loaded) : session(loaded), mounts(kernelMounts().mounts) {}
+    explicit Collector(PluginSession& loaded) : session(loaded), mounts(diskmgt_machine::readKernelMounts().mounts) {}
 
     void run() {
         worker::makeKnown(packed(Beginning()));
@@ -92,7 +92,7 @@ private:
     }
 
     PluginSession& session;
-    const std::vector<diskmgt_machine::Mount>& mounts;
+    const std::vector<diskmgt_machine::Mount> mounts;
     std::map<std::string, Reason> leftOut;
     bool areDevicesExamined = false;
 };

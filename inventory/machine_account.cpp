@@ -2,13 +2,8 @@
 
 namespace diskmgt {
 
-const diskmgt_machine::KernelMounts& kernelMounts() {
-    static const diskmgt_machine::KernelMounts mounts = diskmgt_machine::readKernelMounts();
-    return mounts;
-}
-
 const diskmgt_machine::Machine& machineAccount() {
-    static const diskmgt_machine::Machine account = diskmgt_machine::readMachine(kernelMounts());
+    static const diskmgt_machine::Machine account = diskmgt_machine::readMachine();
     return account;
 }
 

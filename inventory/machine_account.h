@@ -5,10 +5,6 @@
 
 namespace diskmgt {
 
-/// Its mount table. Read once: the process that reads the account does so before it forks the one that collects, so that
-/// both have the same.
-const diskmgt_machine::KernelMounts& kernelMounts();
-
 /// Read once, at the first call. Nothing that is read can stall, so the process that does work which may reads it
 /// before it forks, and both have the same.
 const diskmgt_machine::Machine& machineAccount();

@@ -29,9 +29,10 @@ KernelMounts readKernelMounts() {
     return {mountsIn(table.text), table.error};
 }
 
-Machine readMachine(KernelMounts mounts) {
+Machine readMachine() {
     Machine machine;
     machine.blocks = readBlockDevices();
+    KernelMounts mounts = readKernelMounts();
     machine.mounts = std::move(mounts.mounts);
     machine.mountError = mounts.error;
     const WholeFile swaps = readWholeFile("/proc/swaps");

@@ -31,8 +31,6 @@ struct KernelMounts {
 };
 KernelMounts readKernelMounts();
 
-/// With a table that was read before.
-Machine readMachine(KernelMounts mounts);
-inline Machine readMachine() { return readMachine(readKernelMounts()); }
+Machine readMachine();
 
 }  // namespace diskmgt_machine

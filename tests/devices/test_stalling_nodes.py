@@ -142,8 +142,9 @@ def test_node_that_is_never_opened_costs_nothing(server, diskmgt, plant):
 
 def test_node_that_answers_at_once_stays_served(server, diskmgt):
     server.run(["mknod", "/dev/sdc", "c", "1", "3"])
-    assert ask(server, diskmgt, "export", "json", status=0).json()["diskmgt"]["complete"] is True
+    document = ask(server, diskmgt, "export", "json", status=1).json()["diskmgt"]
     server.run(["rm", "/dev/sdc"])
+    assert [gap["of"] for gap in document["incomplete"]] == ["/dev/sda"]  # which has no node
 
 
 def test_node_without_the_right_to_read_is_refused_at_once(server, diskmgt, plant):
@@ -151,4 +152,6 @@ def test_node_without_the_right_to_read_is_refused_at_once(server, diskmgt, plan
     server.run(["chmod", "0600", "/dev/sda"])
     nobody = ["setpriv", "--reuid", "65534", "--regid", "65534", "--clear-groups", "--no-new-privs"]
     done = server.run([*nobody, diskmgt, "export", "json"], check=False)
-    assert done.status == 0 and done.json()["diskmgt"]["complete"] is True
+    gaps = {gap["of"]: gap["rule"] for gap in done.json()["diskmgt"]["incomplete"]}
+    assert (done.status, gaps["/dev/sda"]) == (1, "open-failed")
+    assert not [name for name in gaps if name.startswith("VEXSG_")]

@@ -84,11 +84,21 @@ class Witness:
             disk = paths[name]
             use = self.use(disk)
             return {**use, "holders": use["holders"] | {disk}}
+        use = self._through(name, set())
+        if not self._is_own_partition(name):
+            return use
+        disk, = self.parents[name]  # what uses it as a whole uses its partitions too
+        parts = {upper for upper, lowers in self.parents.items() if disk in lowers and self._is_own_partition(upper)}
+        whole = self._through(disk, parts)
+        return {key: use[key] | whole[key] for key in use}
+
+    def _through(self, name, left_out):
+        """The uses of a device through all that lies on it but the devices that are left out."""
         reached, new = {name}, {name}
         while new:
             new = {upper for upper, lowers in self.parents.items() if lowers & new} | \
                   {loop for loop, lower in self.loops.items() if lower in new}
-            new -= reached
+            new -= reached | left_out
             reached |= new
         own = {upper for upper in reached if self._is_own_partition(upper)}
         return {"holders": reached - own - {name},
