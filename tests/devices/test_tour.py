@@ -52,6 +52,8 @@ def said_to(session, prompt, command):
     user = [] if prompt == "#" else NOBODY.split()
     if not session.machine.mounts and command.startswith("diskmgt") and not set(command) & set("|;&<>"):
         command = "exec " + command  # only the process that is started has the described mounts
+    elif prompt == "#":  # what covers the shell's own mountinfo would be a mount with the shell's number in its path
+        command = "read -r own _ </proc/self/stat; umount -n /proc/$own/mountinfo 2>/dev/null; " + command
     script = f"export PATH=/usr/local/bin:$PATH; cd /media/scratch && {{ {command}\n}} 2>&1"
     return session.run([*user, "bash", "-c", script], check=False,
                        environment=ENVIRONMENT).stdout.replace("\r\n", "\n")
