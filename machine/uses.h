@@ -30,8 +30,8 @@ public:
     /// `machine` must outlive it.
     explicit Uses(const Machine& machine);
 
-    /// Through every layer. A cycle of devices ends the walk. A partition is also used by what uses its disk as a whole:
-    /// a path to a multipath disk, a member of an array that still has a table.
+    /// Through every layer. A cycle of devices ends the walk. A partition is also used by what uses its disk as a
+    /// whole: a path to a multipath disk, a member of an array that still has a table.
     InUse of(std::size_t device) const;
     /// The same, without uses through the device's partitions.
     InUse ofItself(std::size_t device) const { return walk(device, false); }

@@ -56,12 +56,12 @@ def machine_rows(rows):
     return names[:names.index("Only in CIM")] if "Only in CIM" in names else names
 
 
-@pytest.fixture(params=NAMES)
+@pytest.fixture(params=NAMES, scope="module")
 def views(request, machine, diskmgt):
     return Views(machine(request.param), diskmgt)
 
 
-@pytest.fixture
+@pytest.fixture(scope="module")
 def in_use(views):
     found = json.loads(views.session.run(["python3", "-c", WITNESS]).stdout)
     return {name.replace("!", "/"): used for name, used in found.items()}
