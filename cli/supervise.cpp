@@ -142,7 +142,7 @@ private:
             case Outcome::How::kEnded:
                 break;
         }
-        const ExitStatus status = static_cast<ExitStatus>(statusOf(outcome));
+        const auto status = static_cast<ExitStatus>(statusOf(outcome));
         if (WIFSIGNALED(outcome.waitStatus))
             return {"crashed", "the plug-in crashed", "The process that collected it crashed.", status};
         if (status == kPluginUnusable) return {"plugin-unusable", "no plug-in", "The plug-in cannot be used.", status};
