@@ -47,8 +47,8 @@ public:
     using Key = std::function<std::string(const DocumentElement&)>;  // empty: the element has none
     using Pair = Matching::Pair;
 
-    MatchingOfKind(const Matching& before, const Elements& oldElements, const Elements& newElements)
-        : earlier(before), olds(oldElements), news(newElements), oldPartner(olds.size()), newTaken(news.size()) {}
+    MatchingOfKind(const Elements& oldElements, const Elements& newElements)
+        : olds(oldElements), news(newElements), oldPartner(olds.size()), newTaken(news.size()) {}
 
     /// Elements that have the identity are other ones where it differs, also in later steps.
     void byIdentity(const char* name) {
@@ -152,7 +152,6 @@ private:
         newTaken[now] = true;
     }
 
-    const Matching& earlier;
     const Elements& olds;
     const Elements& news;
     std::vector<std::optional<std::size_t>> oldPartner;
@@ -173,17 +172,17 @@ Matching::Matching(const InventoryDocument& before, const InventoryDocument& aft
             if (old != nullptr) newNames.emplace(old->name, now == nullptr ? std::string_view() : now->name);
     };
 
-    MatchingOfKind drives(*this, before.of(ElementKind::kDrive), after.of(ElementKind::kDrive));
+    MatchingOfKind drives(before.of(ElementKind::kDrive), after.of(ElementKind::kDrive));
     drives.byIdentity("wwid");
     drives.byIdentity("serial");
     drives.byName(any);
     take(ElementKind::kDrive, drives);
 
-    MatchingOfKind volumes(*this, before.of(ElementKind::kVolume), after.of(ElementKind::kVolume));
+    MatchingOfKind volumes(before.of(ElementKind::kVolume), after.of(ElementKind::kVolume));
     volumes.byName(any);
     take(ElementKind::kVolume, volumes);
 
-    MatchingOfKind partitions(*this, before.of(ElementKind::kPartition), after.of(ElementKind::kPartition));
+    MatchingOfKind partitions(before.of(ElementKind::kPartition), after.of(ElementKind::kPartition));
     partitions.byIdentity("partition.uuid");
     const auto place = [](const Texts& on, const DocumentElement& partition) {
         const auto* const number = partition.find<std::uint64_t>("partition.number");
@@ -194,7 +193,7 @@ Matching::Matching(const InventoryDocument& before, const InventoryDocument& aft
     partitions.byName(onTheSame);
     take(ElementKind::kPartition, partitions);
 
-    MatchingOfKind fileSystems(*this, before.of(ElementKind::kFileSystem), after.of(ElementKind::kFileSystem));
+    MatchingOfKind fileSystems(before.of(ElementKind::kFileSystem), after.of(ElementKind::kFileSystem));
     fileSystems.byIdentity("uuid");
     fileSystems.byUnique([&](const DocumentElement& old) { return joinedKey(placesNow(old)); },
                          [&](const DocumentElement& now) { return joinedKey(placesOf(now)); });
