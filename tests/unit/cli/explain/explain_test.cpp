@@ -147,8 +147,9 @@ TEST_F(Explanations, WhatExistsNowhereHasASentenceAndTheRestIsExplained) {
     diskWithOnePartition("sda", "sda1", "/dev/sda1");
     const Explanation explanation = about({"sda", "sda7", "nix"});
     EXPECT_EQ(explanation.devices.size(), 1U);
-    EXPECT_THAT(explanation.unknownNames, ElementsAre("nothing here is named \"sda7\": no device, mount or path; sda has sda1",
-                                                      HasSubstr("nothing here is named \"nix\": no device, mount or path")));
+    EXPECT_THAT(explanation.unknownNames,
+                ElementsAre("nothing here is named \"sda7\": no device, mount or path; sda has sda1",
+                            HasSubstr("nothing here is named \"nix\": no device, mount or path")));
 }
 
 TEST_F(Explanations, AFileSystemIsLinkedToNoDriveBecauseOfItsName) {
