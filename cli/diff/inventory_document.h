@@ -2,6 +2,7 @@
 // its named values.
 #pragma once
 
+#include <array>
 #include <boost/container/flat_map.hpp>
 #include <cstddef>
 #include <cstdint>
@@ -50,7 +51,7 @@ struct InventoryDocument {
     std::vector<std::string> gaps;  // one sentence each
     bool hasDevices = true;         // false: the kernel's list of them could not be read
     bool hasMounts = true;          // the same of its mount table
-    std::vector<DocumentElement> elements[kElementKinds];
+    std::array<std::vector<DocumentElement>, kElementKinds> elements;
     std::size_t kept = 0;  // objects and entries of lists that were kept, with those of the documents read before
 
     const std::vector<DocumentElement>& of(ElementKind kind) const { return elements[static_cast<std::size_t>(kind)]; }
