@@ -65,8 +65,11 @@ MountFigure measured(const Mount& mount) {
     return figure;
 }
 
+/// Whether the kernel alone answers. A program may serve a block device too, such as by fuseblk, and a cluster share
+/// one.
 bool isLocal(const Mount& mount, FileSystemGroup group) {
-    return group == FileSystemGroup::kMemory || group == FileSystemGroup::kDevice || mount.type == "btrfs";
+    if (group == FileSystemGroup::kDevice) return kindOfFileSystem(mount.type) == FileSystemKind::kLocal;
+    return group == FileSystemGroup::kMemory || mount.type == "btrfs";
 }
 
 [[noreturn]] void answerInChild(const Mount& mount, int answer) {

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Mounts a FUSE file system that takes the greeting of the kernel and never answers anything after it, as a dead server
 does: dead_mount.py PLACE prints the number of the process that holds it. When that process ends, so does the stall.
-With "taking" behind the place it takes the requests that follow, whose callers then survive SIGKILL."""
+With "taking" behind the place it takes the requests that follow, whose callers then survive SIGKILL. With a block device
+behind that, the file system lies on it, as ntfs-3g's do."""
 
 import os
 import signal
@@ -33,10 +34,11 @@ def greet(device):
     os.write(device, struct.pack("=IiQ", 16 + len(body), 0, number) + body)
 
 
-def main(place, kind="silent"):
+def main(place, kind="silent", source="dead"):
     device = open_device()
     os.makedirs(place, exist_ok=True)
-    kernel.mount("dead", place, "fuse.dead", options=f"fd={device},rootmode=40000,user_id=0,group_id=0,allow_other")
+    options = f"fd={device},rootmode=40000,user_id=0,group_id=0,allow_other"
+    kernel.mount(source, place, "fuseblk" if source.startswith("/dev/") else "fuse.dead", options=options)
     greet(device)
     holder = os.fork()
     if holder:

@@ -135,6 +135,17 @@ def test_what_does_not_wait_is_all_there(stalled, diskmgt):
     assert all(answer == {"known": False, "rule": "mount-does-not-answer"} for answer in silent)
 
 
+def test_a_block_device_that_a_program_serves_is_no_local_file_system(tmp_path, diskmgt):
+    with Session(write_machine(tmp_path, **DESCRIPTION)) as session:
+        holder = session.run([sys.executable, "-B", HERE / "dead_mount.py", "/media/dead", "silent", "/dev/sda1"]).stdout
+        done = session.run([diskmgt, "export", "json", "--timeout", "20"], check=False, timeout=60)
+        session.run(["kill", "-KILL", holder.strip()], check=False)
+    assert done.status == 4 and "gave up" not in done.stderr
+    assert "the file system mounted on /media/dead (fuseblk) does not answer" in done.stderr
+    device = next(row for row in json.loads(done.stdout)["diskmgt"]["devices"] if row["name"] == "sda1")
+    assert device["cim"]["partition"]["reported"] is True
+
+
 @pytest.mark.parametrize("words", [["get", "VEXSG_DiskDrive"], ["export", "json"], ["classes"]])
 def test_target_that_never_answers_is_under_the_limit(stalled, diskmgt, words):
     done = stalled.run([diskmgt, *words, "--timeout", "1", "--output", "/media/dead/out"], check=False, timeout=30)
