@@ -143,11 +143,17 @@ private:
                 break;
         }
         const auto status = static_cast<ExitStatus>(statusOf(outcome));
-        if (WIFSIGNALED(outcome.waitStatus))
-            return {"crashed", "the plug-in crashed", "The process that collected it crashed.", status};
-        if (status == kPluginUnusable) return {"plugin-unusable", "no plug-in", "The plug-in cannot be used.", status};
+        if (WIFSIGNALED(outcome.waitStatus) && WTERMSIG(outcome.waitStatus) == SIGKILL)
+            return {"killed", "killed", "The process that collected it was killed.", status};
+        if (WIFSIGNALED(outcome.waitStatus)) {
+            const bool isOfPlugin = outcome.isInStage && outcome.stage.ofPlugin;
+            return {"crashed", isOfPlugin ? "the plug-in crashed" : "crashed", "The process that collected it crashed.",
+                    status};
+        }
         if (!worker::account().isNoted())
             return {"ended", "ended early", "The process that collected it ended.", status};
+        if (status == kPluginUnusable) return {"plugin-unusable", "no plug-in", "The plug-in cannot be used.", status};
+        if (status == kFailureReported) return {"failed", "failed", "The process that collected it failed.", status};
         return {"", "", "", status};
     }
 

@@ -1,4 +1,5 @@
 """The process that does the work, as its caller sees it: descriptors, signals, crashes, order of what is said."""
+import json
 import os
 import pty
 import signal
@@ -27,8 +28,8 @@ def wait_until_loaded(worker):
         assert Path(f"/proc/{worker}").exists()
 
 
-def start(plugin, *words, **options):
-    return subprocess.Popen([COMMAND, "get", CLASS, "--plugin", plugin("sleeping"), *words], env=environment(),
+def start(plugin, *words, command=("get", CLASS), **options):
+    return subprocess.Popen([COMMAND, *command, "--plugin", plugin("sleeping"), *words], env=environment(),
                             **{"stderr": subprocess.PIPE, "stdout": subprocess.PIPE, **options})
 
 
@@ -116,6 +117,17 @@ def test_killed_worker_is_one_sentence(plugin, tmp_path):
     assert running.returncode == 1
     assert said.count(b"\n") == 1 and b"was killed" in said
     assert os.listdir(tmp_path) == []
+
+
+def test_a_killed_collecting_process_is_not_called_a_crash_of_the_plugin(plugin):
+    running = start(plugin, "--timeout", "60", command=("export", "json"))
+    collector = child_of(running)
+    wait_until_loaded(collector)
+    os.kill(collector, signal.SIGKILL)
+    document, said = running.communicate(timeout=60)
+    assert running.returncode == 1 and b"was killed" in said
+    gaps = json.loads(document)["diskmgt"]["incomplete"]
+    assert {gap["rule"] for gap in gaps if gap["of"].startswith("VEXSG_")} == {"killed"}
 
 
 def test_unread_fifo_as_output_is_under_the_limit(run, tmp_path):
