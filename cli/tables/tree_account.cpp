@@ -38,13 +38,6 @@ public:
     }
 
 private:
-    TreeRow& addRow(std::size_t depth, const std::string& name) {
-        TreeRow& row = tree.rows.emplace_back();
-        row.depth = depth;
-        row.cells[kNameColumn] = name;
-        return row;
-    }
-
     std::string shown(std::uint64_t bytes) const { return sizeCell(bytes, choices); }
 
     static void remark(TreeRow& row, const std::string& text) {
@@ -89,7 +82,7 @@ private:
     }
 
     void addReference(const ArrangedRow& place, std::size_t beneath) {
-        TreeRow& row = addRow(place.depth, account.device(place.device).name);
+        TreeRow& row = tree.addRow(place.depth, account.device(place.device).name);
         row.cells[kTypeColumn] = typeCell(account, place.device);
         addReference(row, beneath == account.devices.size() ? "above" : "beneath " + account.device(beneath).name);
     }
@@ -97,7 +90,7 @@ private:
     void addDevice(std::size_t position, std::size_t depth, bool carriesNothing) {
         const BlockDevice& device = account.device(position);
         const DeviceAccount& more = account.devices[position];
-        TreeRow& row = addRow(depth, device.name);
+        TreeRow& row = tree.addRow(depth, device.name);
         if (depth == 0) row.kind = TreeRow::Kind::kDrive;
         if (device.sizeBytes) row.cells[kSizeColumn] = shown(*device.sizeBytes);
         if (device.startBytes) row.cells[kStartColumn] = shown(*device.startBytes);
@@ -129,7 +122,7 @@ private:
     }
 
     void addSwap(const Swap& swap, const std::string& name, std::size_t depth) {
-        TreeRow& row = addRow(depth, name);
+        TreeRow& row = tree.addRow(depth, name);
         row.cells[kTypeColumn] = swap.isFile ? "swap file" : "swap";
         row.cells[kSizeColumn] = shown(swap.sizeBytes);
         Space space;
@@ -162,7 +155,7 @@ private:
     void addMounts(const MountFold& fold, std::size_t depth, bool source = false) {
         const Mount& mount = account.machine.mounts[fold.front()];
         const MountAccount& more = account.mounts[fold.front()];
-        TreeRow& row = addRow(depth, mount.mountPoint);
+        TreeRow& row = tree.addRow(depth, mount.mountPoint);
         row.cells[kTypeColumn] = mount.type;
         row.cells[kCimColumn] = cimOf(fold);
         if (more.space) addSpace(row, *more.space);
@@ -181,7 +174,7 @@ private:
 
     void addFurther(std::size_t position, std::size_t depth) {
         const Mount& mount = account.machine.mounts[position];
-        TreeRow& row = addRow(depth, mount.mountPoint);
+        TreeRow& row = tree.addRow(depth, mount.mountPoint);
         row.cells[kTypeColumn] = "mounted here too";
         row.cells[kCimColumn] = cimCell(account.mounts[position].logicalDisk, 0, choices);
         if (account.mounts[position].reason) remark(row, account.mounts[position].reason->brief);
@@ -200,7 +193,7 @@ private:
     void addMountReference(const std::vector<std::size_t>& mounts, std::size_t depth) {
         if (mounts.empty()) return;
         const std::size_t first = folded(account, mounts).front().front();
-        TreeRow& row = addRow(depth, account.machine.mounts[first].mountPoint);
+        TreeRow& row = tree.addRow(depth, account.machine.mounts[first].mountPoint);
         row.cells[kTypeColumn] = account.machine.mounts[first].type;
         for (const std::size_t device : account.uses.devicesOf(first)) {
             if (!selection.devices[device]) continue;
@@ -251,7 +244,7 @@ private:
         }
     }
 
-    void addHeading(const char* text) { addRow(0, text).kind = TreeRow::Kind::kHeading; }
+    void addHeading(const char* text) { tree.addRow(0, text).kind = TreeRow::Kind::kHeading; }
 
     // --- what only CIM has ---
 
@@ -262,7 +255,7 @@ private:
             if (!hasHeading) addHeading("Only in CIM");
             hasHeading = true;
             const CimOnly& only = account.cimOnly[i];
-            TreeRow& row = addRow(1, only.name);
+            TreeRow& row = tree.addRow(1, only.name);
             row.cells[kTypeColumn] = kindOf(*only.instance);
             if (const auto size = numberOf<std::uint64_t>(*only.instance, diskmgt_col::kSize))
                 row.cells[kSizeColumn] = shown(*size);

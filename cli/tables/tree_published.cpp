@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "cli/tables/tree_cells.h"
 #include "schema/vocabulary.h"
-#include "text/size_text.h"
 #include "text/wording.h"
 
 namespace diskmgt {
@@ -26,14 +26,7 @@ public:
     }
 
 private:
-    TreeRow& addRow(std::size_t depth, const std::string& name) {
-        TreeRow& row = tree.rows.emplace_back();
-        row.depth = depth;
-        row.cells[kNameColumn] = name;
-        return row;
-    }
-
-    std::string shown(std::uint64_t bytes) const { return choices.bytes ? std::to_string(bytes) : compactSize(bytes); }
+    std::string shown(std::uint64_t bytes) const { return sizeCell(bytes, choices); }
 
     const DoubtfulPair* doubtfulPairOf(const std::string& association, const std::string& device,
                                        const std::string& pairedWith) const {
@@ -60,7 +53,7 @@ private:
     }
 
     void add(const Drive& drive) {
-        TreeRow& row = addRow(0, drive.device);
+        TreeRow& row = tree.addRow(0, drive.device);
         row.kind = TreeRow::Kind::kDrive;
         row.cells[kSizeColumn] = shown(drive.size);
         row.cells[kTypeColumn] = counted(drive.partitionCount, "partition");
@@ -74,7 +67,7 @@ private:
     }
 
     void add(const Partition& partition, std::size_t depth, const Drive* drive) {
-        TreeRow& row = addRow(depth, partition.device);
+        TreeRow& row = tree.addRow(depth, partition.device);
         row.cells[kSizeColumn] = shown(partition.size);
         if (partition.start) row.cells[kStartColumn] = shown(*partition.start);
         row.cells[kTypeColumn] = partition.typeName;
@@ -90,7 +83,7 @@ private:
 
     /// `partition` or `drive`, or neither, is what the file system is listed on.
     void add(const LogicalDisk& disk, std::size_t depth, const Partition* partition, const Drive* drive) {
-        TreeRow& row = addRow(depth, disk.mountPoint.empty() ? "(no mount point)" : disk.mountPoint);
+        TreeRow& row = tree.addRow(depth, disk.mountPoint.empty() ? "(no mount point)" : disk.mountPoint);
         row.cells[kTypeColumn] = disk.fileSystem;
         const std::string holder = partition != nullptr ? partition->device : drive != nullptr ? drive->device : "";
         if (disk.source != holder && disk.source != disk.fileSystem) row.cells[kRemarkColumn] = disk.source;
@@ -101,7 +94,7 @@ private:
             drive == nullptr ? nullptr : doubtfulPairOf(kMediaPresent, disk.source, holder);
         if (pair != nullptr) markDoubtful(row, pair->likely);
         for (const std::string& further : disk.furtherMountPoints)
-            addRow(depth + 1, further).cells[kTypeColumn] = "mounted here too";
+            tree.addRow(depth + 1, further).cells[kTypeColumn] = "mounted here too";
     }
 
     bool isListed(const std::string& device) const {
@@ -121,7 +114,7 @@ private:
         row.usedPercent = space.usedPercent().value_or(-1);
     }
 
-    void addHeading(const char* text) { addRow(0, text).kind = TreeRow::Kind::kHeading; }
+    void addHeading(const char* text) { tree.addRow(0, text).kind = TreeRow::Kind::kHeading; }
 
     void addLoosePartitions() {
         if (inventory.loosePartitions.empty()) return;

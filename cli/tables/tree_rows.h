@@ -27,6 +27,13 @@ struct TreeChoices {
 struct Tree {
     std::vector<TreeRow> rows;
     std::vector<std::string> notes;  // sentences that explain what is in the rows
+
+    TreeRow& addRow(std::size_t depth, const std::string& name) {
+        TreeRow& row = rows.emplace_back();
+        row.depth = depth;
+        row.cells[kNameColumn] = name;
+        return row;
+    }
 };
 
 }  // namespace diskmgt

@@ -3,127 +3,17 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <sstream>
-
-#include "cli/tables/tree.h"
-#include "tests/unit/inventory/joined_scene.h"
-#include "text/command_error.h"
-#include "text/display_width.h"
+#include "tests/unit/cli/tables/account_trees.h"
 
 namespace diskmgt {
 namespace {
 
-using diskmgt_machine::BlockDevice;
 using diskmgt_machine::Kind;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-constexpr std::uint64_t kMiB = 1048576;
-
-struct AccountTrees : ::testing::Test {
-    JoinedScene scene;
-    TreeChoices choices;
-    std::map<std::string, diskmgt_machine::UdevRecord> udev;  // by name; no other device has one
-    std::vector<std::string> operands;
-    ColumnChoice columns = chosenColumns({"type", "cim", "remark"});
-
-    BlockDevice& deviceNamed(const std::string& name) {
-        return scene.machine.blocks.devices.at(scene.machine.blocks.find(name).value());
-    }
-
-    BlockDevice& device(const std::string& name, Kind kind, const std::string& volume = "") {
-        DeviceFacts& facts = scene.disk(name, 64 * kMiB, false);
-        if (name.compare(0, 3, "dm-") == 0) facts.nameVerdict = diskmgt_col::EntryName::kDeviceMapper;
-        BlockDevice& added = scene.machine.blocks.devices.back();
-        added.kind = kind;
-        added.volume = volume;
-        return added;
-    }
-
-    /// Both must be there, and all that comes before them.
-    void lies(const std::string& upper, const std::string& lower) {
-        deviceNamed(upper).on.push_back(scene.machine.blocks.find(lower).value());
-        deviceNamed(lower).carries.push_back(scene.machine.blocks.find(upper).value());
-    }
-
-    ServerAccount joined() {
-        ServerAccount account = scene.joined();
-        for (std::size_t i = 0; i < account.devices.size(); ++i) account.devices[i].udev = udev[account.device(i).name];
-        return account;
-    }
-
-    Tree arranged() {
-        const ServerAccount account = joined();
-        return arrangeTree(account, selectRows(account, operands, choices.all), choices);
-    }
-
-    /// The lines below the headings, without the blanks at their ends.
-    std::vector<std::string> lines(std::size_t width = 0) {
-        std::vector<std::string> found;
-        std::istringstream stream(printedTree(arranged(), {}, width, columns));
-        for (std::string line; std::getline(stream, line);) found.push_back(line);
-        found.erase(found.begin());
-        return found;
-    }
-
-    std::vector<std::string> names() {
-        std::vector<std::string> found;
-        for (const TreeRow& row : arranged().rows)
-            found.push_back(std::string(row.depth, ' ') + row.cells[kNameColumn]);
-        return found;
-    }
-
-    std::string cell(const std::string& name, TreeColumn column) {
-        for (const TreeRow& row : arranged().rows)
-            if (row.cells[kNameColumn] == name) return row.cells[column];
-        return "no row " + name;
-    }
-
-    /// A disk with an EFI partition and a volume group, as installers make it.
-    void volumes() {
-        device("dm-0", Kind::kLvm, "vg-root");
-        device("dm-1", Kind::kLvm, "vg-swap");
-        scene.disk("sda", 64 * kMiB);
-        scene.partition("sda1", 1, kMiB, 8 * kMiB);
-        scene.partition("sda2", 2, 9 * kMiB, 55 * kMiB);
-        lies("dm-0", "sda2");
-        lies("dm-1", "sda2");
-        udev["sda1"].partitionType = "c12a7328-f81f-11d2-ba4b-00a0c93ec93b";
-        udev["sda1"].content = "vfat";
-        udev["sda2"].content = "LVM2_member";
-        scene.mount("sda1", "/dev/sda1", "/boot/efi", "vfat");
-        scene.mount("dm-0", "/dev/mapper/vg-root", "/");
-        scene.machine.swaps.push_back({"/dev/dm-1", false, 8 * kMiB, 2 * kMiB});
-    }
-
-    void mirror() {
-        device("md0", Kind::kRaid).level = "raid1";
-        scene.disk("sda", 64 * kMiB);
-        scene.partition("sda1", 1, kMiB, 8 * kMiB);
-        scene.disk("sdb", 64 * kMiB);
-        scene.partition("sdb1", 1, kMiB, 8 * kMiB);
-        lies("md0", "sda1");
-        lies("md0", "sdb1");
-        scene.mount("md0", "/dev/md0", "/");
-    }
-
-    void btrfs() {
-        scene.disk("sda", 64 * kMiB);
-        scene.disk("sdb", 64 * kMiB);
-        scene.machine.btrfs.push_back({"1-2", {"sda", "sdb"}});
-        for (const auto& [point, root] :
-             {std::pair("/", "/@"), std::pair("/home", "/@home"), std::pair("/mnt", "/@")}) {
-            scene.mount("", "/dev/sda", point, "btrfs");
-            scene.machine.mounts.back().root = root;
-            scene.machine.mounts.back().superOptions = std::string("rw,subvolid=256,subvol=") + root;
-        }
-    }
-};
 
 TEST_F(AccountTrees, EveryLayerDownToTheMountsAndSwapAreas) {
     volumes();
@@ -340,86 +230,6 @@ TEST_F(AccountTrees, ASwapFileIsBeneathTheMountItLiesOn) {
     scene.mount("", "nas:/home", "/home", "nfs4");
     scene.machine.swaps.push_back({"/homes/swap", true, kMiB, 0});
     EXPECT_THAT(names(), ElementsAre("sda", " /", "  /homes/swap", "Not on a disk of this server", " /home"));
-}
-
-TEST_F(AccountTrees, ADeviceIsShownWithAllOnItAndAllBeneathIt) {
-    volumes();
-    operands = {"vg-root"};
-    EXPECT_THAT(names(), ElementsAre("sda", " sda2", "  dm-0", "   /"));
-    operands = {"/dev/sda1"};
-    EXPECT_THAT(names(), ElementsAre("sda", " sda1", "  /boot/efi"));
-    operands = {"sda2", "sda1"};
-    EXPECT_THAT(names(), ElementsAre("sda", " sda1", "  /boot/efi", " sda2", "  dm-0", "   /", "  dm-1", "   swap"));
-}
-
-TEST_F(AccountTrees, AMemberIsShownWithTheWholeArrayOnIt) {
-    mirror();
-    operands = {"sdb"};
-    EXPECT_THAT(names(), ElementsAre("sdb", " sdb1", "  md0", "   /"));
-}
-
-TEST_F(AccountTrees, AMountIsShownWithTheDisksThatCarryIt) {
-    mirror();
-    scene.mount("md0", "/dev/md0", "/no/such/folder");
-    scene.mount("", "nas:/home", "/no/such/home", "nfs4");
-    operands = {"/no/such/folder"};
-    EXPECT_THAT(names(), ElementsAre("sda", " sda1", "  md0", "   /no/such/folder", "sdb", " sdb1", "  md0"));
-    operands = {"nas:/home"};
-    EXPECT_THAT(names(), ElementsAre("Not on a disk of this server", " /no/such/home"));
-}
-
-TEST_F(AccountTrees, APathIsShownWithTheDisksThatCarryIt) {
-    mirror();
-    operands = {"/proc/self/status"};
-    EXPECT_THAT(names(), ElementsAre("sda", " sda1", "  md0", "   /", "sdb", " sdb1", "  md0"));
-    EXPECT_THAT(arranged().notes, ElementsAre("/proc/self/status is on the file system mounted on /"));
-}
-
-TEST_F(AccountTrees, ANameThatExistsNowhereIsWrongUsage) {
-    scene.disk("sda", 64 * kMiB);
-    operands = {"sda", "sdb"};
-    try {
-        (void)arranged();
-        ADD_FAILURE() << "was shown";
-    } catch (const CommandError& error) {
-        EXPECT_EQ(error.status(), kWrongUsage);
-        EXPECT_THAT(error.what(), HasSubstr("nothing here is named \"sdb\""));
-    }
-}
-
-TEST_F(AccountTrees, FurtherColumnsAreAddedBeforeTheRemarks) {
-    scene.disk("sda", 64 * kMiB);
-    deviceNamed("sda").identity = {"DISK 3000", "S1", "naa.5000"};
-    deviceNamed("sda").isRotational = false;
-    udev["sda"].uuid = "1-2-3";
-    columns = chosenColumns({"+model", "serial", "wwid", "uuid", "rotational"});
-    const std::string text = printedTree(arranged(), {}, 0, columns);
-    EXPECT_THAT(text, HasSubstr("CIM Model     Serial WWID     UUID  Rotational Remark\n"));
-    EXPECT_THAT(text, HasSubstr("DISK 3000 S1     naa.5000 1-2-3 no         not seen"));
-}
-
-TEST_F(AccountTrees, OnlyTheNamedColumnsAreShownAndTheName) {
-    scene.disk("sda", 64 * kMiB);
-    columns = chosenColumns({"serial", "size"});
-    EXPECT_EQ(printedTree(arranged(), {}, 0, columns), "Name Serial Size\nsda          64M\n");
-    EXPECT_THROW((void)chosenColumns({"seriel"}), CommandError);
-}
-
-TEST_F(AccountTrees, ANarrowTerminalIsNeverExceededAndCimIsTheLastToGo) {
-    volumes();
-    columns = chosenColumns({});
-    EXPECT_THAT(lines(60), Contains("Terminal too narrow to show: Used, Start, Free"));
-    for (std::size_t width = 24; width < 140; ++width) {
-        SCOPED_TRACE(width);
-        const std::string text = printedTree(arranged(), {}, width, columns);
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) EXPECT_LE(displayWidth(line), width) << line;
-        const std::string headings = text.substr(0, text.find('\n'));
-        EXPECT_EQ(headings.compare(0, 4, "Name"), 0);
-        if (width >= 40) {
-            EXPECT_THAT(headings, HasSubstr("CIM"));
-        }
-    }
 }
 
 TEST_F(AccountTrees, NoCellClaimsWhatIsNotKnown) {
