@@ -31,9 +31,9 @@ std::string generalHelp() {
     return help +
            "\nWithout a command: tree.\n"
            "\"diskmgt COMMAND --help\" describes a command.\n\n"
-           "Exit status: 0 done; 1 done, but the plug-in or host reported a failure, an\n"
-           "export is not complete, or the output could not be written; 2 wrong usage;\n"
-           "3 plug-in not usable; 4 timed out.\n\n"
+           "Exit status: 0 done; 1 done, but a failure was reported, an export is not\n"
+           "complete, or the output could not be written; 2 wrong usage; 3 plug-in not\n"
+           "usable; 4 timed out.\n\n"
            "Examples:\n"
            "  diskmgt\n"
            "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition\n"
