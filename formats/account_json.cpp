@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "inventory/completeness.h"
+#include "inventory/device_texts.h"
 
 namespace diskmgt::json {
 
@@ -63,13 +64,6 @@ std::string optionsOf(const diskmgt_machine::Mount& mount) {
     return (isReadOnly ? "ro" : "rw") + others;
 }
 
-/// udev's word where there is one.
-std::string tableOf(const std::string& scheme, const Partition* published) {
-    if (!scheme.empty()) return scheme == "dos" ? "mbr" : scheme;
-    if (published == nullptr) return {};
-    return published->table == TableKind::kGpt ? "gpt" : "mbr";
-}
-
 class AccountWriter {
 public:
     AccountWriter(JsonWriter& writer, const ServerAccount& shown) : out(writer), account(shown) {}
@@ -84,28 +78,24 @@ public:
         out.key("on").beginArray(JsonLayout::kSpaced);
         for (const std::size_t below : device.on) out.text(account.device(below).name);
         out.endArray();
-        // A partition or volume has its disk's identity in udev's record.
-        const bool isWhole = device.kind != Kind::kPartition && device.on.empty();
-        const auto identity = [isWhole](const std::string& ofKernel, const std::string& ofUdev) -> const std::string& {
-            return ofKernel.empty() && isWhole ? ofUdev : ofKernel;
-        };
-        for (const auto& [name, value] : std::initializer_list<std::pair<const char*, const std::string&>>{
-                 {"model", device.identity.model},
-                 {"serial", identity(device.identity.serial, more.udev.serial)},
-                 {"wwid", identity(device.identity.wwid, more.udev.wwn)},
-                 {"transport", device.transport},
-                 {"volume", device.volume},
-                 {"level", device.level},
-                 {"backing", device.backingFile},
-                 {"content", more.udev.content},
-                 {"label", more.udev.label},
-                 {"uuid", more.udev.uuid}})
+        const std::string serial = serialOf(account, position), wwid = wwidOf(account, position);
+        for (const auto& [name, value] :
+             std::initializer_list<std::pair<const char*, const std::string&>>{{"model", device.identity.model},
+                                                                               {"serial", serial},
+                                                                               {"wwid", wwid},
+                                                                               {"transport", device.transport},
+                                                                               {"volume", device.volume},
+                                                                               {"level", device.level},
+                                                                               {"backing", device.backingFile},
+                                                                               {"content", more.udev.content},
+                                                                               {"label", more.udev.label},
+                                                                               {"uuid", more.udev.uuid}})
             knownText(out, name, value);
         setTruth(out, "readOnly", device.isReadOnly);
         setTruth(out, "removable", device.isRemovable);
         if (device.isRotational) out.truthField("rotational", *device.isRotational);
         setTruth(out, "hidden", device.isHidden);
-        if (device.kind == Kind::kPartition) partition(device, more);
+        if (device.kind == Kind::kPartition) partition(position);
         if (!more.swaps.empty()) {
             const diskmgt_machine::Swap& area = account.machine.swaps[more.swaps.front()];
             out.key("swap").beginObject(JsonLayout::kSpaced).numberField("size", area.sizeBytes);
@@ -147,20 +137,18 @@ private:
         writeAnswer(out, said, published);
     }
 
-    void partition(const BlockDevice& device, const DeviceAccount& more) {
+    void partition(std::size_t position) {
+        const BlockDevice& device = account.device(position);
+        const DeviceAccount& more = account.devices[position];
         out.key("partition").beginObject(JsonLayout::kSpaced);
         out.numberField("number", device.partitionNumber).numberField("start", device.startBytes);
+        const PartitionDescription described = describePartition(account, position);
+        knownText(out, "table", described.table);
         const Partition* const published = publishedOf(more);
-        knownText(out, "table", tableOf(more.udev.partitionTable, published));
-        std::string type = more.udev.partitionType;
-        std::string typeName = partitionTypeNameOf(type);
-        if (published != nullptr) {
-            if (type.empty() && published->typeByte) type = typeByteText(*published->typeByte);
-            if (typeName.empty()) typeName = published->typeName;
-            if (published->table == TableKind::kMbr) setTruth(out, "bootable", published->isBootable);
-        }
-        knownText(out, "type", type);
-        knownText(out, "typeName", typeName);
+        if (published != nullptr && published->table == TableKind::kMbr)
+            setTruth(out, "bootable", published->isBootable);
+        knownText(out, "type", described.type);
+        knownText(out, "typeName", described.typeName);
         knownText(out, "name", more.udev.partitionName);
         knownText(out, "uuid", more.udev.partitionUuid);
         out.endObject();

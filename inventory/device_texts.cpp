@@ -17,6 +17,9 @@ const Partition* publishedPartition(const ServerAccount& account, std::size_t de
     return position ? &account.inventory().partitions[*position] : nullptr;
 }
 
+/// A partition or volume has its disk's identity in udev's record.
+bool isWhole(const BlockDevice& device) { return device.kind != Kind::kPartition && device.on.empty(); }
+
 bool hasOneOf(const std::string& text, std::initializer_list<const char*> words) {
     return std::any_of(words.begin(), words.end(),
                        [&text](const char* word) { return text.find(word) != std::string::npos; });
@@ -48,12 +51,12 @@ bool isLeftOut(const ServerAccount& account, std::size_t device) {
 
 std::string serialOf(const ServerAccount& account, std::size_t device) {
     const std::string& kernels = account.device(device).identity.serial;
-    return kernels.empty() ? account.devices[device].udev.serial : kernels;
+    return kernels.empty() && isWhole(account.device(device)) ? account.devices[device].udev.serial : kernels;
 }
 
 std::string wwidOf(const ServerAccount& account, std::size_t device) {
     const std::string& kernels = account.device(device).identity.wwid;
-    return kernels.empty() ? account.devices[device].udev.wwn : kernels;
+    return kernels.empty() && isWhole(account.device(device)) ? account.devices[device].udev.wwn : kernels;
 }
 
 std::string nodeOfGap(const Gap& gap) {

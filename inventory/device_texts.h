@@ -12,7 +12,7 @@ namespace diskmgt {
 /// An empty loop device, a RAM disk that nothing uses, or a hidden path, whose disk is shown.
 bool isLeftOut(const ServerAccount& account, std::size_t device);
 
-/// The kernel's, else udev's; empty: unknown.
+/// The kernel's, else udev's; empty: unknown, or the device is a part of another one.
 std::string serialOf(const ServerAccount& account, std::size_t device);
 std::string wwidOf(const ServerAccount& account, std::size_t device);
 

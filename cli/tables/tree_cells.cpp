@@ -3,6 +3,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include "inventory/device_texts.h"
 #include "inventory/use_text.h"
 #include "text/size_text.h"
 #include "text/wording.h"
@@ -17,17 +18,9 @@ using diskmgt_machine::Kind;
 constexpr const char* kNoPurpose = "Unknown";      // is published of a type without a name
 constexpr const char* kPoolMember = "zfs_member";  // its file systems say nothing of their devices
 
-const Partition* publishedPartition(const ServerAccount& account, std::size_t device) {
-    const auto& position = account.devices[device].published;
-    return position ? &account.inventory().partitions[*position] : nullptr;
-}
-
-/// What the partition's table says it is for: udev's word, else the published one.
 std::string purposeOf(const ServerAccount& account, std::size_t device) {
-    std::string name = partitionTypeNameOf(account.devices[device].udev.partitionType);
-    if (!name.empty()) return name;
-    const Partition* const published = publishedPartition(account, device);
-    return published == nullptr || published->typeName == kNoPurpose ? "" : published->typeName;
+    std::string name = describePartition(account, device).typeName;
+    return name == kNoPurpose ? "" : name;
 }
 
 std::string kindCell(const ServerAccount& account, std::size_t position) {
@@ -115,8 +108,8 @@ void fillIdentity(const ServerAccount& account, std::size_t position, TreeRow& r
     const BlockDevice& device = account.device(position);
     const diskmgt_machine::UdevRecord& udev = account.devices[position].udev;
     row.cells[kModelColumn] = device.identity.model;
-    row.cells[kSerialColumn] = device.identity.serial.empty() ? udev.serial : device.identity.serial;
-    row.cells[kWwidColumn] = device.identity.wwid;
+    row.cells[kSerialColumn] = serialOf(account, position);
+    row.cells[kWwidColumn] = wwidOf(account, position);
     row.cells[kTransportColumn] = device.transport;
     if (device.isRotational) row.cells[kRotationalColumn] = *device.isRotational ? "yes" : "no";
     row.cells[kContentColumn] = udev.content;
