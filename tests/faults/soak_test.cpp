@@ -3,6 +3,8 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -26,7 +28,13 @@ constexpr int kBatches = 100;
 constexpr bool kCountsBytes = true;
 #endif
 constexpr int kRequestsInABatch = 100;
-constexpr std::size_t kAllowedGrowth = 16384;  // in allocated bytes; one leaked string per request would be more
+/// What the allocator keeps for a thread counts as in use, and how much that is changes with the machine's disks.
+constexpr const char* kWithoutThreadCache = "glibc.malloc.tcache_count=0";
+
+bool canCountBytes() {
+    const char* const tunables = std::getenv("GLIBC_TUNABLES");
+    return tunables != nullptr && std::strstr(tunables, kWithoutThreadCache) != nullptr;
+}
 
 /// Numbers and targets of the open descriptors, except the one used for listing.
 std::set<std::string> openDescriptors() {
@@ -73,6 +81,7 @@ protected:
 };
 
 TEST_F(Soak, ThousandsOfRequestsLeaveNoDescriptorAndNoMemoryBehind) {
+    if (kCountsBytes && !canCountBytes()) GTEST_SKIP() << "run it with GLIBC_TUNABLES=" << kWithoutThreadCache;
     for (int i = 0; i < 2; ++i) ASSERT_NO_FATAL_FAILURE(runBatch());  // lasting buffers are allocated now
     const std::set<std::string> before = openDescriptors();
     const std::size_t bytesBefore = bytesInUse();
@@ -80,7 +89,7 @@ TEST_F(Soak, ThousandsOfRequestsLeaveNoDescriptorAndNoMemoryBehind) {
         ASSERT_NO_FATAL_FAILURE(runBatch());
         ASSERT_EQ(openDescriptors(), before) << "after batch " << batch;
         if (kCountsBytes) {
-            ASSERT_LE(bytesInUse(), bytesBefore + kAllowedGrowth) << "after batch " << batch;
+            ASSERT_EQ(bytesInUse(), bytesBefore) << "after batch " << batch;
         }
     }
 }
