@@ -100,6 +100,7 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
     flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
+    flag(kHasThorough, "--thorough", given.thorough, "Make each call of the plug-in to its host fail once");
     flag(kHasAll, "--all", given.all,
          (command.flags & kHasCompact) != 0
              ? "For json: list pseudo file systems too"

@@ -102,6 +102,8 @@ Options checkedOptions(const GivenTexts& given, const CommandDescription& comman
     options.run = command.run;
     options.deliver = command.deliver;
     options.operands = given.operands;
+    options.judgesPlugin = (command.flags & kJudgesPlugin) != 0;
+    options.thorough = given.thorough;
     options.exact = given.exact;
     options.all = given.all;
     options.compact = given.compact;

@@ -15,7 +15,7 @@ struct GivenTexts {
     std::vector<std::string> virtualDevices, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
     bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false,
-         json = false;
+         thorough = false, json = false;
 };
 
 /// "; see \"diskmgt get --help\"".

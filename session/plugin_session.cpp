@@ -30,16 +30,12 @@ std::string ownPluginFile() {
     return folder.substr(0, folder.rfind('/')) + "/lib/diskmgt/plugins/libdiskmgt.pi.so";
 }
 
-std::string choosePluginFile(const std::string& named) {
-    if (named.empty()) return ownPluginFile();
-    // Without a slash the loader would search its own directories and not the present one.
-    return named.find('/') == std::string::npos ? "./" + named : named;
-}
-
 refhost::HostOptions hostOptions(const SessionOptions& options) {
     refhost::HostOptions wanted;
     wanted.virtualDevices = options.virtualDevices;
-    wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
+    wanted.whenServing = options.whenServing;
+    if (!wanted.whenServing)
+        wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
     return wanted;
 }
 
@@ -52,8 +48,14 @@ refhost::ReferenceHost& processHost(refhost::HostOptions options) {
 
 }  // namespace
 
+std::string pluginFileOf(const std::string& named) {
+    if (named.empty()) return ownPluginFile();
+    // Without a slash the loader would search its own directories and not the present one.
+    return named.find('/') == std::string::npos ? "./" + named : named;
+}
+
 PluginSession::PluginSession(const SessionOptions& options)
-    : pluginFile(choosePluginFile(options.pluginFile)),
+    : pluginFile(pluginFileOf(options.pluginFile)),
       timeoutSeconds(options.timeoutSeconds),
       isLogForwarded(options.logSeverity >= 0),
       referenceHost(processHost(hostOptions(options))) {
@@ -79,12 +81,16 @@ Deadline PluginSession::startOtherLimit(const std::string& subject) const {
     return {timeoutSeconds == 0 ? 0 : timeoutSeconds + 1, work};
 }
 
-refhost::PluginIdentity PluginSession::load() {
+refhost::PluginIdentity PluginSession::loadOrThrow() {
     Deadline::nowAt("loading " + pluginFile);
+    refhost::PluginIdentity identity = referenceHost.loadPlugin(pluginFile);
+    Deadline::nowAt("");
+    return identity;
+}
+
+refhost::PluginIdentity PluginSession::load() {
     try {
-        refhost::PluginIdentity identity = referenceHost.loadPlugin(pluginFile);
-        Deadline::nowAt("");
-        return identity;
+        return loadOrThrow();
     } catch (const refhost::PluginError& error) {
         std::string reason = error.reason();
         while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();

@@ -33,12 +33,13 @@ TABLE = """
 | worker             | terminal, text, base |
 | session            | worker, terminal, refhost/api, schema, text |
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
-| formats            | inventory, refhost/api, text |
+| check              | inventory, session, worker, machine, refhost/api, schema, text |
+| formats            | check, inventory, refhost/api, text |
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |
-| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, machine, refhost/api, schema, text |
-| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
+| cli/tables         | cli/diff, cli/explain, cli/io, formats, check, inventory, machine, refhost/api, schema, text |
+| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, check, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
 | tests              | anything |
 | fuzz               | anything |

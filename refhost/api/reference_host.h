@@ -22,16 +22,26 @@ namespace refhost {
 /// reason, and the advice behind a semicolon.
 class TAL_API PluginError : public std::runtime_error {
 public:
-    explicit PluginError(const std::string& reason, const std::string& advice = "");
+    /// How far the plug-in came.
+    enum class Step {
+        kOpening,      // no library was opened, or opening it threw
+        kStillMapped,  // the library is in the process already and would not register again
+        kRegistering,  // it was opened and registered no entry
+        kStarting,     // the entry threw when it was asked who it is, or initialised
+    };
+
+    explicit PluginError(const std::string& reason, const std::string& advice = "", Step failedAt = Step::kOpening);
     ~PluginError() override;
 
     const std::string& reason() const { return why; }
     /// What to do, such as "give the path of a plug-in library"; empty when the reason alone says it.
     const std::string& advice() const { return whatToDo; }
+    Step step() const { return reached; }
 
 private:
     std::string why;
     std::string whatToDo;
+    Step reached;
 };
 
 /// A declared property. Lives as long as the host.
@@ -89,6 +99,7 @@ struct PluginIdentity {
     std::string version;
     std::string interfaceVersion;
     unsigned int type = 0;
+    bool answersRequests = false;  // its entry offers the data request
 };
 
 struct RequestResult {
@@ -107,6 +118,7 @@ struct TraceEntry {
     std::vector<std::pair<std::string, TraceValue>> arguments;  // by name, in order
     std::optional<TraceValue> returns;                          // empty: no result, or the call threw
     std::optional<std::string> throws;                          // the exception's text
+    int thread = 0;                                             // the kernel's number of the thread that crossed
 };
 
 enum class FaultKind {

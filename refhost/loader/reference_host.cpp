@@ -73,8 +73,11 @@ std::optional<std::string> failureOf(const Work& work) {
 
 }  // namespace
 
-PluginError::PluginError(const std::string& reason, const std::string& advice)
-    : std::runtime_error(advice.empty() ? reason : reason + "; " + advice), why(reason), whatToDo(advice) {}
+PluginError::PluginError(const std::string& reason, const std::string& advice, Step failedAt)
+    : std::runtime_error(advice.empty() ? reason : reason + "; " + advice),
+      why(reason),
+      whatToDo(advice),
+      reached(failedAt) {}
 PluginError::~PluginError() = default;
 
 struct ReferenceHost::State {

@@ -1,0 +1,26 @@
+// Makes known what a check does and finds, as it goes.
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+
+#include "check/check_records.h"
+
+namespace diskmgt {
+
+class CheckJournal {
+public:
+    void begin(Check check);
+    /// `note`: what was looked at.
+    void end(Check check, const std::string& note = "");
+    /// Of findings of one check and class, those past a few are only counted, and the count is said at the end.
+    void add(const Finding& finding);
+    void add(const Findings& findings);
+
+private:
+    std::map<std::pair<Check, std::string>, std::size_t> counts;  // by check and class
+    std::map<Check, std::size_t> unsaid;
+};
+
+}  // namespace diskmgt

@@ -1,0 +1,317 @@
+#include "check/plugin_check.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "check/answer_difference.h"
+#include "check/check_journal.h"
+#include "check/checked_classes.h"
+#include "check/crossing_checks.h"
+#include "check/fault_sweep.h"
+#include "check/instance_checks.h"
+#include "check/open_descriptors.h"
+#include "check/pair_checks.h"
+#include "session/class_plan.h"
+#include "session/request_failure.h"
+#include "text/wording.h"
+#include "worker/account.h"
+#include "worker/worker.h"
+
+namespace diskmgt {
+
+namespace {
+
+/// Says what is served, and under which circumstances.
+class Circumstances {
+public:
+    void set(const std::string& now) { text = now.empty() ? "" : " " + now; }
+    /// While several threads ask, none of them says what it is at.
+    void setQuiet(bool isWanted) { isQuiet = isWanted; }
+    void sayServing(const std::string& className) const {
+        if (!isQuiet) Deadline::nowAt("serving " + className + text);
+    }
+
+private:
+    std::string text;
+    std::atomic<bool> isQuiet{false};
+};
+
+class PluginCheck {
+public:
+    PluginCheck(const SessionOptions& options, bool allCrossings)
+        : session(withCircumstances(options)), isThorough(allCrossings) {}
+
+    void run() {
+        const Deadline limit = session.startTimeLimit(true);
+        atStart = openDescriptors();
+        load();
+        chooseClasses();
+        serve();
+        judgeInstances();
+        repeat();
+        judgeCrossings();
+        askOnTwoThreads();
+        if (isThorough) failCrossings();
+        unload();
+    }
+
+private:
+    SessionOptions withCircumstances(SessionOptions options) {
+        options.whenServing = [this](const std::string& className) { circumstances.sayServing(className); };
+        return options;
+    }
+
+    /// One that cannot be loaded ends the process: nothing can be unwound safely then.
+    void load() {
+        using Step = refhost::PluginError::Step;
+        session.host().startTrace();
+        journal.begin(Check::kLoads);
+        try {
+            identity = session.loadOrThrow();
+        } catch (const refhost::PluginError& error) {
+            if (error.step() != Step::kOpening) journal.end(Check::kLoads);
+            if (error.step() == Step::kStarting) journal.end(Check::kRegisters);
+            journal.add({error.step() == Step::kRegistering ? Check::kRegisters
+                         : error.step() == Step::kStarting  ? Check::kOperations
+                                                            : Check::kLoads,
+                         true, "", error.reason()});
+            worker::account().note(kDone);
+            ::_exit(kDone);
+        }
+        worker::makeKnown(packedIdentity(identity));
+        journal.end(Check::kLoads, identity.file);
+        journal.end(Check::kRegisters);
+        judgeIdentity();
+    }
+
+    void judgeIdentity() {
+        (void)session.host().takeTrace();
+        if (!identity.answersRequests)
+            journal.add(
+                {Check::kOperations, true, "", "the entry object offers no data request (IPluginBasicQueryCallbacks)"});
+        journal.end(Check::kOperations, "identity, Init and the data request are answered");
+        const std::pair<const char*, const std::string*> texts[] = {
+            {"GetName", &identity.name},
+            {"GetVersion", &identity.version},
+            {"GetInterfaceVersion", &identity.interfaceVersion}};
+        for (const auto& [operation, answer] : texts)
+            if (answer->empty())
+                journal.add({Check::kIdentity, true, "", std::string(operation) + " answers an empty text"});
+        if (!identity.interfaceVersion.empty() && identity.interfaceVersion != "1.0")
+            journal.add({Check::kIdentity, false, "",
+                         "the interface version is " + identity.interfaceVersion + ", and this host's is 1.0"});
+        journal.end(Check::kIdentity, identity.name + " " + identity.version + ", interface " +
+                                          identity.interfaceVersion + ", type " + std::to_string(identity.type));
+    }
+
+    void chooseClasses() {
+        journal.begin(Check::kServes);
+        Deadline::nowAt("measuring the mounted file systems");
+        const CheckedClasses chosen = classesToCheck(session.host());
+        classes = chosen.names;
+        journal.add(chosen.remarks);
+    }
+
+    PublishedClass published(const std::string& className) {
+        return {session.host().findClass(className), session.host().instances(className)};
+    }
+
+    refhost::RequestResult ask(const std::string& className) {
+        Deadline::renew();
+        Deadline::nowAt("asking for " + className);
+        return session.request({className});
+    }
+
+    void serve() {
+        std::uint64_t total = 0;
+        std::size_t servedClasses = 0;
+        state = machineState();
+        for (const std::string& className : classes) {
+            ServedFacts facts;
+            facts.className = className;
+            const std::size_t crossings = session.host().crossings();
+            const std::int64_t start = worker::steadyNanoseconds();
+            refhost::RequestResult result = ask(className);
+            facts.seconds = static_cast<double>(worker::steadyNanoseconds() - start) / 1e9;
+            facts.crossings = session.host().crossings() - crossings;
+            answers.push_back(published(className));
+            facts.isAssociation = answers.back().declaration->isAssociation;
+            facts.instances = answers.back().instances.size();
+            const std::string failure = failureClause(result);
+            if (!failure.empty()) journal.add({Check::kServes, true, className, failure});
+            facts.log = std::move(result.log);
+            total += facts.instances;
+            if (facts.instances > 0) ++servedClasses;
+            worker::makeKnown(packedFacts(facts));
+        }
+        if (total == 0) journal.add({Check::kServes, false, "", "no class has an instance on this machine"});
+        journal.end(Check::kServes, counted(total, "instance") + " of " + std::to_string(servedClasses) + " of " +
+                                        std::to_string(classes.size()) + " classes");
+    }
+
+    void judgeInstances() {
+        journal.begin(Check::kKeys);
+        journal.add(checkKeys(answers));
+        journal.end(Check::kKeys);
+        journal.begin(Check::kPairs);
+        std::size_t pairs = 0;
+        for (const PublishedClass& cls : answers)
+            if (cls.declaration->isAssociation) pairs += cls.instances.size();
+        journal.add(checkPairs(answers, hostsOwnInstances(session.host())));
+        journal.end(Check::kPairs, counted(pairs, "pair"));
+    }
+
+    /// Asks again, and records what crosses and which descriptors are open.
+    void repeat() {
+        constexpr int kAttempts = 3;  // for a machine that changes meanwhile
+        journal.begin(Check::kRepeats);
+        circumstances.set("again");
+        session.host().startTrace();
+        for (PublishedClass& first : answers) {
+            const std::string& className = first.declaration->name;
+            std::string problem;
+            for (int attempt = 0; attempt < kAttempts; ++attempt) {
+                const OpenDescriptors before = openDescriptors();
+                problem = failureClause(ask(className));
+                for (const std::string& change : descriptorChanges(before, openDescriptors()))
+                    descriptorFindings.push_back({Check::kDescriptors, true, className, change});
+                PublishedClass second = published(className);
+                if (problem.empty()) problem = differenceBetween(first.instances, second.instances);
+                std::string stateNow = machineState();
+                if (problem.empty() || stateNow == state) break;
+                first = std::move(second);
+                state = std::move(stateNow);
+            }
+            if (!problem.empty())
+                journal.add({Check::kRepeats, true, className, "the second answer differs: " + problem});
+        }
+        trace = session.host().takeTrace();
+        circumstances.set("");
+        journal.end(Check::kRepeats, "asked twice for each class");
+    }
+
+    void judgeCrossings() {
+        journal.begin(Check::kValues);
+        journal.add(checkRefusals(trace));
+        journal.end(Check::kValues);
+        journal.begin(Check::kOwnThread);
+        journal.add(checkThread(trace, ::gettid()));
+        journal.end(Check::kOwnThread);
+        journal.begin(Check::kDescriptors);
+        journal.add(descriptorFindings);
+        journal.end(Check::kDescriptors);
+        calls = callsByClass(trace);
+        trace.clear();
+    }
+
+    /// Where the machine has changed since they were given.
+    void refreshAnswers() {
+        std::string stateNow = machineState();
+        if (stateNow == state) return;
+        for (PublishedClass& answer : answers) {
+            (void)session.request({answer.declaration->name});
+            answer = published(answer.declaration->name);
+        }
+        state = std::move(stateNow);
+    }
+
+    /// All classes at once on each of two threads; the instances of the later request remain.
+    void askOnTwoThreads() {
+        const int rounds = isThorough ? 16 : 4;
+        journal.begin(Check::kTwoThreads);
+        circumstances.setQuiet(true);
+        for (int round = 0; round < rounds; ++round) {
+            Deadline::renew();
+            Deadline::nowAt("serving two requests at once");
+            refreshAnswers();
+            std::string failures[2];
+            std::atomic<int> ready{0};
+            const auto work = [&](std::string& failure) {
+                for (++ready; ready < 2;) std::this_thread::yield();
+                failure = failureClause(session.host().request(classes));
+            };
+            std::thread second([&] { work(failures[1]); });
+            work(failures[0]);
+            second.join();
+            for (const std::string& failure : failures)
+                if (!failure.empty()) journal.add({Check::kTwoThreads, true, "", failure});
+            Findings differences;
+            for (const PublishedClass& first : answers) {
+                const std::string difference =
+                    differenceBetween(first.instances, session.host().instances(first.declaration->name));
+                if (!difference.empty())
+                    differences.push_back({Check::kTwoThreads, true, first.declaration->name,
+                                           "two requests at once gave another answer: " + difference});
+            }
+            if (machineState() == state) journal.add(differences);
+        }
+        circumstances.setQuiet(false);
+        journal.end(Check::kTwoThreads, counted(static_cast<std::uint64_t>(rounds), "time") + " two requests at once");
+    }
+
+    void failCrossings() {
+        journal.begin(Check::kFailures);
+        FaultSweep sweep(session, journal, [this](const std::string& what) { circumstances.set(what); });
+        for (const std::string& className : classes) sweep.run(className, calls[className]);
+        circumstances.set("");
+        journal.end(Check::kFailures, counted(sweep.crossingsFailed(), "crossing") + " failed in turn");
+    }
+
+    void unload() {
+        journal.begin(Check::kUnloads);
+        Deadline::nowAt("unloading " + session.file());
+        session.host().startTrace();
+        session.host().unloadPlugins();
+        journal.add(checkOperations(session.host().takeTrace(), Check::kUnloads));
+        for (const std::string& change : descriptorChanges(atStart, openDescriptors()))
+            journal.add({Check::kUnloads, true, "", "once unloaded, it " + change});
+        loadAgain();
+        journal.end(Check::kUnloads);
+    }
+
+    void loadAgain() {
+        Deadline::renew();
+        Deadline::nowAt("loading " + session.file() + " a second time");
+        try {
+            (void)session.host().loadPlugin(session.file());
+            Deadline::nowAt("unloading " + session.file() + " a second time");
+            session.host().unloadPlugins();
+        } catch (const refhost::PluginError& error) {
+            const bool isMapped = error.step() == refhost::PluginError::Step::kStillMapped;
+            journal.add({Check::kUnloads, !isMapped, "",
+                         isMapped ? "the library stays mapped after it was closed, so it cannot be loaded again in one "
+                                    "process"
+                                  : "it cannot be loaded a second time: " + error.reason()});
+            if (isMapped) return;
+            journal.end(Check::kUnloads);
+            worker::account().note(kDone);
+            ::_exit(kDone);
+        }
+    }
+
+    Circumstances circumstances;
+    PluginSession session;
+    const bool isThorough;
+    CheckJournal journal;
+    OpenDescriptors atStart;
+    refhost::PluginIdentity identity;
+    std::vector<std::string> classes;
+    std::vector<PublishedClass> answers;  // to the first request for each class
+    std::string state;                    // of the machine when they were given
+    std::vector<refhost::TraceEntry> trace;
+    std::map<std::string, std::vector<std::string>> calls;  // of the plug-in, by class
+    Findings descriptorFindings;
+};
+
+}  // namespace
+
+void checkPlugin(const SessionOptions& options, bool thorough) { PluginCheck(options, thorough).run(); }
+
+}  // namespace diskmgt
