@@ -1,8 +1,10 @@
 #include "check/answer_difference.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 #include "schema/vocabulary.h"
 #include "text/wording.h"
@@ -43,6 +45,9 @@ std::string differenceBetween(const std::vector<refhost::Instance>& first,
 std::string machineState() {
     std::ostringstream state;
     for (const char* const file : {"/proc/self/mountinfo", "/proc/partitions"}) state << std::ifstream(file).rdbuf();
+    std::error_code error;  // an empty list then
+    for (const auto& disk : std::filesystem::directory_iterator("/sys/block", error))
+        state << disk.path().filename().string() << '\n';
     return state.str();
 }
 

@@ -24,10 +24,12 @@ void CheckJournal::end(Check check, const std::string& note) {
 }
 
 void CheckJournal::add(const Finding& finding) {
+    const std::string packed = packedFinding(finding);
+    if (!made.insert(packed).second) return;
     if (++counts[{finding.check, finding.className}] > kMostAlike)
         ++unsaid[finding.check];
     else
-        worker::makeKnown(packedFinding(finding));
+        worker::makeKnown(packed);
 }
 
 void CheckJournal::add(const Findings& findings) {

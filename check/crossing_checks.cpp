@@ -18,14 +18,6 @@ std::vector<std::string> requestedBy(const refhost::TraceEntry& entry) {
     return names == nullptr ? std::vector<std::string>() : *names;
 }
 
-/// "parseValue" or "setProperty of VEXSG_DiskDrive".
-std::string shownCall(const refhost::TraceEntry& entry) {
-    for (const auto& [name, value] : entry.arguments)
-        if (name == "class" && std::holds_alternative<std::string>(value))
-            return entry.call + " of " + std::get<std::string>(value);
-    return entry.call;
-}
-
 }  // namespace
 
 Findings checkRefusals(const std::vector<refhost::TraceEntry>& trace) {
@@ -43,16 +35,24 @@ Findings checkRefusals(const std::vector<refhost::TraceEntry>& trace) {
 }
 
 Findings checkThread(const std::vector<refhost::TraceEntry>& trace, int thread) {
-    Findings findings;
+    struct Foreign {
+        std::uint64_t calls = 0;
+        std::string first;
+    };
+    std::map<std::string, Foreign> byClass;
     std::string className;
-    std::set<std::string> seen;
     for (const refhost::TraceEntry& entry : trace) {
         const std::vector<std::string> requested = requestedBy(entry);
         if (!requested.empty()) className = joined(requested, ", ");
-        if (entry.byPlugin && entry.thread != thread && seen.insert(className + shownCall(entry)).second)
-            findings.push_back({Check::kOwnThread, true, className,
-                                "called " + shownCall(entry) + " on a thread that is not the request's"});
+        if (!entry.byPlugin || entry.thread == thread) continue;
+        Foreign& foreign = byClass[className];
+        if (foreign.calls++ == 0) foreign.first = entry.call;
     }
+    Findings findings;
+    for (const auto& [requested, foreign] : byClass)
+        findings.push_back(
+            {Check::kOwnThread, true, requested,
+             counted(foreign.calls, "call") + " on a thread that is not the request's, the first is " + foreign.first});
     return findings;
 }
 

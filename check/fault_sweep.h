@@ -24,11 +24,15 @@ public:
     std::size_t crossingsFailed() const { return crossings; }
 
 private:
-    bool survives(const std::string& className, std::size_t crossing, const std::string& call);
+    void takeBaseline(const std::string& className);
+    /// A clause; empty: the plug-in survives.
+    std::string problemAfter(const std::string& className, std::size_t crossing, const std::string& call);
 
     PluginSession& session;
     CheckJournal& journal;
     const std::function<void(const std::string& what)> nowAt;
+    std::string state;                     // of the machine, when the next was taken
+    std::vector<refhost::Instance> clean;  // what a request without failures gives
     std::size_t crossings = 0;
 };
 

@@ -36,7 +36,8 @@ std::string tableOfChecks(const CheckReport& report, const TableStyle& style) {
     for (const CheckResult& result : report.results) {
         std::vector<std::string> found;
         for (const Finding& finding : result.findings) found.push_back(textOf(finding, result.outcome));
-        if (found.empty()) found.push_back(result.note);
+        const bool isNoteAnAnswer = result.outcome != Outcome::kFailed && !result.note.empty();
+        if (found.empty() || isNoteAnAnswer) found.insert(found.begin(), result.note);
         for (std::size_t i = 0; i < found.size(); ++i) {
             libscols_line* const row = table.addRow();
             table.set(row, 2, found[i]);
@@ -51,7 +52,7 @@ std::string tableOfChecks(const CheckReport& report, const TableStyle& style) {
 
 std::string milliseconds(double seconds) {
     char text[32];
-    (void)std::snprintf(text, sizeof text, "%.2f ms", seconds * 1000);
+    (void)std::snprintf(text, sizeof text, "%.3f ms", seconds * 1000);
     return text;
 }
 
@@ -71,7 +72,9 @@ std::string tableOfClasses(const std::vector<ServedFacts>& served, const TableSt
         table.addRow({facts.className, std::to_string(facts.instances), std::to_string(facts.log.size()),
                       std::to_string(facts.crossings), milliseconds(facts.seconds)});
     }
-    const std::string rest = silent == 0 ? "" : counted(silent, "class") + " without an instance or a log line.\n";
+    const std::string rest = silent == 0 ? ""
+                                         : std::to_string(silent) + (silent == 1 ? " class" : " classes") +
+                                               " without an instance or a log line.\n";
     return silent == served.size() ? rest : table.print() + rest;
 }
 
