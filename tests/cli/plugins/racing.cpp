@@ -1,7 +1,8 @@
 // Serves drives only while nothing else asks: it takes two requests at once for a mistake.
+#include <unistd.h>
+
 #include <atomic>
 #include <stdexcept>
-#include <thread>
 
 #include "tests/cli/plugins/published_drive.h"
 
@@ -13,7 +14,7 @@ class Racing : public DrivePlugin {
     void serveDrives(NVEXTAL20::ICIMClass& cls, const NameSpace& nameSpace) override {
         if (++inside > 1) throw std::logic_error("two requests at once");
         for (int i = 0; i < 200; ++i) {
-            std::this_thread::yield();
+            (void)::usleep(200);
             publish(cls, nameSpace, drive("/dev/sd" + std::to_string(i)));
         }
         --inside;
