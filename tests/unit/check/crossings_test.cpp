@@ -82,28 +82,37 @@ TEST(Crossings, OperationsThatThrowAreFailures) {
                 ElementsAre(": deInit threw: not now"));
 }
 
-TEST(Answers, AreTheSameWhereOnlyFreeSpaceDiffers) {
-    PublishedScene first, second;
-    first.mountedWithSpace("/dev/sda1", "/", 4096, 100);
-    second.mountedWithSpace("/dev/sda1", "/", 4096, 200);
-    const auto of = [](const PublishedScene& scene) { return instancesOf(scene.published, "VEXSG_LogicalDisk"); };
-    EXPECT_EQ(differenceBetween(of(first), of(second)), "");
-    second.mounted("/dev/sdb1", {"/data"});
-    EXPECT_EQ(differenceBetween(of(first), of(second)), "published 2 instances where it had published 1");
+using Answer = std::vector<refhost::Instance>;
+
+struct Answers : ::testing::Test {
+    /// A file system with these figures, as the only answer.
+    Answer space(std::uint64_t total, std::uint64_t free) {
+        scene.mountedWithSpace("/dev/sda1", "/", total, free);
+        return {instancesOf(scene.published, "VEXSG_LogicalDisk").back()};
+    }
+    PublishedScene scene;
+};
+
+TEST_F(Answers, AreTheSameWhereOnlyFreeSpaceDiffers) {
+    const Answer first = space(4096, 100);
+    Answer second = space(4096, 200);
+    EXPECT_EQ(differenceBetween(first, second), "");
+    second.push_back(second.front());
+    EXPECT_EQ(differenceBetween(first, second), "published 2 instances where it had published 1");
 }
 
-TEST(Answers, DifferInAValueOrInANull) {
-    PublishedScene first, second;
-    first.mountedWithSpace("/dev/sda1", "/", 4096, 100);
-    second.mountedWithSpace("/dev/sda1", "/", 8192, 100);
-    auto one = instancesOf(first.published, "VEXSG_LogicalDisk");
-    auto other = instancesOf(second.published, "VEXSG_LogicalDisk");
-    EXPECT_EQ(differenceBetween(one, other),
+TEST_F(Answers, DifferInAValueANullOrAPath) {
+    const Answer first = space(4096, 100);
+    Answer second = space(8192, 100);
+    EXPECT_EQ(differenceBetween(first, second),
               "TotalSpace was \"4096\", then \"8192\" in VEXSG_LogicalDisk.DeviceID=\"/dev/sda1\"");
-    for (refhost::PropertyValue& value : other.front().properties)
+    for (refhost::PropertyValue& value : second.front().properties)
         if (value.declaration->name == "TotalSpace") value = {value.declaration, true, {}};
-    EXPECT_EQ(differenceBetween(one, other),
+    EXPECT_EQ(differenceBetween(first, second),
               "TotalSpace was \"4096\", then null in VEXSG_LogicalDisk.DeviceID=\"/dev/sda1\"");
+    second.front().path = "another";
+    EXPECT_EQ(differenceBetween(first, second),
+              "published another where it had published VEXSG_LogicalDisk.DeviceID=\"/dev/sda1\"");
 }
 
 TEST(Descriptors, ThatAreOpenedClosedOrReplacedAreNamed) {
