@@ -231,7 +231,9 @@ private:
         journal.add(checkRefusals(trace));
         journal.end(Check::kValues);
         journal.begin(Check::kOwnThread);
-        journal.add(checkThread(trace, ::gettid()));
+        const Findings ofThreads = checkThread(trace, ::gettid());
+        for (const Finding& finding : ofThreads) unsound.insert(finding.className);
+        journal.add(ofThreads);
         journal.end(Check::kOwnThread);
         journal.begin(Check::kDescriptors);
         journal.add(descriptorFindings);

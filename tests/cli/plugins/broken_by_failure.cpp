@@ -5,6 +5,8 @@ namespace {
 
 using namespace test_plugin;
 
+thread_local bool isBroken = false;  // two requests at once do not disturb each other
+
 class BrokenByFailure : public DrivePlugin {
     void serveDrives(NVEXTAL20::ICIMClass& cls, const NameSpace& nameSpace) override {
         if (isBroken) return;
@@ -12,7 +14,6 @@ class BrokenByFailure : public DrivePlugin {
         publish(cls, nameSpace, drive("/dev/sda"));
         isBroken = false;
     }
-    bool isBroken = false;
 };
 
 const Registration<BrokenByFailure> registration;
