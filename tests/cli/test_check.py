@@ -101,6 +101,19 @@ def test_plugin_that_breaks_by_a_failed_crossing_is_found_thoroughly(run, plugin
                         r"before: published no instances where it had published 1", failure)
 
 
+def test_sound_plugin_of_another_author_is_good(run, plugin):
+    done = run("check", "-J", "--thorough", "--plugin", plugin("sound"))
+    assert (done.status, done.json["verdict"], done.stderr) == (0, "good", b"")
+    assert set(results(done.json).values()) == {"good"}
+
+
+def test_library_that_stays_mapped_is_a_remark(run, plugin):
+    done = run("check", "-J", "--plugin", plugin("staying"))
+    assert (done.status, done.json["verdict"]) == (0, "good")
+    remark, = done.json["checks"][-1]["remarks"]
+    assert remark == {"text": "the library stays mapped after it was closed, so it cannot be loaded again in one process"}
+
+
 def test_logged_errors_are_failures(run, plugin):
     done = run("check", "-J", "--plugin", plugin("complaining"))
     assert done.status == 1
