@@ -74,7 +74,6 @@ private:
     /// One that cannot be loaded ends the process: nothing can be unwound safely then.
     void load() {
         using Step = refhost::PluginError::Step;
-        session.host().startTrace();
         journal.begin(Check::kLoads);
         try {
             identity = session.loadOrThrow();
@@ -95,7 +94,6 @@ private:
     }
 
     void judgeIdentity() {
-        (void)session.host().takeTrace();
         if (!identity.answersRequests)
             journal.add(
                 {Check::kOperations, true, "", "the entry object offers no data request (IPluginBasicQueryCallbacks)"});
@@ -157,9 +155,12 @@ private:
             if (facts.instances > 0) ++withInstances;
             worker::makeKnown(packedFacts(facts));
         }
-        if (total == 0) journal.add({Check::kServes, false, "", "no class has an instance on this machine"});
-        journal.end(Check::kServes, counted(total, "instance") + " of " + std::to_string(withInstances) + " of " +
-                                        std::to_string(classes.size()) + " classes");
+        const std::string all = std::to_string(classes.size()) + " classes";
+        if (total == 0)
+            journal.add({Check::kServes, false, "", "no class has an instance on this machine that this user can see"});
+        journal.end(Check::kServes,
+                    total == 0 ? all + " were asked for"
+                               : counted(total, "instance") + " in " + std::to_string(withInstances) + " of " + all);
     }
 
     void judgeInstances() {

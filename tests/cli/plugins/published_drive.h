@@ -1,6 +1,7 @@
 // Publishing whole instances, keys included, for stand-ins that are wrong in one place only.
 #pragma once
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +18,7 @@ inline boost::shared_ptr<NVEXTAL20::ICIMInstance> made(NVEXTAL20::ICIMClass& cls
                                                        const Texts& texts) {
     NVEXTAL20::TCIMOptions options;
     const auto instance = cls.CreateInstance(options);
+    if (!instance) throw std::runtime_error("the host makes no instance");
     for (const auto& [name, value] : texts) {
         std::string text = value;
         const std::string type = instance->GetProperty(name, options)->GetType(options).ToString();
