@@ -2,7 +2,8 @@
 
 import pytest
 
-from conftest import MACHINES
+from conftest import MACHINES, write_machine
+from machine.session import Session
 
 NAMES = sorted(folder.name for folder in MACHINES.iterdir())
 
@@ -53,3 +54,14 @@ def test_pairs_by_alike_names_are_listed_as_remarks(check):
     found = remarks(check("software-raid").json())
     assert ("pairs", "VEXSG_PartitionPresent",
             "/dev/md1271 is paired with /dev/md1 because the names are alike; it belongs to /dev/md127") in found
+
+
+def test_classes_that_would_wait_for_ever_are_left_out_with_a_remark(diskmgt, tmp_path):
+    with Session(write_machine(tmp_path, about="A FIFO under the name of a disk.", sys_block=[])) as server:
+        server.run(["mkfifo", "/dev/sda"])
+        done = server.run([diskmgt, "check", "--format", "json", "--timeout", "5"], check=False)
+    assert (done.status, done.json()["verdict"]) == (0, "good")
+    left_out = {class_name: text for name, class_name, text in remarks(done.json()) if name == "serves" and class_name}
+    assert left_out["VEXSG_DiskPartition"].startswith("not asked for: /dev/sda is a FIFO")
+    assert left_out["VEXSG_PartitionPresent"] == "not asked for: it pairs VEXSG_DiskPartition"
+    assert not set(left_out) & {found["name"] for found in done.json()["classes"]}

@@ -11,12 +11,12 @@ class DanglingPair : public TestPlugin {
             const std::string name = nameOf(*cls);
             if (name == "VEXSG_DiskDrive") publish(*cls, nameSpace, drive("/dev/sda"));
             if (name != "VEXSG_MediaPresent") continue;
-            const std::string device = "SystemCreationClassName=\"VEXSG_ComputerSystem\",SystemName=\"here\"";
-            publish(*cls, nameSpace,
-                    {{"Antecedent",
-                      "VEXSG_DiskDrive.CreationClassName=\"VEXSG_DiskDrive\",DeviceID=\"/dev/sda\"," + device},
-                     {"Dependent",
-                      "VEXSG_LogicalDisk.CreationClassName=\"VEXSG_LogicalDisk\",DeviceID=\"/dev/sda1\"," + device}});
+            const std::string system = R"(,SystemCreationClassName="VEXSG_ComputerSystem",SystemName="here")";
+            publish(
+                *cls, nameSpace,
+                {{"Antecedent", R"(VEXSG_DiskDrive.CreationClassName="VEXSG_DiskDrive",DeviceID="/dev/sda")" + system},
+                 {"Dependent",
+                  R"(VEXSG_LogicalDisk.CreationClassName="VEXSG_LogicalDisk",DeviceID="/dev/sda1")" + system}});
         }
     }
 };

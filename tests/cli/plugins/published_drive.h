@@ -17,7 +17,7 @@ using NameSpace = boost::shared_ptr<NVEXTAL20::ICIMNamespace>;
 inline boost::shared_ptr<NVEXTAL20::ICIMInstance> made(NVEXTAL20::ICIMClass& cls, const NameSpace& nameSpace,
                                                        const Texts& texts) {
     NVEXTAL20::TCIMOptions options;
-    const auto instance = cls.CreateInstance(options);
+    auto instance = cls.CreateInstance(options);
     if (!instance) throw std::runtime_error("the host makes no instance");
     for (const auto& [name, value] : texts) {
         std::string text = value;
