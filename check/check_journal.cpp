@@ -8,7 +8,7 @@ namespace diskmgt {
 
 namespace {
 
-constexpr std::size_t kMostAlike = 5;  // of one check and class
+constexpr std::size_t kMostAlike = 1000;  // of one check and class
 
 }  // namespace
 

@@ -15,8 +15,8 @@ public:
     void begin(Check check);
     /// `note`: what was looked at.
     void end(Check check, const std::string& note = "");
-    /// Of findings of one check and class, those past a few are only counted, and the count is said at the end. One
-    /// that was made before is not made again.
+    /// Of findings of one check and class, those past a thousand are only counted, and the count is said at the end.
+    /// One that was made before is not made again.
     void add(const Finding& finding);
     void add(const Findings& findings);
 

@@ -1,6 +1,7 @@
 #include "cli/tables/check_table.h"
 
 #include <cstdio>
+#include <map>
 #include <vector>
 
 #include "cli/tables/text_table.h"
@@ -30,12 +31,26 @@ std::string textOf(const Finding& finding, Outcome outcome) {
     return mark + (finding.className.empty() ? "" : finding.className + ": ") + finding.text;
 }
 
+/// Of each class a few; the rest is counted.
+std::vector<std::string> textsOf(const CheckResult& result) {
+    constexpr std::size_t kMostOfClass = 5;
+    std::map<std::string, std::size_t> counts;
+    std::vector<std::string> texts;
+    std::size_t unsaid = 0;
+    for (const Finding& finding : result.findings)
+        if (++counts[finding.className] <= kMostOfClass)
+            texts.push_back(textOf(finding, result.outcome));
+        else
+            ++unsaid;
+    if (unsaid > 0) texts.push_back(std::to_string(unsaid) + " more like these: --format json has all");
+    return texts;
+}
+
 std::string tableOfChecks(const CheckReport& report, const TableStyle& style) {
     TextTable table(style);
     table.addColumns({"Check", "Result", "Found"});
     for (const CheckResult& result : report.results) {
-        std::vector<std::string> found;
-        for (const Finding& finding : result.findings) found.push_back(textOf(finding, result.outcome));
+        std::vector<std::string> found = textsOf(result);
         const bool isNoteAnAnswer = result.outcome != Outcome::kFailed && !result.note.empty();
         if (found.empty() || isNoteAnAnswer) found.insert(found.begin(), result.note);
         for (std::size_t i = 0; i < found.size(); ++i) {

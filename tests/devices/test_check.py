@@ -65,3 +65,12 @@ def test_classes_that_would_wait_for_ever_are_left_out_with_a_remark(diskmgt, tm
     assert left_out["VEXSG_DiskPartition"].startswith("not asked for: /dev/sda is a FIFO")
     assert left_out["VEXSG_PartitionPresent"] == "not asked for: it pairs VEXSG_DiskPartition"
     assert not set(left_out) & {found["name"] for found in done.json()["classes"]}
+
+
+def test_a_table_shows_a_few_findings_of_a_class_and_json_all(check, machine, diskmgt):
+    found = [text for name, class_name, text in remarks(check("storage-node").json())
+             if (name, class_name) == ("pairs", "VEXSG_MediaPresent")]
+    assert len(found) > 30
+    table = machine("storage-node").run([diskmgt, "check"]).stdout
+    assert table.count("because the names are alike") == 5
+    assert f"{len(found) - 5} more like these: --format json has all\n" in table
