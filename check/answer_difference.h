@@ -8,7 +8,7 @@
 
 namespace diskmgt {
 
-/// The first difference as a clause; empty when there is none. Free space does not count: it changes all the time.
+/// The first difference as a clause; empty when both are the same. Free space does not count: it changes all the time.
 std::string differenceBetween(const std::vector<refhost::Instance>& first,
                               const std::vector<refhost::Instance>& second);
 

@@ -31,7 +31,7 @@ const char* nameOf(Check check);
 
 struct Finding {
     Check check = Check::kLoads;
-    bool isFailure = true;  // false: a remark, which speaks against the disks or against nothing
+    bool isFailure = true;  // false: a remark, which the disks or the machine cause
     std::string className;  // empty: of no class in particular
     std::string text;       // a clause without a full stop
 };

@@ -1,4 +1,4 @@
-// Publishes a drive without the key that tells it from others.
+// Publishes a drive without the key that distinguishes it from others.
 #include "tests/cli/plugins/published_drive.h"
 
 namespace {
