@@ -14,14 +14,16 @@ BENCHMARKS = ("request/.*/all_classes|request/.*/three_instance_classes|parser/|
 REFERENCE = "diskmgt get, three classes"
 
 
-def document(results, runs):
+def document(results, runs, beside):
+    """`beside`: what was measured on described machines."""
     sizes = sorted(results)
     parts = ["# Performance", _introduction(sizes, runs), "## Whole commands\n",
              "Medians of wall-clock milliseconds.\n", _table(results, sizes, "wall"),
              "\nTimes of the others, as multiples of `diskmgt get` of the three classes.\n", _ratios(results, sizes),
              "\nGreatest resident memory in MiB.\n", _table(results, sizes, "memory"),
              "\nSystem calls of one run, start of the process included.\n", _table(results, sizes, "calls"),
-             _notes(results), "\n## In one process\n", _in_process(results, sizes)]
+             _notes(results), "\n## System calls of each disk, partition and mount\n", _call_costs(beside["call_costs"]),
+             "\n## Beside a mount that does not answer\n", _dead_mount(beside["dead_mount"]), "\n## In one process\n", _in_process(results, sizes)]
     if results[sizes[0]].get("phases"):
         parts += ["\n## Where a whole command's time goes, one disk\n", _phases(results[sizes[0]]["phases"])]
     return "\n".join(parts).rstrip() + "\n"
@@ -132,6 +134,34 @@ def _notes(results):
     lines = [f"- `{tool.name}`: {tool.note}" for tool in TOOLS if tool.note and tool.name in present]
     lines += [f"- `{name}` was left out: {reason}" for name, reason in missing.items()]
     return "\n" + "\n".join(lines)
+
+
+# Counted call by call with strace.
+COST_REASONS = """- A disk: about 50 calls for the kernel's account, that is its folder in sysfs, a dozen small files there, each opened, read
+  and closed, its holders and slaves; 25 for CIM: sysfs again, and its node opened twice for size and first sector; 28 for
+  the rules of `explain`, which ask the same once more and for the sector size; 8 because the host looks for virtual disks
+  with each class; 1 for udev's record of it.
+- A partition: 17 for the kernel's account, that is its number, size, start and whether it can be written, and its holders;
+  1 for udev's record; the rest is its entry in the table.
+- A mount: two `statfs` and a `statx`, for CIM's figures and for those of just this mount. What remains, and what
+  `export json` has more, passes what was collected on to the process that writes."""
+
+
+def _call_costs(costs):
+    rows = [["without any", *(f"{cost['start']:,.0f}" for cost in costs.values())]]
+    rows += [[f"for each {thing}", *(f"{cost[thing]:,.0f}" for cost in costs.values())]
+             for thing in ("disk", "partition", "mount")]
+    return ("System calls of all processes of a command, on described machines whose disks have the files in sysfs that a SATA\n"
+            "disk has. They grow linearly.\n\n" +
+            _grid(["System calls", *(f"`diskmgt {name}`" for name in costs)], rows) + "\n\n" + COST_REASONS)
+
+
+def _dead_mount(times):
+    if times is None:
+        return "Not measured: the kernel has no FUSE."
+    rows = [[f"`diskmgt {name}`", _milliseconds(milliseconds)] for name, milliseconds in times.items()]
+    return ("Eight disks and a FUSE mount whose server never answers. One second is the wait for the mount's figures; the limit\n"
+            "for the whole command is two. All the rest is in the answer.\n\n" + _grid(["Command", "Wall ms"], rows))
 
 
 def _in_process(results, sizes):
