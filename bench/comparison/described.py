@@ -3,12 +3,13 @@ one more disk, partition or mount costs can be told; and a mount whose server ne
 
 import json
 import os
+import re
 import statistics
 import sys
 import tempfile
+from collections import Counter
 from pathlib import Path
 
-from .stopwatch import TOTAL
 from .tools import installed
 
 DEVICES = Path(__file__).resolve().parents[2] / "tests" / "devices"
@@ -22,6 +23,7 @@ PARTITIONS = 4   # on each disk
 MOUNTS = 20
 START, SIZE = 2048, 2048  # sectors, of each partition
 DEAD_PLACE = "/media/dead"
+CALL = re.compile(r"^(\d+) +\w+\(", re.MULTILINE)  # one that was interrupted in the trace is resumed in another line
 
 
 # What the kernel shows of a SATA disk and of a partition, as far as it is read; sizes, starts and numbers come on top.
@@ -59,26 +61,33 @@ def _machine(folder, description):
 
 
 def _calls(build, description):
-    """The system calls of each command on that machine."""
+    """The system calls of each process of each command on that machine: {command: [number, ...]}, by the processes' age.
+    The first reads the kernel's account, the second CIM's, the third writes."""
     with tempfile.TemporaryDirectory() as folder, _machine(folder, description) as session:
         counted = {}
         for name, words in COMMANDS.items():
-            session.run(["strace", "-f", "-c", "-o", "/media/calls", f"{installed(build)}/bin/diskmgt", *words])
-            counted[name] = int(TOTAL.search(session.run(["cat", "/media/calls"]).stdout).group(1))
+            session.run(["strace", "-f", "-qq", "-o", "/media/calls", f"{installed(build)}/bin/diskmgt", *words])
+            calls = Counter(map(int, CALL.findall(session.run(["cat", "/media/calls"]).stdout)))
+            counted[name] = [calls[number] for number in sorted(calls)]
         return counted
 
 
 def call_costs(build):
-    """{command: {"disk", "partition", "mount", "start"}}: what one more of each costs, and what none of them costs."""
+    """{command: {"start", "disk", "partition", "mount"}}: for each process what one more of each costs, and what the command
+    costs without any."""
     few, more = _calls(build, _description(DISKS // 2)), _calls(build, _description(DISKS))
     parted = _calls(build, _description(DISKS, PARTITIONS))
     mounted = _calls(build, _description(DISKS, PARTITIONS, MOUNTS))
+
+    def each(before, after, count):
+        return [(now - then) / count for then, now in zip(before, after, strict=True)]
+
     costs = {}
     for name in COMMANDS:
-        disk = (more[name] - few[name]) / (DISKS - DISKS // 2)
-        costs[name] = {"start": more[name] - DISKS * disk, "disk": disk,
-                       "partition": (parted[name] - more[name]) / (DISKS * PARTITIONS),
-                       "mount": (mounted[name] - parted[name]) / MOUNTS}
+        disk = each(few[name], more[name], DISKS - DISKS // 2)
+        costs[name] = {"start": [now - DISKS * one for now, one in zip(more[name], disk)], "disk": disk,
+                       "partition": each(more[name], parted[name], DISKS * PARTITIONS),
+                       "mount": each(parted[name], mounted[name], MOUNTS)}
     return costs
 
 

@@ -136,24 +136,27 @@ def _notes(results):
     return "\n" + "\n".join(lines)
 
 
-# Counted call by call with strace.
-COST_REASONS = """- A disk: about 50 calls for the kernel's account, that is its folder in sysfs, a dozen small files there, each opened, read
-  and closed, its holders and slaves; 25 for CIM: sysfs again, and its node opened twice for size and first sector; 28 for
-  the rules of `explain`, which ask the same once more and for the sector size; 8 because the host looks for virtual disks
-  with each class; 1 for udev's record of it.
-- A partition: 17 for the kernel's account, that is its number, size, start and whether it can be written, and its holders;
-  1 for udev's record; the rest is its entry in the table.
-- A mount: two `statfs` and a `statx`, for CIM's figures and for those of just this mount. What remains, and what
-  `export json` has more, passes what was collected on to the process that writes."""
+COST_REASONS = """- The kernel's account of a disk: its folder in sysfs and a dozen small files there, each opened, read and closed; its
+  identity, its holders and slaves. Of a partition: number, size, start, and whether it can be written. Where udev runs, its
+  record of each is read too; where volumes lie on devices, the holders of each partition.
+- CIM's of a disk: sysfs again, and its node opened for the size and for the table; then the rules of `explain` ask the
+  same once more, and for the sector size, so that they can say why. Of a partition: its entry in the table. Of a mount:
+  two `statfs` and a `statx`, for the figures that are published, and for those that are surely of this mount.
+- What `export json` has more passes CIM's account on to the process that writes."""
 
 
 def _call_costs(costs):
-    rows = [["without any", *(f"{cost['start']:,.0f}" for cost in costs.values())]]
-    rows += [[f"for each {thing}", *(f"{cost[thing]:,.0f}" for cost in costs.values())]
-             for thing in ("disk", "partition", "mount")]
+    rows = []
+    for what, key in (("without any", "start"), ("for each disk", "disk"), ("for each partition", "partition"),
+                      ("for each mount", "mount")):
+        by_process = costs["tree"][key]
+        cells = [sum(cost[key]) for cost in costs.values()] + [by_process[0], by_process[1], sum(by_process[2:])]
+        rows.append([what, *(f"{max(cell, 0):,.0f}" for cell in cells)])
+    heads = [f"`diskmgt {name}`" for name in costs]
     return ("System calls of all processes of a command, on described machines whose disks have the files in sysfs that a SATA\n"
             "disk has. They grow linearly.\n\n" +
-            _grid(["System calls", *(f"`diskmgt {name}`" for name in costs)], rows) + "\n\n" + COST_REASONS)
+            _grid(["", *heads, "of `tree`: the kernel's account", "CIM's", "joining and writing"], rows) +
+            "\n\n" + COST_REASONS)
 
 
 def _dead_mount(times):

@@ -7,7 +7,7 @@ import statistics
 import subprocess
 from dataclasses import dataclass, field
 
-TOTAL = re.compile(r"^\s*100\.00\s+\S+\s+(?:\S+\s+)?(\d+)(?:\s+\d+)?\s+total$", re.MULTILINE)
+_TOTAL = re.compile(r"^\s*100\.00\s+\S+\s+(?:\S+\s+)?(\d+)(?:\s+\d+)?\s+total$", re.MULTILINE)
 _LOADER = re.compile(r"(total startup time in dynamic loader|time needed for relocation|time needed to load objects): "
                      r"(\d+) cycles")
 DEADLINE = 120  # seconds for one call
@@ -59,7 +59,7 @@ def system_calls(calls):
                                   errors="replace", check=False, timeout=DEADLINE, stdin=subprocess.DEVNULL)
         except FileNotFoundError:
             return 0
-        found = TOTAL.search(told.stderr)
+        found = _TOTAL.search(told.stderr)
         total += int(found.group(1)) if found else 0
     return total
 
