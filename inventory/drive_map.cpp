@@ -42,7 +42,7 @@ private:
         std::vector<Entry> logicals;
         for (const std::size_t position : account.device(disk).carries) {
             const BlockDevice& device = account.device(position);
-            if (device.kind != Kind::kPartition || device.disk != disk) continue;
+            if (device.disk != disk) continue;  // a volume
             map.isPlaced = map.isPlaced && device.startBytes.has_value();
             const Entry entry{position, device.startBytes.value_or(0), device.sizeBytes.value_or(0), {}};
             (device.partitionNumber.value_or(0) >= kFirstLogical ? logicals : entries).push_back(entry);

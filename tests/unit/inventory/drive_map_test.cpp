@@ -130,10 +130,17 @@ TEST_F(DriveMaps, AnExtendedPartitionHasThePublishedSizeWhereThatIsMore) {
     EXPECT_EQ(mapText(), "gap 10, sda1 60 (gap 2, sda5 20, gap 2, sda6 16, gap 20), gap 30");
 }
 
+TEST_F(DriveMaps, AnExtendedPartitionKeepsTheKernelsSizeWhereThatIsMore) {
+    mbrWithLogicals(38 * kMiB);
+    scene.machine.blocks.devices[1].sizeBytes = 50 * kMiB;
+    EXPECT_EQ(mapText(), "gap 10, sda1 50 (gap 2, sda5 20, gap 2, sda6 16, gap 10), gap 40");
+}
+
 TEST_F(DriveMaps, ALogicalBeforeItsExtendedPartitionDoesNotFit) {
     mbrWithLogicals(60 * kMiB);
     scene.machine.blocks.devices[2].startBytes = 4 * kMiB;
-    (void)mapText();
+    scene.machine.blocks.devices[2].sizeBytes = 4 * kMiB;
+    EXPECT_THAT(mapText(), ::testing::StartsWith("gap 10, sda1 60 ("));
     EXPECT_THAT(oddities, ElementsAre("/dev/sda5 reaches past the end of its extended partition."));
 }
 
