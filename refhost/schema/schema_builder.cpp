@@ -82,7 +82,7 @@ void SchemaBuilder::countIn(const ClassDeclaration& declared, std::size_t line) 
     for (const PropertyDeclaration& property : declared.properties) {
         textBytes += property.description.size() + property.unit.size();
         for (const auto& [value, meaning] : property.valueNames)
-            textBytes += sizeof value + value.size() + sizeof meaning + meaning.size();
+            textBytes += 2 * sizeof(std::string) + value.size() + meaning.size();
     }
     if (textBytes > kMostText) refuse(line, "the classes have too many texts");
 }
