@@ -22,7 +22,7 @@ enum CommandFlags : unsigned {
     kLoadsPlugin = 128,  // --plugin, --log-level and --virtual-device: they are for the host and what it loads
     kHasCompact = 256,
     kIsTree = 512,       // --cim, and columns of a tree
-    kTakesSchema = 1024  // --schema without a plug-in
+    kTakesSchema = 4096  // --schema without a plug-in
 };
 
 struct CommandDescription {
