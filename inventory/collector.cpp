@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,7 +52,7 @@ private:
         Progress progress;
         ExaminedDevices examined;
         examined.list = readKernelList();
-        examined.devices = examineAllDevices(examined.list, session.host().virtualDevices(), progress);
+        examined.devices = examineAllDevices(examined.list, virtualDevices(), progress);
         worker::makeKnown(packed(examined));
     }
 
@@ -86,13 +87,20 @@ private:
             leaveOut(className, Reason(missing->second));
             return true;
         }
-        const StallingNode node = stallingNodeOf(className, session.host().virtualDevices());
+        const StallingNode node = stallingNodeOf(className, virtualDevices());
         if (node) leaveOut(className, {"not-a-block-device", "not a block device", node.sentence()});
         return static_cast<bool>(node);
     }
 
+    /// Looked up once: the host searches sysfs each time it is asked.
+    const std::vector<std::string>& virtualDevices() {
+        if (!presented) presented = session.host().virtualDevices();
+        return *presented;
+    }
+
     PluginSession& session;
     const std::vector<diskmgt_machine::Mount> mounts;
+    std::optional<std::vector<std::string>> presented;
     std::map<std::string, Reason> leftOut;
     bool areDevicesExamined = false;
 };
