@@ -66,6 +66,7 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt get VEXSG_DiskDrive\n"
          "  diskmgt get VEXSG_DiskPartition --format table\n"
          "  diskmgt get VEXSG_DiskDrive --format csv --columns DeviceID,Size\n"
+         "  diskmgt get MY_Volume --plugin ./my.pi.so --schema my.mof\n"
          "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_PartitionPresent --output disks.json\n"},
         {"probe",
          &runProbe,
@@ -180,7 +181,7 @@ const std::vector<CommandDescription>& commands() {
          "CLASS",
          0,
          1,
-         kTouchesNothing,
+         kTouchesNothing | kTakesSchema,
          {"table", "json", "mof"},
          "The schema: the class tree, or one class with its properties",
          "mof prints the whole schema, the public base classes first. In a table, Key\n"
@@ -188,6 +189,7 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt classes\n"
          "  diskmgt classes VEXSG_DiskPartition\n"
+         "  diskmgt classes MY_Volume --schema my.mof\n"
          "  diskmgt classes --format mof --output schema.mof\n"},
         {"trace",
          &runTrace,

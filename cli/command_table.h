@@ -23,7 +23,8 @@ enum CommandFlags : unsigned {
     kHasCompact = 256,
     kIsTree = 512,  // --cim, and columns of a tree
     kHasThorough = 1024,
-    kJudgesPlugin = 2048  // what the plug-in does to the process that runs it is part of the answer
+    kJudgesPlugin = 2048,  // what the plug-in does to the process that runs it is part of the answer
+    kTakesSchema = 4096    // --schema without a plug-in
 };
 
 struct CommandDescription {

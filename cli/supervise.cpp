@@ -79,6 +79,7 @@ std::vector<int> descriptorsNamed(const Options& options) {
     for (const std::string& operand : options.operands) keep(operand);
     keep(options.outputFile);
     keep(options.pluginFile);
+    for (const std::string& file : options.schemaFiles) keep(file);
     std::sort(kept.begin(), kept.end());
     return kept;
 }
@@ -117,7 +118,9 @@ private:
         const EarlyEnd end = endOf(collected);
         if (end.status == kWrongUsage) return kWrongUsage;
         const auto deliver = [this, &collected, &end] {
-            return endedInWords([&] { return options.deliver(options, collected.known, end); });
+            Options delivering = options;
+            delivering.schemaFiles.clear();  // a pipe can be read once, and no class of theirs is shown
+            return endedInWords([&] { return options.deliver(delivering, collected.known, end); });
         };
         const Outcome delivered =
             watched(deliver, end.status == kTimedOut ? kDeliverySeconds : options.timeoutSeconds, false);

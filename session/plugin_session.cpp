@@ -10,6 +10,7 @@
 
 #include "session/log_lines.h"
 #include "session/request_failure.h"
+#include "session/schema_files.h"
 #include "text/wording.h"
 #include "worker/account.h"
 
@@ -33,6 +34,7 @@ std::string ownPluginFile() {
 refhost::HostOptions hostOptions(const SessionOptions& options) {
     refhost::HostOptions wanted;
     wanted.virtualDevices = options.virtualDevices;
+    wanted.schemaTexts = readSchemaFiles(options.schemaFiles, options.timeoutSeconds);
     wanted.whenServing = options.whenServing;
     if (!wanted.whenServing)
         wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
@@ -41,9 +43,11 @@ refhost::HostOptions hostOptions(const SessionOptions& options) {
 
 /// The host of this process, which has one session only. Never destroyed: the process ends with the session, and giving
 /// every instance back before that would only take time.
-refhost::ReferenceHost& processHost(refhost::HostOptions options) {
+refhost::ReferenceHost& processHost(refhost::HostOptions options) try {
     static auto& host = *new refhost::ReferenceHost(std::move(options));
     return host;
+} catch (const refhost::SchemaError& refusal) {
+    refuseSchema(refusal);
 }
 
 }  // namespace

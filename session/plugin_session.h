@@ -26,13 +26,14 @@ struct SessionOptions {
     std::vector<std::string> virtualDevices;
     int logSeverity = -1;        // show the host's log from this severity on; negative: not at all
     double timeoutSeconds = 30;  // 0: none
+    std::vector<std::string> schemaFiles = {};  // further classes for the host
     /// Instead of saying which class is served; see `HostOptions`.
     std::function<void(const std::string& className)> whenServing = {};
 };
 
 class PluginSession {
 public:
-    /// Makes the host; loads nothing yet.
+    /// Makes the host; loads nothing yet. Throws `CommandError` when a schema file cannot be used.
     explicit PluginSession(const SessionOptions& options);
     PluginSession(const PluginSession&) = delete;
     PluginSession& operator=(const PluginSession&) = delete;

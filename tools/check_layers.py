@@ -31,7 +31,7 @@ TABLE = """
 | machine            | base |
 | terminal           | text |
 | worker             | terminal, text, base |
-| session            | worker, terminal, refhost/api, schema, text |
+| session            | worker, terminal, refhost/api, schema, base, text |
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
 | check              | inventory, session, worker, machine, refhost/api, schema, text |
 | formats            | check, inventory, refhost/api, text |
@@ -41,6 +41,7 @@ TABLE = """
 | cli/tables         | cli/diff, cli/explain, cli/io, formats, check, inventory, machine, refhost/api, schema, text |
 | cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, check, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
+| examples           | refhost/api, plugin/host |
 | tests              | anything |
 | fuzz               | anything |
 | bench              | anything |

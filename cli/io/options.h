@@ -41,7 +41,8 @@ struct Options {
     std::string outputFile;      // empty: standard output
     ColorChoice color = ColorChoice::kAuto;
     std::vector<std::string> virtualDevices;
-    std::string text;  // help or version, when that was asked for instead
+    std::vector<std::string> schemaFiles;  // further classes for the host, as MOF
+    std::string text;                      // help or version, when that was asked for instead
 };
 
 }  // namespace diskmgt

@@ -44,6 +44,13 @@ private:
     Step reached;
 };
 
+/// A further schema text cannot be used. `what()` names the text, the line and what is wrong.
+class TAL_API SchemaError : public std::runtime_error {
+public:
+    explicit SchemaError(const std::string& sentence);
+    ~SchemaError() override;
+};
+
 /// A declared property. Lives as long as the host.
 struct PropertyDeclaration {
     std::string name;
@@ -135,18 +142,29 @@ struct FaultPlan {
     FaultKind kind = FaultKind::kTalException;
 };
 
+/// Class and qualifier declarations in MOF. It may use the built-in schema and the texts before it. It may be hostile:
+/// what would cost too much memory or time is refused.
+struct SchemaText {
+    static constexpr std::size_t kLongest = std::size_t{1} << 20U;  // bytes
+
+    std::string name;  // in errors, such as the file's
+    std::string text;
+};
+
 struct HostOptions {
     std::string systemName;                   // empty: the machine's host name
     std::vector<std::string> virtualDevices;  // besides those of the management controller
     bool discoverVirtualDevices = true;       // look in sysfs for those of the management controller
     /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
     std::function<void(const std::string& className)> whenServing = {};
+    std::vector<SchemaText> schemaTexts = {};  // further classes, besides the built-in ones
 };
 
 /// A complete in-memory host with the one namespace root/cimv2. Only one may exist at a time in a process, because the
 /// static services of the host interface answer from it. Requests may run on several threads at once.
 class TAL_API ReferenceHost {
 public:
+    /// Throws `SchemaError` for a further schema text that cannot be used, and `std::logic_error` for a second host.
     explicit ReferenceHost(HostOptions options = {});
     ReferenceHost(const ReferenceHost&) = delete;
     ReferenceHost& operator=(const ReferenceHost&) = delete;
@@ -179,7 +197,7 @@ public:
     const std::vector<ClassDeclaration>& classes() const;
     /// Null when the schema declares no class of exactly that name.
     const ClassDeclaration* findClass(const std::string& name) const;
-    /// The schema as MOF text: the public base classes, then this project's own.
+    /// The built-in schema as MOF text: the public base classes, then this project's own.
     static const char* baseMof();
     static const char* vendorMof();
 
