@@ -34,6 +34,9 @@ TABLE = """
 | session            | worker, terminal, refhost/api, schema, text |
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
 | formats            | inventory, refhost/api, text |
+| serve/cimxml       | refhost/api, text |
+| serve/http         | text, base |
+| serve              | serve/cimxml, serve/http, formats, inventory, session, worker, terminal, machine, refhost/api, schema, base, text |
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |

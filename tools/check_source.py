@@ -9,7 +9,7 @@ from pathlib import Path
 import source_tree
 
 PRODUCT = ("base", "text", "schema", "plugin", "collect", "provider", "refhost", "machine", "terminal", "worker", "session",
-           "inventory", "formats", "cli")
+           "inventory", "formats", "serve", "cli")
 LIBRARIES = ("base", "schema", "plugin", "collect", "provider", "refhost")
 PLUG_IN = ("base", "schema", "plugin", "collect", "provider")
 
