@@ -1,9 +1,7 @@
 # Every test gets its own server, which must end cleanly.
-import subprocess
-
 import pytest
 
-from toy_server import Toy
+from toy_server import Toy, openssl
 
 
 @pytest.fixture
@@ -24,10 +22,6 @@ def start(tmp_path):
 @pytest.fixture
 def toy(start):
     return start()
-
-
-def openssl(*arguments, **options):
-    return subprocess.run(["openssl", *arguments], check=True, capture_output=True, **options).stdout
 
 
 def signed(directory, name, authority, purpose):

@@ -5,7 +5,7 @@ import signal
 import subprocess
 from concurrent.futures import ThreadPoolExecutor
 
-from conftest import openssl
+from toy_server import openssl
 
 
 def basic(name, password):

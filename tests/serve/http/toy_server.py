@@ -10,6 +10,11 @@ PROGRAM = os.environ["TOY_SITE"]
 PATIENCE = 60  # seconds that a test waits before it fails
 
 
+def openssl(*arguments):
+    """What it prints."""
+    return subprocess.run(["openssl", *arguments], check=True, capture_output=True).stdout
+
+
 class Answer:
     def __init__(self, status, headers, body):
         self.status, self.headers, self.body = status, headers, body

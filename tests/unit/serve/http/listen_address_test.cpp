@@ -1,3 +1,4 @@
+// Where a server listens, and whether it may.
 #include "serve/http/listen_address.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// Requests out of bytes, and what is none.
 #include "serve/http/request_reader.h"
 
 #include <gmock/gmock.h>

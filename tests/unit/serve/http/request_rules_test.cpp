@@ -1,3 +1,4 @@
+// Targets, Host and Origin.
 #include "serve/http/request_rules.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// TLS contexts from PEM texts.
 #include "serve/http/tls_context.h"
 
 #include <gmock/gmock.h>
