@@ -39,6 +39,7 @@ std::string choosePluginFile(const std::string& named) {
 refhost::HostOptions hostOptions(const SessionOptions& options) {
     refhost::HostOptions wanted;
     wanted.virtualDevices = options.virtualDevices;
+    wanted.keepsLog = options.keepsLog;
     wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
     return wanted;
 }
