@@ -78,6 +78,9 @@ PART_OF = {
     "refhost/services/root_object.cpp": "plugin/host/root_object.h",
     "refhost/services/schema_helper.cpp": "plugin/host/schema_helper.h",
     "refhost/services/tal_exception.cpp": "plugin/host/tal_exception.h",
+    "serve/cimxml/association_operations.cpp": "serve/cimxml/offered_operations.h",
+    "serve/cimxml/class_operations.cpp": "serve/cimxml/offered_operations.h",
+    "serve/cimxml/instance_operations.cpp": "serve/cimxml/offered_operations.h",
     "cli/commands": "cli/commands/commands.h",
     "cli/main.cpp": None,
 }
