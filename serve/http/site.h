@@ -15,7 +15,7 @@ struct SiteRequest {
     std::string path;                            // without the query, percent-decoded; begins with '/', or is "*"
     std::string query;                           // as sent, without the '?'
     std::string body;                            // whole, and without its chunks
-    std::map<std::string, std::string> headers;  // lower-case names; values of one name joined with ", "
+    std::map<std::string, std::string> headers;  // lower-case names; values of one name joined with ", "; no password
 };
 
 struct SiteAnswer {
