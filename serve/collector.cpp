@@ -17,7 +17,6 @@
 #include "inventory/machine_account.h"
 #include "inventory/server_account.h"
 #include "serve/collected_documents.h"
-#include "serve/executables.h"
 #include "serve/frames.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
@@ -54,11 +53,7 @@ std::string stallOf(const ServerAccount& account) {
 class Collector {
 public:
     Collector(const CollectorOptions& asked, int theConnection)
-        : options(asked),
-          connection(theConnection),
-          session(
-              SessionOptions{asked.pluginFile.empty() ? ownFolder() + "/plugins/libdiskmgt.pi.so" : asked.pluginFile,
-                             asked.virtualDevices, -1, 0, false}) {}
+        : options(asked), connection(theConnection), session({asked.pluginFile, asked.virtualDevices, -1, 0, false}) {}
 
     int run() {
         (void)session.load();

@@ -20,13 +20,13 @@
 
 #include "serve/child_process.h"
 #include "serve/control.h"
-#include "serve/executables.h"
 #include "serve/front.h"
 #include "serve/front_account.h"
 #include "serve/kept_collector.h"
 #include "serve/listeners.h"
 #include "serve/rights.h"
 #include "serve/secret_files.h"
+#include "session/own_files.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
 #include "worker/account.h"
@@ -108,7 +108,7 @@ private:
         frontPause.started(now());
         isServing = false;
         toldTrouble.clear();
-        front = start({ownFolder() + "/diskmgt-serve",
+        front = start({ownLibraryFolder() + "/diskmgt-serve",
                        {kFrontRole, std::to_string(account.user), std::to_string(account.group)},
                        {{others.get(), kFrontChannel}}});
         sendSettings();

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <utility>
 
-#include "serve/executables.h"
+#include "session/own_files.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
 #include "text/wording.h"
@@ -48,7 +48,7 @@ void KeptCollector::startOne() {
                                                 "; raise the limit of open files");
     connection = Descriptor(ends[0]);
     const Descriptor others(ends[1]);
-    Program program{ownFolder() + "/diskmgt-collect", {"--limit", decimal(options.limitSeconds)}, {}};
+    Program program{ownLibraryFolder() + "/diskmgt-collect", {"--limit", decimal(options.limitSeconds)}, {}};
     if (!options.pluginFile.empty()) {
         program.arguments.emplace_back("--plugin");
         program.arguments.push_back(options.pluginFile);

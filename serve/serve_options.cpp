@@ -34,10 +34,10 @@ Usage: diskmgt serve [OPTION...]
                            (diskmgt, else nobody)
   --plugin FILE            another plug-in, as DISKMGT_PLUGIN does
   --virtual-device TEXT    a disk of the management controller; repeatable
-  --collector unix:PATH    connect to a collector there instead of starting one: for units of
-                           systemd
-  -h, --help               this text
-  --version                the version
+  --collector SOCKET       unix:PATH: connect to a collector there instead of starting one,
+                           as the units for systemd do
+  -h,--help                this text
+  -V,--version             the version
 
 Every local user may ask, unless there are credentials. Beyond loopback it listens only
 with TLS and credentials or client certificates. Where it listens is printed on standard
@@ -127,7 +127,7 @@ ServeOptions readServeOptions(int argumentCount, char** arguments) {
     ::opterr = 0;
     int index = 0;
     int choice = 0;
-    while ((choice = ::getopt_long(argumentCount, arguments, ":h", kOptions, &index)) != -1) {
+    while ((choice = ::getopt_long(argumentCount, arguments, ":hV", kOptions, &index)) != -1) {
         const std::string value = ::optarg == nullptr ? "" : ::optarg;
         const char* const name = choice >= kListen ? kOptions[choice - kListen].name : "";
         switch (choice) {
@@ -176,6 +176,7 @@ ServeOptions readServeOptions(int argumentCount, char** arguments) {
             case kHelpWanted:
                 options.text = kHelp;
                 return options;
+            case 'V':
             case kVersionWanted:
                 options.text = "diskmgt " DISKMGT_VERSION "\n";
                 return options;
