@@ -53,9 +53,13 @@ FrontSettings firstSettings() {
     return readSettings(reading.message->descriptor.get());
 }
 
+/// The keeper takes no empty files.
+std::optional<std::string> given(std::string& text) {
+    return text.empty() ? std::nullopt : std::optional<std::string>(std::move(text));
+}
+
 Secrets secretsOf(FrontSettings& settings) {
-    return {std::move(settings.certificate), std::move(settings.key), std::move(settings.clientCa),
-            std::move(settings.credentials)};
+    return {given(settings.certificate), given(settings.key), given(settings.clientCa), given(settings.credentials)};
 }
 
 ServerSettings serverSettings(FrontSettings& settings) {
