@@ -114,48 +114,65 @@ Classes classesAssociatedWith(const ClassTree& tree, const CimClass& source, con
     return found;
 }
 
-/// Clients write a class as a name without keys.
-bool isClass(const InstanceName& name) { return name.keys.empty(); }
+struct Source {
+    const InstanceName& name;
+    bool isClassName;  // written so, and not as an instance name without keys
 
-const CimClass& sourceClass(const OperationContext& context, const InstanceName& name) {
-    checkNamespace(name.nameSpace);
-    return classOf(context.tree, name.className);
+    bool isClass() const { return name.keys.empty(); }
+};
+
+Source sourceOf(const Parameters& parameters) {
+    return {parameters.neededObject("ObjectName"), parameters.isClass("ObjectName")};
 }
 
-const StoredObject& sourceObject(const OperationContext& context, const InstanceName& name) {
-    (void)sourceClass(context, name);  // known without a store
-    return context.neededStore().find(name);
+const CimClass& sourceClass(const OperationContext& context, const Source& source) {
+    checkNamespace(source.name.nameSpace);
+    return classOf(context.tree, source.name.className);
 }
 
-void writePaths(XmlWriter& xml, const std::vector<const StoredObject*>& objects, const std::string& hostName) {
+const StoredObject& sourceObject(const OperationContext& context, const Source& source) {
+    (void)sourceClass(context, source);  // known without a store
+    return context.neededStore().find(source.name);
+}
+
+/// Classes are answered in the form that the source had: a client that gives an instance name reads nothing else.
+void writePath(XmlWriter& xml, const CimClass& cls, const Source& source, const std::string& hostName) {
+    if (source.isClassName)
+        writeClassPath(xml, cls, hostName);
+    else
+        writeClassAsInstancePath(xml, cls, hostName);
+}
+
+void writeNames(const OperationContext& context, const std::vector<const StoredObject*>& objects, XmlWriter& xml) {
     for (const StoredObject* const object : objects) {
         xml.begin("OBJECTPATH");
-        writeInstancePath(xml, *object, hostName);
+        writeInstancePath(xml, *object, context.hostName);
         xml.end("OBJECTPATH");
     }
 }
 
-void writePaths(XmlWriter& xml, const std::vector<const CimClass*>& classes, const std::string& hostName) {
+void writeNames(const OperationContext& context, const std::vector<const CimClass*>& classes, const Source& source,
+                XmlWriter& xml) {
     for (const CimClass* const cls : classes) {
         xml.begin("OBJECTPATH");
-        writeClassPath(xml, *cls, hostName);
+        writePath(xml, *cls, source, context.hostName);
         xml.end("OBJECTPATH");
     }
 }
 
-void writeWhole(XmlWriter& xml, const std::vector<const StoredObject*>& objects, const Parameters& parameters,
-                const std::string& hostName) {
+void writeWhole(const OperationContext& context, const std::vector<const StoredObject*>& objects,
+                const Parameters& parameters, XmlWriter& xml) {
     const InstanceView view{parameters.propertyList(), nullptr, parameters.truth("IncludeClassOrigin", false)};
     for (const StoredObject* const object : objects) {
         xml.begin("VALUE.OBJECTWITHPATH");
-        writeInstancePath(xml, *object, hostName);
+        writeInstancePath(xml, *object, context.hostName);
         writeInstance(xml, *object, view);
         xml.end("VALUE.OBJECTWITHPATH");
     }
 }
 
-void writeWhole(XmlWriter& xml, const std::vector<const CimClass*>& classes, const Parameters& parameters,
-                const std::string& hostName) {
+void writeWhole(const OperationContext& context, const std::vector<const CimClass*>& classes, const Source& source,
+                const Parameters& parameters, XmlWriter& xml) {
     ClassView view;
     view.properties = parameters.propertyList();
     view.isLocalOnly = false;
@@ -163,8 +180,11 @@ void writeWhole(XmlWriter& xml, const std::vector<const CimClass*>& classes, con
     view.hasClassOrigin = parameters.truth("IncludeClassOrigin", false);
     for (const CimClass* const cls : classes) {
         xml.begin("VALUE.OBJECTWITHPATH");
-        writeClassPath(xml, *cls, hostName);
-        writeClass(xml, *cls, view);
+        writePath(xml, *cls, source, context.hostName);
+        if (source.isClassName)
+            writeClass(xml, *cls, view);
+        else
+            writeClassAsInstance(xml, *cls, view);
         xml.end("VALUE.OBJECTWITHPATH");
     }
 }
@@ -174,50 +194,49 @@ void writeWhole(XmlWriter& xml, const std::vector<const CimClass*>& classes, con
 void associators(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
     const Parameters parameters(call, {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole",
                                        "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"});
-    const InstanceName& name = parameters.neededObject("ObjectName");
+    const Source source = sourceOf(parameters);
     const Filters filters = filtersOf(context.tree, parameters);
-    (void)parameters.truth("IncludeQualifiers", false);
-    if (isClass(name))
-        writeWhole(xml, classesAssociatedWith(context.tree, sourceClass(context, name), filters).found(), parameters,
-                   context.hostName);
+    (void)parameters.truth("IncludeQualifiers", false);  // refused when it is wrong, also where it has no effect
+    if (source.isClass())
+        writeWhole(context, classesAssociatedWith(context.tree, sourceClass(context, source), filters).found(), source,
+                   parameters, xml);
     else
-        writeWhole(xml, objectsAssociatedWith(sourceObject(context, name), filters).found(), parameters,
-                   context.hostName);
+        writeWhole(context, objectsAssociatedWith(sourceObject(context, source), filters).found(), parameters, xml);
 }
 
 void associatorNames(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
     const Parameters parameters(call, {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"});
-    const InstanceName& name = parameters.neededObject("ObjectName");
+    const Source source = sourceOf(parameters);
     const Filters filters = filtersOf(context.tree, parameters);
-    if (isClass(name))
-        writePaths(xml, classesAssociatedWith(context.tree, sourceClass(context, name), filters).found(),
-                   context.hostName);
+    if (source.isClass())
+        writeNames(context, classesAssociatedWith(context.tree, sourceClass(context, source), filters).found(), source,
+                   xml);
     else
-        writePaths(xml, objectsAssociatedWith(sourceObject(context, name), filters).found(), context.hostName);
+        writeNames(context, objectsAssociatedWith(sourceObject(context, source), filters).found(), xml);
 }
 
 void references(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
     const Parameters parameters(
         call, {"ObjectName", "ResultClass", "Role", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"});
-    const InstanceName& name = parameters.neededObject("ObjectName");
+    const Source source = sourceOf(parameters);
     const Filters filters = filtersOf(context.tree, parameters);
     (void)parameters.truth("IncludeQualifiers", false);
-    if (isClass(name))
-        writeWhole(xml, classesReferringTo(context.tree, sourceClass(context, name), filters).found(), parameters,
-                   context.hostName);
+    if (source.isClass())
+        writeWhole(context, classesReferringTo(context.tree, sourceClass(context, source), filters).found(), source,
+                   parameters, xml);
     else
-        writeWhole(xml, objectsReferringTo(sourceObject(context, name), filters).found(), parameters, context.hostName);
+        writeWhole(context, objectsReferringTo(sourceObject(context, source), filters).found(), parameters, xml);
 }
 
 void referenceNames(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
     const Parameters parameters(call, {"ObjectName", "ResultClass", "Role"});
-    const InstanceName& name = parameters.neededObject("ObjectName");
+    const Source source = sourceOf(parameters);
     const Filters filters = filtersOf(context.tree, parameters);
-    if (isClass(name))
-        writePaths(xml, classesReferringTo(context.tree, sourceClass(context, name), filters).found(),
-                   context.hostName);
+    if (source.isClass())
+        writeNames(context, classesReferringTo(context.tree, sourceClass(context, source), filters).found(), source,
+                   xml);
     else
-        writePaths(xml, objectsReferringTo(sourceObject(context, name), filters).found(), context.hostName);
+        writeNames(context, objectsReferringTo(sourceObject(context, source), filters).found(), xml);
 }
 
 }  // namespace diskmgt::serve

@@ -67,6 +67,12 @@ void writeProperty(XmlWriter& xml, const CimClass& cls, const refhost::PropertyD
     xml.end(element);
 }
 
+void writeProperties(XmlWriter& xml, const CimClass& cls, const ClassView& view) {
+    for (const refhost::PropertyDeclaration& property : cls.declaration->properties)
+        if (view.properties.wants(property.name) && (!view.isLocalOnly || isOwn(cls, property)))
+            writeProperty(xml, cls, property, view);
+}
+
 }  // namespace
 
 void writeClass(XmlWriter& xml, const CimClass& cls, const ClassView& view) {
@@ -78,9 +84,7 @@ void writeClass(XmlWriter& xml, const CimClass& cls, const ClassView& view) {
         writeText(xml, "Version", declared.version, kFalse, kTrue);
         writeText(xml, "Description", declared.description, {}, kTrue);
     }
-    for (const refhost::PropertyDeclaration& property : declared.properties)
-        if (view.properties.wants(property.name) && (!view.isLocalOnly || isOwn(cls, property)))
-            writeProperty(xml, cls, property, view);
+    writeProperties(xml, cls, view);
     xml.end("CLASS");
 }
 
@@ -88,6 +92,19 @@ void writeClassPath(XmlWriter& xml, const CimClass& cls, const std::string& host
     xml.begin("CLASSPATH");
     writeNamespacePath(xml, hostName);
     xml.shortForm("CLASSNAME", {{"NAME", cls.name()}}).end("CLASSPATH");
+}
+
+void writeClassAsInstance(XmlWriter& xml, const CimClass& cls, const ClassView& view) {
+    xml.begin("INSTANCE", {{"CLASSNAME", cls.name()}});
+    writeProperties(xml, cls, view);
+    xml.end("INSTANCE");
+}
+
+void writeClassAsInstancePath(XmlWriter& xml, const CimClass& cls, const std::string& hostName) {
+    xml.begin("INSTANCEPATH");
+    writeNamespacePath(xml, hostName);
+    writeKeylessName(xml, cls.name());
+    xml.end("INSTANCEPATH");
 }
 
 }  // namespace diskmgt::serve

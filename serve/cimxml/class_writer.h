@@ -19,4 +19,8 @@ void writeClass(XmlWriter& xml, const CimClass& cls, const ClassView& view);
 /// CLASSPATH with host and namespace.
 void writeClassPath(XmlWriter& xml, const CimClass& cls, const std::string& hostName);
 
+/// The same for clients that read nothing but instances: without keys and values.
+void writeClassAsInstance(XmlWriter& xml, const CimClass& cls, const ClassView& view);
+void writeClassAsInstancePath(XmlWriter& xml, const CimClass& cls, const std::string& hostName);
+
 }  // namespace diskmgt::serve

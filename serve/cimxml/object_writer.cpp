@@ -33,6 +33,7 @@ void writeLocalNamespacePath(XmlWriter& xml) {
 
 /// The name of an instance that is not here, from the text of its path.
 void writeForeignName(XmlWriter& xml, const InstanceName& name) {
+    if (name.keys.empty()) return writeKeylessName(xml, name.className);
     xml.begin("INSTANCENAME", {{"CLASSNAME", name.className}});
     for (const KeyBinding& key : name.keys)
         xml.begin("KEYBINDING", {{"NAME", key.name}})
@@ -88,12 +89,14 @@ void writeProperty(XmlWriter& xml, const StoredObject& object, const refhost::Pr
 }  // namespace
 
 void writeInstanceName(XmlWriter& xml, const StoredObject& object) {
-    xml.begin("INSTANCENAME", {{"CLASSNAME", object.cls->name()}});
+    bool isBegun = false;
     for (const refhost::PropertyDeclaration* const key : object.cls->keys) {
         const refhost::PropertyValue* const value = valueOf(object, *key);
         if (value == nullptr || value->isNull) continue;
         const StoredReference* const reference = referenceOf(object, *value);
         if (key->type == "reference" && reference == nullptr) continue;
+        if (!isBegun) xml.begin("INSTANCENAME", {{"CLASSNAME", object.cls->name()}});
+        isBegun = true;
         xml.begin("KEYBINDING", {{"NAME", key->name}});
         if (reference != nullptr)
             writeReference(xml, *reference);
@@ -102,7 +105,10 @@ void writeInstanceName(XmlWriter& xml, const StoredObject& object) {
                      {{"VALUETYPE", valueTypeOf(key->type)}, {"TYPE", key->type}});
         xml.end("KEYBINDING");
     }
-    xml.end("INSTANCENAME");
+    if (isBegun)
+        xml.end("INSTANCENAME");
+    else
+        writeKeylessName(xml, object.cls->name());
 }
 
 void writeInstance(XmlWriter& xml, const StoredObject& object, const InstanceView& view) {
@@ -115,6 +121,10 @@ void writeInstance(XmlWriter& xml, const StoredObject& object, const InstanceVie
         writeProperty(xml, object, value, view.hasClassOrigin ? declared.declaredIn : kNoOrigin);
     }
     xml.end("INSTANCE");
+}
+
+void writeKeylessName(XmlWriter& xml, const std::string& className) {
+    xml.shortForm("INSTANCENAME", {{"CLASSNAME", className}});
 }
 
 void writeNamespacePath(XmlWriter& xml, const std::string& hostName) {

@@ -17,6 +17,8 @@ struct InstanceView {
 };
 
 void writeInstanceName(XmlWriter& xml, const StoredObject& object);
+/// In the short form: a client shows the other one as a key that is missing.
+void writeKeylessName(XmlWriter& xml, const std::string& className);
 void writeInstance(XmlWriter& xml, const StoredObject& object, const InstanceView& view);
 
 /// NAMESPACEPATH of everything here.

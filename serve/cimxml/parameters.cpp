@@ -90,6 +90,11 @@ const InstanceName& Parameters::neededObject(const char* name) const {
     return found->object;
 }
 
+bool Parameters::isClass(const char* name) const {
+    const CimParameter* const found = find(name);
+    return found != nullptr && found->kind == Kind::kClass;
+}
+
 PropertyFilter Parameters::propertyList() const {
     const CimParameter* const found = find("PropertyList");
     if (found == nullptr) return {};

@@ -39,6 +39,8 @@ public:
     const InstanceName& neededInstance(const char* name) const;
     /// An instance, or a class when it has no keys.
     const InstanceName& neededObject(const char* name) const;
+    /// Whether it is there and written as a class name.
+    bool isClass(const char* name) const;
     PropertyFilter propertyList() const;
 
 private:

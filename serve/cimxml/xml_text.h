@@ -26,7 +26,7 @@ public:
 
     XmlWriter& begin(const char* element, Attributes attributes = {});
     XmlWriter& end(const char* element);
-    /// <ELEMENT .../>: for CLASSNAME and ERROR only.
+    /// <ELEMENT .../>: for CLASSNAME, ERROR and an INSTANCENAME without keys only.
     XmlWriter& shortForm(const char* element, Attributes attributes);
     /// <ELEMENT ...>text</ELEMENT>
     XmlWriter& leaf(const char* element, std::string_view text, Attributes attributes = {});

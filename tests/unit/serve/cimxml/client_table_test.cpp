@@ -48,6 +48,7 @@ protected:
         for (const char* const operation : {"Associators", "References"}) {
             ask(operation, with({{"ObjectName", ServedScene::drive()}}, all));
             ask(operation, with({{"ObjectName", classValue("VEXSG_DiskDrive")}}, all));
+            ask(operation, {{"ObjectName", "<INSTANCENAME CLASSNAME=\"VEXSG_DiskDrive\"/>"}});
         }
         for (const char* const operation : {"AssociatorNames", "ReferenceNames"}) {
             ask(operation, {{"ObjectName", ServedScene::drive()}});
@@ -68,7 +69,7 @@ TEST_F(ClientTable, AnAnswerBeginsWithTheXmlDeclaration) {
                                                   "<SIMPLERSP><IMETHODRESPONSE NAME=\""));
 }
 
-TEST_F(ClientTable, OnlyClassNameAndErrorHaveTheShortForm) {
+TEST_F(ClientTable, OnlyNamesWithoutKeysAndErrorsHaveTheShortForm) {
     std::set<std::string> shortForms;
     const std::regex shortForm("<([A-Z.]+)[^<>]*/>");
     for (const Answer& answer : everyAnswer()) {
@@ -76,7 +77,7 @@ TEST_F(ClientTable, OnlyClassNameAndErrorHaveTheShortForm) {
         for (std::sregex_iterator at(body.begin(), body.end(), shortForm), end; at != end; ++at)
             shortForms.insert((*at)[1]);
     }
-    EXPECT_THAT(shortForms, UnorderedElementsAre("CLASSNAME", "ERROR"));
+    EXPECT_THAT(shortForms, UnorderedElementsAre("CLASSNAME", "ERROR", "INSTANCENAME"));
 }
 
 TEST_F(ClientTable, ThereAreNoCommentsNoCdataAndNoNumericReferences) {
@@ -158,12 +159,24 @@ TEST_F(ClientTable, TheOtherClientsGetInstanceOnOneLineWithTypes) {
     EXPECT_EQ(answer.only("//PROPERTY[@NAME='DeviceID']/VALUE"), "/dev/sdb");
 }
 
-TEST_F(ClientTable, AClassAsSourceComesAsAClassNameOrAsAnInstanceNameWithoutKeys) {
-    const Answer other = scene.ask("AssociatorNames", {{"ObjectName", classValue("VEXSG_DiskPartition")}});
-    const Answer one = scene.askText(requestText(
-        "AssociatorNames", {{"ObjectName", "<INSTANCENAME CLASSNAME=\"VEXSG_DiskPartition\"></INSTANCENAME>"}}));
-    EXPECT_EQ(one.reply.body, other.reply.body);
-    EXPECT_GT(one.count("//CLASSPATH"), 0U);
+TEST_F(ClientTable, AClassAsSourceComesAsAClassNameOrAsAnInstanceNameWithoutKeysAndSoDoTheAnswers) {
+    const std::string name = "<INSTANCENAME CLASSNAME=\"VEXSG_DiskPartition\"></INSTANCENAME>";
+    for (const char* const operation : {"AssociatorNames", "ReferenceNames"}) {
+        const Answer other = scene.ask(operation, {{"ObjectName", classValue("VEXSG_DiskPartition")}});
+        const Answer one = scene.ask(operation, {{"ObjectName", name}});
+        EXPECT_GT(one.count("//OBJECTPATH"), 1U);
+        EXPECT_EQ(one.all("//OBJECTPATH/INSTANCEPATH/INSTANCENAME/@CLASSNAME"),
+                  other.all("//OBJECTPATH/CLASSPATH/CLASSNAME/@NAME"));
+    }
+    for (const char* const operation : {"Associators", "References"}) {
+        const Answer other = scene.ask(operation, {{"ObjectName", classValue("VEXSG_DiskPartition")}});
+        const Answer one = scene.ask(operation, {{"ObjectName", name}});
+        EXPECT_GT(one.count("//VALUE.OBJECTWITHPATH/INSTANCEPATH"), 1U);
+        EXPECT_EQ(one.all("//VALUE.OBJECTWITHPATH/INSTANCE/@CLASSNAME"),
+                  other.all("//VALUE.OBJECTWITHPATH/CLASS/@NAME"));
+        EXPECT_EQ(one.all("//INSTANCE/*/@NAME"), other.all("//CLASS/*/@NAME"));
+        EXPECT_EQ(one.count("//VALUE | //VALUE.REFERENCE"), 0U);
+    }
 }
 
 TEST_F(ClientTable, AReferenceOfAnAssociationComesWithHostAndNamespace) {

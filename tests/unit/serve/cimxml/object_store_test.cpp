@@ -98,6 +98,13 @@ TEST_F(ObjectStores, AKeyThatIsNullIsLeftOutOfTheNameAndFoundSo) {
     EXPECT_EQ(ask(store, "GetInstance", {{"InstanceName", name}}).count("//PROPERTY[@NAME='DeviceID']/VALUE"), 0U);
 }
 
+TEST_F(ObjectStores, ANameWithoutAnyKeyHasTheShortForm) {
+    const ObjectStore store(host.classes(), {instanceOf(*host.findClass("VEXSG_LogicalDisk"), {})});
+    const Answer names = ask(store, "EnumerateInstanceNames", {{"ClassName", classValue("VEXSG_LogicalDisk")}});
+    EXPECT_NE(names.reply.body.find("<IRETURNVALUE><INSTANCENAME CLASSNAME=\"VEXSG_LogicalDisk\"/></IRETURNVALUE>"),
+              std::string::npos);
+}
+
 TEST_F(ObjectStores, AReferenceToWhatIsNotThereIsShownAndLeadsNowhere) {
     const auto here = disk({{"DeviceID", "here"}});
     const auto gone = disk({{"DeviceID", "gone \xFF"}});
