@@ -140,6 +140,10 @@ class Endpoint:
     def collector(self):
         return wait_until(lambda: self.role(b"diskmgt-collect"), "there is a collector")
 
+    def ended(self):
+        """The exit status of one that ends by itself."""
+        return self.process.wait(timeout=LONG)
+
     def stop(self, number=signal.SIGTERM):
         """The exit status; None for one that had to be killed."""
         if self.process.poll() is None:

@@ -96,7 +96,7 @@ def test_plug_in_that_crashes_is_started_again_after_growing_pauses(serve):
 
 def test_without_a_plug_in_it_does_not_start(serve, tmp_path):
     endpoint = serve("--plugin", tmp_path / "missing.so")
-    assert endpoint.stop(0) == 3 and "missing.so" in endpoint.said()
+    assert endpoint.ended() == 3 and "missing.so" in endpoint.said()
     assert endpoint.process.stdout.read() == b""
 
 

@@ -164,7 +164,7 @@ def test_what_is_being_answered_is_finished(serve):
 def test_idle_endpoint_ends(serve):
     endpoint = serve("--exit-idle", "0.5").start()
     assert endpoint.ask("/healthz").status == 200
-    assert endpoint.process.wait(timeout=LONG) == 0
+    assert endpoint.ended() == 0
 
 
 def test_sockets_of_a_service_manager(tmp_path):

@@ -66,7 +66,7 @@ def test_nothing_that_answers_clients_runs_as_root(serve):
     if os.geteuid() != 0:
         pytest.skip("without root there is no root to run as")
     running = serve("--user", "root")
-    assert running.stop() == 2 and "does not run as root" in running.said()
+    assert running.ended() == 2 and "does not run as root" in running.said()
 
 
 @FILTERED
