@@ -34,7 +34,7 @@ std::string request(const std::string& headers, const std::string& body = "") {
 }
 
 TEST(RequestReader, ReadsARequestAtOnceOrByteByByte) {
-    const std::string bytes = "GET /metrics?a=b HTTP/1.1\r\nHost: localhost:5988\r\nAccept: a\r\nACCEPT:\tb \r\n\r\n";
+    const std::string bytes = "GET /metrics?a=b HTTP/1.1\r\nHost: localhost:5988\r\nAccept: a\r\nACCEPT:\tb \r\naccept:\r\n\r\n";
     for (const std::size_t piece : {bytes.size(), std::size_t{1}}) {
         RequestReader reader(kHead, kBody);
         ASSERT_EQ(feed(reader, bytes, piece), State::complete);
