@@ -61,6 +61,15 @@ def test_a_kept_connection_may_wait_longer_than_a_request(start):
         assert kept.ask().status == 200
 
 
+def test_a_site_that_does_not_answer_is_not_waited_for(start):
+    toy = start(answer=300)
+    with toy.client() as client:
+        answer = client.ask("/hold")
+        assert (answer.status, answer.header("Retry-After")) == (503, "10")
+        assert client.ask("/release").body == b"1\n"  # too late for the first
+        assert client.ask().body == b"hello\n"
+
+
 def test_who_does_not_read_an_answer_is_dropped(start):
     toy = start(write=300, big=64 * MIB, log=1)
     with toy.client() as client:
