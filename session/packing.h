@@ -20,7 +20,9 @@ enum class RecordKind : std::uint8_t {
     kCheckBegun,
     kCheckEnded,
     kFinding,
-    kServedFacts
+    kServedFacts,
+    kDocuments,
+    kSettings
 };
 
 /// Numbers as this machine has them, texts behind their length; the record behind its length and its kind, so that one

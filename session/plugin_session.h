@@ -29,6 +29,7 @@ struct SessionOptions {
     std::vector<std::string> schemaFiles = {};  // further classes for the host
     /// Instead of saying which class is served; see `HostOptions`.
     std::function<void(const std::string& className)> whenServing = {};
+    bool keepsLog = true;        // false: the host forgets each line, in a process that stays
 };
 
 class PluginSession {

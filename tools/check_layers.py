@@ -35,6 +35,9 @@ TABLE = """
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
 | check              | inventory, session, worker, machine, refhost/api, schema, text |
 | formats            | check, inventory, refhost/api, text |
+| serve/cimxml       | refhost/api, text |
+| serve/http         | text, base |
+| serve              | serve/cimxml, serve/http, formats, inventory, session, worker, terminal, machine, refhost/api, schema, base, text |
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |

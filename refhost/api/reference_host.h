@@ -158,6 +158,7 @@ struct HostOptions {
     /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
     std::function<void(const std::string& className)> whenServing = {};
     std::vector<SchemaText> schemaTexts = {};  // further classes, besides the built-in ones
+    bool keepsLog = true;  // false: `log` stays empty, for a process that makes requests without end
 };
 
 /// A complete in-memory host with the one namespace root/cimv2. Only one may exist at a time in a process, because the

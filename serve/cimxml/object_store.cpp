@@ -1,0 +1,70 @@
+#include "serve/cimxml/object_store.h"
+
+#include <utility>
+
+#include "serve/cimxml/cim_failure.h"
+#include "serve/cimxml/key_identity.h"
+
+namespace diskmgt::serve {
+
+namespace {
+
+/// Empty when a key is a reference that names nothing: no client can ask for such an instance.
+std::string identityOrNone(const ClassTree& tree, const CimClass& cls, const refhost::Instance& instance) {
+    try {
+        return identityOf(tree, cls, instance);
+    } catch (const CimFailure&) {
+        return {};
+    }
+}
+
+}  // namespace
+
+ObjectStore::ObjectStore(const std::vector<refhost::ClassDeclaration>& classes,
+                         std::vector<refhost::Instance> instances)
+    : classTree(classes), byClass(classes.size()) {
+    objects.reserve(instances.size());
+    byIdentity.reserve(instances.size());
+    for (refhost::Instance& instance : instances) {
+        const CimClass* const cls = classTree.find(instance.className);
+        if (cls == nullptr) continue;
+        std::string identity = identityOrNone(classTree, *cls, instance);
+        if (!identity.empty() && byIdentity.count(identity) != 0) {
+            leftOut.push_back(std::move(instance.path));
+            continue;
+        }
+        objects.push_back({std::move(instance), cls, {}, {}});
+        byClass[cls->index].push_back(&objects.back());
+        if (!identity.empty()) byIdentity.emplace(std::move(identity), &objects.back());
+    }
+    for (StoredObject& object : objects) resolveReferences(object);
+}
+
+StoredObject* ObjectStore::named(const InstanceName& name) const {
+    try {
+        const auto found = byIdentity.find(identityOf(classTree, name));
+        return found == byIdentity.end() ? nullptr : found->second;
+    } catch (const CimFailure&) {
+        return nullptr;  // it names nothing that can be here
+    }
+}
+
+void ObjectStore::resolveReferences(StoredObject& object) {
+    if (object.cls->references.empty()) return;
+    for (const refhost::PropertyValue& property : object.instance.properties) {
+        if (property.isNull || property.declaration->type != "reference") continue;
+        const auto name = instanceNameFromText(property.elements.front());
+        if (!name) continue;
+        StoredObject* const target = named(*name);
+        object.references.push_back({&property, target});
+        if (target != nullptr) target->incoming.push_back({&object, &property});
+    }
+}
+
+const StoredObject& ObjectStore::find(const InstanceName& name) const {
+    const auto found = byIdentity.find(identityOf(classTree, name));
+    if (found == byIdentity.end()) throw CimFailure(CimStatus::kNotFound, "There is no such instance.");
+    return *found->second;
+}
+
+}  // namespace diskmgt::serve
