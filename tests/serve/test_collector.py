@@ -14,13 +14,12 @@ DEAD_MOUNT = HERE.parent / "devices" / "dead_mount.py"
 NEEDS_FUSE = pytest.mark.skipif(not os.path.exists("/dev/fuse"), reason="the kernel has no /dev/fuse")
 MACHINE = {
     "about": "A file system that never answers beside a drive.",
-    "disks": [{"name": "sda", "size": "16 MiB", "table": [{"sgdisk": ["-n 1:2048:+4M -t 1:8300"]}]}],
+    "disks": [{"name": "sda", "size": "16 MiB", "table": [{"sfdisk": ["label: dos", "start=2048, size=8192, type=83"]}]}],
     "nodes": [{"name": "sda1", "kind": "partition", "of": "sda", "start": 2048, "size": 8192}],
     "sys_block": [{"name": "sda", "dev": "8:0", "directories": ["sda1"], "from_disk": True}],
     "mounts": [{"at": "/media/alive", "source": "tmpfs", "type": "tmpfs", "options": "size=1m"}],
     "mtab": ["alive /media/alive tmpfs rw 0 0", "dead /media/dead fuse.dead rw 0 0"],
 }
-PAUSE = "import time; time.sleep(1000)"
 
 
 def collectors_of(endpoint):
