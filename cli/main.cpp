@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/command_line.h"
+#include "cli/commands/endpoint.h"
 #include "cli/io/uninterrupted.h"
 #include "cli/supervise.h"
 #include "terminal/remarks.h"
@@ -33,6 +34,7 @@ int main(int argumentCount, char** arguments) {
     (void)std::signal(SIGXFSZ, SIG_IGN);  // so is a file that would exceed "ulimit -f"
     endOnSignalsAsFirstProcess();
     try {
+        if (isForEndpoint(argumentCount, arguments)) becomeEndpoint(argumentCount, arguments);
         const Options options = readOptions(argumentCount, arguments);
         // For the widths of texts; an unknown locale leaves plain ASCII. It costs files to read, so only where it
         // counts.

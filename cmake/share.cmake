@@ -1,7 +1,7 @@
 # What is installed beside the programs. The Debian packages, made by `tools/dev package`, are made from it: debian/.
 #
 # All paths are relative to the prefix, so that /usr/local and /usr both work.
-install(DIRECTORY share/man/ DESTINATION share/man)
+install(DIRECTORY share/man/man1 share/man/man5 DESTINATION share/man)  # man8 comes with the endpoint
 install(FILES share/completions/diskmgt.bash DESTINATION share/bash-completion/completions RENAME diskmgt)
 install(FILES share/completions/diskmgt.zsh DESTINATION share/zsh/site-functions RENAME _diskmgt)
 file(GLOB units CONFIGURE_DEPENDS share/systemd/*.service share/systemd/*.timer)

@@ -22,6 +22,7 @@ Published readPublished(PluginSession& session, const std::string& known, Beginn
     const auto declarationOf = [&session](const std::string& name) { return session.host().findClass(name); };
     for (ServedClass& served : unpacked(known, beginning, declarationOf)) {
         const std::string& name = served.published.declaration->name;
+        if (!contains(inventoryClasses(), name)) continue;  // the rest is for those who ask for classes
         std::vector<std::string>& missing = published.missingClasses;
         missing.erase(std::remove(missing.begin(), missing.end(), name), missing.end());
         if (!served.failure.empty()) published.failures.push_back({name, std::move(served.failure)});

@@ -2,6 +2,7 @@
 #include "inventory/collector.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "session/class_plan.h"
 #include "session/packed_classes.h"
 #include "session/request_failure.h"
+#include "session/served_classes.h"
 #include "text/wording.h"
 #include "worker/worker.h"
 
@@ -23,27 +25,43 @@ namespace {
 
 class Collector {
 public:
-    explicit Collector(PluginSession& loaded) : session(loaded), mounts(diskmgt_machine::readKernelMounts().mounts) {}
+    Collector(PluginSession& used, const ResidentCollection* stays)
+        : session(used), resident(stays), mounts(diskmgt_machine::readKernelMounts().mounts) {}
 
     void run() {
-        worker::makeKnown(packed(Beginning()));
+        makeKnown(packed(Beginning()));
         lookAtMounts();  // before the plug-in may end everything: the figures are no part of its account
         const Deadline limit = session.startTimeLimit(true);
-        (void)session.load();
+        if (resident == nullptr) (void)session.load();
         for (const std::string& className : inventoryClasses()) {
             if (isLeftOut(className)) continue;
             serve(className);
             if (className == diskmgt_col::kDiskPartition) examineDevices();
         }
         if (!areDevicesExamined) examineDevices();  // the class that they follow was left out
+        if (resident == nullptr) return;
+        for (const std::string& className : servedClasses())
+            if (!contains(inventoryClasses(), className) && !isLeftOut(className)) serve(className);
     }
 
 private:
+    void makeKnown(const std::string& record) {
+        if (resident != nullptr)
+            resident->makeKnown(record);
+        else
+            worker::makeKnown(record);
+    }
+
+    void nowAt(const std::string& clause) {
+        if (resident != nullptr) resident->nowAt(clause);
+    }
+
     void serve(const std::string& className) {
+        nowAt("serving " + className);
         ServedClass served;
         served.failure = failureClause(session.request({className}));
         served.published = {session.host().findClass(className), session.host().instances(className)};
-        worker::makeKnown(packed(served));
+        makeKnown(packed(served));
     }
 
     void examineDevices() {
@@ -52,29 +70,38 @@ private:
         ExaminedDevices examined;
         examined.list = readKernelList();
         examined.devices = examineAllDevices(examined.list, session.host().virtualDevices(), progress);
-        worker::makeKnown(packed(examined));
+        makeKnown(packed(examined));
     }
 
     void lookAtMounts() {
         Progress progress;
         const Deadline limit = session.startOtherLimit("measuring the mounted file systems");
-        const MountFigures figures = MountMeasuring(mounts).finish();
-        worker::makeKnown(packed(figures));
-        worker::makeKnown(packed(readMounts(progress)));
+        MountMeasuring measuring(mounts, resident == nullptr ? nullptr : &resident->left);
+        if (resident != nullptr) sayWhoIsSilent(measuring.unansweredAfter(kUsualAnswer));
+        const MountFigures figures = measuring.finish();
+        makeKnown(packed(figures));
+        makeKnown(packed(readMounts(progress)));
         for (const MountFigure& figure : figures) {
             if (figure.outcome != MountFigure::Outcome::kNoAnswer) continue;
-            const auto mount = std::find_if(mounts.begin(), mounts.end(),
-                                            [&figure](const auto& any) { return any.id == figure.mountId; });
-            leaveOut(diskmgt_col::kLogicalDisk,
-                     {"mount-does-not-answer", "a mount does not answer",
-                      "the file system mounted on " + mount->mountPoint + " (" + mount->type + ") does not answer"});
+            leaveOut(diskmgt_col::kLogicalDisk, {"mount-does-not-answer", "a mount does not answer",
+                                                 fileSystemOn(figure.mountId) + " does not answer"});
             return;
         }
     }
 
+    void sayWhoIsSilent(const std::vector<std::uint64_t>& mountIds) {
+        if (!mountIds.empty()) nowAt("waiting for " + fileSystemOn(mountIds.front()));
+    }
+
+    std::string fileSystemOn(std::uint64_t mountId) const {
+        const auto mount =
+            std::find_if(mounts.begin(), mounts.end(), [mountId](const auto& any) { return any.id == mountId; });
+        return "the file system mounted on " + mount->mountPoint + " (" + mount->type + ")";
+    }
+
     void leaveOut(const std::string& className, const Reason& reason) {
         leftOut[className] = reason;
-        worker::makeKnown(packedLeftOut(className, reason));
+        makeKnown(packedLeftOut(className, reason));
     }
 
     /// Whether the class stays out: it would wait, or pairs one that stays out.
@@ -91,7 +118,10 @@ private:
         return static_cast<bool>(node);
     }
 
+    static constexpr int kUsualAnswer = 300;  // milliseconds; who is silent for longer is named
+
     PluginSession& session;
+    const ResidentCollection* const resident;  // null: this process ends with what it collects
     const std::vector<diskmgt_machine::Mount> mounts;
     std::map<std::string, Reason> leftOut;
     bool areDevicesExamined = false;
@@ -99,6 +129,8 @@ private:
 
 }  // namespace
 
-void collectAccount(PluginSession& session) { Collector(session).run(); }
+void collectAccount(PluginSession& session) { Collector(session, nullptr).run(); }
+
+void collectAccount(PluginSession& session, const ResidentCollection& resident) { Collector(session, &resident).run(); }
 
 }  // namespace diskmgt

@@ -2,6 +2,10 @@
 // to the process that watches it.
 #pragma once
 
+#include <functional>
+#include <string>
+
+#include "inventory/mount_figures.h"
 #include "session/plugin_session.h"
 
 namespace diskmgt {
@@ -10,5 +14,16 @@ namespace diskmgt {
 /// is read by `knownInventory` and `unpackedFacts`. VEXSG_LogicalDisk is not asked for while a mounted file system does
 /// not answer.
 void collectAccount(PluginSession& session);
+
+/// How a process collects that stays and has loaded the plug-in.
+struct ResidentCollection {
+    std::function<void(const std::string& record)> makeKnown;
+    /// What it is at, as a clause: "serving VEXSG_DiskDrive"; said before what may never come back.
+    std::function<void(const std::string& clause)> nowAt;
+    LeftProcesses& left;
+};
+
+/// The same of all 17 served classes, those of an inventory first.
+void collectAccount(PluginSession& session, const ResidentCollection& resident);
 
 }  // namespace diskmgt

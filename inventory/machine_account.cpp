@@ -2,9 +2,17 @@
 
 namespace diskmgt {
 
-const diskmgt_machine::Machine& machineAccount() {
-    static const diskmgt_machine::Machine account = diskmgt_machine::readMachine();
-    return account;
+namespace {
+
+diskmgt_machine::Machine& account() {
+    static diskmgt_machine::Machine read = diskmgt_machine::readMachine();
+    return read;
 }
+
+}  // namespace
+
+const diskmgt_machine::Machine& machineAccount() { return account(); }
+
+void readMachineAccountAnew() { account() = diskmgt_machine::readMachine(); }
 
 }  // namespace diskmgt

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
@@ -73,6 +74,7 @@ bool isLocal(const Mount& mount, FileSystemGroup group) {
 }
 
 [[noreturn]] void answerInChild(const Mount& mount, int answer) {
+    (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);  // cannot fail; nobody else would end it when the asking process is killed
     (void)::close_range(0, static_cast<unsigned>(answer) - 1, 0);
     (void)::close_range(static_cast<unsigned>(answer) + 1, ~0U, 0);
     const MountFigure figure = measured(mount);
@@ -82,7 +84,19 @@ bool isLocal(const Mount& mount, FileSystemGroup group) {
 
 }  // namespace
 
-MountMeasuring::MountMeasuring(const std::vector<Mount>& mounts) {
+void LeftProcesses::reap() {
+    left.erase(std::remove_if(left.begin(), left.end(),
+                              [](const Left& one) { return ::waitpid(one.process, nullptr, WNOHANG) != 0; }),
+               left.end());
+}
+
+bool LeftProcesses::isWaitingFor(const Mount& mount) const {
+    return std::any_of(left.begin(), left.end(),
+                       [&mount](const Left& one) { return one.mountId == mount.id && one.number == mount.number; });
+}
+
+MountMeasuring::MountMeasuring(const std::vector<Mount>& mounts, LeftProcesses* left) : leftOver(left) {
+    if (leftOver != nullptr) leftOver->reap();
     UntouchablePlaces untouchable;
     for (const Mount& mount : mounts) {
         const FileSystemGroup group = groupOf(mount);
@@ -104,11 +118,14 @@ MountMeasuring::MountMeasuring(const std::vector<Mount>& mounts) {
 
 MountMeasuring::~MountMeasuring() {
     for (const Outstanding& asked : outstanding) leave(asked);
+    outstanding.clear();
+    if (!ended.empty()) reap();
 }
 
 void MountMeasuring::start(const Mount& mount, std::size_t position) {
+    if (leftOver != nullptr && leftOver->isWaitingFor(mount)) return;
     if (endNs == 0) endNs = worker::steadyNanoseconds() + kPatienceNs;
-    gather(kMostAtOnce - 1);
+    gather(kMostAtOnce - 1, endNs);
     MountFigure& figure = figures[position];
     int ends[2];
     if (outstanding.size() >= kMostAtOnce) return;  // so many do not answer that no time is left for this one
@@ -136,7 +153,8 @@ void MountMeasuring::takeAnswer(const Outstanding& asked) {
 
 void MountMeasuring::leave(const Outstanding& asked) {
     (void)::close(asked.answer);
-    ended.push_back(asked.process);
+    const MountFigure& figure = figures[asked.position];
+    ended.push_back({asked.process, figure.mountId, figure.number});
     (void)::kill(asked.process, SIGKILL);
 }
 
@@ -146,16 +164,18 @@ void MountMeasuring::reap() {
     const std::int64_t end = worker::steadyNanoseconds() + kToVanishNs;
     while (!ended.empty() && worker::steadyNanoseconds() < end) {
         ended.erase(std::remove_if(ended.begin(), ended.end(),
-                                   [](pid_t process) { return ::waitpid(process, nullptr, WNOHANG) != 0; }),
+                                   [](const auto& one) { return ::waitpid(one.process, nullptr, WNOHANG) != 0; }),
                     ended.end());
         const timespec moment{0, 200000};
         if (!ended.empty()) (void)::nanosleep(&moment, nullptr);
     }
+    if (leftOver != nullptr) leftOver->left.insert(leftOver->left.end(), ended.begin(), ended.end());
+    ended.clear();
 }
 
-void MountMeasuring::gather(std::size_t atMost) {
+void MountMeasuring::gather(std::size_t atMost, std::int64_t untilNs) {
     while (outstanding.size() > atMost) {
-        const std::int64_t left = std::max<std::int64_t>(endNs - worker::steadyNanoseconds(), 0);
+        const std::int64_t left = std::max<std::int64_t>(untilNs - worker::steadyNanoseconds(), 0);
         std::vector<pollfd> waited;
         waited.reserve(outstanding.size());
         for (const Outstanding& asked : outstanding) waited.push_back({asked.answer, POLLIN, 0});
@@ -170,8 +190,16 @@ void MountMeasuring::gather(std::size_t atMost) {
     }
 }
 
+std::vector<std::uint64_t> MountMeasuring::unansweredAfter(int milliseconds) {
+    gather(0, std::min(endNs, worker::steadyNanoseconds() + std::int64_t{milliseconds} * 1000000));
+    std::vector<std::uint64_t> silent;
+    for (const MountFigure& figure : figures)
+        if (figure.outcome == Outcome::kNoAnswer) silent.push_back(figure.mountId);
+    return silent;
+}
+
 MountFigures MountMeasuring::finish() {
-    gather(0);
+    gather(0, endNs);
     for (const Outstanding& asked : outstanding) leave(asked);
     outstanding.clear();
     reap();

@@ -29,11 +29,32 @@ struct MountFigure {
 };
 using MountFigures = std::vector<MountFigure>;
 
+/// The processes that had no answer and were killed, over all measurements of one that stays. The kernel may hold them
+/// for as long as it likes: a mount that one of them waits for is not asked again, so they stay few.
+class LeftProcesses {
+public:
+    /// Gives up those that have ended.
+    void reap();
+    std::size_t count() const { return left.size(); }
+
+private:
+    friend class MountMeasuring;
+    struct Left {
+        pid_t process = -1;
+        std::uint64_t mountId = 0;
+        diskmgt_machine::DeviceNumber number;
+    };
+
+    bool isWaitingFor(const diskmgt_machine::Mount& mount) const;
+
+    std::vector<Left> left;
+};
+
 class MountMeasuring {
 public:
     /// Measures what is on a local block device or in memory, and starts a process for each of the others. Pseudo file
-    /// systems are left out.
-    explicit MountMeasuring(const std::vector<diskmgt_machine::Mount>& mounts);
+    /// systems are left out. `left` takes the processes that do not end, and outlives this; null: nobody counts them.
+    explicit MountMeasuring(const std::vector<diskmgt_machine::Mount>& mounts, LeftProcesses* left = nullptr);
     MountMeasuring(const MountMeasuring&) = delete;
     MountMeasuring& operator=(const MountMeasuring&) = delete;
     ~MountMeasuring();
@@ -41,6 +62,8 @@ public:
     /// Waits for what is outstanding, a second at most for all together. What has not answered by then is killed and
     /// left: the kernel may hold it whatever is sent to it.
     MountFigures finish();
+    /// Waits no longer than that; the ids of the mounts whose answer is outstanding then.
+    std::vector<std::uint64_t> unansweredAfter(int milliseconds);
 
 private:
     struct Outstanding {
@@ -50,16 +73,17 @@ private:
     };
 
     void start(const diskmgt_machine::Mount& mount, std::size_t position);
-    /// Takes answers until so many are outstanding or time is up.
-    void gather(std::size_t atMost);
+    /// Takes answers until so many are outstanding or that time of the steady clock has come.
+    void gather(std::size_t atMost, std::int64_t untilNs);
     void takeAnswer(const Outstanding& asked);
     void leave(const Outstanding& asked);
     void reap();
 
     MountFigures figures;
+    LeftProcesses* const leftOver;
     std::vector<Outstanding> outstanding;
-    std::vector<pid_t> ended;  // or killed, and not waited for yet
-    std::int64_t endNs = 0;    // of the steady clock; 0: nothing was started yet
+    std::vector<LeftProcesses::Left> ended;  // or killed, and not waited for yet
+    std::int64_t endNs = 0;                  // of the steady clock; 0: nothing was started yet
 };
 
 }  // namespace diskmgt

@@ -9,7 +9,16 @@
 namespace diskmgt {
 
 /// What a record holds. One stream has records of several kinds; a reader skips those that are not its own.
-enum class RecordKind : std::uint8_t { kBeginning, kClass, kDevices, kMountTable, kMountFigures, kLeftOut };
+enum class RecordKind : std::uint8_t {
+    kBeginning,
+    kClass,
+    kDevices,
+    kMountTable,
+    kMountFigures,
+    kLeftOut,
+    kDocuments,
+    kSettings
+};
 
 /// Numbers as this machine has them, texts behind their length; the record behind its length and its kind, so that one
 /// that is cut short is noticed.

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "session/log_lines.h"
+#include "session/own_files.h"
 #include "session/request_failure.h"
 #include "text/wording.h"
 #include "worker/account.h"
@@ -17,21 +18,8 @@ namespace diskmgt {
 
 namespace {
 
-/// The plug-in that belongs to this command: the build tree and the install tree have the same shape.
-std::string ownPluginFile() {
-    char self[PATH_MAX];
-    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
-    if (length <= 0)
-        throw CommandError(kPluginUnusable,
-                           "cannot find out where this command is installed (is /proc mounted?); name the plug-in with "
-                           "--plugin FILE");
-    const std::string path(self, static_cast<std::size_t>(length));
-    const std::string folder = path.substr(0, path.rfind('/'));
-    return folder.substr(0, folder.rfind('/')) + "/lib/diskmgt/plugins/libdiskmgt.pi.so";
-}
-
 std::string choosePluginFile(const std::string& named) {
-    if (named.empty()) return ownPluginFile();
+    if (named.empty()) return ownLibraryFolder() + "/plugins/libdiskmgt.pi.so";
     // Without a slash the loader would search its own directories and not the present one.
     return named.find('/') == std::string::npos ? "./" + named : named;
 }
@@ -39,6 +27,7 @@ std::string choosePluginFile(const std::string& named) {
 refhost::HostOptions hostOptions(const SessionOptions& options) {
     refhost::HostOptions wanted;
     wanted.virtualDevices = options.virtualDevices;
+    wanted.keepsLog = options.keepsLog;
     wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
     return wanted;
 }
@@ -51,6 +40,21 @@ refhost::ReferenceHost& processHost(refhost::HostOptions options) {
 }
 
 }  // namespace
+
+std::string ownLibraryFolder() {
+    char self[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
+    if (length <= 0)
+        throw CommandError(kPluginUnusable,
+                           "cannot find out where this command is installed (is /proc mounted?); name the plug-in with "
+                           "--plugin FILE");
+    const std::string path(self, static_cast<std::size_t>(length));
+    const std::string folder = path.substr(0, path.rfind('/'));
+    const std::string own = "/lib/diskmgt";  // which has the endpoint's executables too
+    const bool isThere =
+        folder.size() >= own.size() && folder.compare(folder.size() - own.size(), own.size(), own) == 0;
+    return isThere ? folder : folder.substr(0, folder.rfind('/')) + own;
+}
 
 PluginSession::PluginSession(const SessionOptions& options)
     : pluginFile(choosePluginFile(options.pluginFile)),

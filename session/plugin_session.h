@@ -22,6 +22,7 @@ struct SessionOptions {
     std::vector<std::string> virtualDevices;
     int logSeverity = -1;        // show the host's log from this severity on; negative: not at all
     double timeoutSeconds = 30;  // 0: none
+    bool keepsLog = true;        // false: the host forgets each line, in a process that stays
 };
 
 class PluginSession {

@@ -55,7 +55,8 @@ CITATION = re.compile(r"\bas re" + r"quired\b|\b(?:issue|ticket)s? #?\d", re.IGN
 
 # Files allowed in the tree: by suffix, or by name without a suffix.
 KNOWN_SUFFIXES = {".h", ".cpp", ".c", ".py", ".sh", ".md", ".txt", ".json", ".jsonl", ".csv", ".cmake", ".mof", ".in",
-                  ".ini", ".prom", ".service", ".timer", ".yml", ".fact", ".1", ".5", ".bash", ".zsh"}
+                  ".ini", ".prom", ".service", ".socket", ".sysusers",
+                  ".timer", ".yml", ".fact", ".1", ".5", ".8", ".bash", ".zsh"}
 KNOWN_NAMES = {".clang-format", ".clang-tidy", ".gitignore", ".gitattributes", ".editorconfig", "LICENSE", "LICENSE.todo",
                "gcovr.cfg"}
 # What Debian's tools read, by the names that they give it.
@@ -83,6 +84,8 @@ PART_OF = {
     "serve/cimxml/instance_operations.cpp": "serve/cimxml/offered_operations.h",
     "cli/commands": "cli/commands/commands.h",
     "cli/main.cpp": None,
+    "serve/collector_main.cpp": None,
+    "serve/keeper_main.cpp": None,
 }
 
 DEBIAN_RULES = Path("debian/rules")  # a makefile, where a tab begins a command

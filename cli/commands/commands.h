@@ -14,6 +14,8 @@ ExitStatus runDiff(const Options& options);
 ExitStatus runGet(const Options& options);
 ExitStatus runPlugin(const Options& options);
 ExitStatus runProbe(const Options& options);
+/// Refuses options before the command's name: the rest is done by `becomeEndpoint`.
+ExitStatus runServe(const Options& options);
 /// Prints the text that the options hold: help or the version.
 ExitStatus runShowText(const Options& options);
 ExitStatus runTrace(const Options& options);

@@ -129,6 +129,7 @@ struct HostOptions {
     bool discoverVirtualDevices = true;       // look in sysfs for those of the management controller
     /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
     std::function<void(const std::string& className)> whenServing = {};
+    bool keepsLog = true;  // false: `log` stays empty, for a process that makes requests without end
 };
 
 /// A complete in-memory host with the one namespace root/cimv2. Only one may exist at a time in a process, because the

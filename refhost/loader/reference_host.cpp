@@ -115,7 +115,7 @@ ReferenceHost::ReferenceHost(HostOptions options) {
         throw std::logic_error("a reference host exists already; one may exist at a time in a process");
     state = std::make_unique<State>(options);
     Boundary::reset();
-    CoreLogger::instance().open();
+    CoreLogger::instance().open(options.keepsLog);
     setVirtualDevices({options.discoverVirtualDevices, std::move(options.virtualDevices)});
     PluginManager::setCurrent(state->manager);
 }

@@ -27,13 +27,14 @@ void CoreLogger::write(const LogLine& line) {
     RequestScope::collect(line);
     const std::lock_guard<std::mutex> guard(mutex);
     if (!isOpen) return;
-    kept.push_back(line);
+    if (isKeeping) kept.push_back(line);
     if (line.severity <= forwarded && forwardedTo) forwardedTo(line);
 }
 
-void CoreLogger::open() {
+void CoreLogger::open(bool keeps) {
     const std::lock_guard<std::mutex> guard(mutex);
     isOpen = true;
+    isKeeping = keeps;
 }
 
 void CoreLogger::close() {

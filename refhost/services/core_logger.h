@@ -18,8 +18,8 @@ public:
 
     void Log(ETALLogSeverity severity, const std::string& text) override;
 
-    /// Begins to keep lines, with an empty list.
-    void open();
+    /// Begins to pass lines on, with an empty list, which `keeps` lets grow.
+    void open(bool keeps);
     /// Ends keeping lines and forwarding them.
     void close();
     std::vector<LogLine> lines() const;
@@ -32,6 +32,7 @@ private:
 
     mutable std::mutex mutex;
     bool isOpen = false;
+    bool isKeeping = false;
     int forwarded = -1;
     LogSink forwardedTo;
     std::vector<LogLine> kept;

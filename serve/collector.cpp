@@ -1,0 +1,134 @@
+#include "serve/collector.h"
+
+#include <poll.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include "formats/inventory_html.h"
+#include "formats/inventory_json.h"
+#include "formats/inventory_prometheus.h"
+#include "inventory/collection.h"
+#include "inventory/collector.h"
+#include "inventory/machine_account.h"
+#include "inventory/server_account.h"
+#include "serve/collected_documents.h"
+#include "serve/frames.h"
+#include "terminal/remarks.h"
+#include "text/command_error.h"
+
+namespace diskmgt::serve {
+
+namespace {
+
+constexpr unsigned kAfterTheKeeper = 5;  // seconds that this process gives itself more than the front does
+
+/// False: whoever asked has gone.
+bool writeWhole(int connection, const std::string& bytes) {
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count = ::write(connection, bytes.data() + written, bytes.size() - written);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        written += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+std::string hostName() {
+    utsname names{};
+    return ::uname(&names) == 0 ? names.nodename : "";
+}
+
+std::string stallOf(const ServerAccount& account) {
+    for (const Gap& gap : account.gaps)
+        if (gap.rule == "mount-does-not-answer") return gap.text;
+    return "";
+}
+
+class Collector {
+public:
+    Collector(const CollectorOptions& asked, int theConnection)
+        : options(asked), connection(theConnection), session({asked.pluginFile, asked.virtualDevices, -1, 0, false}) {}
+
+    int run() {
+        (void)session.load();
+        if (!writeWhole(connection, framed(FrameKind::kReady, ""))) return kDone;
+        const std::string name = hostName();
+        for (;;) {
+            const std::string word = nextWord();
+            if (word == "stop" || word.empty()) return kDone;
+            if (word != "collect") {
+                writeRemark("the collector was asked for something that it does not know, and ends");
+                return kFailureReported;
+            }
+            if (hostName() != name) return kDone;  // the host of the plug-in has the old name: another process has not
+            if (!collect()) return kDone;
+        }
+    }
+
+private:
+    /// Empty: the connection has ended.
+    std::string nextWord() {
+        std::string word;
+        for (;;) {
+            pollfd waited{connection, POLLIN, 0};
+            const int patience =
+                left.count() == 0 ? -1 : 1000;  // milliseconds between two looks at what may have ended
+            const int ready = ::poll(&waited, 1, patience);
+            left.reap();
+            if (ready <= 0) continue;
+            char letter = 0;
+            const ssize_t count = ::read(connection, &letter, 1);
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) return "";
+            if (letter == '\n') return word.empty() ? "?" : word;
+            word += letter;
+            if (word.size() > std::strlen("collect")) return word;
+        }
+    }
+
+    bool collect() {
+        if (options.limitSeconds > 0)
+            (void)::alarm(static_cast<unsigned>(std::ceil(options.limitSeconds)) + kAfterTheKeeper);
+        readMachineAccountAnew();
+        std::string known;
+        bool isHeard = true;
+        const ResidentCollection resident{[&known](const std::string& record) { known += record; },
+                                          [this, &isHeard](const std::string& clause) {
+                                              isHeard =
+                                                  isHeard && writeWhole(connection, framed(FrameKind::kNote, clause));
+                                          },
+                                          left};
+        collectAccount(session, resident);
+        CollectedDocuments documents;
+        {
+            Collection collection = readCollection(session, known, {});
+            const ServerAccount account = joinAccounts(machineAccount(), collection);
+            documents.systemName = hostName();
+            documents.stall = stallOf(account);
+            documents.json = inventoryJson(account, {});
+            documents.metrics = inventoryMetrics(account);
+            documents.page = inventoryPage(account);
+        }
+        session.host().clear();
+        isHeard = isHeard && writeWhole(connection, framed(FrameKind::kDocuments, packed(documents) + known));
+        (void)::alarm(0);
+        return isHeard;
+    }
+
+    const CollectorOptions options;
+    const int connection;
+    PluginSession session;
+    LeftProcesses left;
+};
+
+}  // namespace
+
+int runCollector(const CollectorOptions& options, int connection) { return Collector(options, connection).run(); }
+
+}  // namespace diskmgt::serve

@@ -1,0 +1,19 @@
+// The process with root's rights: it keeps the plug-in loaded, and knows two words.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace diskmgt::serve {
+
+struct CollectorOptions {
+    std::string pluginFile;  // empty: the one that belongs to this executable
+    std::vector<std::string> virtualDevices;
+    double limitSeconds = 30;  // a collection that takes longer ends the process; 0: none
+};
+
+/// Loads the plug-in, says that it is ready, and answers each "collect" on the connection with a frame of documents,
+/// until "stop" or the end of the connection. Anything else ends it with 1. Returns the exit status.
+int runCollector(const CollectorOptions& options, int connection);
+
+}  // namespace diskmgt::serve

@@ -1,0 +1,102 @@
+#include "serve/freshness.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "serve/snapshot.h"
+
+namespace diskmgt::serve {
+
+namespace {
+
+std::int64_t nanoseconds(double seconds) { return static_cast<std::int64_t>(std::llround(seconds * 1e9)); }
+
+std::chrono::milliseconds wholeMilliseconds(std::int64_t ns) {
+    return std::chrono::milliseconds((std::max<std::int64_t>(ns, 0) + 999999) / 1000000);
+}
+
+}  // namespace
+
+Freshness::Freshness(Surroundings surroundings, double maxAgeSeconds, double limitSeconds)
+    : around(std::move(surroundings)), maxAgeNs(nanoseconds(maxAgeSeconds)), limitNs(nanoseconds(limitSeconds)) {}
+
+void Freshness::whenFresh(std::function<void(bool isFresh)> done) {
+    const std::int64_t now = around.nowNs();
+    if (latest && now - latest->collectedNs <= maxAgeNs) return done(true);
+    const std::int64_t patienceNs = std::chrono::nanoseconds(kPatience).count();
+    waiting.push_back({now + patienceNs, std::move(done)});
+    around.after(kPatience, [this] { answerThoseWhoseTimeIsUp(); });
+    collect();
+}
+
+void Freshness::collect() {
+    if (isCollecting || !hasCollector || waiting.empty()) return;
+    if (!around.askCollector()) return;
+    isCollecting = true;
+    isAt.clear();
+    beganNs = around.nowNs();
+    const std::uint64_t number = ++collection;
+    if (limitNs > 0) around.after(wholeMilliseconds(limitNs), [this, number] { lookAtLimit(number); });
+}
+
+void Freshness::lookAtLimit(std::uint64_t number) {
+    if (!isCollecting || number != collection) return;
+    lastEnd = "the last collection was given up after " + std::to_string(limitNs / 1000000000) + " s" +
+              (isAt.empty() ? "" : " while " + isAt);
+    around.endCollector();
+}
+
+void Freshness::answerThoseWhoseTimeIsUp() {
+    const std::int64_t now = around.nowNs();
+    std::vector<Waiting> due;
+    const auto isDue = [now](const Waiting& one) { return one.untilNs <= now; };
+    for (Waiting& one : waiting)
+        if (isDue(one)) due.push_back(one);
+    waiting.erase(std::remove_if(waiting.begin(), waiting.end(), isDue), waiting.end());
+    for (Waiting& one : due) one.done(false);
+    // A timer may ring early by a hair.
+    if (!waiting.empty() && waiting.front().untilNs - now < 1000000)
+        around.after(std::chrono::milliseconds(1), [this] { answerThoseWhoseTimeIsUp(); });
+}
+
+std::int64_t Freshness::ageSeconds() const {
+    return latest ? std::max<std::int64_t>((around.nowNs() - latest->collectedNs) / 1000000000, 0) : 0;
+}
+
+std::string Freshness::whyNotFresh() const {
+    if (!hasCollector && !trouble.empty()) return trouble;
+    if (isCollecting) {
+        const std::int64_t seconds = (around.nowNs() - beganNs) / 1000000000;
+        return "collecting for " + (seconds == 0 ? "less than 1" : std::to_string(seconds)) + " s, " +
+               (isAt.empty() ? "reading the machine" : isAt);
+    }
+    if (latest && !latest->stall.empty()) return latest->stall;
+    if (!lastEnd.empty()) return lastEnd;
+    return hasCollector ? "nothing was collected yet" : "the collector is being started";
+}
+
+void Freshness::collectorCame() {
+    hasCollector = true;
+    trouble.clear();
+    collect();
+}
+
+void Freshness::collectorWent() {
+    if (isCollecting && lastEnd.empty())
+        lastEnd = "the collector ended" + (isAt.empty() ? "" : " while " + isAt) + " and is started again";
+    hasCollector = isCollecting = false;
+}
+
+void Freshness::collected(std::shared_ptr<const Snapshot> snapshot) {
+    isCollecting = false;
+    isAt.clear();
+    lastEnd.clear();
+    latest = std::move(snapshot);
+    std::vector<Waiting> served;
+    served.swap(waiting);
+    for (Waiting& one : served) one.done(true);
+    collect();  // an answer may have brought the next request
+}
+
+}  // namespace diskmgt::serve

@@ -1,0 +1,72 @@
+// When the front collects, and which collection a request is answered from. It knows neither sockets nor HTTP.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace diskmgt::serve {
+
+struct Snapshot;
+
+class Freshness {
+public:
+    /// What this asks of what is around it.
+    struct Surroundings {
+        std::function<std::int64_t()> nowNs;  // of the steady clock
+        std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;
+        std::function<bool()> askCollector;  // false: there is none
+        std::function<void()> endCollector;  // it is past the limit
+    };
+
+    static constexpr std::chrono::milliseconds kPatience{900};  // of a request, so that it is answered within a second
+
+    /// `limitSeconds` of a collection; 0: none.
+    Freshness(Surroundings around, double maxAgeSeconds, double limitSeconds);
+
+    /// Calls `done` at once when the last collection is young enough, else when the next one has come, or when patience
+    /// ends. `isFresh`: it came in time.
+    void whenFresh(std::function<void(bool isFresh)> done);
+
+    /// Null: nothing was collected yet.
+    const std::shared_ptr<const Snapshot>& snapshot() const { return latest; }
+    std::int64_t ageSeconds() const;
+    /// Why there is nothing newer, as a sentence without its end.
+    std::string whyNotFresh() const;
+
+    // What comes from outside.
+    void collectorCame();
+    void collectorWent();
+    void collectorIsAt(const std::string& clause) { isAt = clause; }
+    void collected(std::shared_ptr<const Snapshot> snapshot);
+    /// Why there will be no collector for a while; empty: one is started.
+    void noCollectorBecause(const std::string& sentence) { trouble = sentence; }
+
+private:
+    struct Waiting {
+        std::int64_t untilNs;
+        std::function<void(bool isFresh)> done;
+    };
+
+    void collect();
+    void answerThoseWhoseTimeIsUp();
+    void lookAtLimit(std::uint64_t number);
+
+    const Surroundings around;
+    const std::int64_t maxAgeNs;
+    const std::int64_t limitNs;
+    std::shared_ptr<const Snapshot> latest;
+    std::vector<Waiting> waiting;
+    bool hasCollector = false;
+    bool isCollecting = false;
+    std::uint64_t collection = 0;  // counts them
+    std::int64_t beganNs = 0;
+    std::string isAt;     // what the collector is at
+    std::string trouble;  // why there is no collector
+    std::string lastEnd;  // how the last collection ended when it did not succeed
+};
+
+}  // namespace diskmgt::serve

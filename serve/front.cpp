@@ -1,0 +1,234 @@
+#include "serve/front.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "refhost/api/reference_host.h"
+#include "serve/collected_documents.h"
+#include "serve/control.h"
+#include "serve/frames.h"
+#include "serve/freshness.h"
+#include "serve/front_settings.h"
+#include "serve/http/server.h"
+#include "serve/inventory_site.h"
+#include "serve/rights.h"
+#include "serve/snapshot.h"
+#include "terminal/remarks.h"
+#include "text/command_error.h"
+#include "worker/account.h"
+
+namespace diskmgt::serve {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr std::size_t kNamedTwice = 100;  // duplicates that are said, over all collections
+
+/// One write, so that lines of several processes do not mix.
+void writeLogLine(const std::string& line) {
+    const std::string whole = line + "\n";
+    (void)!::write(STDERR_FILENO, whole.data(), whole.size());  // there is nowhere else to say that it failed
+}
+
+FrontSettings firstSettings() {
+    pollfd waited{kFrontChannel, POLLIN, 0};
+    while (::poll(&waited, 1, -1) < 0 && errno == EINTR) {
+    }
+    ControlReading reading = receiveControl(kFrontChannel);
+    if (!reading.message || reading.message->kind != ControlKind::kSettings)
+        throw CommandError(kWrongUsage, R"(the front is started by "diskmgt serve" alone)");
+    return readSettings(reading.message->descriptor.get());
+}
+
+/// The keeper takes no empty files.
+std::optional<std::string> given(std::string& text) {
+    return text.empty() ? std::nullopt : std::optional<std::string>(std::move(text));
+}
+
+Secrets secretsOf(FrontSettings& settings) {
+    return {given(settings.certificate), given(settings.key), given(settings.clientCa), given(settings.credentials)};
+}
+
+ServerSettings serverSettings(FrontSettings& settings) {
+    ServerSettings wanted;
+    wanted.serverNames = settings.serverNames;
+    wanted.secrets = secretsOf(settings);
+    wanted.log = &writeLogLine;
+    return wanted;
+}
+
+refhost::HostOptions schemaAlone() {
+    refhost::HostOptions options;
+    options.discoverVirtualDevices = false;
+    options.keepsLog = false;
+    return options;
+}
+
+class Front {
+public:
+    explicit Front(FrontSettings settings)
+        : exitIdle(static_cast<std::int64_t>(settings.exitIdleSeconds * 1000)),
+          schema(schemaAlone()),
+          freshness(surroundings(), settings.maxAgeSeconds, settings.limitSeconds),
+          site(freshness, schema.classes()),
+          server(site, serverSettings(settings)) {}
+
+    void run() {
+        server.watch(kFrontChannel, [this] { listenToKeeper(); });
+        server.prepare();
+        ::tzset();  // reads a file
+        dropCapabilities();
+        limitResources();
+#ifndef DISKMGT_EXITS_WHOLE  // a sanitizer opens files
+        filterSystemCalls();
+#endif
+        (void)sendControl(kFrontChannel, ControlKind::kServing);
+        if (exitIdle.count() > 0) lookForIdleness(site.requests());
+        server.run();
+    }
+
+private:
+    Freshness::Surroundings surroundings() {
+        return {&worker::steadyNanoseconds,
+                [this](milliseconds delay, std::function<void()> due) { server.after(delay, std::move(due)); },
+                [this] { return askCollector(); }, [this] { leaveCollector(); }};
+    }
+
+    void listenToKeeper() {
+        ControlReading reading = receiveControl(kFrontChannel);
+        if (reading.hasEnded) {
+            server.unwatch(kFrontChannel);
+            return server.finish();
+        }
+        if (!reading.message) return;
+        ControlMessage& message = *reading.message;
+        switch (message.kind) {
+            case ControlKind::kListener:
+                return server.listenOn(message.descriptor.release());
+            case ControlKind::kSettings:
+                return replaceSecrets(message.descriptor.get());
+            case ControlKind::kCollector:
+                return useCollector(std::move(message.descriptor));
+            case ControlKind::kTrouble:
+                return freshness.noCollectorBecause(message.text);
+            case ControlKind::kFinish:
+                return server.finish();
+            default:
+                return;
+        }
+    }
+
+    void replaceSecrets(int file) {
+        try {
+            FrontSettings settings = readSettings(file);
+            server.replaceSettings(secretsOf(settings));
+            writeRemark("the certificates and credentials were read again");
+        } catch (const std::exception& refused) {
+            writeRemark(std::string(refused.what()) + "; what was read before stays in use");
+        }
+    }
+
+    void useCollector(Descriptor connection) {
+        forgetCollector();
+        collector = std::move(connection);
+        frames = FrameReader();
+        server.watch(collector.get(), [this] { listenToCollector(); });
+        freshness.collectorCame();
+    }
+
+    /// The keeper ends what has not ended: a process that the kernel holds keeps its connection open.
+    void leaveCollector() {
+        (void)sendControl(kFrontChannel, ControlKind::kCollectorGone);
+        forgetCollector();
+    }
+
+    void forgetCollector() {
+        if (!collector.isOpen()) return;
+        server.unwatch(collector.get());
+        collector.close();
+        freshness.collectorWent();
+    }
+
+    bool askCollector() {
+        static const char word[] = "collect\n";
+        return ::send(collector.get(), word, sizeof word - 1, MSG_NOSIGNAL | MSG_DONTWAIT) ==
+               static_cast<ssize_t>(sizeof word - 1);
+    }
+
+    void listenToCollector() {
+        char piece[65536];
+        const ssize_t count = ::recv(collector.get(), piece, sizeof piece, MSG_DONTWAIT);
+        if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
+        if (count <= 0) return leaveCollector();
+        frames.append(piece, static_cast<std::size_t>(count));
+        while (std::optional<Frame> frame = frames.next()) take(*frame);
+        if (!frames.isBroken()) return;
+        writeRemark("the collector wrote what no collector writes, and is replaced");
+        leaveCollector();
+    }
+
+    void take(const Frame& frame) {
+        if (frame.kind == FrameKind::kNote) freshness.collectorIsAt(frame.payload);
+        if (frame.kind != FrameKind::kDocuments) return;
+        std::optional<CollectedDocuments> documents =
+            unpackedDocuments(frame.payload, [this](const std::string& name) { return schema.findClass(name); });
+        if (!documents) return;
+        const auto snapshot = std::make_shared<const Snapshot>(schema.classes(), std::move(*documents));
+        for (const std::string& path : snapshot->store.duplicates())
+            if (saidTwice.size() < kNamedTwice && saidTwice.insert(path).second)
+                writeRemark("two instances have the path " + path + "; the first is served");
+        freshness.collected(snapshot);
+    }
+
+    void lookForIdleness(std::uint64_t requestsBefore) {
+        server.after(exitIdle, [this, requestsBefore] {
+            const bool isIdle = site.requests() == requestsBefore && server.busyConnections() == 0;
+            if (isIdle) (void)sendControl(kFrontChannel, ControlKind::kIdle);
+            lookForIdleness(site.requests());
+        });
+    }
+
+    const milliseconds exitIdle;
+    refhost::ReferenceHost schema;  // loads nothing: it has the declared classes
+    Freshness freshness;
+    InventorySite site;
+    HttpServer server;
+    Descriptor collector;
+    FrameReader frames;
+    std::set<std::string> saidTwice;
+};
+
+}  // namespace
+
+int runFront(unsigned user, unsigned group) {
+    for (const int number : {SIGPIPE, SIGHUP, SIGINT, SIGTERM}) (void)std::signal(number, SIG_IGN);  // the keeper's
+    int kind = 0;
+    socklen_t size = sizeof kind;
+    if (::getsockopt(kFrontChannel, SOL_SOCKET, SO_TYPE, &kind, &size) != 0 || kind != SOCK_SEQPACKET)
+        throw CommandError(kWrongUsage, R"(the front is started by "diskmgt serve" alone)");
+    becomeAccount(user, group);
+    endWithParent();
+    closeInOnItself();
+    if (::chdir("/") != 0) return kFailureReported;
+    try {
+        Front(firstSettings()).run();
+    } catch (const SettingsError& refused) {
+        throw CommandError(kWrongUsage, refused.what());
+    }
+    return kDone;
+}
+
+}  // namespace diskmgt::serve

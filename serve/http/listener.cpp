@@ -1,0 +1,116 @@
+#include "serve/http/listener.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "serve/http/settings_error.h"
+
+namespace asio = boost::asio;
+
+namespace diskmgt::serve {
+
+namespace {
+
+constexpr int kAtOnce = 8;                        // then those that are connected have their turn
+constexpr std::chrono::milliseconds kPause{100};  // when the kernel has no room for one more
+constexpr std::size_t kNetworkBytes = 8;          // of an IPv6 address; a client chooses the rest at will
+
+union SocketAddress {
+    sockaddr any;
+    sockaddr_in four;
+    sockaddr_in6 six;
+    sockaddr_storage storage;
+};
+
+Peer peerAt(const SocketAddress& from) {
+    char text[INET6_ADDRSTRLEN] = "";
+    if (from.any.sa_family == AF_INET) {
+        (void)::inet_ntop(AF_INET, &from.four.sin_addr, text, sizeof text);
+        return {text, text, {}};
+    }
+    if (from.any.sa_family == AF_INET6) {
+        in6_addr address = from.six.sin6_addr;
+        if (IN6_IS_ADDR_V4MAPPED(&address)) {
+            (void)::inet_ntop(AF_INET, &address.s6_addr[12], text, sizeof text);
+            return {text, text, {}};
+        }
+        (void)::inet_ntop(AF_INET6, &address, text, sizeof text);
+        Peer peer{text, {}, {}};
+        std::memset(&address.s6_addr[kNetworkBytes], 0, sizeof address.s6_addr - kNetworkBytes);
+        (void)::inet_ntop(AF_INET6, &address, text, sizeof text);
+        peer.group = text;
+        return peer;
+    }
+    Peer peer{"unix", "unix", {}};
+    peer.arrival.isOverUnixSocket = true;
+    return peer;
+}
+
+}  // namespace
+
+Listener::Listener(asio::io_context& theLoop, int descriptor, Taken whenTaken)
+    : loop(theLoop), listening(theLoop, descriptor), pause(theLoop), taken(std::move(whenTaken)) {
+    SocketAddress own{};
+    socklen_t size = sizeof own;
+    int isListening = 0;
+    socklen_t flagSize = sizeof isListening;
+    if (::getsockname(descriptor, &own.any, &size) != 0 ||
+        ::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &isListening, &flagSize) != 0 || isListening == 0)
+        throw SettingsError("descriptor " + std::to_string(descriptor) + " is not a listening socket");
+    family = own.any.sa_family;
+    if (family != AF_INET && family != AF_INET6 && family != AF_UNIX)
+        throw SettingsError("descriptor " + std::to_string(descriptor) +
+                            " listens neither on TCP nor on a Unix socket");
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    if (flags < 0 || ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK) != 0)
+        throw SettingsError("descriptor " + std::to_string(descriptor) + " cannot be made not to wait");
+    const int yes = 1;  // what it accepts inherits it; answers are written whole
+    if (family != AF_UNIX) (void)::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+}
+
+void Listener::start() {
+    listening.async_wait(asio::posix::stream_descriptor::wait_read, [this](const Transport::Error& error) {
+        if (!error) takeSome();
+    });
+}
+
+void Listener::takeSome() {
+    for (int count = 0; count < kAtOnce; ++count) {
+        if (takeOne()) continue;
+        if (errno == EAGAIN || errno == EWOULDBLOCK) break;
+        if (errno == ECONNABORTED || errno == EINTR || errno == EPROTO || errno == EPERM) continue;
+        pause.expires_after(kPause);
+        return pause.async_wait([this](const Transport::Error& error) {
+            if (!error) start();
+        });
+    }
+    start();
+}
+
+/// False, with errno, when there is none.
+bool Listener::takeOne() {
+    SocketAddress from{};
+    socklen_t size = sizeof from;
+    const int descriptor = ::accept4(listening.native_handle(), &from.any, &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (descriptor < 0) return false;
+    from.any.sa_family = static_cast<sa_family_t>(family);  // a Unix socket without a name has none
+    Transport::Socket socket(loop);
+    Transport::Error error;
+    (void)socket.assign(asio::generic::stream_protocol(family, 0), descriptor, error);
+    if (error)
+        (void)::close(descriptor);
+    else
+        taken(std::move(socket), peerAt(from));
+    return true;
+}
+
+}  // namespace diskmgt::serve

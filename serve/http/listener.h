@@ -1,0 +1,35 @@
+// One listening socket: takes connections as they come. For the server's own sources: brings Boost.Asio with it.
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <functional>
+
+#include "serve/http/connection.h"
+#include "serve/http/transport.h"
+
+namespace diskmgt::serve {
+
+class Listener {
+public:
+    using Taken = std::function<void(Transport::Socket socket, Peer peer)>;
+
+    /// Owns the descriptor, even when it throws `SettingsError`.
+    Listener(boost::asio::io_context& loop, int descriptor, Taken taken);
+
+    void start();
+    bool isUnixSocket() const { return family == AF_UNIX; }
+
+private:
+    void takeSome();
+    bool takeOne();
+
+    boost::asio::io_context& loop;
+    boost::asio::posix::stream_descriptor listening;
+    boost::asio::steady_timer pause;
+    const Taken taken;
+    int family = 0;
+};
+
+}  // namespace diskmgt::serve

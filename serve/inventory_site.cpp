@@ -1,0 +1,114 @@
+#include "serve/inventory_site.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "serve/cimxml/operations.h"
+#include "serve/snapshot.h"
+
+namespace diskmgt::serve {
+
+namespace {
+
+SiteAnswer plain(unsigned status, const std::string& sentence) {
+    SiteAnswer answer;
+    answer.status = status;
+    answer.contentType = "text/plain; charset=utf-8";
+    answer.body = std::make_shared<const std::string>(sentence + "\n");
+    return answer;
+}
+
+SiteAnswer notYet(const std::string& why) {
+    SiteAnswer answer = plain(503, why);
+    answer.headers.emplace_back("Retry-After", "1");
+    return answer;
+}
+
+}  // namespace
+
+struct InventorySite::Page {
+    enum class Kind { kText, kHealth, kCim };
+
+    const char* path;
+    const char* method;
+    Kind kind;
+    const char* contentType;
+    std::shared_ptr<const std::string> Snapshot::*text;
+};
+
+const InventorySite::Page* InventorySite::pageAt(const std::string& path) {
+    static const Page pages[] = {
+        {"/", "GET", Page::Kind::kText, "text/html; charset=utf-8", &Snapshot::page},
+        {"/inventory.json", "GET", Page::Kind::kText, "application/json", &Snapshot::json},
+        {"/metrics", "GET", Page::Kind::kText, "text/plain; version=0.0.4; charset=utf-8", &Snapshot::metrics},
+        {"/healthz", "GET", Page::Kind::kHealth, "", nullptr},
+        {"/cimom", "POST", Page::Kind::kCim, "", nullptr},
+    };
+    for (const Page& page : pages)
+        if (path == page.path) return &page;
+    return nullptr;
+}
+
+void InventorySite::answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) {
+    ++counted;
+    const Page* const page = pageAt(request.path);
+    if (page == nullptr) return done(plain(404, "There is nothing here; see /, /inventory.json, /metrics, /healthz."));
+    if (request.method != page->method) {
+        SiteAnswer refusal = plain(405, std::string("Use ") + page->method + " here.");
+        const bool isRead = std::string(page->method) == "GET";
+        refusal.headers.emplace_back("Allow", isRead ? "GET, HEAD" : page->method);
+        return done(std::move(refusal));
+    }
+    std::string body = page->kind == Page::Kind::kCim ? request.body : "";
+    freshness.whenFresh([this, page, sent = std::move(body), answered = std::move(done)](bool isFresh) {
+        switch (page->kind) {
+            case Page::Kind::kText:
+                return answered(textAnswer(*page));
+            case Page::Kind::kHealth:
+                return answered(healthAnswer(isFresh));
+            case Page::Kind::kCim:
+                return answered(cimAnswer(sent));
+        }
+    });
+}
+
+void InventorySite::addAge(SiteAnswer& answer) const {
+    if (freshness.snapshot()) answer.headers.emplace_back("Age", std::to_string(freshness.ageSeconds()));
+}
+
+SiteAnswer InventorySite::textAnswer(const Page& page) const {
+    const std::shared_ptr<const Snapshot>& snapshot = freshness.snapshot();
+    if (!snapshot) return notYet("Nothing is known yet: " + freshness.whyNotFresh() + ".");
+    SiteAnswer answer;
+    answer.contentType = page.contentType;
+    answer.body = (*snapshot).*page.text;
+    answer.etag = snapshot->tag;
+    addAge(answer);
+    return answer;
+}
+
+SiteAnswer InventorySite::healthAnswer(bool isFresh) const {
+    const std::shared_ptr<const Snapshot>& snapshot = freshness.snapshot();
+    const bool isWell = isFresh && snapshot && snapshot->stall.empty();
+    SiteAnswer answer = isWell ? plain(200, "ok") : notYet(isFresh ? snapshot->stall : freshness.whyNotFresh() + ".");
+    addAge(answer);
+    return answer;
+}
+
+SiteAnswer InventorySite::cimAnswer(const std::string& body) const {
+    const std::shared_ptr<const Snapshot>& snapshot = freshness.snapshot();
+    CimReply reply = answerCim(body, declarations, snapshot ? &snapshot->store : nullptr,
+                               snapshot ? snapshot->systemName : "localhost",
+                               snapshot ? "" : "nothing is known yet: " + freshness.whyNotFresh());
+    SiteAnswer answer;
+    answer.status = reply.httpStatus;
+    if (!reply.body.empty()) answer.contentType = "application/xml; charset=\"utf-8\"";
+    answer.headers.emplace_back("CIMOperation", "MethodResponse");
+    if (!reply.cimError.empty()) answer.headers.emplace_back("CIMError", reply.cimError);
+    answer.body = std::make_shared<const std::string>(std::move(reply.body));
+    addAge(answer);
+    return answer;
+}
+
+}  // namespace diskmgt::serve

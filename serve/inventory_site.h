@@ -1,0 +1,37 @@
+// What the endpoint serves on which path.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "refhost/api/reference_host.h"
+#include "serve/freshness.h"
+#include "serve/http/site.h"
+
+namespace diskmgt::serve {
+
+class InventorySite : public Site {
+public:
+    /// Both must outlive the site.
+    InventorySite(Freshness& theFreshness, const std::vector<refhost::ClassDeclaration>& declared)
+        : freshness(theFreshness), declarations(declared) {}
+
+    void answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) override;
+    /// How many there were, wrong ones too.
+    std::uint64_t requests() const { return counted; }
+
+private:
+    struct Page;
+    static const Page* pageAt(const std::string& path);
+
+    SiteAnswer textAnswer(const Page& page) const;
+    SiteAnswer healthAnswer(bool isFresh) const;
+    SiteAnswer cimAnswer(const std::string& body) const;
+    void addAge(SiteAnswer& answer) const;
+
+    Freshness& freshness;
+    const std::vector<refhost::ClassDeclaration>& declarations;
+    std::uint64_t counted = 0;
+};
+
+}  // namespace diskmgt::serve

@@ -1,0 +1,212 @@
+// The HTTP server over a site for tests, on loopback. Usage: toy_site [NAME=VALUE...]
+// It prints "listening PORT" once it is ready, and ends when its standard input does.
+#include <arpa/inet.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "serve/http/server.h"
+
+namespace {
+
+using namespace diskmgt::serve;
+using Options = std::map<std::string, std::string>;
+
+std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::optional<std::string> fileOf(const Options& options, const char* name) {
+    const auto found = options.find(name);
+    if (found == options.end()) return std::nullopt;
+    return contentOf(found->second);
+}
+
+Secrets secretsOf(const Options& options) {
+    return {fileOf(options, "cert"), fileOf(options, "key"), fileOf(options, "ca"), fileOf(options, "credentials")};
+}
+
+Limits limitsOf(const Options& options) {
+    Limits limits;
+    const auto set = [&](const char* name, auto& limit) {
+        const auto found = options.find(name);
+        if (found != options.end())
+            limit = std::decay_t<decltype(limit)>(std::strtoul(found->second.c_str(), nullptr, 10));
+    };
+    set("body", limits.bodyBytes);
+    set("head", limits.headBytes);
+    set("connections", limits.connections);
+    set("passwords", limits.passwordsWaiting);
+    set("unpunished", limits.failuresUnpunished);
+    set("pause", limits.firstPause);
+    set("request", limits.request);
+    set("idle", limits.idle);
+    set("write", limits.write);
+    set("linger", limits.linger);
+    return limits;
+}
+
+std::string documentOf(std::size_t bytes) {
+    std::string text;
+    for (int line = 0; text.size() < bytes; ++line)
+        text += "diskmgt_partition_size_bytes{disk=\"sda\",number=\"" + std::to_string(line) + "\"} 1048576\n";
+    text.resize(bytes);
+    return text;
+}
+
+class ToySite : public Site {
+public:
+    explicit ToySite(std::size_t bigBytes)
+        : metrics(std::make_shared<const std::string>(documentOf(30 * 1024))),
+          big(std::make_shared<const std::string>(documentOf(bigBytes))) {}
+
+    void answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) override {
+        const std::string& path = request.path;
+        if (path == "/metrics") return done({200, "text/plain; version=0.0.4", {}, metrics, "m1"});
+        if (path == "/big") return done({200, "application/octet-stream", {}, big, "", false});
+        if (path == "/page") return done({200, "text/html; charset=utf-8", {}, text("<!doctype html><p>disks"), "p1"});
+        if (path == "/echo") return done({200, "text/plain", {}, text(shown(request)), ""});
+        if (path == "/throw") throw std::runtime_error("no answer");
+        if (path == "/header") return done({200, "text/plain", {{"X-Text", "a\r\nSet-Cookie: b"}}, text(""), ""});
+        if (path == "/twice") {
+            done({200, "text/plain", {}, text("first\n"), ""});
+            return done({200, "text/plain", {}, text("second\n"), ""});
+        }
+        if (path == "/hold") return held.push_back(std::move(done));
+        if (path == "/release") {
+            std::vector<std::function<void(SiteAnswer)>> waiting;
+            waiting.swap(held);
+            for (const auto& release : waiting) release({200, "text/plain", {}, text("released\n"), ""});
+            return done({200, "text/plain", {}, text(std::to_string(waiting.size()) + "\n"), ""});
+        }
+        if (path == "/") return done({200, "text/plain", {}, text("hello\n"), ""});
+        done({404, "text/plain", {}, text("nothing is here\n"), ""});
+    }
+
+private:
+    static std::shared_ptr<const std::string> text(std::string content) {
+        return std::make_shared<const std::string>(std::move(content));
+    }
+    static std::string shown(const SiteRequest& request) {
+        std::string lines = "method=" + request.method + "\npath=" + request.path + "\nquery=" + request.query + "\n";
+        for (const auto& [name, value] : request.headers) lines += "header " + name + "=" + value + "\n";
+        return lines + "body=" + request.body;
+    }
+
+    std::shared_ptr<const std::string> metrics;
+    std::shared_ptr<const std::string> big;
+    std::vector<std::function<void(SiteAnswer)>> held;
+};
+
+int tcpSocket() {
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (descriptor < 0 || ::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(descriptor, SOMAXCONN) != 0)
+        throw std::runtime_error("cannot listen on loopback");
+    return descriptor;
+}
+
+unsigned portOf(int descriptor) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    (void)::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);  // one of our own
+    return ntohs(address.sin_port);
+}
+
+int unixSocket(const std::string& path) {
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    if (descriptor < 0 || ::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(descriptor, SOMAXCONN) != 0)
+        throw std::runtime_error("cannot listen on " + path);
+    return descriptor;
+}
+
+/// Signals as a descriptor, so that the server's loop takes them.
+int signalDescriptor() {
+    sigset_t taken;
+    (void)::sigemptyset(&taken);
+    for (const int number : {SIGTERM, SIGHUP}) (void)::sigaddset(&taken, number);
+    (void)::sigprocmask(SIG_BLOCK, &taken, nullptr);
+    return ::signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+void serve(const Options& options) {
+    const auto option = [&](const char* name, const char* usual) {
+        const auto found = options.find(name);
+        return found == options.end() ? std::string(usual) : found->second;
+    };
+    ToySite site(std::strtoul(option("big", "1048576").c_str(), nullptr, 10));
+    ServerSettings settings;
+    settings.limits = limitsOf(options);
+    settings.secrets = secretsOf(options);
+    if (options.count("name") != 0) settings.serverNames = {options.at("name")};
+    if (options.count("log") != 0)
+        settings.log = [](const std::string& line) { (void)std::fprintf(stderr, "%s\n", line.c_str()); };
+    const int signals = signalDescriptor();
+    HttpServer server(site, settings);
+    const int listening = tcpSocket();
+    const unsigned port = portOf(listening);
+    server.listenOn(listening);
+    if (options.count("unix") != 0) server.listenOn(unixSocket(options.at("unix")));
+    server.watch(signals, [&] {
+        signalfd_siginfo signal{};
+        if (::read(signals, &signal, sizeof signal) != sizeof signal) return;
+        if (signal.ssi_signo == SIGTERM) return server.finish();
+        try {
+            server.replaceSettings(secretsOf(options));
+            (void)std::fprintf(stderr, "settings replaced\n");
+        } catch (const SettingsError& error) {
+            (void)std::fprintf(stderr, "settings kept: %s\n", error.what());
+        }
+    });
+    server.watch(STDIN_FILENO, [&] {
+        char byte = 0;
+        if (::read(STDIN_FILENO, &byte, 1) > 0) return;
+        server.unwatch(STDIN_FILENO);
+        server.finish();
+    });
+    server.prepare();
+    (void)std::printf("listening %u\n", port);
+    (void)std::fflush(stdout);
+    server.run();
+    (void)std::printf("finished\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        Options options;
+        for (int at = 1; at < argc; ++at) {
+            const std::string argument = argv[at];
+            options[argument.substr(0, argument.find('='))] = argument.substr(argument.find('=') + 1);
+        }
+        serve(options);
+        return 0;
+    } catch (const std::exception& failure) {
+        (void)std::fprintf(stderr, "%s\n", failure.what());
+        return 2;
+    }
+}
