@@ -45,13 +45,13 @@ def machine():
 
 
 @pytest.fixture(scope="session")
-def endpoint(machine):
+def endpoint(machine, tmp_path_factory):
     """endpoint(name) answers for that machine: `port` on loopback."""
     serving = {}
 
     def get(name):
         if name not in serving:
-            serving[name] = Endpoint(machine(name))
+            serving[name] = Endpoint(machine(name), tmp_path_factory.mktemp(name) / "log")
         return serving[name]
 
     yield get
@@ -64,10 +64,9 @@ def diskmgt(machine):
     """diskmgt(name, arguments...) is what the command prints as JSON on that machine."""
 
     def run(name, *arguments):
-        session = machine(name)
-        virtual = [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
-        command = [os.environ["DISKMGT"], *arguments, "--format", "json"]
-        return session.run(command + (virtual if arguments[0] == "get" else []), check=False).json()
+        # Where the endpoint is: a mount source such as "proc" is also a path from there.
+        command = ["env", "--chdir=/", os.environ["DISKMGT"], *arguments, "--format", "json"]
+        return machine(name).run(command, check=False).json()
 
     return run
 
