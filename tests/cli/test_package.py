@@ -185,6 +185,7 @@ def test_dpkg_installs_and_removes_them_without_a_trace(packages, tmp_path):
     (tmp_path / "var/lib/dpkg/info").mkdir(parents=True)
     (tmp_path / "var/lib/dpkg/updates").mkdir()
     (tmp_path / "var/lib/dpkg/status").touch()
+    (tmp_path / "etc").mkdir()
     dpkg = ["dpkg", f"--root={tmp_path}", "--force-depends", "--force-not-root", "--force-script-chrootless",
             f"--log={tmp_path}/log"]
     output(*dpkg, "--install", *packages.values())
