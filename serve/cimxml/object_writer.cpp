@@ -3,11 +3,14 @@
 #include <optional>
 #include <string_view>
 
-#include "serve/cimxml/names.h"
+#include "serve/cimxml/cim_failure.h"
 
 namespace diskmgt::serve {
 
 namespace {
+
+/// A disk that was made to show a hundred thousand partitions must not fill the memory with one answer.
+constexpr std::size_t kLargestAnswer = std::size_t{64} << 20U;
 
 const char* valueTypeOf(const std::string& type) {
     if (type == "boolean") return "boolean";
@@ -89,6 +92,8 @@ void writeProperty(XmlWriter& xml, const StoredObject& object, const refhost::Pr
 }  // namespace
 
 void writeInstanceName(XmlWriter& xml, const StoredObject& object) {
+    if (xml.written().size() > kLargestAnswer)
+        throw CimFailure(CimStatus::kFailed, "The answer is larger than 64 MiB. Ask for less at a time.");
     bool isBegun = false;
     for (const refhost::PropertyDeclaration* const key : object.cls->keys) {
         const refhost::PropertyValue* const value = valueOf(object, *key);

@@ -16,6 +16,7 @@ struct InstanceView {
     bool hasClassOrigin = false;
 };
 
+/// Throws `CimFailure` when the answer has become too large.
 void writeInstanceName(XmlWriter& xml, const StoredObject& object);
 /// In the short form: a client shows the other one as a key that is missing.
 void writeKeylessName(XmlWriter& xml, const std::string& className);

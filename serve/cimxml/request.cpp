@@ -54,7 +54,7 @@ xml_node expected(const xml_node& node, const char* name) {
 }
 
 std::string attribute(const xml_node& node, const char* name) {
-    const std::string value = node.attribute(name).value();
+    std::string value = node.attribute(name).value();
     if (value.empty()) refuseAsNotValid("The " + nameOf(node) + " lacks the attribute " + name + ".");
     return value;
 }

@@ -139,6 +139,10 @@ TEST_F(CimClasses, AreKnownBeforeAnythingIsCollected) {
         diskmgt::serve::answerCim(diskmgt_test::requestText("GetClass", {{"ClassName", classValue("VEXSG_DiskDrive")}}),
                                   scene.classes(), nullptr, "server1", "Still collecting."));
     EXPECT_EQ(answer.only("//CLASS/@NAME"), "VEXSG_DiskDrive");
+    const Answer associated(diskmgt::serve::answerCim(
+        diskmgt_test::requestText("ReferenceNames", {{"ObjectName", classValue("VEXSG_DiskDrive")}}), scene.classes(),
+        nullptr, "server1", "Still collecting."));
+    EXPECT_GT(associated.count("//CLASSPATH"), 0U);
 }
 
 }  // namespace

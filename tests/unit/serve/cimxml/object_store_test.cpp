@@ -142,6 +142,17 @@ TEST_F(ObjectStores, AnObjectLinkedToItselfIsItsOwnAssociator) {
     EXPECT_EQ(ask(store, "ReferenceNames", {{"ObjectName", named("one")}}).count("//OBJECTPATH"), 1U);
 }
 
+TEST_F(ObjectStores, AnAnswerOfMoreThan64MebibytesIsError1) {
+    std::vector<refhost::Instance> disks;
+    for (char letter = 'a'; letter <= 'r'; ++letter)
+        disks.push_back(disk({{"DeviceID", std::string(4 << 20, letter)}}));
+    const ObjectStore store(host.classes(), std::move(disks));
+    const NamedValues parameters{{"ClassName", classValue("VEXSG_LogicalDisk")}};
+    EXPECT_EQ(ask(store, "EnumerateInstanceNames", parameters).error(), "1");
+    EXPECT_EQ(ask(store, "EnumerateInstances", parameters).description(),
+              "The answer is larger than 64 MiB. Ask for less at a time.");
+}
+
 TEST_F(ObjectStores, InstancesOfUndeclaredClassesAreLeftOut) {
     refhost::Instance stranger = disk({{"DeviceID", "x"}});
     stranger.className = "VEXSG_Stranger";

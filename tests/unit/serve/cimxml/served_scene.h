@@ -11,6 +11,7 @@
 #include "serve/cimxml/operations.h"
 #include "tests/support/fake_os.h"
 #include "tests/support/host_session.h"
+#include "tests/support/made_instance.h"
 
 namespace diskmgt_test {
 
@@ -76,8 +77,5 @@ private:
 
 /// The declaration of a scalar property.
 refhost::PropertyDeclaration property(const std::string& name, const std::string& type, bool isKey = false);
-
-/// An instance of a class, properties by name; those that are not named are null.
-refhost::Instance instanceOf(const refhost::ClassDeclaration& declaration, const NamedValues& properties);
 
 }  // namespace diskmgt_test
