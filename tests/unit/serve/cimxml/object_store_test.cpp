@@ -60,6 +60,16 @@ TEST_F(ObjectStores, NamesThatClientsReadAlikeAreOnePath) {
     EXPECT_THAT(store.duplicates(), SizeIs(2));
 }
 
+TEST_F(ObjectStores, KeysThatRunTogetherAlikeAreTwoPaths) {
+    const auto with = [&](const char* system, const char* name) {
+        return instanceOf(*host.findClass("VEXSG_LogicalDisk"),
+                          {{"SystemCreationClassName", system}, {"SystemName", name}});
+    };
+    const ObjectStore store(host.classes(),
+                            {with("ab", "c"), with("a", "bc"), with("a b", "c"), with("a", "b c"), with("", "abc")});
+    EXPECT_THAT(store.duplicates(), IsEmpty());
+}
+
 TEST_F(ObjectStores, OddNamesAreFoundAsTheyWereRead) {
     const std::vector<std::string> names{"\"/><script>x</script>",
                                          "a & b 'c'",
@@ -125,6 +135,15 @@ TEST_F(ObjectStores, AReferenceThatIsNoPathIsAsGoodAsNull) {
     EXPECT_EQ(answer.count("//INSTANCENAME/KEYBINDING[@NAME='Antecedent']"), 1U);
     EXPECT_EQ(answer.count("//INSTANCENAME/KEYBINDING[@NAME='Dependent']"), 0U);
     EXPECT_EQ(answer.only("//PROPERTY.REFERENCE[@NAME='Dependent']"), "");
+}
+
+TEST_F(ObjectStores, AReferenceWithoutKeysHasTheShortForm) {
+    auto odd = pair(disk({}), disk({}));
+    odd.properties.back().elements.front() = "VEXSG_LogicalDisk";
+    const ObjectStore store(host.classes(), {odd});
+    EXPECT_NE(ask(store, "EnumerateInstances", {{"ClassName", classValue("CIM_BasedOn")}})
+                  .reply.body.find("</LOCALNAMESPACEPATH><INSTANCENAME CLASSNAME=\"VEXSG_LogicalDisk\"/>"),
+              std::string::npos);
 }
 
 TEST_F(ObjectStores, TwoLinksToOneObjectGiveItOnce) {
