@@ -15,7 +15,7 @@ sys.path[:0] = [str(TESTS / "devices"), str(TESTS / "support"), str(Path(__file_
 from machine import kernel  # noqa: E402
 from machine.session import Session  # noqa: E402
 
-from endpoint import Endpoint  # noqa: E402
+from endpoint import Endpoint, RealEndpoint  # noqa: E402
 
 WBEMCLI = shutil.which("wbemcli")
 
@@ -51,7 +51,7 @@ def endpoint(machine):
 
     def get(name):
         if name not in serving:
-            serving[name] = Endpoint(machine(name))
+            serving[name] = (RealEndpoint if "DISKMGT_SERVE" in os.environ else Endpoint)(machine(name))
         return serving[name]
 
     yield get

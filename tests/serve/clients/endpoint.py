@@ -1,7 +1,9 @@
-"""An endpoint for CIM clients: HTTP on loopback, each request answered by `cim_answer` inside a described machine."""
+"""An endpoint for CIM clients: HTTP on loopback, each request answered by `cim_answer` inside a described machine; or the
+real one, whose executable is in DISKMGT_SERVE, running in that machine."""
 
 import http.server
 import os
+import subprocess
 import threading
 
 ANSWER = os.environ.get("CIM_ANSWER")
@@ -54,3 +56,22 @@ def _handler(endpoint):
             pass
 
     return Handler
+
+
+class RealEndpoint:
+    """The same by diskmgt-serve."""
+
+    def __init__(self, session):
+        inside = ["nsenter", "--target", str(session.init), "--mount", "--uts", "--pid", "--"]
+        virtual = [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
+        self.process = subprocess.Popen(
+            [*inside, os.environ["DISKMGT_SERVE"], "--listen", "127.0.0.1:0", "--max-age", "1000", *virtual],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.port = int(self.process.stdout.readline().decode().rstrip("/\n").rpartition(":")[2])
+
+    def close(self):
+        children = subprocess.run(["pgrep", "--parent", str(self.process.pid)], capture_output=True, text=True, check=False)
+        for keeper in children.stdout.split():
+            os.kill(int(keeper), 15)
+        self.process.wait(timeout=60)
+        self.process.stdout.close()
