@@ -65,7 +65,7 @@ class RealEndpoint:
         inside = ["nsenter", "--target", str(session.init), "--mount", "--uts", "--pid", "--"]
         virtual = [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
         self.process = subprocess.Popen(
-            [*inside, os.environ["DISKMGT_SERVE"], "--listen", "127.0.0.1:0", "--max-age", "1000", *virtual],
+            [*inside, os.environ["DISKMGT_SERVE"], "--listen", "127.0.0.1:0", "--max-age", "0", *virtual],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.port = int(self.process.stdout.readline().decode().rstrip("/\n").rpartition(":")[2])
 
