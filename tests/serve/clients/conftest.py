@@ -66,7 +66,8 @@ def diskmgt(machine):
     def run(name, *arguments):
         session = machine(name)
         virtual = [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
-        command = [os.environ["DISKMGT"], *arguments, "--format", "json"]
+        # Sources of mounts are looked up in the working directory, which is the endpoint's here.
+        command = ["env", "--chdir=/", os.environ["DISKMGT"], *arguments, "--format", "json"]
         return session.run(command + (virtual if arguments[0] == "get" else []), check=False).json()
 
     return run

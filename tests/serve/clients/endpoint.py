@@ -23,7 +23,7 @@ class Endpoint:
 
     def answer(self, body):
         """The HTTP status, the body and the header CIMError of the answer."""
-        command = [ANSWER, PLUGIN, *self.session.machine.virtual_devices]
+        command = ["env", "--chdir=/", ANSWER, PLUGIN, *self.session.machine.virtual_devices]
         with self.lock:
             result = self.session.run(command, os.fsdecode(body), check=False)
         if result.status == 4:
