@@ -142,9 +142,11 @@ bool isOperandOfTree(const std::string& word) {
     return !word.empty() && nearestNames(word, commandNames()).empty() && namesDevice(word);
 }
 
-[[noreturn]] void refuseCommand(const std::string& name) {
+/// `otherwise`: what is said of a word that no command's name is like.
+[[noreturn]] void refuseCommand(const std::string& name, const char* otherwise = "") {
     const std::vector<std::string> names = commandNames();
-    wrongUsage("unknown command \"" + name + "\"" + didYouMean(nearestNames(name, names)) +
+    const std::string meant = didYouMean(nearestNames(name, names));
+    wrongUsage("unknown command \"" + name + "\"" + (meant.empty() ? otherwise : meant) +
                "; the commands are: " + joined(names, ", ") + seeHelp(""));
 }
 
@@ -236,14 +238,15 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         words = readStretch(defaultCommand(), std::move(words), given, shownText);
         if (!shownText.empty()) return showing(shownText);
         if (!words.empty()) {
-            if (words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
+            const bool isEndOfOptions = words.front() == "--";
+            if (!isEndOfOptions && words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
             command = findCommand(words.front());
             if (command != nullptr) {
                 words.erase(words.begin());
-            } else if (isOperandOfTree(words.front())) {
+            } else if (isEndOfOptions || isOperandOfTree(words.front())) {
                 command = findCommand("tree");
             } else {
-                refuseCommand(words.front());
+                refuseCommand(words.front(), ", and no device has that name");
             }
         }
     } else {

@@ -21,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/commands/session_options.h"
 #include "inventory/machine_account.h"
 #include "worker/early_end.h"
 #include "worker/standard_output.h"
@@ -124,9 +125,19 @@ private:
         wants.prepare = [this] { signals.restore(); };
         worker::account().reset(writing(options, limitSeconds), "writing " + options.outputFile);
         Worker started(work, wants);
-        if (collects) (void)machineAccount();
+        if (collects) prepareDelivery();
         // Not on the stack, whose every page a large frame touches.
         return std::make_unique<worker::Watch>(started, signals)->run();
+    }
+
+    /// What does not need CIM's account is done while it is collected, and the process that delivers inherits it.
+    void prepareDelivery() const {
+        (void)machineAccount();
+        try {
+            const PluginSession host(sessionOptions(options));
+        } catch (const std::exception&) {
+            // The process that delivers meets it again, and says so.
+        }
     }
 
     /// Says in one sentence why the work ended before it was done, if it did.

@@ -20,7 +20,6 @@ namespace diskmgt::serve {
 
 namespace {
 
-constexpr int kAtOnce = 8;                        // then those that are connected have their turn
 constexpr std::chrono::milliseconds kPause{100};  // when the kernel has no room for one more
 constexpr std::size_t kNetworkBytes = 8;          // of an IPv6 address; a client chooses the rest at will
 
@@ -79,29 +78,23 @@ Listener::Listener(asio::io_context& theLoop, int descriptor, Taken whenTaken)
 
 void Listener::start() {
     listening.async_wait(asio::posix::stream_descriptor::wait_read, [this](const Transport::Error& error) {
-        if (!error) takeSome();
+        if (!error) takeOne();
     });
 }
 
-void Listener::takeSome() {
-    for (int count = 0; count < kAtOnce; ++count) {
-        if (takeOne()) continue;
-        if (errno == EAGAIN || errno == EWOULDBLOCK) break;
-        if (errno == ECONNABORTED || errno == EINTR || errno == EPROTO || errno == EPERM) continue;
+/// One alone, then those that are connected have their turn: what they have sent by now is read before the next
+/// connection takes the place of one that has sent nothing.
+void Listener::takeOne() {
+    SocketAddress from{};
+    socklen_t size = sizeof from;
+    const int descriptor = ::accept4(listening.native_handle(), &from.any, &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (descriptor < 0) {
+        if (errno != EMFILE && errno != ENFILE && errno != ENOBUFS && errno != ENOMEM) return start();
         pause.expires_after(kPause);
         return pause.async_wait([this](const Transport::Error& error) {
             if (!error) start();
         });
     }
-    start();
-}
-
-/// False, with errno, when there is none.
-bool Listener::takeOne() {
-    SocketAddress from{};
-    socklen_t size = sizeof from;
-    const int descriptor = ::accept4(listening.native_handle(), &from.any, &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (descriptor < 0) return false;
     from.any.sa_family = static_cast<sa_family_t>(family);  // a Unix socket without a name has none
     Transport::Socket socket(loop);
     Transport::Error error;
@@ -110,7 +103,7 @@ bool Listener::takeOne() {
         (void)::close(descriptor);
     else
         taken(std::move(socket), peerAt(from));
-    return true;
+    start();
 }
 
 }  // namespace diskmgt::serve

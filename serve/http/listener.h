@@ -22,8 +22,7 @@ public:
     bool isUnixSocket() const { return family == AF_UNIX; }
 
 private:
-    void takeSome();
-    bool takeOne();
+    void takeOne();
 
     boost::asio::io_context& loop;
     boost::asio::posix::stream_descriptor listening;

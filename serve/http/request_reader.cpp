@@ -170,7 +170,9 @@ void RequestReader::readHead() {
         if (isNew) continue;
         if (name == "content-length" || name == "transfer-encoding" || name == "host" || name == "authorization")
             return (void)refuse(400, "A header that may come only once is there twice.");
-        known->second.append(", ").append(field.value().data(), field.value().size());
+        if (field.value().empty()) continue;  // an empty part of a list is none
+        if (!known->second.empty()) known->second.append(", ");
+        known->second.append(field.value().data(), field.value().size());
     }
     const std::string& length = requestHead.header("content-length");
     if (!std::all_of(length.begin(), length.end(), isDigit))

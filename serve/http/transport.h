@@ -25,7 +25,7 @@ public:
     Transport& operator=(const Transport&) = delete;
     virtual ~Transport() = default;
 
-    /// Needed once, before anything else.
+    /// Needed once, before anything else. May be done at once.
     virtual void handshake(std::function<void(const Error&)> done) = 0;
     virtual void readSome(boost::asio::mutable_buffer buffer, Moved done) = 0;
     virtual void writeSome(const Buffers& buffers, Moved done) = 0;

@@ -69,6 +69,19 @@ os.waitpid(child, 0)
 """
 
 
+def name_spaces_of(session):
+    """{number inside the machine: (mount name space, mount table)} of each process there."""
+    inside, found = os.readlink(f"/proc/{session.init}/ns/pid"), {}
+    for place in Path("/proc").glob("[0-9]*"):
+        try:
+            if os.readlink(place / "ns" / "pid") == inside:
+                number = re.search(r"^NSpid:.*\s(\d+)$", (place / "status").read_text(encoding="utf-8"), re.MULTILINE)[1]
+                found[number] = os.readlink(place / "ns" / "mnt"), (place / "mountinfo").read_text(encoding="utf-8")
+        except OSError:
+            pass  # it ended
+    return found
+
+
 def processes_of(session, command):
     """The states of the command's processes inside the machine."""
     return [line.split()[0] for line in session.run(["sh", "-c", LIST, "sh", command.name]).stdout.splitlines()]
@@ -144,6 +157,17 @@ def test_a_block_device_that_a_program_serves_is_no_local_file_system(tmp_path, 
     assert "the file system mounted on /media/dead (fuseblk) does not answer" in done.stderr
     device = next(row for row in json.loads(done.stdout)["diskmgt"]["devices"] if row["name"] == "sda1")
     assert device["cim"]["partition"]["reported"] is True
+
+
+def test_neither_server_nor_first_process_is_the_last_that_has_a_dead_mount(tmp_path):
+    """Or a machine with one of a block device would never end: see dead_mount.py."""
+    with Session(write_machine(tmp_path, mtab=[])) as session:
+        holder = session.run([sys.executable, "-B", HERE / "dead_mount.py", "/media/dead"]).stdout.strip()
+        found = name_spaces_of(session)
+        session.run(["kill", "-KILL", holder], check=False)
+    assert " /media/dead " in found["1"][1]
+    assert " /media " in found[holder][1] and " /media/dead " not in found[holder][1]
+    assert [number for number, (space, _) in found.items() if space == found["1"][0] and number not in ("1", holder)]
 
 
 @pytest.mark.parametrize("words", [["get", "VEXSG_DiskDrive"], ["export", "json"], ["classes"]])

@@ -15,7 +15,7 @@ sys.path[:0] = [str(TESTS / "devices"), str(TESTS / "support"), str(Path(__file_
 from machine import kernel  # noqa: E402
 from machine.session import Session  # noqa: E402
 
-from endpoint import Endpoint  # noqa: E402
+from endpoint import Endpoint, virtual_options  # noqa: E402
 
 WBEMCLI = shutil.which("wbemcli")
 
@@ -64,9 +64,11 @@ def diskmgt(machine):
     """diskmgt(name, arguments...) is what the command prints as JSON on that machine."""
 
     def run(name, *arguments):
+        session = machine(name)
+        virtual = virtual_options(session) if arguments[0] == "get" else []
         # Where the endpoint is: a mount source such as "proc" is also a path from there.
-        command = ["env", "--chdir=/", os.environ["DISKMGT"], *arguments, "--format", "json"]
-        return machine(name).run(command, check=False).json()
+        command = ["env", "--chdir=/", os.environ["DISKMGT"], *arguments, "--format", "json", *virtual]
+        return session.run(command, check=False).json()
 
     return run
 

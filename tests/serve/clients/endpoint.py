@@ -8,12 +8,16 @@ from pathlib import Path
 ENDPOINT = os.environ.get("DISKMGT_SERVE", "")
 
 
+def virtual_options(session):
+    return [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
+
+
 class Endpoint:
     """Answers at http://localhost:port/ from one collection, until close()."""
 
     def __init__(self, session, log):
         command = ["nsenter", "--target", str(session.init), "--mount", "--uts", "--pid", "--",
-                   ENDPOINT, "--listen", "127.0.0.1:0", "--max-age", "3600"]
+                   ENDPOINT, "--listen", "127.0.0.1:0", "--max-age", "3600", *virtual_options(session)]
         with open(log, "wb") as errors:
             self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=errors,
                                             text=True, env={**os.environ, "LC_ALL": "C.UTF-8"})

@@ -1,5 +1,6 @@
 // The HTTP server over a site for tests, on loopback. Usage: toy_site [NAME=VALUE...]
-// It prints "listening PORT" once it is ready, and ends when its standard input does.
+// It prints "listening PORT" once it is ready. A line on its standard input answers what is held; it ends when that
+// does.
 #include <arpa/inet.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -59,6 +60,7 @@ Limits limitsOf(const Options& options) {
     set("idle", limits.idle);
     set("write", limits.write);
     set("linger", limits.linger);
+    set("finish", limits.finish);
     return limits;
 }
 
@@ -90,13 +92,18 @@ public:
         }
         if (path == "/hold") return held.push_back(std::move(done));
         if (path == "/release") {
-            std::vector<std::function<void(SiteAnswer)>> waiting;
-            waiting.swap(held);
-            for (const auto& release : waiting) release({200, "text/plain", {}, text("released\n"), ""});
-            return done({200, "text/plain", {}, text(std::to_string(waiting.size()) + "\n"), ""});
+            return done({200, "text/plain", {}, text(std::to_string(release()) + "\n"), ""});
         }
         if (path == "/") return done({200, "text/plain", {}, text("hello\n"), ""});
         done({404, "text/plain", {}, text("nothing is here\n"), ""});
+    }
+
+    /// Answers what is held; how many these are.
+    std::size_t release() {
+        std::vector<std::function<void(SiteAnswer)>> waiting;
+        waiting.swap(held);
+        for (const auto& done : waiting) done({200, "text/plain", {}, text("released\n"), ""});
+        return waiting.size();
     }
 
 private:
@@ -182,8 +189,8 @@ void serve(const Options& options) {
         }
     });
     server.watch(STDIN_FILENO, [&] {
-        char byte = 0;
-        if (::read(STDIN_FILENO, &byte, 1) > 0) return;
+        char line[64];
+        if (::read(STDIN_FILENO, line, sizeof line) > 0) return (void)site.release();
         server.unwatch(STDIN_FILENO);
         server.finish();
     });
