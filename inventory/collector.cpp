@@ -119,13 +119,13 @@ private:
         return static_cast<bool>(node);
     }
 
+    static constexpr int kUsualAnswer = 300;  // milliseconds; who is silent for longer is named
+
     /// Looked up once: the host searches sysfs each time it is asked.
     const std::vector<std::string>& virtualDevices() {
         if (!presented) presented = session.host().virtualDevices();
         return *presented;
     }
-
-    static constexpr int kUsualAnswer = 300;  // milliseconds; who is silent for longer is named
 
     PluginSession& session;
     const ResidentCollection* const resident;  // null: this process ends with what it collects
