@@ -84,7 +84,8 @@ void compare(const Reading& whole, const Reading& cut) {
 }
 
 void writeAndReadBack(const Request& request) {
-    std::string text = request.head.method + " " + request.head.target + " HTTP/1." + std::to_string(request.head.minorVersion) + "\r\n";
+    std::string text = request.head.method + " " + request.head.target + " HTTP/1." +
+                       std::to_string(request.head.minorVersion) + "\r\n";
     Request plain = request;
     (void)plain.head.headers.erase("transfer-encoding");
     plain.head.headers["content-length"] = std::to_string(plain.body.size());
@@ -92,7 +93,7 @@ void writeAndReadBack(const Request& request) {
         require(!hasControl(name) && !hasControl(value), "no header has a control character");
         text += name + ": " + value + "\r\n";
     }
-    const Limits wide{1U << 20U, 1U << 20U};
+    const Limits wide{16384, 65536};
     const Reading again = readInPieces(text + "\r\n" + plain.body, std::string::npos, wide);
     require(again.requests.size() == 1 && !again.refusal, "a request that is written plainly is one request");
     require(isSame(again.requests[0], plain), "it is the same request");
@@ -102,7 +103,8 @@ void decide(const Request& request) {
     const RequestTarget target = requestTarget(request.head);
     if (!target.refusal) {
         require(target.path == "*" || target.path.front() == '/', "a path begins with a slash");
-        require(!hasControl(target.path) && target.path.find('\t') == std::string::npos, "a path has no control character");
+        require(!hasControl(target.path) && target.path.find('\t') == std::string::npos,
+                "a path has no control character");
     }
     for (const bool isLocal : {false, true}) {
         Arrival arrival;
@@ -110,16 +112,19 @@ void decide(const Request& request) {
         const Refusal refusal = headRefusal(request.head, target, {"disks.example"}, arrival);
         if (isLocal || refusal || !request.head.has("host")) continue;
         std::string host = comparableHost(request.head.header("host"));
-        if (host.find(':') != std::string::npos && host.find("::") == std::string::npos) host = host.substr(0, host.rfind(':'));
+        if (host.find(':') != std::string::npos && host.find("::") == std::string::npos)
+            host = host.substr(0, host.rfind(':'));
         host = comparableHost(host);
-        require(isLoopbackHost(host) || host == "disks.example" || host.front() == '[' || host.find("::1") != std::string::npos,
+        require(isLoopbackHost(host) || host == "disks.example" || host.front() == '[' ||
+                    host.find("::1") != std::string::npos,
                 "a request that is taken names this server");
     }
     (void)matchesEtag(request.head.header("if-none-match"), "tag");
     (void)acceptsGzip(request.head.header("accept-encoding"));
     NameAndPassword given;
     if (readBasicCredentials(request.head.header("authorization"), given))
-        require(given.name.find(':') == std::string::npos && given.password.find('\0') == std::string::npos, "a name ends at the colon");
+        require(given.name.find(':') == std::string::npos && given.password.find('\0') == std::string::npos,
+                "a name ends at the colon");
     AccessRecord record;
     record.method = request.head.method;
     record.target = request.head.target;

@@ -64,7 +64,8 @@ void Connection::arm() {
 }
 
 void Connection::expired() {
-    if (now == Phase::checking || now == Phase::answering) return;
+    if (now == Phase::checking) return;
+    if (now == Phase::answering) return explain({503, "The answer takes too long."}, {{"Retry-After", "10"}});
     if (now != Phase::sending) return close();
     isLate = true;  // its reading says so
     Error ignored;
@@ -171,11 +172,8 @@ void Connection::checkPassword() {
         access.user = rememberedName;
         return askSite();
     }
-    const std::vector<std::pair<std::string, std::string>> challenge{
-        {"WWW-Authenticate", "Basic realm=\"" + shared.product + "\", charset=\"UTF-8\""}};
     NameAndPassword given;
-    if (!readBasicCredentials(authorization, given))
-        return explain({401, "A name and a password are needed."}, challenge);
+    if (!readBasicCredentials(authorization, given)) return explain({401, "A name and a password are needed."});
 
     const auto pause = shared.failedAttempts.pause(client.group, Clock::now());
     if (pause.count() > 0)
@@ -208,9 +206,7 @@ void Connection::checkPassword() {
 
 void Connection::checked(bool isRight, const std::shared_ptr<const Credentials>& by, const std::string& name) {
     if (now != Phase::checking) return;
-    if (!isRight)
-        return explain({401, "The name or the password is wrong."},
-                       {{"WWW-Authenticate", "Basic realm=\"" + shared.product + "\", charset=\"UTF-8\""}});
+    if (!isRight) return explain({401, "The name or the password is wrong."});
     rememberedHeader = fingerprint(requests.head().header("authorization"));
     rememberedBy = by;
     rememberedName = access.user = name;
@@ -221,6 +217,7 @@ void Connection::checked(bool isRight, const std::shared_ptr<const Credentials>&
 
 void Connection::askSite() {
     enter(Phase::answering);
+    limit(shared.limits.answer);
     const RequestHead& head = requests.head();
     SiteRequest request{head.method == "HEAD" ? "GET" : head.method, target.path, target.query, requests.takeBody(),
                         head.headers};
@@ -272,6 +269,8 @@ void Connection::explain(const Refusal& refusal, std::vector<std::pair<std::stri
     head.status = refusal.status;
     head.contentType = kPlainText;
     head.headers = std::move(headers);
+    if (refusal.status == 401)
+        head.headers.emplace_back("WWW-Authenticate", "Basic realm=\"" + shared.product + R"(", charset="UTF-8")");
     send(std::move(head), std::make_shared<const std::string>(refusal.reason + "\n"));
 }
 

@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -57,12 +58,15 @@ Peer peerAt(const SocketAddress& from) {
 }  // namespace
 
 Listener::Listener(asio::io_context& theLoop, int descriptor, Taken whenTaken)
-    : loop(theLoop), listening(theLoop, descriptor), pause(theLoop), taken(std::move(whenTaken)) {
+    : loop(theLoop), listening(theLoop), pause(theLoop), taken(std::move(whenTaken)) {
+    Transport::Error error;
+    (void)listening.assign(descriptor, error);
+    if (error) (void)::close(descriptor);
     SocketAddress own{};
     socklen_t size = sizeof own;
     int isListening = 0;
     socklen_t flagSize = sizeof isListening;
-    if (::getsockname(descriptor, &own.any, &size) != 0 ||
+    if (error || ::getsockname(descriptor, &own.any, &size) != 0 ||
         ::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &isListening, &flagSize) != 0 || isListening == 0)
         throw SettingsError("descriptor " + std::to_string(descriptor) + " is not a listening socket");
     family = own.any.sa_family;

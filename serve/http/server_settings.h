@@ -20,6 +20,7 @@ struct Limits {
     std::chrono::milliseconds firstPause{1000};      // after the first failure that is punished
     std::chrono::milliseconds longestPause{60'000};  // a failure is forgotten after ten of them
     std::chrono::milliseconds request{10'000};       // to send one, handshake included
+    std::chrono::milliseconds answer{30'000};        // for the site to answer; then 503
     std::chrono::milliseconds idle{60'000};          // of a kept connection between two requests
     std::chrono::milliseconds write{20'000};         // to take the next 64 KiB of an answer
     std::chrono::milliseconds linger{1000};          // to read an answer that comes before its request has ended

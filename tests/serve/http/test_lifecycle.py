@@ -4,10 +4,11 @@ import contextlib
 import re
 import shutil
 import signal
-import socket
 import subprocess
 
 import pytest
+
+from toy_server import IS_INSTRUMENTED
 
 HOLD = "GET /hold HTTP/1.1\r\nHost: localhost\r\n\r\n"
 
@@ -59,6 +60,7 @@ def can_trace():
                                                      stderr=subprocess.DEVNULL).returncode == 0
 
 
+@pytest.mark.skipif(IS_INSTRUMENTED, reason="the sanitizers open files of their own")
 @pytest.mark.skipif(not can_trace(), reason="strace is missing or may not trace")
 @pytest.mark.parametrize("is_secure", [False, True], ids=["plain", "tls"])
 def test_nothing_is_opened_once_the_server_is_prepared(start, certificates, passwords, tmp_path, is_secure):

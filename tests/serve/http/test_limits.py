@@ -5,6 +5,10 @@ import socket
 import subprocess
 from concurrent.futures import ThreadPoolExecutor
 
+import pytest
+
+from toy_server import IS_INSTRUMENTED
+
 MIB = 1024 * 1024
 GET = "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n"
 HOLD = "GET /hold HTTP/1.1\r\nHost: localhost\r\n\r\n"
@@ -55,6 +59,15 @@ def test_a_kept_connection_may_wait_longer_than_a_request(start):
         assert kept.ask().status == 200
         assert silent.is_closed()  # the limit of a request is over
         assert kept.ask().status == 200
+
+
+def test_a_site_that_does_not_answer_is_not_waited_for(start):
+    toy = start(answer=300)
+    with toy.client() as client:
+        answer = client.ask("/hold")
+        assert (answer.status, answer.header("Retry-After")) == (503, "10")
+        assert client.ask("/release").body == b"1\n"  # too late for the first
+        assert client.ask().body == b"hello\n"
 
 
 def test_who_does_not_read_an_answer_is_dropped(start):
@@ -166,6 +179,7 @@ def test_a_thousand_connections_at_once(toy):
         assert toy.descriptors() < 64 + 20
 
 
+@pytest.mark.skipif(IS_INSTRUMENTED, reason="the sanitizers need descriptors of their own")
 def test_a_server_without_descriptors_serves_again_when_it_has_some(start):
     toy = start(connections=64)
     subprocess.run(["prlimit", f"--pid={toy.pid}", f"--nofile={toy.descriptors() + 4}"], check=True)

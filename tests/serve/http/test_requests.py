@@ -6,6 +6,8 @@ import subprocess
 
 import pytest
 
+from toy_server import Client
+
 
 def curl(toy, path, *options):
     result = subprocess.run(["curl", "-s", "-S", "--max-time", "60", *options, f"http://localhost:{toy.port}{path}"],
@@ -168,6 +170,17 @@ def test_any_host_will_do_on_a_unix_socket(start, tmp_path):
         assert client.send("GET / HTTP/1.1\r\nHost: whatever\r\n\r\n").answer().status == 200
     result = subprocess.run(["curl", "-sS", "--unix-socket", tmp_path / "socket", "http://disks/"], capture_output=True, check=True)
     assert result.stdout == b"hello\n"
+
+
+def test_ipv6_is_served_too(start):
+    try:
+        toy = start(six=1, log=1)
+    except AssertionError:
+        pytest.skip("no IPv6 on loopback")
+    with Client(socket.create_connection(("::1", toy.port))) as client:
+        assert client.send(f"GET /echo HTTP/1.1\r\nHost: [::1]:{toy.port}\r\n\r\n").answer().status == 200
+    assert toy.finish() == 0
+    assert ' ::1 - "GET /echo HTTP/1.1" 200 ' in toy.log()
 
 
 def test_a_site_that_fails_costs_one_answer(toy):

@@ -57,6 +57,7 @@ Limits limitsOf(const Options& options) {
     set("unpunished", limits.failuresUnpunished);
     set("pause", limits.firstPause);
     set("request", limits.request);
+    set("answer", limits.answer);
     set("idle", limits.idle);
     set("write", limits.write);
     set("linger", limits.linger);
@@ -121,33 +122,36 @@ private:
     std::vector<std::function<void(SiteAnswer)>> held;
 };
 
-int tcpSocket() {
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+int listening(sockaddr* address, socklen_t size) {
+    const int descriptor = ::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (descriptor < 0 || ::bind(descriptor, address, size) != 0 || ::listen(descriptor, SOMAXCONN) != 0)
+        throw std::runtime_error("cannot listen");
+    (void)::getsockname(descriptor, address, &size);  // one of our own
+    return descriptor;
+}
+
+int tcpSocket(unsigned& port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (descriptor < 0 || ::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(descriptor, SOMAXCONN) != 0)
-        throw std::runtime_error("cannot listen on loopback");
+    const int descriptor = listening(reinterpret_cast<sockaddr*>(&address), sizeof address);
+    port = ntohs(address.sin_port);
     return descriptor;
 }
 
-unsigned portOf(int descriptor) {
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    (void)::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);  // one of our own
-    return ntohs(address.sin_port);
+int tcp6Socket(unsigned port) {
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_addr = in6addr_loopback;
+    address.sin6_port = htons(static_cast<std::uint16_t>(port));
+    return listening(reinterpret_cast<sockaddr*>(&address), sizeof address);
 }
 
 int unixSocket(const std::string& path) {
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    if (descriptor < 0 || ::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(descriptor, SOMAXCONN) != 0)
-        throw std::runtime_error("cannot listen on " + path);
-    return descriptor;
+    return listening(reinterpret_cast<sockaddr*>(&address), sizeof address);
 }
 
 /// Signals as a descriptor, so that the server's loop takes them.
@@ -173,9 +177,9 @@ void serve(const Options& options) {
         settings.log = [](const std::string& line) { (void)std::fprintf(stderr, "%s\n", line.c_str()); };
     const int signals = signalDescriptor();
     HttpServer server(site, settings);
-    const int listening = tcpSocket();
-    const unsigned port = portOf(listening);
-    server.listenOn(listening);
+    unsigned port = 0;
+    server.listenOn(tcpSocket(port));
+    if (options.count("six") != 0) server.listenOn(tcp6Socket(port));
     if (options.count("unix") != 0) server.listenOn(unixSocket(options.at("unix")));
     server.watch(signals, [&] {
         signalfd_siginfo signal{};

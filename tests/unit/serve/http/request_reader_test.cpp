@@ -34,7 +34,8 @@ std::string request(const std::string& headers, const std::string& body = "") {
 }
 
 TEST(RequestReader, ReadsARequestAtOnceOrByteByByte) {
-    const std::string bytes = "GET /metrics?a=b HTTP/1.1\r\nHost: localhost:5988\r\nAccept: a\r\nACCEPT:\tb \r\naccept:\r\n\r\n";
+    const std::string bytes =
+        "GET /metrics?a=b HTTP/1.1\r\nHost: localhost:5988\r\nAccept: a\r\nACCEPT:\tb \r\naccept:\r\n\r\n";
     for (const std::size_t piece : {bytes.size(), std::size_t{1}}) {
         RequestReader reader(kHead, kBody);
         ASSERT_EQ(feed(reader, bytes, piece), State::complete);
@@ -195,9 +196,9 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"chunks_past_the_limit",
                               request(kChunked, "10000\r\n" + std::string(kBody, 'x') + "\r\n1\r\n"), 413},
                       Refused{"a_chunk_size_past_64_bits", request(kChunked, "10000000000000000\r\n"), 400},
-                      Refused{"a_chunk_size_that_is_no_number", request(kChunked, "g\r\n"), 400},
+                      Refused{"a_chunk_size_that_is_no_number", request(kChunked, "g\r\n\r\n"), 400},
                       Refused{"a_chunk_longer_than_its_size", request(kChunked, "3\r\nabcd\r\n0\r\n\r\n"), 400},
-                      Refused{"a_chunk_line_with_a_bare_return", request(kChunked, "3\rx"), 400},
+                      Refused{"a_chunk_line_with_a_bare_return", request(kChunked, "3\rxyz"), 400},
                       Refused{"an_endless_chunk_line", request(kChunked, "3;" + std::string(20000, 'a')), 431},
                       Refused{"endless_trailers", request(kChunked, "0\r\nX: " + std::string(20000, 'a')), 431},
                       Refused{"a_folded_header", kLine + "Host: a\r\nX: b\r\n c\r\n\r\n", 400},
