@@ -165,6 +165,15 @@ def test_third_collector_is_not_started_beside_two_that_cannot_be_killed(serve, 
     assert len(collectors_of(endpoint)) == 1
 
 
+def test_node_that_would_hold_the_plug_in_costs_the_drives_alone(serve, server):
+    server.run(["sh", "-c", "rm /dev/sda && mkfifo /dev/sda"])
+    endpoint = serve("--max-age", "0", session=server).start()
+    wait_until(lambda: endpoint.ask("/healthz").status == 200, "a collection ends")
+    answer = endpoint.ask("/inventory.json")
+    assert '"not-a-block-device"' in answer.text and '"complete": false' in answer.text
+    assert '"VEXSG_LogicalDisk": [\n' in answer.text
+
+
 def resources(endpoint):
     """Bytes of memory of its own, descriptors and children, of the three processes."""
     found = {}
