@@ -154,6 +154,20 @@ TEST_F(ObjectStores, TwoLinksToOneObjectGiveItOnce) {
     EXPECT_EQ(ask(store, "ReferenceNames", {{"ObjectName", named("one")}}).count("//OBJECTPATH"), 2U);
 }
 
+TEST_F(ObjectStores, LinksComeInTheOrderOfTheirClassesWhateverTheOrderOfTheInstances) {
+    const auto one = disk({{"DeviceID", "one"}});
+    const auto two = disk({{"DeviceID", "two"}});
+    const auto later = instanceOf(*host.findClass("VEXSG_LogicalDiskBasedOnExtent"),
+                                  {{"Antecedent", one.path}, {"Dependent", two.path}});
+    const ObjectStore store(host.classes(), {later, pair(two, one), pair(one, two), one, two});
+    EXPECT_THAT(ask(store, "ReferenceNames", {{"ObjectName", named("one")}})
+                    .all("//INSTANCEPATH/INSTANCENAME[not(ancestor::KEYBINDING)]/@CLASSNAME"),
+                ElementsAre("CIM_BasedOn", "CIM_BasedOn", "VEXSG_LogicalDiskBasedOnExtent"));
+    EXPECT_THAT(ask(store, "ReferenceNames", {{"ObjectName", named("one")}})
+                    .all("//KEYBINDING[@NAME='Antecedent']//KEYBINDING[@NAME='DeviceID']/KEYVALUE"),
+                ElementsAre("two", "one", "one"));
+}
+
 TEST_F(ObjectStores, AnObjectLinkedToItselfIsItsOwnAssociator) {
     const auto one = disk({{"DeviceID", "one"}});
     const ObjectStore store(host.classes(), {one, pair(one, one)});
