@@ -102,7 +102,7 @@ _diskmgt() {
             _diskmgt_columns "$1"
             return
             ;;
-        --plugin | --output)
+        --plugin | --schema | --output)
             _filedir
             return
             ;;

@@ -105,7 +105,7 @@ _diskmgt_value() {
         --log-level) _wanted levels expl level compadd error warning status debug verbose none ;;
         --color) _wanted times expl when compadd auto always never ;;
         --columns) _diskmgt_columns ;;
-        --plugin | --output) _files ;;
+        --plugin | --schema | --output) _files ;;
         --timeout) _message seconds ;;
         --virtual-device) _message text ;;
     esac

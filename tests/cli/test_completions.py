@@ -76,7 +76,7 @@ def test_properties_of_the_named_classes_are_offered_one_after_the_other(offers)
 
 
 @pytest.mark.parametrize("words", [("probe", "disk"), ("diff", "disk"), ("get", "--output", "disk"),
-                                   ("plugin", "--plugin=disk")])
+                                   ("plugin", "--plugin=disk"), ("classes", "--schema", "disk")])
 def test_files_are_offered(offers, tmp_path, words):
     (tmp_path / "disk.img").touch()
     assert offers(*words) == ["disk.img"]

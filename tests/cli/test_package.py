@@ -110,8 +110,10 @@ def test_places_are_those_of_debian(trees):
             "usr/lib/systemd/system/diskmgt-collect.socket", "usr/lib/systemd/system/diskmgt-collect@.service",
             "usr/share/doc/diskmgt-serve/ENDPOINT.md"} <= present["diskmgt-serve"]
     assert {"usr/lib/diskmgt/libtalcore.so", "usr/lib/diskmgt/libtalbase.so"} <= present["libdiskmgt-host"]
-    assert {"usr/include/diskmgt/plugin/host/cim_model.h",
-            "usr/share/doc/diskmgt-dev/HOST-INTERFACE.md"} <= present["diskmgt-dev"]
+    assert {"usr/include/diskmgt/plugin/host/cim_model.h", "usr/include/diskmgt/refhost/api/reference_host.h",
+            "usr/lib/cmake/diskmgt/diskmgt-config.cmake", "usr/share/pkgconfig/diskmgt-host.pc",
+            "usr/share/doc/diskmgt-dev/docs/HOST-INTERFACE.md",
+            "usr/share/doc/diskmgt-dev/examples/host/small_host.cpp"} <= present["diskmgt-dev"]
     for name, paths in present.items():
         assert {f"usr/share/doc/{name}/copyright", f"usr/share/doc/{name}/changelog.gz"} <= paths
         assert [path for path in paths if not path.startswith("usr/") or "/local/" in path] == []
@@ -146,6 +148,31 @@ def test_documents_of_an_install_tree_link_only_to_what_is_there(tmp_path):
     assert (documents / "docs/EXPLAIN.md").read_bytes() == (SOURCES / "docs/EXPLAIN.md").read_bytes()
 
 
+# Pages of other packages, which the manual refers to.
+PACKAGE_OF_PAGE = {("fdisk", "8"): "fdisk", ("findmnt", "8"): "util-linux", ("jq", "1"): "jq", ("lsblk", "8"): "util-linux",
+                   ("sfdisk", "8"): "fdisk"}
+
+
+def manual(trees):
+    return "".join(output("gzip", "-dc", page) for page in trees["diskmgt"].glob("usr/share/man/man*/*.gz"))
+
+
+def test_manual_refers_to_pages_that_are_installed_or_suggested(packages, trees):
+    own = {tuple(page.name.split(".")[:2]) for page in trees["diskmgt"].glob("usr/share/man/man*/*.gz")}
+    others = set(re.findall(r"^\.Xr (\S+) (\d)", manual(trees), re.MULTILINE)) - own
+    known = {"util-linux"} | {word.split()[0] for word in field(packages["diskmgt"], "Suggests").split(", ")}  # essential
+    assert {PACKAGE_OF_PAGE[page] for page in others} <= known
+
+
+def test_files_that_the_manual_names_are_in_the_package(trees):
+    """Of this project: by a path below the prefix, or a unit's name."""
+    named = re.findall(r"(?:^\.(?:It )?| )Pa ((?:share/|lib/|/usr/)\S+|diskmgt-\S+)", manual(trees), re.MULTILINE)
+    places = {str(path.relative_to(tree)) for tree in trees.values() for path in tree.rglob("*")}
+    assert len(named) >= 8
+    missing = [name for name in named if not {f"usr/{name}", name.lstrip("/"), f"usr/lib/systemd/system/{name}"} & places]
+    assert missing == []
+
+
 def test_everything_to_be_shared_is_in_the_package(tree):
     """By content: pages are compressed and completions renamed on the way."""
     packed = {}
@@ -171,12 +198,10 @@ def test_command_finds_its_plug_in_wherever_the_tree_lies(tree):
     assert json.loads(output(tree / "usr/bin/diskmgt", "get", "VEXSG_DiskDrive", "--timeout", "0"))["classes"]
 
 
-def test_headers_and_libraries_are_enough_for_a_plug_in(tree, tmp_path):
-    source = SOURCES / "tests/package/small_plugin.cpp"
-    output("g++", "-std=c++17", "-shared", "-fPIC", "-Wall", "-Werror", f"-I{tree}/usr/include/diskmgt",
-           f"-L{tree}/usr/lib/diskmgt", source, "-o", tmp_path / "small.so", "-ltalcore", "-ltalbase")
-    shown = json.loads(output(tree / "usr/bin/diskmgt", "plugin", "--plugin", tmp_path / "small.so", "--format", "json"))
-    assert shown["name"] == "Small plug-in"
+def test_examples_are_built_and_run_from_the_packages_alone(tree, tmp_path):
+    usr = tree / "usr"
+    output(SOURCES / "tests/package/build_examples", usr / "share/doc/diskmgt-dev/examples", tmp_path,
+           CMAKE_PREFIX_PATH=str(usr), PKG_CONFIG_PATH=f"{usr}/share/pkgconfig", PATH=f"{usr}/bin:{os.environ['PATH']}")
 
 
 def test_dpkg_installs_and_removes_them_without_a_trace(packages, tmp_path):

@@ -219,3 +219,13 @@ def test_work_that_cannot_be_killed_is_given_up_once(stalled, diskmgt):
     kills = stalled.run(["cat", "/media/alive/kills"]).stdout
     assert [line.split(", ")[1].split(")")[0] for line in kills.splitlines() if line.startswith("kill(")] == [
         "SIGTERM", "SIGKILL"]
+
+
+def test_a_plugin_is_not_blamed_for_a_dead_mount(stalled, diskmgt):
+    done = stalled.run([diskmgt, "check", "--format", "json", "--timeout", "5"], check=False, timeout=30)
+    assert (done.status, json.loads(done.stdout)["verdict"], done.stderr) == (0, "good", "")
+    serves, = [found for found in json.loads(done.stdout)["checks"] if found["name"] == "serves"]
+    assert [(remark["class"], remark["text"]) for remark in serves["remarks"]] == [
+        ("VEXSG_LogicalDisk", "not asked for: the file system mounted on /media/dead (fuse.dead) does not answer"),
+        ("VEXSG_MediaPresent", "not asked for: it pairs VEXSG_LogicalDisk"),
+        ("VEXSG_LogicalDiskBasedOnPartition", "not asked for: it pairs VEXSG_LogicalDisk")]
