@@ -74,20 +74,25 @@ void addOption(CLI::App& app, const char* name, std::optional<std::string>& text
     app.add_option(name, text, help)->type_name(placeholder)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
+/// An option each of whose values counts.
+void addRepeatable(CLI::App& app, const char* name, std::vector<std::string>& texts, const char* help,
+                   const char* placeholder) {
+    app.add_option_function<std::vector<std::string>>(
+           name,
+           [&texts](const std::vector<std::string>& given) { texts.insert(texts.end(), given.begin(), given.end()); },
+           help)
+        ->type_name(placeholder)
+        ->allow_extra_args(false);
+}
+
 void addPluginOptions(CLI::App& app, GivenTexts& given) {
     addOption(app, "--plugin", given.pluginFile,
               "The plug-in to load (default: $DISKMGT_PLUGIN,\nelse the one installed with it)", "FILE");
     addOption(app, "--log-level", given.logLevel,
               "Show the host's log on standard error:\n" + joined(severityNames(), ", ") + "\nor none (default)",
               "LEVEL");
-    app.add_option_function<std::vector<std::string>>(
-           "--virtual-device",
-           [&given](const std::vector<std::string>& texts) {
-               given.virtualDevices.insert(given.virtualDevices.end(), texts.begin(), texts.end());
-           },
-           "A further text naming a disk that the management\ncontroller presents; repeatable")
-        ->type_name("TEXT")
-        ->allow_extra_args(false);
+    addRepeatable(app, "--virtual-device", given.virtualDevices,
+                  "A further text naming a disk that the management\ncontroller presents; repeatable", "TEXT");
 }
 
 void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& given) {
@@ -100,6 +105,7 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
         if ((command.flags & which) != 0) app.add_flag(name, isGiven, help);
     };
     flag(kHasExact, "--exact", given.exact, "No earlier request for the classes an association\nrelies on");
+    flag(kHasThorough, "--thorough", given.thorough, "Make each call of the plug-in to its host fail once");
     flag(kHasAll, "--all", given.all,
          (command.flags & kHasCompact) != 0
              ? "For json: list pseudo file systems too"
@@ -125,6 +131,8 @@ void addOptions(CLI::App& app, const CommandDescription& command, GivenTexts& gi
     if (command.name[0] == '\0' || contains(command.formats, "json") || (command.flags & kHasCompact) != 0)
         app.add_flag("-J,--json", given.json, "The same as --format json");
     if ((command.flags & kLoadsPlugin) != 0) addPluginOptions(app, given);
+    if ((command.flags & (kLoadsPlugin | kTakesSchema)) != 0)
+        addRepeatable(app, "--schema", given.schemaFiles, "Further classes for the host, as MOF; repeatable", "FILE");
     add("--timeout", given.timeout, "Give up after so long; 0: never (default: 30)", "SECONDS");
     add("--output", given.outputFile, "Write to a file, which appears whole or not at all", "FILE");
     add("--color", given.color, "auto (default; honours NO_COLOR), always or never", "WHEN");
@@ -142,9 +150,11 @@ bool isOperandOfTree(const std::string& word) {
     return !word.empty() && nearestNames(word, commandNames()).empty() && namesDevice(word);
 }
 
-[[noreturn]] void refuseCommand(const std::string& name) {
+/// `otherwise`: what is said of a word that no command's name is like.
+[[noreturn]] void refuseCommand(const std::string& name, const char* otherwise = "") {
     const std::vector<std::string> names = commandNames();
-    wrongUsage("unknown command \"" + name + "\"" + didYouMean(nearestNames(name, names)) +
+    const std::string meant = didYouMean(nearestNames(name, names));
+    wrongUsage("unknown command \"" + name + "\"" + (meant.empty() ? otherwise : meant) +
                "; the commands are: " + joined(names, ", ") + seeHelp(""));
 }
 
@@ -236,14 +246,15 @@ Options readOptions(int argumentCount, const char* const* arguments) {
         words = readStretch(defaultCommand(), std::move(words), given, shownText);
         if (!shownText.empty()) return showing(shownText);
         if (!words.empty()) {
-            if (words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
+            const bool isEndOfOptions = words.front() == "--";
+            if (!isEndOfOptions && words.front().rfind('-', 0) == 0) refuseLeftovers(words, defaultCommand());
             command = findCommand(words.front());
             if (command != nullptr) {
                 words.erase(words.begin());
-            } else if (isOperandOfTree(words.front())) {
+            } else if (isEndOfOptions || isOperandOfTree(words.front())) {
                 command = findCommand("tree");
             } else {
-                refuseCommand(words.front());
+                refuseCommand(words.front(), ", and no device has that name");
             }
         }
     } else {

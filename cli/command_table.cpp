@@ -66,6 +66,7 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt get VEXSG_DiskDrive\n"
          "  diskmgt get VEXSG_DiskPartition --format table\n"
          "  diskmgt get VEXSG_DiskDrive --format csv --columns DeviceID,Size\n"
+         "  diskmgt get MY_Volume --plugin ./my.pi.so --schema my.mof\n"
          "  diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_PartitionPresent --output disks.json\n"},
         {"probe",
          &runProbe,
@@ -152,6 +153,29 @@ const std::vector<CommandDescription>& commands() {
          "  diskmgt export html --output disks.html\n",
          &deliverExport,
          "takes one format: json, prometheus, mof or html"},
+        {"check",
+         &runCheck,
+         nullptr,
+         0,
+         0,
+         kHasThorough | kLoadsPlugin | kJudgesPlugin,
+         {"table", "json"},
+         "One verdict on a plug-in: loads, serves, types, keys, pairs",
+         "For those who write a plug-in or a host. The plug-in runs in a process of its\n"
+         "own, which it may crash, hang or end. It is loaded, asked for every class twice\n"
+         "and from two threads at once, and unloaded. Each class is shown with its\n"
+         "instances, log lines, calls to the host (crossings) and time.\n\n"
+         "A remark is not the plug-in's doing, such as two partitions with one name on a\n"
+         "disk with two extended partitions. --thorough makes each crossing fail once;\n"
+         "the next request must be served as before. The time limit counts for each\n"
+         "request.\n\n"
+         "Exit status: 0 good, with or without remarks; 1 failed a check; 2 wrong usage;\n"
+         "3 not usable: it cannot be loaded, crashes or ends the process; 4 timed out.\n\n"
+         "Examples:\n"
+         "  diskmgt check\n"
+         "  diskmgt check --plugin ./my.pi.so --thorough\n"
+         "  diskmgt check --plugin ./my.pi.so --format json\n",
+         &deliverCheck},
         {"serve",
          &runServe,
          nullptr,
@@ -166,7 +190,7 @@ const std::vector<CommandDescription>& commands() {
          "CLASS",
          0,
          1,
-         kTouchesNothing,
+         kTouchesNothing | kTakesSchema,
          {"table", "json", "mof"},
          "The schema: the class tree, or one class with its properties",
          "mof prints the whole schema, the public base classes first. In a table, Key\n"
@@ -174,6 +198,7 @@ const std::vector<CommandDescription>& commands() {
          "Examples:\n"
          "  diskmgt classes\n"
          "  diskmgt classes VEXSG_DiskPartition\n"
+         "  diskmgt classes MY_Volume --schema my.mof\n"
          "  diskmgt classes --format mof --output schema.mof\n"},
         {"trace",
          &runTrace,

@@ -21,7 +21,10 @@ enum CommandFlags : unsigned {
     kHasCsvSafe = 64,
     kLoadsPlugin = 128,  // --plugin, --log-level and --virtual-device: they are for the host and what it loads
     kHasCompact = 256,
-    kIsTree = 512  // --cim, and columns of a tree
+    kIsTree = 512,  // --cim, and columns of a tree
+    kHasThorough = 1024,
+    kJudgesPlugin = 2048,  // what the plug-in does to the process that runs it is part of the answer
+    kTakesSchema = 4096    // --schema without a plug-in
 };
 
 struct CommandDescription {

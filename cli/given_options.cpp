@@ -72,6 +72,7 @@ void refuseForeignOptions(const GivenTexts& given, const CommandDescription& com
         if (given.logLevel) refuse("--log-level");
         if (!given.virtualDevices.empty()) refuse("--virtual-device");
     }
+    if (!given.schemaFiles.empty() && (command.flags & (kLoadsPlugin | kTakesSchema)) == 0) refuse("--schema");
     if (given.format && command.formats.empty()) refuse(given.json ? "--json" : "--format");
 }
 
@@ -102,6 +103,8 @@ Options checkedOptions(const GivenTexts& given, const CommandDescription& comman
     options.run = command.run;
     options.deliver = command.deliver;
     options.operands = given.operands;
+    options.judgesPlugin = (command.flags & kJudgesPlugin) != 0;
+    options.thorough = given.thorough;
     options.exact = given.exact;
     options.all = given.all;
     options.compact = given.compact;
@@ -134,7 +137,10 @@ Options checkedOptions(const GivenTexts& given, const CommandDescription& comman
         wrongUsage("--output needs the name of a file, not an empty text");
     options.outputFile = given.outputFile.value_or("");
     options.isForPeople = options.format == Format::kTable;
-    options.mayStall = (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty();
+    if (contains(given.schemaFiles, "")) wrongUsage("--schema needs the name of a file, not an empty text");
+    options.schemaFiles = given.schemaFiles;
+    options.mayStall =
+        (command.flags & kTouchesNothing) == 0 || !options.outputFile.empty() || !options.schemaFiles.empty();
     if (given.pluginFile && given.pluginFile->empty())
         wrongUsage("--plugin needs the name of a file, not an empty text");
     const char* const named = std::getenv("DISKMGT_PLUGIN");

@@ -12,10 +12,10 @@ namespace diskmgt {
 /// The texts of the options, where given.
 struct GivenTexts {
     std::optional<std::string> format, pluginFile, logLevel, timeout, outputFile, color, columns;
-    std::vector<std::string> virtualDevices, operands;
+    std::vector<std::string> virtualDevices, schemaFiles, operands;
     std::vector<std::string> plainOperands;  // what follows "--", which may begin with a dash
     bool exact = false, all = false, bytes = false, space = false, csvSafe = false, compact = false, cim = false,
-         json = false;
+         thorough = false, json = false;
 };
 
 /// "; see \"diskmgt get --help\"".

@@ -21,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/commands/session_options.h"
 #include "inventory/machine_account.h"
 #include "worker/early_end.h"
 #include "worker/standard_output.h"
@@ -35,6 +36,7 @@ using worker::Outcome;
 using worker::Stage;
 using worker::Worker;
 
+constexpr const char* kNameAnother = "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN";
 constexpr double kDeliverySeconds = 5;  // to write what is known by the limit, which is there already
 
 int endedInWords(const std::function<ExitStatus()>& work) {
@@ -77,6 +79,7 @@ std::vector<int> descriptorsNamed(const Options& options) {
     for (const std::string& operand : options.operands) keep(operand);
     keep(options.outputFile);
     keep(options.pluginFile);
+    for (const std::string& file : options.schemaFiles) keep(file);
     std::sort(kept.begin(), kept.end());
     return kept;
 }
@@ -103,6 +106,11 @@ private:
         return endOf(outcome).status;
     }
 
+    /// Whether how the work ended is itself the answer, and so not a failure to speak of.
+    bool isVerdict(const Outcome& outcome) const {
+        return options.judgesPlugin && outcome.isInStage && outcome.stage.ofPlugin;
+    }
+
     /// One process collects CIM's account while this one reads the machine's; another one then writes both. Neither can
     /// cost more than its own part.
     int runInTwo() {
@@ -110,7 +118,9 @@ private:
         const EarlyEnd end = endOf(collected);
         if (end.status == kWrongUsage) return kWrongUsage;
         const auto deliver = [this, &collected, &end] {
-            return endedInWords([&] { return options.deliver(options, collected.known, end); });
+            Options delivering = options;
+            delivering.schemaFiles.clear();  // a pipe can be read once, and no class of theirs is shown
+            return endedInWords([&] { return options.deliver(delivering, collected.known, end); });
         };
         const Outcome delivered =
             watched(deliver, end.status == kTimedOut ? kDeliverySeconds : options.timeoutSeconds, false);
@@ -124,9 +134,19 @@ private:
         wants.prepare = [this] { signals.restore(); };
         worker::account().reset(writing(options, limitSeconds), "writing " + options.outputFile);
         Worker started(work, wants);
-        if (collects) (void)machineAccount();
+        if (collects && !options.judgesPlugin) prepareDelivery();
         // Not on the stack, whose every page a large frame touches.
         return std::make_unique<worker::Watch>(started, signals)->run();
+    }
+
+    /// What does not need CIM's account is done while it is collected, and the process that delivers inherits it.
+    void prepareDelivery() const {
+        (void)machineAccount();
+        try {
+            const PluginSession host(sessionOptions(options));
+        } catch (const std::exception&) {
+            // The process that delivers meets it again, and says so.
+        }
     }
 
     /// Says in one sentence why the work ended before it was done, if it did.
@@ -136,8 +156,9 @@ private:
                 signals.dieBy(outcome.signalNumber);
             case Outcome::How::kGivenUp: {
                 const std::string what = gaveUp(outcome);
-                writeRemark(what + outcome.stage.consequence + "; allow more with --timeout SECONDS (0: no limit)");
-                return {"timed-out", "time ran out", "It " + what + ".", kTimedOut};
+                if (!isVerdict(outcome))
+                    writeRemark(what + outcome.stage.consequence + "; allow more with --timeout SECONDS (0: no limit)");
+                return {"timed-out", "time ran out", "It " + what + ".", kTimedOut, what};
             }
             case Outcome::How::kEnded:
                 break;
@@ -148,10 +169,11 @@ private:
         if (WIFSIGNALED(outcome.waitStatus)) {
             const bool isOfPlugin = outcome.isInStage && outcome.stage.ofPlugin;
             return {"crashed", isOfPlugin ? "the plug-in crashed" : "crashed", "The process that collected it crashed.",
-                    status};
+                    status, isOfPlugin ? crashOfPlugin(outcome) : ""};
         }
         if (!worker::account().isNoted())
-            return {"ended", "ended early", "The process that collected it ended.", status};
+            return {"ended", "ended early", "The process that collected it ended.", status,
+                    outcome.isInStage && outcome.stage.ofPlugin ? endByPlugin(outcome) : ""};
         if (status == kPluginUnusable) return {"plugin-unusable", "no plug-in", "The plug-in cannot be used.", status};
         if (status == kFailureReported) return {"failed", "failed", "The process that collected it failed.", status};
         return {"", "", "", status};
@@ -162,6 +184,14 @@ private:
         (void)std::snprintf(seconds, sizeof seconds, "%g s", outcome.stage.limitSeconds);
         return "gave up after " + std::string(seconds) + " while " + outcome.whatWasDone;
     }
+
+    static std::string during(const Outcome& outcome) {
+        return outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
+    }
+    static std::string crashOfPlugin(const Outcome& outcome) {
+        return "the plug-in crashed" + during(outcome) + ": " + ::strsignal(WTERMSIG(outcome.waitStatus));
+    }
+    static std::string endByPlugin(const Outcome& outcome) { return "the plug-in ended the process" + during(outcome); }
 
     int statusOf(const Outcome& outcome) {
         if (WIFSIGNALED(outcome.waitStatus)) return sayCrash(outcome, WTERMSIG(outcome.waitStatus));
@@ -176,20 +206,18 @@ private:
 
     /// Code that was called, most likely the plug-in's, has ended the process with exit(3) or the like: whatever
     /// status it chose, the work is not done.
-    static int sayLeft(const Outcome& outcome) {
-        const std::string during = outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
+    int sayLeft(const Outcome& outcome) const {
+        if (isVerdict(outcome)) return kPluginUnusable;
         if (outcome.isInStage && outcome.stage.ofPlugin) {
-            writeRemark("the plug-in ended the process" + during +
-                        "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+            writeRemark(endByPlugin(outcome) + kNameAnother);
             return kPluginUnusable;
         }
-        writeRemark("the process that did the work ended" + during +
+        writeRemark("the process that did the work ended" + during(outcome) +
                     " before it was done; what was written is not complete, please report it");
         return kFailureReported;
     }
 
     int sayCrash(const Outcome& outcome, int signalNumber) {
-        const std::string how = ::strsignal(signalNumber);
         if (worker::SignalInbox::asksToEnd(signalNumber)) signals.dieBy(signalNumber);
         if (signalNumber == SIGKILL) {
             writeRemark(
@@ -197,13 +225,13 @@ private:
                 "incomplete, ask for fewer classes or files at once");
             return kFailureReported;
         }
-        const std::string during = outcome.whatWasDone.empty() ? "" : " while " + outcome.whatWasDone;
+        if (isVerdict(outcome)) return kPluginUnusable;
         if (outcome.isInStage && outcome.stage.ofPlugin) {
-            writeRemark("the plug-in crashed" + during + ": " + how +
-                        "; name another plug-in with --plugin FILE or DISKMGT_PLUGIN");
+            writeRemark(crashOfPlugin(outcome) + kNameAnother);
             return kPluginUnusable;
         }
-        writeRemark("crashed" + during + ": " + how + "; the output is incomplete, please report it");
+        writeRemark("crashed" + during(outcome) + ": " + ::strsignal(signalNumber) +
+                    "; the output is incomplete, please report it");
         return kFailureReported;
     }
 

@@ -12,7 +12,8 @@ namespace diskmgt {
 
 namespace {
 
-constexpr double kBarPixels = 1000;  // about as wide as the page shows it
+constexpr double kBarPixels = 1000;       // about as wide as the page shows it
+constexpr double kNarrowBarPixels = 300;  // on a narrow page
 constexpr double kLetterPixels = 8;
 constexpr std::size_t kMostLayers = 8;  // of volumes; the table has them all
 
@@ -108,7 +109,7 @@ private:
         const std::string name = account.device(row.device).name;
         begin(share, name + ", shown beneath " + account.device(*row.shownBeneath).path());
         out.raw("<div class='box reference'>");
-        if (fits(name, share)) out.raw("<span>").text(name).raw("</span>");
+        if (fits(name, share)) writeLabel("span", name, share);
         out.raw("</div></div>");
     }
 
@@ -127,8 +128,14 @@ private:
         return mounts.empty() ? std::nullopt : account.mounts[mainMountOf(account, mounts)].space;
     }
 
-    static bool fits(const std::string& text, double share) {
-        return static_cast<double>(text.size()) * kLetterPixels <= share * kBarPixels - 20;
+    static bool fits(const std::string& text, double share, double bar = kBarPixels) {
+        return static_cast<double>(text.size()) * kLetterPixels <= share * bar - 20;
+    }
+
+    /// A narrow page shows the label only where it fits there too.
+    void writeLabel(const char* element, const std::string& text, double share) {
+        out.raw("<").raw(element).raw(fits(text, share, kNarrowBarPixels) ? " class='short'>" : ">");
+        out.text(text).raw("</").raw(element).raw(">");
     }
 
     /// As much of it as there is room for.
@@ -138,9 +145,9 @@ private:
                                  : shown.volume.empty() ? shown.name
                                                         : shown.volume;
         if (fits(name, share)) {
-            out.raw("<span>").text(name).raw("</span>");
+            writeLabel("span", name, share);
             const std::string size = shown.sizeBytes ? sizeText(*shown.sizeBytes) : "";
-            if (account.devices[device].partition && fits(size, share)) out.raw("<small>").raw(size).raw("</small>");
+            if (account.devices[device].partition && fits(size, share)) writeLabel("small", size, share);
         }
         const auto space = spaceOf(device);
         if (space && space->usedShare() && share * kBarPixels > 40)

@@ -78,7 +78,8 @@ private:
         }
         out.begin("diskmgt_device_in_use", "1 when the device is in use, 0 when no use of it is seen.");
         for (const std::size_t i : devices)
-            out.sample({{"device", account.device(i).path()}}, std::uint64_t{account.devices[i].use.any()});
+            if (account.devices[i].use.any() || !isExtended(account, i))  // its logical partitions have their own
+                out.sample({{"device", account.device(i).path()}}, std::uint64_t{account.devices[i].use.any()});
     }
 
     void cimAnswers() {

@@ -15,11 +15,11 @@ constexpr char kLineAndBlanks[] = ",\n                                ";  // for
 constexpr std::size_t kMostBlanks = sizeof kLineAndBlanks - 3;
 
 bool isPrintable(char character) { return character >= ' ' && character < '\x7F'; }
+bool standsAsItIs(char character) { return isPrintable(character) && character != '"' && character != '\\'; }
 /// Whether the text can stand between quotes as it is. Looks at every character, which lets it look at many at once.
 bool isPlain(std::string_view text) {
     unsigned char isOdd = 0;
-    for (const char character : text)
-        isOdd |= static_cast<unsigned char>(!isPrintable(character) || character == '"' || character == '\\');
+    for (const char character : text) isOdd |= static_cast<unsigned char>(!standsAsItIs(character));
     return isOdd == 0;
 }
 
@@ -146,6 +146,11 @@ void JsonWriter::appendQuoted(std::string_view value) {
         pending += value;
     } else {
         for (std::size_t at = 0; at < value.size();) {
+            std::size_t end = at;
+            while (end < value.size() && standsAsItIs(value[end])) ++end;
+            pending.append(value, at, end - at);
+            at = end;
+            if (at == value.size()) break;
             const Utf8Character character = utf8CharacterAt(value, at);
             if (!character.isWellFormed)
                 pending += "\uFFFD";

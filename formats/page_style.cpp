@@ -109,7 +109,7 @@ footer { color: var(--soft); font-size: 0.8125rem; }
 @media (max-width: 40rem) {
   body { padding: 1.25rem 0.75rem; }
   .card { padding: 1rem; }
-  .box span, .box small { display: none; }
+  .box span:not(.short), .box small:not(.short) { display: none; }
   table, tbody { display: block; }
   caption { display: block; }
   thead { position: absolute; width: 1px; height: 1px; overflow: hidden; clip-path: inset(50%); }

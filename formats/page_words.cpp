@@ -75,13 +75,14 @@ std::string useWords(const ServerAccount& account, std::size_t device) {
     const auto& disk = account.device(device).disk;
     if (disk && more.use.any() && !account.uses.ofItself(device).any())
         return "In use as part of " + account.device(*disk).name;
-    const std::string use = useText(account.machine, more.use);
+    std::string use = useText(account.machine, more.use);
+    if (use.empty()) use = holdsText(account, device);
     return use.empty() ? "Not seen in use" : capitalised(use);
 }
 
 std::string contentWords(const ServerAccount& account, std::size_t device) {
     const diskmgt_machine::UdevRecord& udev = account.devices[device].udev;
-    if (isExtended(account, device)) return "holds the logical partitions";
+    if (isExtended(account, device)) return "extended partition";
     std::string text = udev.content;
     if (text.empty()) text = tableWords(tableOf(account, device));
     if (text.empty()) text = "content not known";

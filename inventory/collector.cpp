@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,7 +70,7 @@ private:
         Progress progress;
         ExaminedDevices examined;
         examined.list = readKernelList();
-        examined.devices = examineAllDevices(examined.list, session.host().virtualDevices(), progress);
+        examined.devices = examineAllDevices(examined.list, virtualDevices(), progress);
         makeKnown(packed(examined));
     }
 
@@ -113,16 +114,23 @@ private:
             leaveOut(className, Reason(missing->second));
             return true;
         }
-        const StallingNode node = stallingNodeOf(className, session.host().virtualDevices());
+        const StallingNode node = stallingNodeOf(className, virtualDevices());
         if (node) leaveOut(className, {"not-a-block-device", "not a block device", node.sentence()});
         return static_cast<bool>(node);
     }
 
     static constexpr int kUsualAnswer = 300;  // milliseconds; who is silent for longer is named
 
+    /// Looked up once: the host searches sysfs each time it is asked.
+    const std::vector<std::string>& virtualDevices() {
+        if (!presented) presented = session.host().virtualDevices();
+        return *presented;
+    }
+
     PluginSession& session;
     const ResidentCollection* const resident;  // null: this process ends with what it collects
     const std::vector<diskmgt_machine::Mount> mounts;
+    std::optional<std::vector<std::string>> presented;
     std::map<std::string, Reason> leftOut;
     bool areDevicesExamined = false;
 };

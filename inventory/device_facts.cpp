@@ -23,6 +23,14 @@ namespace {
 using diskmgt_col::EntryName;
 namespace os = diskmgt_col::os;
 
+bool isCandidate(const std::string& path) {
+    static const std::unordered_set<std::string> paths = [] {
+        const std::vector<std::string> all = diskmgt_col::candidateDisks();
+        return std::unordered_set<std::string>(all.begin(), all.end());
+    }();
+    return paths.count(path) != 0;
+}
+
 void readSysfs(DeviceFacts& facts) {
     const std::string directoryPath = diskmgt_col::kBlockDirectory + facts.name;
     if (facts.isListed && facts.nameVerdict == EntryName::kDisk) facts.sysfs = diskmgt_col::readSysfsDisk(facts.name);
@@ -96,7 +104,7 @@ DeviceFacts examineDevice(const std::string& path, const KernelList& list,
     facts.nameVerdict = diskmgt_col::judgeEntryName(facts.name.c_str());
     const std::string* const virtualEntry = diskmgt_col::virtualEntryFor(path, virtualDevices);
     if (virtualEntry != nullptr) facts.virtualEntry = *virtualEntry;
-    facts.isCandidate = contains(diskmgt_col::candidateDisks(), path);
+    facts.isCandidate = isCandidate(path);
     struct stat node {};
     facts.hasNode = ::stat(path.c_str(), &node) == 0;
     if (facts.hasNode && S_ISBLK(node.st_mode))

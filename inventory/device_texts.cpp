@@ -1,6 +1,7 @@
 #include "inventory/device_texts.h"
 
 #include "machine/texts.h"
+#include "text/wording.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -23,6 +24,33 @@ bool isWhole(const BlockDevice& device) { return device.kind != Kind::kPartition
 bool hasOneOf(const std::string& text, std::initializer_list<const char*> words) {
     return std::any_of(words.begin(), words.end(),
                        [&text](const char* word) { return text.find(word) != std::string::npos; });
+}
+
+constexpr std::uint64_t kFirstLogical = 5;
+
+std::uint64_t numberOf(const BlockDevice& partition) { return partition.partitionNumber.value_or(0); }
+
+/// The partitions of its disk that have a logical one's number and begin behind it.
+std::vector<std::size_t> logicalsBehind(const ServerAccount& account, std::size_t device) {
+    std::vector<std::size_t> found;
+    const BlockDevice& extended = account.device(device);
+    if (!extended.disk || numberOf(extended) >= kFirstLogical) return found;
+    for (const std::size_t other : account.device(*extended.disk).carries) {
+        const BlockDevice& logical = account.device(other);
+        if (logical.kind == Kind::kPartition && logical.disk == extended.disk && numberOf(logical) >= kFirstLogical &&
+            logical.startBytes.value_or(0) > extended.startBytes.value_or(0))
+            found.push_back(other);
+    }
+    return found;
+}
+
+/// The kernel shows of an extended partition two sectors of 512 bytes alone, or one where it is larger.
+bool hasSizeOfExtended(const ServerAccount& account, std::size_t device) {
+    constexpr std::uint64_t kShown = 1024;
+    const BlockDevice& partition = account.device(device);
+    if (!partition.disk || !partition.sizeBytes) return false;
+    const std::uint64_t sector = account.device(*partition.disk).sectorSize.value_or(0);
+    return *partition.sizeBytes <= std::max(kShown, sector) && !logicalsBehind(account, device).empty();
 }
 
 Purpose purposeOfType(const std::string& typeName) {
@@ -82,7 +110,15 @@ bool isExtended(const ServerAccount& account, std::size_t device) {
     const std::string& type = account.devices[device].udev.partitionType;
     if (type == "0x5" || type == "0xf" || type == "0x85") return true;
     const Partition* const published = publishedPartition(account, device);
-    return published != nullptr && published->purpose == Purpose::kContainer;
+    if (published != nullptr) return published->purpose == Purpose::kContainer;
+    return type.empty() && account.devices[device].udev.partitionTable != "gpt" && hasSizeOfExtended(account, device);
+}
+
+std::string holdsText(const ServerAccount& account, std::size_t device) {
+    if (!isExtended(account, device)) return {};
+    std::vector<std::string> names;
+    for (const std::size_t logical : logicalsBehind(account, device)) names.push_back(account.device(logical).name);
+    return "holds " + (names.empty() ? "logical partitions" : listed(names));
 }
 
 Purpose devicePurpose(const ServerAccount& account, std::size_t device) {

@@ -28,8 +28,11 @@ struct PartitionDescription {
 /// By udev where it knows the partition, else as published.
 PartitionDescription describePartition(const ServerAccount& account, std::size_t device);
 
-/// Of a partition that only holds other ones: nothing but them can use it.
+/// Of a partition that only holds other ones: nothing but them can use it. Without udev and CIM by the size that the
+/// kernel gives such a partition.
 bool isExtended(const ServerAccount& account, std::size_t device);
+/// "holds sda5 and sda6": what is said of an extended partition in place of its use; empty for any other device.
+std::string holdsText(const ServerAccount& account, std::size_t device);
 
 /// What the device is for: by its type, its content, or what uses it.
 Purpose devicePurpose(const ServerAccount& account, std::size_t device);

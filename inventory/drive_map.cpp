@@ -42,12 +42,10 @@ private:
         std::vector<Entry> logicals;
         for (const std::size_t position : account.device(disk).carries) {
             const BlockDevice& device = account.device(position);
-            if (device.kind != Kind::kPartition || device.disk != disk) continue;
+            if (device.disk != disk) continue;  // a volume
             map.isPlaced = map.isPlaced && device.startBytes.has_value();
             const Entry entry{position, device.startBytes.value_or(0), device.sizeBytes.value_or(0), {}};
-            const bool isLogical = describePartition(account, position).table == "mbr" &&
-                                   device.partitionNumber.value_or(0) >= kFirstLogical;
-            (isLogical ? logicals : entries).push_back(entry);
+            (device.partitionNumber.value_or(0) >= kFirstLogical ? logicals : entries).push_back(entry);
         }
         for (Entry& entry : entries)
             if (extended == nullptr && isExtended(account, entry.device)) extended = &entry;

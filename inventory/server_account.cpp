@@ -49,7 +49,7 @@ private:
         account.mounts.resize(account.machine.mounts.size());
         for (std::size_t i = 0; i < blocks().size(); ++i) {
             DeviceAccount& device = account.devices[i];
-            if (blocks()[i].number) device.udev = diskmgt_machine::readUdevRecord(*blocks()[i].number);
+            if (i < account.machine.udev.size()) device.udev = account.machine.udev[i];
             device.use = account.uses.of(i);
             if (blocks()[i].disk && blocks()[i].kind == Kind::kPartition)
                 ++account.devices[*blocks()[i].disk].partitionsByKernel;

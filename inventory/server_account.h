@@ -96,7 +96,7 @@ struct ServerAccount {
     std::size_t countOf(FileSystemGroup group) const;
 };
 
-/// Joins the two. Both must outlive the answer. Reads udev's records; opens no device.
+/// Joins the two. Both must outlive the answer. Asks the kernel nothing.
 ServerAccount joinAccounts(const diskmgt_machine::Machine& machine, Collection& collection);
 
 }  // namespace diskmgt

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <numeric>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -39,13 +40,11 @@ public:
     std::vector<std::string> namesIf(const std::string& name) const {
         return has(name) ? readNamesIn(place + "/" + name) : std::vector<std::string>();
     }
-    std::vector<std::string> namesBelow(const std::string& partition, const std::string& name) const {
-        return readNamesIn(place + "/" + partition + "/" + name);
-    }
     DriveIdentity identity() const {
         return has("device") || has("serial") || has("wwid") ? readDriveIdentity(folder, place) : DriveIdentity();
     }
     const std::vector<std::string>& names() const { return listed; }
+    const std::string& path() const { return place; }
 
 private:
     Folder folder;
@@ -78,10 +77,8 @@ public:
         const std::vector<std::string> names = list.readNames();
         for (const std::string& name : names) taken.insert(name);
         for (const std::string& name : names) readDisk(name);
-        std::sort(found.begin(), found.end(), [](const BlockDevice& one, const BlockDevice& other) {
-            return comesBeforeNaturally(one.name, other.name);
-        });
-        all.devices = std::move(found);
+        if (isAnyStacked) readHoldersOfPartitions();
+        all.devices = inNaturalOrder();
         join(all.devices);
         return all;
     }
@@ -116,7 +113,9 @@ private:
         device.kind = kindOf(device, entry);
         if (device.kind == Kind::kPartition) device.partitionNumber = volumeKindFrom(device.volumeUuid).partitionNumber;
         if (device.kind == Kind::kPath) paths.emplace_back(device.name, nodeOfSysfsName(diskOfPath(name)));
-        addEdges(device.name, entry.namesIf("holders"), entry.namesIf("slaves"));
+        const std::vector<std::string> slaves = entry.namesIf("slaves");
+        isAnyStacked = isAnyStacked || !slaves.empty();
+        addEdges(device.name, entry.namesIf("holders"), slaves);
         for (const std::string& below : entry.names()) {
             const auto number = partitionNumberIn(below, name);
             if (number && taken.insert(below).second) readPartition(entry, device, below, *number);
@@ -137,9 +136,28 @@ private:
         device.isRemovable = disk.isRemovable;
         device.isHidden = disk.isHidden;
         device.isRotational = disk.isRotational;
-        addEdges(device.name, entry.namesBelow(name, "holders"), {});
         partitions.emplace_back(device.name, disk.name);
+        folders.push_back(entry.path() + "/" + name);
         found.push_back(std::move(device));
+    }
+
+    /// Only what has slaves holds a partition: on most machines with many partitions nothing has.
+    void readHoldersOfPartitions() {
+        for (std::size_t i = 0; i < partitions.size(); ++i)
+            addEdges(partitions[i].first, readNamesIn(folders[i] + "/holders"), {});
+    }
+
+    /// A device is far larger than its position, so positions are sorted.
+    std::vector<BlockDevice> inNaturalOrder() {
+        std::vector<std::size_t> order(found.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::sort(order.begin(), order.end(), [this](std::size_t one, std::size_t other) {
+            return comesBeforeNaturally(found[one].name, found[other].name);
+        });
+        std::vector<BlockDevice> ordered;
+        ordered.reserve(found.size());
+        for (const std::size_t position : order) ordered.push_back(std::move(found[position]));
+        return ordered;
     }
 
     void addEdges(const std::string& name, const std::vector<std::string>& holders,
@@ -186,6 +204,8 @@ private:
     std::unordered_set<std::string> taken;  // names as sysfs writes them
     std::vector<Edge> edges;
     std::vector<std::pair<std::string, std::string>> partitions;  // and their disks
+    std::vector<std::string> folders;                             // of those partitions
+    bool isAnyStacked = false;                                    // a device lies on others
     std::vector<std::pair<std::string, std::string>> paths;       // and the disks they lead to
 };
 

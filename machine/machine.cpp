@@ -22,6 +22,16 @@ std::vector<BtrfsFileSystem> readBtrfs() {
     return all;
 }
 
+/// A machine without udev has no folder of records, and none is looked for then.
+std::vector<UdevRecord> readUdevRecords(const std::vector<BlockDevice>& devices) {
+    std::vector<UdevRecord> records;
+    if (!hasUdevRecords()) return records;
+    records.reserve(devices.size());
+    for (const BlockDevice& device : devices)
+        records.push_back(device.number ? readUdevRecord(*device.number) : UdevRecord());
+    return records;
+}
+
 }  // namespace
 
 KernelMounts readKernelMounts() {
@@ -32,6 +42,7 @@ KernelMounts readKernelMounts() {
 Machine readMachine() {
     Machine machine;
     machine.blocks = readBlockDevices();
+    machine.udev = readUdevRecords(machine.blocks.devices);
     KernelMounts mounts = readKernelMounts();
     machine.mounts = std::move(mounts.mounts);
     machine.mountError = mounts.error;

@@ -7,6 +7,7 @@
 #include "machine/block_devices.h"
 #include "machine/mounts.h"
 #include "machine/swaps.h"
+#include "machine/udev_record.h"
 
 namespace diskmgt_machine {
 
@@ -18,6 +19,7 @@ struct BtrfsFileSystem {
 
 struct Machine {
     BlockDevices blocks;
+    std::vector<UdevRecord> udev;  // at the positions of blocks.devices; empty: udev keeps no records here
     std::vector<Mount> mounts;
     std::vector<Swap> swaps;
     std::vector<BtrfsFileSystem> btrfs;

@@ -7,6 +7,8 @@ namespace diskmgt_machine {
 
 namespace {
 
+constexpr const char* kRecords = "/run/udev/data";
+
 struct TextKey {
     std::string_view key;
     std::string UdevRecord::*member;
@@ -51,8 +53,10 @@ UdevRecord udevRecordFrom(std::string_view text) {
     return record;
 }
 
+bool hasUdevRecords() { return Folder(kRecords).isOpen(); }
+
 UdevRecord readUdevRecord(const DeviceNumber& number) {
-    return udevRecordFrom(readWholeFile("/run/udev/data/b" + textOf(number)).text);
+    return udevRecordFrom(readWholeFile(kRecords + ("/b" + textOf(number))).text);
 }
 
 }  // namespace diskmgt_machine

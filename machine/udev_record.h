@@ -30,7 +30,9 @@ struct UdevRecord {
 /// Reads the lines "E:KEY=VALUE". If a key comes twice, the last one counts.
 UdevRecord udevRecordFrom(std::string_view text);
 
-/// Reads /run/udev/data; all texts are empty when udev does not know the device.
+/// Whether udev keeps records on this machine, in /run/udev/data.
+bool hasUdevRecords();
+/// Reads one; all texts are empty when udev does not know the device.
 UdevRecord readUdevRecord(const DeviceNumber& number);
 
 }  // namespace diskmgt_machine

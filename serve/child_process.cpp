@@ -1,6 +1,7 @@
 #include "serve/child_process.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 
+#include "serve/descriptor.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
 
@@ -49,6 +51,15 @@ pid_t start(const Program& program) {
         throw CommandError(kPluginUnusable, std::string("cannot start a process: ") + std::strerror(errno) +
                                                 "; raise the limit, or try again when the machine is less busy");
     return process;
+}
+
+void adoptOrphans() { (void)::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0); }  // cannot fail
+
+std::size_t countChildren() {
+    const Descriptor list(::open("/proc/thread-self/children", O_RDONLY | O_CLOEXEC));
+    char text[4096];  // more than counts
+    const ssize_t length = ::read(list.get(), text, sizeof text);
+    return length <= 0 ? 0 : static_cast<std::size_t>(std::count(text, text + length, ' '));
 }
 
 void RestartPause::ended(std::int64_t nowNs) {

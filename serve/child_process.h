@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -20,6 +21,12 @@ struct Program {
 /// the signals that are for the keeper. Throws `CommandError` when no process can be had. A program that cannot be run
 /// says so itself and ends with `kPluginUnusable`.
 pid_t start(const Program& program);
+
+/// Processes that a child leaves when it ends become children of this one, which reaps them.
+void adoptOrphans();
+/// How many children have not been reaped; 0 where the kernel does not list them. Their numbers may be those of another
+/// process namespace.
+std::size_t countChildren();
 
 /// When something that ended too soon is started again: at once at first, then after pauses that grow.
 class RestartPause {

@@ -56,7 +56,9 @@ public:
         : options(asked), connection(theConnection), session({asked.pluginFile, asked.virtualDevices, -1, 0, false}) {}
 
     int run() {
-        (void)session.load();
+        (void)session.load();  // whose path may be relative
+        if (::chdir("/") != 0)
+            return kFailureReported;  // sources of mounts are looked up as they are, wherever this began
         if (!writeWhole(connection, framed(FrameKind::kReady, ""))) return kDone;
         const std::string name = hostName();
         for (;;) {

@@ -214,15 +214,15 @@ private:
 }  // namespace
 
 int runFront(unsigned user, unsigned group) {
-    becomeAccount(user, group);
-    endWithParent();
-    closeInOnItself();
-    if (::chdir("/") != 0) return kFailureReported;
     for (const int number : {SIGPIPE, SIGHUP, SIGINT, SIGTERM}) (void)std::signal(number, SIG_IGN);  // the keeper's
     int kind = 0;
     socklen_t size = sizeof kind;
     if (::getsockopt(kFrontChannel, SOL_SOCKET, SO_TYPE, &kind, &size) != 0 || kind != SOCK_SEQPACKET)
         throw CommandError(kWrongUsage, R"(the front is started by "diskmgt serve" alone)");
+    becomeAccount(user, group);
+    endWithParent();
+    closeInOnItself();
+    if (::chdir("/") != 0) return kFailureReported;
     try {
         Front(firstSettings()).run();
     } catch (const SettingsError& refused) {

@@ -93,7 +93,7 @@ private:
     static std::int64_t now() { return worker::steadyNanoseconds(); }
 
     void startWhatIsDue() {
-        collector.startWhenDue(now());
+        collector.startWhenDue(now(), front > 0 ? 1 : 0);
         if (front <= 0 && now() >= frontPause.notBeforeNs()) startFront();
         tellTrouble();
     }
@@ -282,6 +282,7 @@ private:
 
 int runKeeper(const ServeOptions& options) {
     closeInOnItself();
+    adoptOrphans();
     return Keeper(options).run();
 }
 

@@ -14,7 +14,6 @@
 #include "session/own_files.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
-#include "text/wording.h"
 #include "worker/account.h"
 
 namespace diskmgt::serve {
@@ -31,8 +30,12 @@ std::string decimal(double number) {
 KeptCollector::KeptCollector(const CollectorOptions& asked, std::string socketPath)
     : options(asked), path(std::move(socketPath)), limitNs(static_cast<std::int64_t>(asked.limitSeconds * 1e9)) {}
 
-void KeptCollector::startWhenDue(std::int64_t nowNs) {
-    if (isThere() || killed.size() >= kMostKilled || nowNs < pause.notBeforeNs()) return;
+void KeptCollector::startWhenDue(std::int64_t nowNs, std::size_t others) {
+    if (isThere() || nowNs < pause.notBeforeNs()) return;
+    const std::size_t known = others + held.size();
+    const std::size_t children = countChildren();
+    orphans = children > known ? children - known : 0;
+    if (isHeldUp()) return;
     pause.started(nowNs);
     startedNs = nowNs;
     if (path.empty())
@@ -107,13 +110,13 @@ void KeptCollector::end(std::int64_t nowNs) {
     pause.ended(nowNs);
     if (process <= 0) return;
     (void)::kill(process, SIGKILL);
-    killed.push_back(std::exchange(process, -1));
+    held.push_back(std::exchange(process, -1));
 }
 
 bool KeptCollector::reaped(pid_t ended, std::int64_t nowNs) {
-    const auto one = std::find(killed.begin(), killed.end(), ended);
-    if (one != killed.end()) {
-        killed.erase(one);
+    const auto one = std::find(held.begin(), held.end(), ended);
+    if (one != held.end()) {
+        held.erase(one);
         return true;
     }
     if (ended != process) return false;
@@ -127,20 +130,20 @@ bool KeptCollector::reaped(pid_t ended, std::int64_t nowNs) {
 
 std::int64_t KeptCollector::nextNs() const {
     if (awaited() >= 0 && limitNs > 0) return lateNs();
-    return isThere() || killed.size() >= kMostKilled ? -1 : pause.notBeforeNs();
+    return isThere() || isHeldUp() ? -1 : pause.notBeforeNs();
 }
 
 std::string KeptCollector::trouble() const {
-    if (isThere() || killed.size() < kMostKilled) return "";
-    std::vector<std::string> numbers;
-    for (const pid_t one : killed) numbers.push_back(std::to_string(one));
-    return counted(killed.size(), "collector") +
-           " that had to be killed cannot end, because the kernel holds them (processes " + listed(numbers) +
-           "), so no other is started; end what they wait for, such as a mount that does not answer";
+    if (isThere() || !isHeldUp()) return "";
+    return std::to_string(held.size() + orphans) +
+           " processes of collectors cannot be ended, because the kernel holds them, so no collector is started; end "
+           "what they "
+           "wait "
+           "for, such as a mount that does not answer";
 }
 
 std::vector<pid_t> KeptCollector::processes() const {
-    std::vector<pid_t> all = killed;
+    std::vector<pid_t> all = held;
     if (process > 0) all.push_back(process);
     return all;
 }

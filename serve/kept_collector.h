@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -18,8 +19,9 @@ public:
     /// `socketPath`: where a service manager starts one for each connection; empty: this process starts it.
     KeptCollector(const CollectorOptions& asked, std::string socketPath);
 
-    /// Starts one when it is time to and none is there. Throws `CommandError` when that cannot be done.
-    void startWhenDue(std::int64_t nowNs);
+    /// Starts one when it is time to, none is there, and fewer than two processes of earlier ones are still held by the
+    /// kernel. `others`: children of this process that are no collectors. Throws `CommandError` when it cannot be done.
+    void startWhenDue(std::int64_t nowNs, std::size_t others);
     /// The connection on which the collector says that it is ready; negative: nothing is awaited.
     int awaited() const { return isReady ? -1 : connection.get(); }
     /// Looks at that connection. True: it is ready, so `takeConnection` has something.
@@ -44,11 +46,12 @@ public:
     std::vector<pid_t> processes() const;
 
 private:
-    static constexpr std::size_t kMostKilled = 2;  // that have not ended: the kernel holds them
+    static constexpr std::size_t kMostHeld = 2;  // killed and not ended: the kernel holds them
 
     void connectToOne();
     void startOne();
     std::int64_t lateNs() const { return startedNs + limitNs; }
+    bool isHeldUp() const { return held.size() + orphans >= kMostHeld; }
     bool isThere() const { return process > 0 || connection.isOpen() || isReady; }
 
     const CollectorOptions options;
@@ -61,7 +64,8 @@ private:
     bool isReady = false;
     bool hasBeenReady = false;
     bool hasFailed = false;
-    std::vector<pid_t> killed;
+    std::vector<pid_t> held;  // collectors that were killed and have not ended
+    std::size_t orphans = 0;  // processes that collectors left, when it was last time to start one
 };
 
 }  // namespace diskmgt::serve

@@ -1,5 +1,6 @@
 #include "serve/snapshot.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -8,7 +9,11 @@ namespace diskmgt::serve {
 
 namespace {
 
+/// In the order of the declarations, which clients see in what an instance is associated with.
 std::vector<refhost::Instance> instancesOf(std::vector<ServedClass>& classes) {
+    std::sort(classes.begin(), classes.end(), [](const ServedClass& one, const ServedClass& other) {
+        return one.published.declaration < other.published.declaration;  // elements of one array
+    });
     std::vector<refhost::Instance> all;
     for (ServedClass& served : classes)
         all.insert(all.end(), std::make_move_iterator(served.published.instances.begin()),

@@ -16,6 +16,11 @@ enum class RecordKind : std::uint8_t {
     kMountTable,
     kMountFigures,
     kLeftOut,
+    kIdentity,
+    kCheckBegun,
+    kCheckEnded,
+    kFinding,
+    kServedFacts,
     kDocuments,
     kSettings
 };

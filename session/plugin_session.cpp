@@ -11,6 +11,7 @@
 #include "session/log_lines.h"
 #include "session/own_files.h"
 #include "session/request_failure.h"
+#include "session/schema_files.h"
 #include "text/wording.h"
 #include "worker/account.h"
 
@@ -18,28 +19,33 @@ namespace diskmgt {
 
 namespace {
 
-std::string choosePluginFile(const std::string& named) {
-    if (named.empty()) return ownLibraryFolder() + "/plugins/libdiskmgt.pi.so";
-    // Without a slash the loader would search its own directories and not the present one.
-    return named.find('/') == std::string::npos ? "./" + named : named;
-}
-
 refhost::HostOptions hostOptions(const SessionOptions& options) {
     refhost::HostOptions wanted;
     wanted.virtualDevices = options.virtualDevices;
+    wanted.schemaTexts = readSchemaFiles(options.schemaFiles, options.timeoutSeconds);
     wanted.keepsLog = options.keepsLog;
-    wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
+    wanted.whenServing = options.whenServing;
+    if (!wanted.whenServing)
+        wanted.whenServing = [](const std::string& className) { Deadline::nowAt("serving " + className); };
     return wanted;
 }
 
 /// The host of this process, which has one session only. Never destroyed: the process ends with the session, and giving
 /// every instance back before that would only take time.
-refhost::ReferenceHost& processHost(refhost::HostOptions options) {
+refhost::ReferenceHost& processHost(refhost::HostOptions options) try {
     static auto& host = *new refhost::ReferenceHost(std::move(options));
     return host;
+} catch (const refhost::SchemaError& refusal) {
+    refuseSchema(refusal);
 }
 
 }  // namespace
+
+std::string pluginFileOf(const std::string& named) {
+    if (named.empty()) return ownLibraryFolder() + "/plugins/libdiskmgt.pi.so";
+    // Without a slash the loader would search its own directories and not the present one.
+    return named.find('/') == std::string::npos ? "./" + named : named;
+}
 
 std::string ownLibraryFolder() {
     char self[PATH_MAX];
@@ -57,7 +63,7 @@ std::string ownLibraryFolder() {
 }
 
 PluginSession::PluginSession(const SessionOptions& options)
-    : pluginFile(choosePluginFile(options.pluginFile)),
+    : pluginFile(pluginFileOf(options.pluginFile)),
       timeoutSeconds(options.timeoutSeconds),
       isLogForwarded(options.logSeverity >= 0),
       referenceHost(processHost(hostOptions(options))) {
@@ -83,12 +89,16 @@ Deadline PluginSession::startOtherLimit(const std::string& subject) const {
     return {timeoutSeconds == 0 ? 0 : timeoutSeconds + 1, work};
 }
 
-refhost::PluginIdentity PluginSession::load() {
+refhost::PluginIdentity PluginSession::loadOrThrow() {
     Deadline::nowAt("loading " + pluginFile);
+    refhost::PluginIdentity identity = referenceHost.loadPlugin(pluginFile);
+    Deadline::nowAt("");
+    return identity;
+}
+
+refhost::PluginIdentity PluginSession::load() {
     try {
-        refhost::PluginIdentity identity = referenceHost.loadPlugin(pluginFile);
-        Deadline::nowAt("");
-        return identity;
+        return loadOrThrow();
     } catch (const refhost::PluginError& error) {
         std::string reason = error.reason();
         while (!reason.empty() && (reason.back() == '.' || reason.back() == '\n')) reason.pop_back();

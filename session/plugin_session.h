@@ -1,6 +1,7 @@
 // One host with one plug-in in it, used under a time limit.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,17 +18,23 @@ struct ServedPlan {
     refhost::RequestResult request;
 };
 
+/// The file that is loaded where this one is named; empty: the one that belongs to this command. Throws `CommandError`.
+std::string pluginFileOf(const std::string& named);
+
 struct SessionOptions {
     std::string pluginFile;  // empty: the one that belongs to this command
     std::vector<std::string> virtualDevices;
     int logSeverity = -1;        // show the host's log from this severity on; negative: not at all
     double timeoutSeconds = 30;  // 0: none
+    std::vector<std::string> schemaFiles = {};  // further classes for the host
+    /// Instead of saying which class is served; see `HostOptions`.
+    std::function<void(const std::string& className)> whenServing = {};
     bool keepsLog = true;        // false: the host forgets each line, in a process that stays
 };
 
 class PluginSession {
 public:
-    /// Makes the host; loads nothing yet.
+    /// Makes the host; loads nothing yet. Throws `CommandError` when a schema file cannot be used.
     explicit PluginSession(const SessionOptions& options);
     PluginSession(const PluginSession&) = delete;
     PluginSession& operator=(const PluginSession&) = delete;
@@ -46,6 +53,10 @@ public:
     /// Loads the plug-in. One that cannot be used ends the process with a sentence: it may have left the loader in
     /// a state in which nothing can be unwound safely.
     refhost::PluginIdentity load();
+    /// The same, but throws `PluginError`. All that may follow one is to say so and to leave with _exit(2).
+    refhost::PluginIdentity loadOrThrow();
+    /// The file that is loaded.
+    const std::string& file() const { return pluginFile; }
     /// The earlier request, when the plan has one.
     refhost::RequestResult requestEarlier(const ClassPlan& plan);
     refhost::RequestResult request(const std::vector<std::string>& classNames);

@@ -31,18 +31,20 @@ TABLE = """
 | machine            | base |
 | terminal           | text |
 | worker             | terminal, text, base |
-| session            | worker, terminal, refhost/api, schema, text |
+| session            | worker, terminal, refhost/api, schema, base, text |
 | inventory          | session, worker, machine, collect, refhost/api, schema, base, text |
-| formats            | inventory, refhost/api, text |
+| check              | inventory, session, worker, machine, refhost/api, schema, text |
+| formats            | check, inventory, refhost/api, text |
 | serve/cimxml       | refhost/api, text |
 | serve/http         | text, base |
 | serve              | serve/cimxml, serve/http, formats, inventory, session, worker, terminal, machine, refhost/api, schema, base, text |
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |
-| cli/tables         | cli/diff, cli/explain, cli/io, formats, inventory, machine, refhost/api, schema, text |
-| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
+| cli/tables         | cli/diff, cli/explain, cli/io, formats, check, inventory, machine, refhost/api, schema, text |
+| cli/commands       | cli/tables, cli/diff, cli/explain, cli/io, formats, check, inventory, session, worker, terminal, collect, refhost/api, schema, base, text |
 | cli                | cli/commands, cli/io, inventory, session, worker, terminal, text |
+| examples           | refhost/api, plugin/host |
 | tests              | anything |
 | fuzz               | anything |
 | bench              | anything |

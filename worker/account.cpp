@@ -40,6 +40,7 @@ void Account::enter(const Stage& stage, const std::string& subject) {
     const std::uint32_t number = ++latest;
     stages[number % 2] = stage;
     stages[number % 2].startNs = steadyNanoseconds();
+    limitFromNs.store(stages[number % 2].startNs, std::memory_order_release);
     nowAt(subject);
     change(number);
 }

@@ -12,6 +12,8 @@
 
 namespace diskmgt::worker {
 
+std::int64_t steadyNanoseconds();
+
 /// Work that may never come back.
 struct Stage {
     double limitSeconds = 0;     // from its start; 0: no limit
@@ -30,6 +32,8 @@ public:
     void enter(const Stage& stage, const std::string& subject);
     /// What is done from now on is not limited, unless there is a stage for whatever is no other stage.
     void leave();
+    /// The stage's time limit counts from now on.
+    void renewLimit() { limitFromNs.store(steadyNanoseconds(), std::memory_order_release); }
     /// Changes what the stage is at.
     void nowAt(const std::string& subject);
     /// A sentence that standard error cannot take. Past the room for a few of them they are lost.
@@ -47,6 +51,8 @@ public:
     std::uint32_t stageNumber() const { return current.load(std::memory_order_acquire); }
     /// Of that number, unless it has changed meanwhile.
     Stage stage(std::uint32_t number) const { return stages[number % 2]; }
+    /// From when on the limit of the present stage counts, on the steady clock.
+    std::int64_t limitFrom() const { return limitFromNs.load(std::memory_order_acquire); }
     std::string subject() const;
     /// False when the stage has ended meanwhile.
     bool giveUp(std::uint32_t number);
@@ -64,6 +70,7 @@ private:
     void change(std::uint32_t to);
 
     std::atomic<std::uint32_t> current{0};
+    std::atomic<std::int64_t> limitFromNs{0};
     std::atomic<int> notedStatus{0};
     std::atomic<bool> hasNoted{false};
     std::uint32_t latest = 0;
@@ -85,7 +92,5 @@ Account& account();
 
 /// Makes an account that processes forked from now on share; throws `CommandError`.
 void shareAccount();
-
-std::int64_t steadyNanoseconds();
 
 }  // namespace diskmgt::worker

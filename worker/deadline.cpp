@@ -19,6 +19,8 @@ Deadline::Deadline(double limitSeconds, const Watched& work) {
 
 Deadline::~Deadline() { worker::account().leave(); }
 
+void Deadline::renew() { worker::account().renewLimit(); }
+
 void Deadline::nowAt(const std::string& subject) { worker::account().nowAt(subject); }
 
 }  // namespace diskmgt

@@ -25,6 +25,8 @@ public:
     /// The work is done. Does not return when giving up has begun.
     ~Deadline();
 
+    /// The work is a step further: its limit counts from now on, for each step anew.
+    static void renew();
     /// What the work is at, from any place in it.
     static void nowAt(const std::string& subject);
 };

@@ -13,6 +13,7 @@ struct EarlyEnd {
     std::string brief;  // a few words for a table
     std::string text;   // a whole sentence
     ExitStatus status = kDone;
+    std::string cause = {};  // of what is the plug-in's doing: what it did and at which work, without a full stop
 
     bool isEarly() const { return !rule.empty(); }
 };

@@ -81,10 +81,16 @@ int Watch::waitingTime() const {
     if (number != 0) {
         const Stage stage = account().stage(number);
         const std::int64_t passed = steadyNanoseconds() - stage.startNs - (number == seenStage ? stoppedNs : 0);
-        if (stage.limitSeconds > 0) wait = std::min(wait, limitOf(stage) - passed);
+        if (stage.limitSeconds > 0) wait = std::min(wait, limitOf(stage) - passedOfLimit(steadyNanoseconds()));
         if (showsProgress && number == seenStage) wait = std::min(wait, showNextNs - passed);
     }
     return static_cast<int>((std::max<std::int64_t>(wait, 0) + kMillisecond - 1) / kMillisecond);
+}
+
+/// Without the time in which this process was stopped.
+std::int64_t Watch::passedOfLimit(std::int64_t now) const {
+    const std::int64_t from = account().limitFrom();
+    return now - from - (from == seenLimitNs ? stoppedNs - stoppedBeforeNs : 0);
 }
 
 void Watch::handleSignals() {
@@ -201,7 +207,11 @@ void Watch::keepTime(std::int64_t asked, std::int64_t before) {
     if (number == 0) return;
     const Stage stage = account().stage(number);
     const std::int64_t passed = now - stage.startNs - stoppedNs;
-    if (stage.limitSeconds > 0 && passed >= limitOf(stage)) {
+    if (const std::int64_t from = account().limitFrom(); from != seenLimitNs) {
+        seenLimitNs = from;
+        stoppedBeforeNs = stoppedNs;
+    }
+    if (stage.limitSeconds > 0 && passedOfLimit(now) >= limitOf(stage)) {
         giveUp(number, stage);
     } else if (showsProgress && stage.isShown && passed >= showNextNs) {
         progress_line::show(std::to_string(passed / kSecond) + " s: " + whatIsUnderWay(stage));

@@ -31,6 +31,7 @@ public:
 
 private:
     int waitingTime() const;
+    std::int64_t passedOfLimit(std::int64_t now) const;
     void handleSignals();
     void relayErrors(bool isReady);
     void relayOutput(bool isReady);
@@ -54,9 +55,11 @@ private:
     std::uint64_t errorsUpTo = 0, outputUpTo = 0;
     bool showsProgress;
     std::uint32_t seenStage = 0;
-    std::int64_t stoppedNs = 0;      // while the stage was on, this process was stopped or asleep for so long
-    std::int64_t showNextNs = 0;     // into the stage
-    std::int64_t silentSinceNs = 0;  // both pipes have ended, and yet it has not; 0: not so
+    std::int64_t stoppedNs = 0;        // while the stage was on, this process was stopped or asleep for so long
+    std::int64_t seenLimitNs = 0;      // from when on the limit counted when last looked at
+    std::int64_t stoppedBeforeNs = 0;  // of `stoppedNs`, what came before that
+    std::int64_t showNextNs = 0;       // into the stage
+    std::int64_t silentSinceNs = 0;    // both pipes have ended, and yet it has not; 0: not so
 };
 
 }  // namespace diskmgt::worker

@@ -52,6 +52,14 @@ Pipe makePipe() {
     return {both[0], both[1]};
 }
 
+/// Takes what a hundred disks make known, so that the worker goes on while its parent does something else.
+Pipe makeWidePipe() {
+    constexpr int kBytes = 1 << 20;  // the most that the kernel gives to anybody
+    const Pipe pipe = makePipe();
+    (void)::fcntl(pipe.writingEnd, F_SETPIPE_SZ, kBytes);  // refused: the worker waits now and then
+    return pipe;
+}
+
 /// What a dead parent cannot use any more must not go on.
 void dieWith(pid_t parent) {
     (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);  // cannot fail
@@ -79,7 +87,7 @@ bool keeps(const std::vector<int>& kept, int descriptor) {
 }  // namespace
 
 Worker::Worker(const std::function<int()>& work, const Wants& wants) {
-    Pipe pipes[3] = {makePipe(), makePipe(), wants.makesKnown ? makePipe() : Pipe()};
+    Pipe pipes[3] = {makePipe(), makePipe(), wants.makesKnown ? makeWidePipe() : Pipe()};
     const pid_t parent = ::getpid();
     child = ::fork();
     if (child < 0) failStarting("start a process");

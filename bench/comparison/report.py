@@ -14,14 +14,16 @@ BENCHMARKS = ("request/.*/all_classes|request/.*/three_instance_classes|parser/|
 REFERENCE = "diskmgt get, three classes"
 
 
-def document(results, runs):
+def document(results, runs, beside):
+    """`beside`: what was measured on described machines."""
     sizes = sorted(results)
     parts = ["# Performance", _introduction(sizes, runs), "## Whole commands\n",
              "Medians of wall-clock milliseconds.\n", _table(results, sizes, "wall"),
              "\nTimes of the others, as multiples of `diskmgt get` of the three classes.\n", _ratios(results, sizes),
              "\nGreatest resident memory in MiB.\n", _table(results, sizes, "memory"),
              "\nSystem calls of one run, start of the process included.\n", _table(results, sizes, "calls"),
-             _notes(results), "\n## In one process\n", _in_process(results, sizes)]
+             _notes(results), "\n## System calls of each disk, partition and mount\n", _call_costs(beside["call_costs"]),
+             "\n## Beside a mount that does not answer\n", _dead_mount(beside["dead_mount"]), "\n## In one process\n", _in_process(results, sizes)]
     if results[sizes[0]].get("phases"):
         parts += ["\n## Where a whole command's time goes, one disk\n", _phases(results[sizes[0]]["phases"])]
     return "\n".join(parts).rstrip() + "\n"
@@ -132,6 +134,37 @@ def _notes(results):
     lines = [f"- `{tool.name}`: {tool.note}" for tool in TOOLS if tool.note and tool.name in present]
     lines += [f"- `{name}` was left out: {reason}" for name, reason in missing.items()]
     return "\n" + "\n".join(lines)
+
+
+COST_REASONS = """- The kernel's account of a disk: its folder in sysfs and a dozen small files there, each opened, read and closed; its
+  identity, its holders and slaves. Of a partition: number, size, start, and whether it can be written. Where udev runs, its
+  record of each is read too; where volumes lie on devices, the holders of each partition.
+- CIM's of a disk: sysfs again, and its node opened for the size and for the table; then the rules of `explain` ask the
+  same once more, and for the sector size, so that they can say why. Of a partition: its entry in the table. Of a mount:
+  two `statfs` and a `statx`, for the figures that are published, and for those that are surely of this mount.
+- What `export json` has more passes CIM's account on to the process that writes."""
+
+
+def _call_costs(costs):
+    rows = []
+    for what, key in (("without any", "start"), ("for each disk", "disk"), ("for each partition", "partition"),
+                      ("for each mount", "mount")):
+        by_process = costs["tree"][key]
+        cells = [sum(cost[key]) for cost in costs.values()] + [by_process[0], by_process[1], sum(by_process[2:])]
+        rows.append([what, *(f"{max(cell, 0):,.0f}" for cell in cells)])
+    heads = [f"`diskmgt {name}`" for name in costs]
+    return ("System calls of all processes of a command, on described machines whose disks have the files in sysfs that a SATA\n"
+            "disk has. They grow linearly.\n\n" +
+            _grid(["", *heads, "of `tree`: the kernel's account", "CIM's", "joining and writing"], rows) +
+            "\n\n" + COST_REASONS)
+
+
+def _dead_mount(times):
+    if times is None:
+        return "Not measured: the kernel has no FUSE."
+    rows = [[f"`diskmgt {name}`", _milliseconds(milliseconds)] for name, milliseconds in times.items()]
+    return ("Eight disks and a FUSE mount whose server never answers. One second is the wait for the mount's figures; the limit\n"
+            "for the whole command is two. All the rest is in the answer.\n\n" + _grid(["Command", "Wall ms"], rows))
 
 
 def _in_process(results, sizes):

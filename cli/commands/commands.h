@@ -9,6 +9,9 @@
 
 namespace diskmgt {
 
+/// Asks the plug-in and makes known what is found; `deliverCheck` writes the verdict.
+ExitStatus runCheck(const Options& options);
+ExitStatus deliverCheck(const Options& options, const std::string& known, const worker::EarlyEnd& end);
 ExitStatus runClasses(const Options& options);
 ExitStatus runDiff(const Options& options);
 ExitStatus runGet(const Options& options);

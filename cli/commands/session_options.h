@@ -7,7 +7,8 @@
 namespace diskmgt {
 
 inline SessionOptions sessionOptions(const Options& options) {
-    return {options.pluginFile, options.virtualDevices, options.logSeverity, options.timeoutSeconds};
+    return {options.pluginFile, options.virtualDevices, options.logSeverity, options.timeoutSeconds,
+            options.schemaFiles};
 }
 
 }  // namespace diskmgt

@@ -4,6 +4,7 @@
 
 #include "inventory/device_names.h"
 #include "inventory/device_reasons.h"
+#include "inventory/device_texts.h"
 #include "inventory/use_text.h"
 #include "schema/vocabulary.h"
 #include "text/size_text.h"
@@ -120,6 +121,7 @@ void addUse(DeviceExplanation& explanation, const ExplainContext& context, std::
     const auto& disk = account.device(position).disk;
     if (disk && device.use.any() && !account.uses.ofItself(position).any())
         usage.text = "in use as part of " + account.device(*disk).name + ", which is " + usage.text;
+    usage.holds = holdsText(account, position);
     for (const std::size_t holder : device.use.holders) usage.holders.push_back(account.device(holder).name);
     usage.holders.insert(usage.holders.end(), device.use.unlistedHolders.begin(), device.use.unlistedHolders.end());
     usage.mountPoints = mountPointsOf(account.machine, device.use);

@@ -24,7 +24,8 @@ struct MountedOn {
 
 /// What the kernel shows to use a device, through every layer. An empty text: nothing is seen to.
 struct DeviceUsage {
-    std::string text;  // "in use by dm-0 (vg-root), mounted on /"
+    std::string text;   // "in use by dm-0 (vg-root), mounted on /"
+    std::string holds;  // "holds sda5 and sda6", of an extended partition
     std::vector<std::string> holders;
     std::vector<std::string> mountPoints;
     bool isSwap = false;

@@ -56,12 +56,14 @@ std::string cimOnlyTable(const std::vector<CimOnlyExplanation>& found, const Tab
 }
 
 std::string useSentence(const DeviceUsage& usage) {
-    std::string text = usage.text.empty() ? "Not seen in use." : "I" + usage.text.substr(1) + ".";  // "In use ..."
+    std::string text = !usage.text.empty()   ? "I" + usage.text.substr(1) + "."  // "In use ..."
+                       : usage.holds.empty() ? "Not seen in use."
+                                             : "H" + usage.holds.substr(1) + ".";
     if (usage.text.empty() && !usage.namedBy.empty())
         text += " Only the source of what is mounted on " + listed(usage.namedBy) + " names it.";
     if (!usage.content.empty()) return text + " Content: " + usage.content + ".";
     if (!usage.table.empty()) return text + " Content: a partition table (" + usage.table + ").";
-    return text + " Content not known.";
+    return usage.holds.empty() ? text + " Content not known." : text;
 }
 
 std::string layersSentence(const Layers& layers) {

@@ -22,16 +22,33 @@ namespace refhost {
 /// reason, and the advice behind a semicolon.
 class TAL_API PluginError : public std::runtime_error {
 public:
-    explicit PluginError(const std::string& reason, const std::string& advice = "");
+    /// How far the plug-in came.
+    enum class Step {
+        kOpening,      // no library was opened, or opening it threw
+        kStillMapped,  // the library is in the process already and would not register again
+        kRegistering,  // it was opened and registered no entry
+        kStarting,     // the entry threw when it was asked who it is, or initialised
+    };
+
+    explicit PluginError(const std::string& reason, const std::string& advice = "", Step failedAt = Step::kOpening);
     ~PluginError() override;
 
     const std::string& reason() const { return why; }
     /// What to do, such as "give the path of a plug-in library"; empty when the reason alone says it.
     const std::string& advice() const { return whatToDo; }
+    Step step() const { return reached; }
 
 private:
     std::string why;
     std::string whatToDo;
+    Step reached;
+};
+
+/// A further schema text cannot be used. `what()` names the text, the line and what is wrong.
+class TAL_API SchemaError : public std::runtime_error {
+public:
+    explicit SchemaError(const std::string& sentence);
+    ~SchemaError() override;
 };
 
 /// A declared property. Lives as long as the host.
@@ -89,6 +106,7 @@ struct PluginIdentity {
     std::string version;
     std::string interfaceVersion;
     unsigned int type = 0;
+    bool answersRequests = false;  // its entry offers the data request
 };
 
 struct RequestResult {
@@ -107,6 +125,7 @@ struct TraceEntry {
     std::vector<std::pair<std::string, TraceValue>> arguments;  // by name, in order
     std::optional<TraceValue> returns;                          // empty: no result, or the call threw
     std::optional<std::string> throws;                          // the exception's text
+    int thread = 0;                                             // the kernel's number of the thread that crossed
 };
 
 enum class FaultKind {
@@ -123,12 +142,22 @@ struct FaultPlan {
     FaultKind kind = FaultKind::kTalException;
 };
 
+/// Class and qualifier declarations in MOF. It may use the built-in schema and the texts before it. It may be hostile:
+/// what would cost too much memory or time is refused.
+struct SchemaText {
+    static constexpr std::size_t kLongest = std::size_t{1} << 20U;  // bytes
+
+    std::string name;  // in errors, such as the file's
+    std::string text;
+};
+
 struct HostOptions {
     std::string systemName;                   // empty: the machine's host name
     std::vector<std::string> virtualDevices;  // besides those of the management controller
     bool discoverVirtualDevices = true;       // look in sysfs for those of the management controller
     /// Called with the name of each class that a request begins to ask the plug-in for, on the request's thread.
     std::function<void(const std::string& className)> whenServing = {};
+    std::vector<SchemaText> schemaTexts = {};  // further classes, besides the built-in ones
     bool keepsLog = true;  // false: `log` stays empty, for a process that makes requests without end
 };
 
@@ -136,6 +165,7 @@ struct HostOptions {
 /// static services of the host interface answer from it. Requests may run on several threads at once.
 class TAL_API ReferenceHost {
 public:
+    /// Throws `SchemaError` for a further schema text that cannot be used, and `std::logic_error` for a second host.
     explicit ReferenceHost(HostOptions options = {});
     ReferenceHost(const ReferenceHost&) = delete;
     ReferenceHost& operator=(const ReferenceHost&) = delete;
@@ -168,7 +198,7 @@ public:
     const std::vector<ClassDeclaration>& classes() const;
     /// Null when the schema declares no class of exactly that name.
     const ClassDeclaration* findClass(const std::string& name) const;
-    /// The schema as MOF text: the public base classes, then this project's own.
+    /// The built-in schema as MOF text: the public base classes, then this project's own.
     static const char* baseMof();
     static const char* vendorMof();
 

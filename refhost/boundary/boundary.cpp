@@ -1,5 +1,7 @@
 #include "refhost/boundary/boundary.h"
 
+#include <unistd.h>
+
 #include <mutex>
 
 #include "plugin/host/tal_exception.h"
@@ -93,6 +95,7 @@ void CallRecord::begin(bool byPlugin, const char* call, TraceArguments arguments
     entry.byPlugin = byPlugin;
     entry.call = call;
     entry.arguments = std::move(arguments);
+    entry.thread = ::gettid();
     watch().entries.push_back(std::move(entry));
 }
 

@@ -102,7 +102,8 @@ PluginLibrary::PluginLibrary(const std::string& file) {
     if (void* const already = ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
         (void)::dlclose(already);  // releases the reference that the check took
         throw PluginError("cannot load the plug-in \"" + path +
-                          "\": it is already loaded in this process and registers only when it is loaded afresh");
+                              "\": it is already loaded in this process and registers only when it is loaded afresh",
+                          "", PluginError::Step::kStillMapped);
     }
     handle = openLibrary(path);
     if (handle == nullptr) refuseOpening(path);
@@ -114,7 +115,9 @@ std::shared_ptr<LoadedPlugin> LoadedPlugin::load(const std::string& file) {
     LoadScope scope;
     auto library = std::make_unique<PluginLibrary>(file);  // when it throws, an entry it left behind is gone with it
     Registration registered = scope.take();
-    if (!registered) throw PluginError("\"" + file + "\" is a shared library but registers no disk plug-in");
+    if (!registered)
+        throw PluginError("\"" + file + "\" is a shared library but registers no disk plug-in", "",
+                          PluginError::Step::kRegistering);
     return std::make_shared<LoadedPlugin>(std::move(library), std::move(registered), file);
 }
 
@@ -127,7 +130,8 @@ LoadedPlugin::LoadedPlugin(std::unique_ptr<PluginLibrary> openLibrary, Registrat
     IPluginCallbacks& entry = *registration->entry;
     const auto fail = [&](const std::string& text) {
         release(entry);
-        throw PluginError("the plug-in \"" + file + "\" failed while starting: " + text);
+        throw PluginError("the plug-in \"" + file + "\" failed while starting: " + text, "",
+                          PluginError::Step::kStarting);
     };
     try {
         known.file = file;
@@ -141,6 +145,7 @@ LoadedPlugin::LoadedPlugin(std::unique_ptr<PluginLibrary> openLibrary, Registrat
         known.interfaceVersion = callPlugin(
             "getInterfaceVersion", noArguments, [&] { return entry.GetInterfaceVersion(); }, AsItIs());
         queries = dynamic_cast<IPluginBasicQueryCallbacks*>(&entry);
+        known.answersRequests = queries != nullptr;
         callPlugin("init", noArguments, [&] { entry.Init(); });
     } catch (const std::exception& failure) {
         fail(failure.what());

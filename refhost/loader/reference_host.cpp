@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "plugin/host/plugin_callbacks.h"
+#include "plugin/host/tal_exception.h"
 #include "refhost/boundary/boundary.h"
 #include "refhost/boundary/request_scope.h"
 #include "refhost/loader/loader.h"
@@ -30,11 +31,18 @@ std::string machineName() {
     return ::uname(&names) == 0 ? names.nodename : "localhost";
 }
 
-boost::shared_ptr<const Schema> compiledSchema() {
+/// The built-in classes and those of the texts.
+boost::shared_ptr<const Schema> schemaWith(const std::vector<SchemaText>& texts) try {
     std::vector<MofDocument> documents;  // filled one by one: an initialiser list would be copied
     documents.push_back(parseMof(kBaseMof, "base.mof"));
     documents.push_back(parseMof(kVendorMof, "vexsg.mof"));
+    for (const SchemaText& further : texts) {
+        if (further.text.size() > SchemaText::kLongest) throw SchemaError(further.name + " has more than 1 MiB");
+        documents.push_back(parseMof(further.text, further.name));
+    }
     return boost::make_shared<const Schema>(documents);
+} catch (const NVEXTAL20::TTALException& refusal) {
+    throw SchemaError(refusal.what());
 }
 
 /// Fills the copy from this instance, reusing its memory.
@@ -73,13 +81,19 @@ std::optional<std::string> failureOf(const Work& work) {
 
 }  // namespace
 
-PluginError::PluginError(const std::string& reason, const std::string& advice)
-    : std::runtime_error(advice.empty() ? reason : reason + "; " + advice), why(reason), whatToDo(advice) {}
+PluginError::PluginError(const std::string& reason, const std::string& advice, Step failedAt)
+    : std::runtime_error(advice.empty() ? reason : reason + "; " + advice),
+      why(reason),
+      whatToDo(advice),
+      reached(failedAt) {}
 PluginError::~PluginError() = default;
+
+SchemaError::SchemaError(const std::string& sentence) : std::runtime_error(sentence) {}
+SchemaError::~SchemaError() = default;
 
 struct ReferenceHost::State {
     explicit State(const HostOptions& options)
-        : schema(compiledSchema()),
+        : schema(schemaWith(options.schemaTexts)),
           nameSpace(boost::make_shared<NamespaceObject>(schema)),
           manager(boost::make_shared<PluginManager>()),
           running(options.whenServing) {

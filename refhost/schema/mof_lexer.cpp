@@ -48,9 +48,17 @@ bool isNumber(std::string_view text) {
 
 MofLexer::MofLexer(std::string_view mofText, std::string sourceName) : text(mofText), source(std::move(sourceName)) {}
 
-void MofLexer::refuse(std::size_t atLine, const std::string& why) const {
-    throw NVEXTAL20::TTALException(source + ", line " + std::to_string(atLine) + ": " + why);
+void refuseMof(const std::string& source, std::size_t line, std::string why) {
+    constexpr std::size_t kLongest = 300;  // it may quote a name of any length
+    if (why.size() > kLongest) {
+        std::size_t end = kLongest;
+        while ((static_cast<unsigned char>(why[end]) & 0xC0U) == 0x80U) --end;  // not within a character
+        why = why.substr(0, end) + "...";
+    }
+    throw NVEXTAL20::TTALException(source + ", line " + std::to_string(line) + ": " + why);
 }
+
+void MofLexer::refuse(std::size_t atLine, const std::string& why) const { refuseMof(source, atLine, why); }
 
 void MofLexer::advance() {
     if (here() == '\n') ++line;
@@ -86,6 +94,8 @@ MofToken MofLexer::next() {
     if (mayBeginName(first)) {
         const std::size_t begin = position;
         while (!atEnd() && mayContinueName(here())) ++position;
+        constexpr std::size_t kLongestName = 255;  // every property has copies of the names of classes
+        if (position - begin > kLongestName) refuse(line, "a name has more than 255 characters");
         return {MofToken::Kind::kName, std::string(text.substr(begin, position - begin)), line};
     }
     if (first == '\'') return quoted('\'', MofToken::Kind::kCharacter);

@@ -14,6 +14,9 @@ struct MofToken {
     std::size_t line = 1;
 };
 
+/// Throws the `TTALException` that names the document, the line and what is wrong. A long reason is cut.
+[[noreturn]] void refuseMof(const std::string& source, std::size_t line, std::string why);
+
 class MofLexer {
 public:
     /// `sourceName` is what errors name; the text must outlive the lexer.

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "plugin/host/tal_exception.h"
+#include "refhost/schema/mof_lexer.h"
 
 namespace refhost {
 
@@ -12,6 +12,8 @@ namespace {
 // Far above any real schema: a malicious one must not fill the memory with inherited properties.
 constexpr std::size_t kGreatestDepth = 64;
 constexpr std::size_t kMostProperties = 100'000;
+constexpr std::size_t kMostPropertiesOfAClass = 1'000;     // each is compared with all others
+constexpr std::size_t kMostText = std::size_t{64} << 20U;  // a subclass has a copy of every inherited text
 
 const std::string kReferenceType = "reference";
 
@@ -25,12 +27,13 @@ std::vector<ClassDeclaration> SchemaBuilder::build() {
         for (const MofClass& written : one.classes) addClass(written);
     }
     for (const Reference& reference : references) resolve(reference);
+    for (ClassDeclaration& one : classes)
+        for (PropertyDeclaration& property : one.properties)  // inherited with the name as written
+            if (!property.referenceClass.empty()) property.referenceClass = findClass(property.referenceClass)->name;
     return std::move(classes);
 }
 
-void SchemaBuilder::refuse(std::size_t line, const std::string& why) const {
-    throw NVEXTAL20::TTALException(document->source + ", line " + std::to_string(line) + ": " + why);
-}
+void SchemaBuilder::refuse(std::size_t line, const std::string& why) const { refuseMof(document->source, line, why); }
 
 const ClassDeclaration* SchemaBuilder::findClass(std::string_view name) const {
     const auto found = positions.find(name);
@@ -58,19 +61,30 @@ void SchemaBuilder::addClass(const MofClass& written) {
         truth(written.qualifiers, "association", superclass != nullptr && superclass->isAssociation);
     declared.version = text(written.qualifiers, "version", "");
     declared.description = text(written.qualifiers, "description", "");
-    declared.properties.reserve(written.properties.size() +
-                                (superclass == nullptr ? 0 : superclass->properties.size()));
+    const std::size_t most = written.properties.size() + (superclass == nullptr ? 0 : superclass->properties.size());
+    if (most > kMostPropertiesOfAClass) refuse(written.line, "the class has too many properties");
+    declared.properties.reserve(most);
     for (const MofProperty& property : written.properties) addProperty(property, declared);
     if (superclass != nullptr)
         for (const PropertyDeclaration& inherited : superclass->properties)
             if (std::none_of(declared.properties.begin(), declared.properties.end(),
                              [&](const auto& own) { return own.name == inherited.name; }))
                 declared.properties.push_back(inherited);
-    propertyCount += declared.properties.size();
-    if (propertyCount > kMostProperties) refuse(written.line, "the classes have too many properties");
+    countIn(declared, written.line);
     positions.emplace(written.name, classes.size());
     depths.push_back(depth);
     classes.push_back(std::move(declared));
+}
+
+void SchemaBuilder::countIn(const ClassDeclaration& declared, std::size_t line) {
+    propertyCount += declared.properties.size();
+    if (propertyCount > kMostProperties) refuse(line, "the classes have too many properties");
+    for (const PropertyDeclaration& property : declared.properties) {
+        textBytes += property.description.size() + property.unit.size();
+        for (const auto& [value, meaning] : property.valueNames)
+            textBytes += 2 * sizeof(std::string) + value.size() + meaning.size();
+    }
+    if (textBytes > kMostText) refuse(line, "the classes have too many texts");
 }
 
 void SchemaBuilder::addProperty(const MofProperty& written, ClassDeclaration& declared) {
@@ -150,20 +164,12 @@ bool SchemaBuilder::isOrLiesBeneath(const ClassDeclaration& one, const std::stri
 
 void SchemaBuilder::resolve(const Reference& reference) {
     document = reference.document;
-    PropertyDeclaration& property = classes[reference.classPosition].properties[reference.propertyPosition];
+    const PropertyDeclaration& property = classes[reference.classPosition].properties[reference.propertyPosition];
     const ClassDeclaration* const target = findClass(property.referenceClass);
     if (target == nullptr) refuse(reference.line, "the class \"" + property.referenceClass + "\" is not declared");
     if (!reference.overridden.empty() && !isOrLiesBeneath(*target, reference.overridden))
         refuse(reference.line, "\"" + target->name + "\" does not lie beneath \"" + reference.overridden +
                                    "\", which the overridden \"" + property.name + "\" names");
-    // Subclasses inherited the name as written.
-    const std::string declaringClass = property.declaredIn;
-    const std::string propertyName = property.name;
-    const std::string canonicalName = target->name;
-    for (ClassDeclaration& one : classes)
-        for (PropertyDeclaration& other : one.properties)
-            if (!other.referenceClass.empty() && other.name == propertyName && other.declaredIn == declaringClass)
-                other.referenceClass = canonicalName;
 }
 
 void SchemaBuilder::requireDeclared(const std::vector<MofQualifier>& qualifiers) const {

@@ -36,7 +36,9 @@ private:
     void checkOverride(const MofProperty& written, const PropertyDeclaration& inherited) const;
     void applyQualifiers(const MofProperty& written, PropertyDeclaration& declared) const;
     void applyValueNames(const MofProperty& written, PropertyDeclaration& declared) const;
+    /// Checks the class that the reference names.
     void resolve(const Reference& reference);
+    void countIn(const ClassDeclaration& declared, std::size_t line);
     /// Null when no class has that name. Case is ignored.
     const ClassDeclaration* findClass(std::string_view name) const;
     bool isOrLiesBeneath(const ClassDeclaration& one, const std::string& other) const;
@@ -55,6 +57,7 @@ private:
     std::map<std::string_view, std::size_t, NameLess> positions;  // of classes, by the documents' names
     std::vector<std::size_t> depths;                              // of classes in the tree, by position
     std::size_t propertyCount = 0;                                // of all classes, inherited ones included
+    std::size_t textBytes = 0;                                    // of their properties
     std::vector<Reference> references;
     std::vector<ClassDeclaration> classes;
 };

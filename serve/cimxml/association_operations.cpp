@@ -91,8 +91,7 @@ Classes classesReferringTo(const ClassTree& tree, const CimClass& source, const 
     Classes found;
     for (const CimClass& association : tree.classes())
         for (const refhost::PropertyDeclaration* const near : association.references)
-            if (association.declaration->isAssociation && passes(association, filters.result) &&
-                passes(*near, filters.role) && mayPointAt(tree, *near, source))
+            if (passes(association, filters.result) && passes(*near, filters.role) && mayPointAt(tree, *near, source))
                 found.add(&association);
     return found;
 }
@@ -100,7 +99,7 @@ Classes classesReferringTo(const ClassTree& tree, const CimClass& source, const 
 Classes classesAssociatedWith(const ClassTree& tree, const CimClass& source, const Filters& filters) {
     Classes found;
     for (const CimClass& association : tree.classes()) {
-        if (!association.declaration->isAssociation || !passes(association, filters.association)) continue;
+        if (!passes(association, filters.association)) continue;
         for (const refhost::PropertyDeclaration* const near : association.references) {
             if (!passes(*near, filters.role) || !mayPointAt(tree, *near, source)) continue;
             for (const refhost::PropertyDeclaration* const far : association.references) {

@@ -15,10 +15,10 @@ struct CimClass {
     const refhost::ClassDeclaration* declaration = nullptr;
     std::size_t index = 0;  // in declaration order
     const CimClass* superclass = nullptr;
-    std::vector<const CimClass*> children;                  // directly beneath, in declaration order
-    std::vector<const CimClass*> family;                    // itself and all beneath, in declaration order
-    std::vector<const refhost::PropertyDeclaration*> keys;  // names in byte order
-    std::vector<const refhost::PropertyDeclaration*> references;
+    std::vector<const CimClass*> children;                        // directly beneath, in declaration order
+    std::vector<const CimClass*> family;                          // itself and all beneath, in declaration order
+    std::vector<const refhost::PropertyDeclaration*> keys;        // names in byte order
+    std::vector<const refhost::PropertyDeclaration*> references;  // only associations have some
 
     const std::string& name() const { return declaration->name; }
     bool isOrLiesBeneath(const CimClass& other) const;

@@ -68,15 +68,24 @@ bool fits(Kind kind, const std::string& type) {
     throw CimFailure(CimStatus::kNotFound, "The value of key " + key.name + " is not of its type, " + type + ".");
 }
 
+/// Whatever is wrong with the name of a target: there is no instance with such a key.
+std::string targetIdentity(const ClassTree& tree, const InstanceName& target) {
+    try {
+        return identityOf(tree, target);
+    } catch (const CimFailure& failure) {
+        throw CimFailure(CimStatus::kNotFound, failure.what());
+    }
+}
+
 std::string targetIdentity(const ClassTree& tree, const std::string& path) {
     const auto target = instanceNameFromText(path);
     if (!target) throw CimFailure(CimStatus::kNotFound, quotedForClient(path) + " is not an object path.");
-    return identityOf(tree, *target);
+    return targetIdentity(tree, *target);
 }
 
 std::string valueOf(const ClassTree& tree, const KeyBinding& key, const std::string& type) {
     if (!fits(key.kind, type)) refuseValue(key, type);
-    if (key.kind == Kind::kReference) return identityOf(tree, key.target.front());
+    if (key.kind == Kind::kReference) return targetIdentity(tree, key.target.front());
     if (type == "reference") return targetIdentity(tree, key.text);
     auto canonical = canonicalKeyValue(type, key.text);
     if (!canonical) refuseValue(key, type);

@@ -1,5 +1,6 @@
 #include "serve/cimxml/object_store.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "serve/cimxml/cim_failure.h"
@@ -37,7 +38,13 @@ ObjectStore::ObjectStore(const std::vector<refhost::ClassDeclaration>& classes,
         byClass[cls->index].push_back(&objects.back());
         if (!identity.empty()) byIdentity.emplace(std::move(identity), &objects.back());
     }
-    for (StoredObject& object : objects) resolveReferences(object);
+    std::vector<StoredObject*> associations;
+    for (StoredObject& object : objects)
+        if (!object.cls->references.empty()) associations.push_back(&object);
+    std::stable_sort(associations.begin(), associations.end(), [](const StoredObject* left, const StoredObject* right) {
+        return left->cls->index < right->cls->index;
+    });
+    for (StoredObject* const association : associations) resolveReferences(*association);
 }
 
 StoredObject* ObjectStore::named(const InstanceName& name) const {
@@ -50,7 +57,6 @@ StoredObject* ObjectStore::named(const InstanceName& name) const {
 }
 
 void ObjectStore::resolveReferences(StoredObject& object) {
-    if (object.cls->references.empty()) return;
     for (const refhost::PropertyValue& property : object.instance.properties) {
         if (property.isNull || property.declaration->type != "reference") continue;
         const auto name = instanceNameFromText(property.elements.front());

@@ -30,7 +30,7 @@ struct StoredObject {
     refhost::Instance instance;
     const CimClass* cls = nullptr;
     std::vector<StoredReference> references;  // those that are object paths; others are as good as null
-    std::vector<IncomingReference> incoming;  // in the order of the instances
+    std::vector<IncomingReference> incoming;  // classes as declared, then in the order given
 };
 
 class ObjectStore {

@@ -27,12 +27,25 @@ _diskmgt_names() {
     _diskmgt_say "$1" classes "${@:2}" --format json | sed -n 's/^      "name": "\(.*\)",$/\1/p'
 }
 
-# The nodes of the kernel's block devices.
+# The names of the kernel's block devices below /dev, each behind a prefix.
 _diskmgt_devices() {
     local entry
     for entry in /sys/class/block/*; do
-        [[ ! -e $entry ]] || printf '/dev/%s\n' "${entry##*/}"
+        [[ ! -e $entry ]] || { entry=${entry##*/} && printf '%s\n' "$1${entry//!//}"; }
     done
+}
+
+# Completes the word as a device, then as a file; "plain": also as a device's name without a path.
+_diskmgt_devices_and_files() {
+    local prefix=/dev/ devices word
+    [[ $1 != plain || -z $cur || $cur == */* ]] || prefix=
+    mapfile -t devices < <(compgen -W "$(_diskmgt_devices "$prefix")" -- "$cur")
+    _filedir
+    for word in "${COMPREPLY[@]}"; do
+        [[ " ${devices[*]} " == *" $word "* ]] || devices+=("$word")
+    done
+    COMPREPLY=("${devices[@]}")
+    compopt -o nosort 2>/dev/null  # since bash 4.4
 }
 
 # The columns of the tree.
@@ -89,7 +102,7 @@ _diskmgt() {
             _diskmgt_columns "$1"
             return
             ;;
-        --plugin | --output)
+        --plugin | --schema | --output)
             _filedir
             return
             ;;
@@ -105,7 +118,7 @@ _diskmgt() {
     case $command in
         '')
             if [[ $cur == */* ]]; then
-                _filedir
+                _diskmgt_devices_and_files
             else
                 mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_commands "$1")" -- "$cur")
             fi
@@ -114,10 +127,8 @@ _diskmgt() {
             mapfile -t COMPREPLY < <(compgen -W "$(_diskmgt_names "$1")" -- "$cur")
             ;;
         export) mapfile -t COMPREPLY < <(compgen -W "json prometheus mof html" -- "$cur") ;;
-        tree | probe | explain)
-            _filedir
-            [[ -n $cur ]] || mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(_diskmgt_devices)
-            ;;
+        tree | explain) _diskmgt_devices_and_files plain ;;
+        probe) _diskmgt_devices_and_files ;;
         diff) _filedir ;;
     esac
 } && complete -F _diskmgt diskmgt

@@ -80,11 +80,22 @@ _diskmgt_columns() {
     _wanted columns expl property _sequence compadd -a names
 }
 
+# A device, then a file; "plain": also a device's name without a path.
 _diskmgt_devices() {
-    local -a devices=(/sys/class/block/*(N:t))
-    devices=("/dev/"${^devices})
-    if [[ $PREFIX == */* ]]; then _files; return; fi
-    _alternative 'devices:device:compadd -a devices' 'files:file:_files'
+    local -a names=(/sys/class/block/*(N:t)) devices
+    names=("${(@)names//!//}")
+    devices=("/dev/"${^names})
+    [[ $1 == plain && -n $PREFIX && $PREFIX != */* ]] && devices=("${names[@]}")
+    local -a others expl
+    local -i ret=1
+    [[ $PREFIX == /dev/* ]] && others=(-g "^(${(j:|:)names})")  # as devices they are offered already
+    _tags devices files
+    while _tags; do
+        _requested -V devices expl device compadd -f -a devices && ret=0
+        _requested files && _files "${others[@]}" && ret=0
+        (( ret )) || break
+    done
+    return ret
 }
 
 # The value of an option, by the option's name.
@@ -94,7 +105,7 @@ _diskmgt_value() {
         --log-level) _wanted levels expl level compadd error warning status debug verbose none ;;
         --color) _wanted times expl when compadd auto always never ;;
         --columns) _diskmgt_columns ;;
-        --plugin | --output) _files ;;
+        --plugin | --schema | --output) _files ;;
         --timeout) _message seconds ;;
         --virtual-device) _message text ;;
     esac
@@ -131,10 +142,11 @@ _diskmgt() {
         _describe -o -t options option flags -- valued -q -S '='
     else
         case $command in
-            '') if [[ $PREFIX == */* ]]; then _files; else _diskmgt_commands; fi ;;
+            '') if [[ $PREFIX == */* ]]; then _diskmgt_devices; else _diskmgt_commands; fi ;;
             get | trace | classes) _diskmgt_classes ;;
             export) _wanted formats expl format compadd json prometheus mof html ;;
-            tree | probe | explain) _diskmgt_devices ;;
+            tree | explain) _diskmgt_devices plain ;;
+            probe) _diskmgt_devices ;;
             diff) _files ;;
         esac
     fi

@@ -17,6 +17,20 @@ def offers(request, tmp_path):
     return lambda *words: sorted(name.rstrip("= ") for name in request.param(tmp_path, "diskmgt", *words))
 
 
+@pytest.fixture(params=SHELLS, ids=["bash", "zsh"])
+def offers_in_order(request, tmp_path):
+    return lambda *words: request.param(tmp_path, "diskmgt", *words)
+
+
+@pytest.fixture
+def devices():
+    """The names of those block devices that are there before and after the test."""
+    before = os.listdir("/sys/class/block")
+    if not before:
+        pytest.skip("the kernel has no block devices")
+    return lambda: sorted(name for name in before if os.path.exists(f"/sys/class/block/{name}") and "!" not in name)
+
+
 def test_every_command_is_offered(offers):
     assert offers("") == sorted(help_text.commands())
 
@@ -62,7 +76,7 @@ def test_properties_of_the_named_classes_are_offered_one_after_the_other(offers)
 
 
 @pytest.mark.parametrize("words", [("probe", "disk"), ("diff", "disk"), ("get", "--output", "disk"),
-                                   ("plugin", "--plugin=disk")])
+                                   ("plugin", "--plugin=disk"), ("classes", "--schema", "disk")])
 def test_files_are_offered(offers, tmp_path, words):
     (tmp_path / "disk.img").touch()
     assert offers(*words) == ["disk.img"]
@@ -91,6 +105,37 @@ def test_devices_are_offered(offers, command):
     if not devices:
         pytest.skip("the kernel has no block devices")
     assert devices <= offered
+
+
+@pytest.mark.parametrize("command", ["tree", "probe", "explain"])
+def test_devices_are_offered_before_files(offers_in_order, tmp_path, devices, command):
+    (tmp_path / "a-file").touch()
+    offered = offers_in_order(command, "")
+    assert offered.index("a-file") > max(offered.index(f"/dev/{name}") for name in devices())
+
+
+@pytest.mark.parametrize("words", [("tree",), ("probe",), ("explain",), ()])
+def test_a_word_with_a_slash_is_completed_as_a_device_and_then_as_a_file(offers_in_order, devices, words):
+    offered = offers_in_order(*words, "/dev/")
+    names = [f"/dev/{name}" for name in devices()]
+    base = [name.rpartition("/")[2] for name in offered]
+    places = [place for place, name in enumerate(offered) if name in names]
+    assert sorted(offered[place] for place in places) == names
+    assert base.index("null") > max(places)
+    assert len([name for name in base if f"/dev/{name}" in names]) == len(names)  # none is offered as a file too
+    assert offers_in_order(*words, names[0]).count(names[0]) == 1
+
+
+@pytest.mark.parametrize("command", ["tree", "explain"])
+def test_a_device_is_completed_without_its_path(offers_in_order, tmp_path, devices, command):
+    name = devices()[0]
+    (tmp_path / f"{name}-image").touch()
+    offered = offers_in_order(command, name[:2])
+    assert offered.index(name) < offered.index(f"{name}-image")
+
+
+def test_a_file_to_probe_is_no_name_of_a_device(offers, devices):
+    assert offers("probe", devices()[0][:2]) == []
 
 
 def test_nothing_is_offered_where_any_text_goes(offers):

@@ -58,7 +58,7 @@ def test_collecting_process_that_is_killed_costs_cims_account_alone(plugin):
     os.kill(int(worker[0]), signal.SIGKILL)
     written, said = running.communicate(timeout=60)
     assert running.returncode == 1 and b"was killed" in said
-    assert is_unknown_by(json.loads(written)["diskmgt"], "crashed")
+    assert is_unknown_by(json.loads(written)["diskmgt"], "killed")
 
 
 def test_cut_account_keeps_the_classes_served_before(run, plugin):

@@ -11,7 +11,7 @@ import pytest
 import help_text
 
 PAGES = {name: os.path.join(help_text.share(), "man", f"man{name[-1]}", name)
-         for name in ("diskmgt.1", "diskmgt-formats.5")}
+         for name in ("diskmgt.1", "diskmgt-formats.5", "diskmgt-serve.8")}
 
 
 @functools.lru_cache(maxsize=None)
@@ -56,7 +56,7 @@ def test_every_command_is_described_and_shown_in_an_example(command):
 
 @pytest.mark.parametrize("command", [(), *((name,) for name in help_text.commands())])
 def test_every_option_is_described(command):
-    described = section("diskmgt.1", "OPTIONS")
+    described = section("diskmgt-serve.8" if command == ("serve",) else "diskmgt.1", "OPTIONS")
     missing = [name for name, takes_value in help_text.options(*command).items()
                if not re.search(rf"^ +(-[A-Za-z], )?{name}{' [a-z]+' if takes_value else '( |$)'}", described, re.MULTILINE)]
     assert missing == []

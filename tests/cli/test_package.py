@@ -16,7 +16,7 @@ import help_text
 BUILD = Path(conftest.COMMAND).parent.parent
 SHARE = Path(help_text.share())
 SOURCES = SHARE.parent
-NAMES = ["diskmgt", "diskmgt-dev", "diskmgt-plugin", "libdiskmgt-host"]
+NAMES = ["diskmgt", "diskmgt-dev", "diskmgt-plugin", "diskmgt-serve", "libdiskmgt-host"]
 PLUGIN = "usr/lib/diskmgt/plugins/libdiskmgt.pi.so"
 for tool in ("dh", "dpkg-deb", "dpkg-shlibdeps", "file"):
     if not shutil.which(tool):
@@ -79,6 +79,8 @@ def test_packages_depend_on_what_they_need(packages):
     assert {"libc6", "libstdc++6"} <= depends["libdiskmgt-host"]
     assert any(word.startswith("libboost-thread") for word in depends["diskmgt-plugin"])
     assert "libdiskmgt-host" in depends["diskmgt-dev"]
+    assert {"libdiskmgt-host", "diskmgt-plugin", "libssl3", "libseccomp2", "libpugixml1v5"} <= depends["diskmgt-serve"]
+    assert not {"libssl3", "libseccomp2", "libpugixml1v5", "libcrypt1", "zlib1g"} & depends["diskmgt"]
     # Another host may load the plug-in.
     assert not [word for word in depends["diskmgt-plugin"] | depends["libdiskmgt-host"] if "diskmgt" in word]
 
@@ -86,7 +88,10 @@ def test_packages_depend_on_what_they_need(packages):
 def test_nothing_of_the_packages_runs_while_they_are_installed(packages, tmp_path):
     for name, package in packages.items():
         output("dpkg-deb", "-e", package, tmp_path / name)
-        assert sorted(os.listdir(tmp_path / name)) == ["control", "md5sums"]
+        scripts = ["postinst"] if name == "diskmgt-serve" else []
+        assert sorted(os.listdir(tmp_path / name)) == ["control", "md5sums", *scripts]
+    made = (tmp_path / "diskmgt-serve" / "postinst").read_text(encoding="utf-8")
+    assert re.findall(r"^\s*([a-z-]+) ", re.sub(r"#.*", "", made), re.MULTILINE) == ["set", "if", "systemd-sysusers"]
 
 
 def test_no_file_is_in_two_packages(trees):
@@ -100,9 +105,15 @@ def test_places_are_those_of_debian(trees):
             "usr/share/bash-completion/completions/diskmgt", "usr/share/zsh/vendor-completions/_diskmgt",
             "usr/share/doc/diskmgt/README.md", "usr/share/doc/diskmgt/CHANGELOG.md"} <= present["diskmgt"]
     assert PLUGIN in present["diskmgt-plugin"]
+    assert {"usr/lib/diskmgt/diskmgt-serve", "usr/lib/diskmgt/diskmgt-collect", "usr/share/man/man8/diskmgt-serve.8.gz",
+            "usr/lib/sysusers.d/diskmgt-serve.conf", "usr/lib/systemd/system/diskmgt-serve.service",
+            "usr/lib/systemd/system/diskmgt-collect.socket", "usr/lib/systemd/system/diskmgt-collect@.service",
+            "usr/share/doc/diskmgt-serve/ENDPOINT.md"} <= present["diskmgt-serve"]
     assert {"usr/lib/diskmgt/libtalcore.so", "usr/lib/diskmgt/libtalbase.so"} <= present["libdiskmgt-host"]
-    assert {"usr/include/diskmgt/plugin/host/cim_model.h",
-            "usr/share/doc/diskmgt-dev/HOST-INTERFACE.md"} <= present["diskmgt-dev"]
+    assert {"usr/include/diskmgt/plugin/host/cim_model.h", "usr/include/diskmgt/refhost/api/reference_host.h",
+            "usr/lib/cmake/diskmgt/diskmgt-config.cmake", "usr/share/pkgconfig/diskmgt-host.pc",
+            "usr/share/doc/diskmgt-dev/docs/HOST-INTERFACE.md",
+            "usr/share/doc/diskmgt-dev/examples/host/small_host.cpp"} <= present["diskmgt-dev"]
     for name, paths in present.items():
         assert {f"usr/share/doc/{name}/copyright", f"usr/share/doc/{name}/changelog.gz"} <= paths
         assert [path for path in paths if not path.startswith("usr/") or "/local/" in path] == []
@@ -137,6 +148,31 @@ def test_documents_of_an_install_tree_link_only_to_what_is_there(tmp_path):
     assert (documents / "docs/EXPLAIN.md").read_bytes() == (SOURCES / "docs/EXPLAIN.md").read_bytes()
 
 
+# Pages of other packages, which the manual refers to.
+PACKAGE_OF_PAGE = {("fdisk", "8"): "fdisk", ("findmnt", "8"): "util-linux", ("jq", "1"): "jq", ("lsblk", "8"): "util-linux",
+                   ("sfdisk", "8"): "fdisk"}
+
+
+def manual(trees):
+    return "".join(output("gzip", "-dc", page) for page in trees["diskmgt"].glob("usr/share/man/man*/*.gz"))
+
+
+def test_manual_refers_to_pages_that_are_installed_or_suggested(packages, trees):
+    own = {tuple(page.name.split(".")[:2]) for page in trees["diskmgt"].glob("usr/share/man/man*/*.gz")}
+    others = set(re.findall(r"^\.Xr (\S+) (\d)", manual(trees), re.MULTILINE)) - own
+    known = {"util-linux"} | {word.split()[0] for word in field(packages["diskmgt"], "Suggests").split(", ")}  # essential
+    assert {PACKAGE_OF_PAGE[page] for page in others} <= known
+
+
+def test_files_that_the_manual_names_are_in_the_package(trees):
+    """Of this project: by a path below the prefix, or a unit's name."""
+    named = re.findall(r"(?:^\.(?:It )?| )Pa ((?:share/|lib/|/usr/)\S+|diskmgt-\S+)", manual(trees), re.MULTILINE)
+    places = {str(path.relative_to(tree)) for tree in trees.values() for path in tree.rglob("*")}
+    assert len(named) >= 8
+    missing = [name for name in named if not {f"usr/{name}", name.lstrip("/"), f"usr/lib/systemd/system/{name}"} & places]
+    assert missing == []
+
+
 def test_everything_to_be_shared_is_in_the_package(tree):
     """By content: pages are compressed and completions renamed on the way."""
     packed = {}
@@ -151,7 +187,8 @@ def test_everything_to_be_shared_is_in_the_package(tree):
 def test_modes_are_those_of_a_package(tree):
     for path in tree.rglob("*"):
         mode = stat.S_IMODE(path.lstat().st_mode)
-        is_program = path.is_dir() or path.parent.name == "bin" or path.read_bytes()[:2] == b"#!"
+        is_program = (path.is_dir() or path.parent.name == "bin" or path.read_bytes()[:2] == b"#!"
+                      or path.name in ("diskmgt-serve", "diskmgt-collect"))
         assert mode == (0o755 if is_program else 0o644), (path, oct(mode))
 
 
@@ -161,12 +198,10 @@ def test_command_finds_its_plug_in_wherever_the_tree_lies(tree):
     assert json.loads(output(tree / "usr/bin/diskmgt", "get", "VEXSG_DiskDrive", "--timeout", "0"))["classes"]
 
 
-def test_headers_and_libraries_are_enough_for_a_plug_in(tree, tmp_path):
-    source = SOURCES / "tests/package/small_plugin.cpp"
-    output("g++", "-std=c++17", "-shared", "-fPIC", "-Wall", "-Werror", f"-I{tree}/usr/include/diskmgt",
-           f"-L{tree}/usr/lib/diskmgt", source, "-o", tmp_path / "small.so", "-ltalcore", "-ltalbase")
-    shown = json.loads(output(tree / "usr/bin/diskmgt", "plugin", "--plugin", tmp_path / "small.so", "--format", "json"))
-    assert shown["name"] == "Small plug-in"
+def test_examples_are_built_and_run_from_the_packages_alone(tree, tmp_path):
+    usr = tree / "usr"
+    output(SOURCES / "tests/package/build_examples", usr / "share/doc/diskmgt-dev/examples", tmp_path,
+           CMAKE_PREFIX_PATH=str(usr), PKG_CONFIG_PATH=f"{usr}/share/pkgconfig", PATH=f"{usr}/bin:{os.environ['PATH']}")
 
 
 def test_dpkg_installs_and_removes_them_without_a_trace(packages, tmp_path):
@@ -175,9 +210,12 @@ def test_dpkg_installs_and_removes_them_without_a_trace(packages, tmp_path):
     (tmp_path / "var/lib/dpkg/info").mkdir(parents=True)
     (tmp_path / "var/lib/dpkg/updates").mkdir()
     (tmp_path / "var/lib/dpkg/status").touch()
-    dpkg = ["dpkg", f"--root={tmp_path}", "--force-depends", "--force-not-root", f"--log={tmp_path}/log"]
+    (tmp_path / "etc").mkdir()
+    dpkg = ["dpkg", f"--root={tmp_path}", "--force-depends", "--force-not-root", "--force-script-chrootless",
+            f"--log={tmp_path}/log"]
     output(*dpkg, "--install", *packages.values())
     assert (tmp_path / "usr/bin/diskmgt").exists()
+    assert re.search(r"^diskmgt:", (tmp_path / "etc/passwd").read_text(), re.MULTILINE)  # the endpoint's account
     output(*dpkg, "--remove", *packages)
     assert not (tmp_path / "usr").exists()
     assert "Status" not in (tmp_path / "var/lib/dpkg/status").read_text()

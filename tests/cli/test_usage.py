@@ -73,6 +73,21 @@ def test_help_of_an_unknown_command_names_the_nearest(run):
     assert "did you mean tree?" in run("help", "tre").sentence
 
 
+def test_a_word_that_is_neither_command_nor_device_is_said_to_be_neither(run):
+    assert 'unknown command "forest", and no device has that name; the commands are' in run("forest").sentence
+    assert "no device" not in run("help", "forest").sentence
+    assert "no device" not in run("tre").sentence
+
+
+def test_two_dashes_end_the_options_also_without_a_command(run, plugin):
+    same = ["--columns", "type", "--plugin", plugin("publishing")]
+    assert run(*same, "--", "/").stdout == run("tree", *same, "/").stdout
+    assert run(*same, "--").stdout == run(*same).stdout
+    for word in ("--all", "tree"):
+        done = run("--", word)
+        assert done.status == 2 and f'nothing here is named "{word}"' in done.sentence
+
+
 @pytest.mark.parametrize("arguments", [["forest", "--help"], ["forest", "--all"], ["--timeout", "5", "forest"]])
 def test_unknown_command_is_refused_with_any_words_around_it(run, arguments):
     done = run(*arguments)

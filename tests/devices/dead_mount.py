@@ -34,20 +34,44 @@ def greet(device):
     os.write(device, struct.pack("=IiQ", 16 + len(body), 0, number) + body)
 
 
+def background():
+    os.setsid()
+    nowhere = os.open("/dev/null", os.O_RDWR)
+    for descriptor in (0, 1, 2):  # the caller waits for the end of its pipes
+        os.dup2(nowhere, descriptor)
+
+
+def keep_name_space(device):
+    """The last process of a mount name space ends its mounts, and that of a block device waits for its server's answer. So
+    this must be neither the server, which would wait for itself for ever, and each sync of the system with it, nor the
+    first process of the machine, which ends the server only after that: it is a process of its own."""
+    if os.fork():
+        return
+    os.close(device)
+    background()
+    while True:
+        signal.pause()
+
+
+def leave(place):
+    kernel.unshare(kernel.CLONE_NEWNS)
+    kernel.mount("", "/", flags=kernel.MS_REC | kernel.MS_PRIVATE)
+    kernel.unmount(place)
+
+
 def main(place, kind="silent", source="dead"):
     device = open_device()
     os.makedirs(place, exist_ok=True)
     options = f"fd={device},rootmode=40000,user_id=0,group_id=0,allow_other"
+    keep_name_space(device)
     kernel.mount(source, place, "fuseblk" if source.startswith("/dev/") else "fuse.dead", options=options)
     greet(device)
     holder = os.fork()
     if holder:
         print(holder)
         return
-    os.setsid()
-    nowhere = os.open("/dev/null", os.O_RDWR)
-    for descriptor in (0, 1, 2):  # the caller waits for the end of its pipes
-        os.dup2(nowhere, descriptor)
+    background()
+    leave(place)
     while True:
         if kind == "taking":
             os.read(device, 1 << 20)

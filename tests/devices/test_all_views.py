@@ -8,6 +8,7 @@ import pytest
 
 from conftest import MACHINES
 from test_uses import WITNESS
+from tree_reader import tree_rows
 
 NAMES = sorted(folder.name for folder in MACHINES.iterdir())
 NEVER_SAID = re.compile(r"\b(unused|unpartitioned|not partitioned|nothing (on it )?is mounted|not in use)\b", re.IGNORECASE)
@@ -35,14 +36,7 @@ class Views:
 
     def rows(self, *columns, user=False):
         """The rows of the tree with everything in it, as lists of cells without the tree's lines."""
-        text = self.ask("tree", "--all", "--columns", ",".join(columns), user=user).stdout
-        heading, *lines = text.split("\n\n")[0].splitlines() or [""]
-        starts = [0] + [match.start() for match in re.finditer(r"(?<=\s)\S", heading)]
-        rows = []
-        for line in lines:
-            cells = [line[start:end].strip() for start, end in zip(starts, [*starts[1:], None])]
-            rows.append([re.sub(r"^[\s│├└─]*", "", cells[0]), *cells[1:]])
-        return rows
+        return tree_rows(self.ask("tree", "--all", "--columns", ",".join(columns), user=user).stdout)
 
     def metric(self, name):
         samples = re.findall(rf"^{name}(?:\{{(.*)\}})? (\S+)$", self.ask("export", "prometheus").stdout, re.MULTILINE)

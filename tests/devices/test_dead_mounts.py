@@ -69,6 +69,19 @@ os.waitpid(child, 0)
 """
 
 
+def name_spaces_of(session):
+    """{number inside the machine: (mount name space, mount table)} of each process there."""
+    inside, found = os.readlink(f"/proc/{session.init}/ns/pid"), {}
+    for place in Path("/proc").glob("[0-9]*"):
+        try:
+            if os.readlink(place / "ns" / "pid") == inside:
+                number = re.search(r"^NSpid:.*\s(\d+)$", (place / "status").read_text(encoding="utf-8"), re.MULTILINE)[1]
+                found[number] = os.readlink(place / "ns" / "mnt"), (place / "mountinfo").read_text(encoding="utf-8")
+        except OSError:
+            pass  # it ended
+    return found
+
+
 def processes_of(session, command):
     """The states of the command's processes inside the machine."""
     return [line.split()[0] for line in session.run(["sh", "-c", LIST, "sh", command.name]).stdout.splitlines()]
@@ -146,6 +159,17 @@ def test_a_block_device_that_a_program_serves_is_no_local_file_system(tmp_path, 
     assert device["cim"]["partition"]["reported"] is True
 
 
+def test_neither_server_nor_first_process_is_the_last_that_has_a_dead_mount(tmp_path):
+    """Or a machine with one of a block device would never end: see dead_mount.py."""
+    with Session(write_machine(tmp_path, mtab=[])) as session:
+        holder = session.run([sys.executable, "-B", HERE / "dead_mount.py", "/media/dead"]).stdout.strip()
+        found = name_spaces_of(session)
+        session.run(["kill", "-KILL", holder], check=False)
+    assert " /media/dead " in found["1"][1]
+    assert " /media " in found[holder][1] and " /media/dead " not in found[holder][1]
+    assert [number for number, (space, _) in found.items() if space == found["1"][0] and number not in ("1", holder)]
+
+
 @pytest.mark.parametrize("words", [["get", "VEXSG_DiskDrive"], ["export", "json"], ["classes"]])
 def test_target_that_never_answers_is_under_the_limit(stalled, diskmgt, words):
     done = stalled.run([diskmgt, *words, "--timeout", "1", "--output", "/media/dead/out"], check=False, timeout=30)
@@ -195,3 +219,13 @@ def test_work_that_cannot_be_killed_is_given_up_once(stalled, diskmgt):
     kills = stalled.run(["cat", "/media/alive/kills"]).stdout
     assert [line.split(", ")[1].split(")")[0] for line in kills.splitlines() if line.startswith("kill(")] == [
         "SIGTERM", "SIGKILL"]
+
+
+def test_a_plugin_is_not_blamed_for_a_dead_mount(stalled, diskmgt):
+    done = stalled.run([diskmgt, "check", "--format", "json", "--timeout", "5"], check=False, timeout=30)
+    assert (done.status, json.loads(done.stdout)["verdict"], done.stderr) == (0, "good", "")
+    serves, = [found for found in json.loads(done.stdout)["checks"] if found["name"] == "serves"]
+    assert [(remark["class"], remark["text"]) for remark in serves["remarks"]] == [
+        ("VEXSG_LogicalDisk", "not asked for: the file system mounted on /media/dead (fuse.dead) does not answer"),
+        ("VEXSG_MediaPresent", "not asked for: it pairs VEXSG_LogicalDisk"),
+        ("VEXSG_LogicalDiskBasedOnPartition", "not asked for: it pairs VEXSG_LogicalDisk")]

@@ -268,16 +268,18 @@ def test_identity_is_in_the_heading(page, document):
     assert "identity not known" in page("volumes-root")
 
 
-# A page of that width inside another one, and what the other one measures: the right edge of what is widest, and how many
-# sizes there are.
+# A page of that width inside another one, and what the other one measures: the right edge of what is widest, how many
+# sizes there are, how many labels the pictures show, and how many of these are wider than their box.
 FRAME = """<!doctype html><body><iframe style="width:390px;height:900px;border:0" srcdoc="PAGE"></iframe><script>
 const frame = document.querySelector('iframe');
 frame.onload = () => {
   const all = what => [...frame.contentDocument.querySelectorAll(what)];
   all('details').forEach(one => one.open = true);
   const right = Math.max(...all('.size, .name, h2').map(one => one.getBoundingClientRect().right));
+  const labels = all('.box span, .box small').filter(one => one.offsetWidth > 0);
   Object.assign(document.body.dataset, {right: Math.ceil(right), window: frame.contentWindow.innerWidth,
-                                        sizes: all('td.size').length});
+                                        sizes: all('td.size').length, labels: labels.length,
+                                        cut: labels.filter(one => one.scrollWidth > one.clientWidth).length});
 };
 </script></body>"""
 
@@ -287,9 +289,12 @@ frame.onload = () => {
 def test_narrow_page_keeps_names_and_sizes_in_view(page, tmp_path, name):
     with Browser(FRAME.replace("PAGE", html.escape(page(name))).encode("utf-8"), tmp_path) as browser:
         seen = browser.elements()
-    measured = {key: int(value) for key, value in re.findall(r'data-(right|window|sizes)="([0-9]+)"', seen)}
+    measured = {key: int(value) for key, value in re.findall(r'data-(right|window|sizes|labels|cut)="([0-9]+)"', seen)}
     assert measured["window"] == 390 and measured["sizes"] > 0
     assert measured["right"] <= 390
+    assert measured["cut"] == 0
+    if name in ("volumes-root", "cloud-server"):
+        assert measured["labels"] >= 2
 
 
 def test_lines_break_between_the_parts_of_a_path(page):

@@ -130,6 +130,30 @@ def test_all_that_the_kernel_shows_in_use_is_reported_in_use(machine, diskmgt, e
         assert "Not seen in use" not in text, device
 
 
+def with_an_extended_partition():
+    """As the kernel shows it: the extended one has 1 KiB. udev knows nothing, and only root can read the table."""
+    partitions = {1: (2048, 20480, "83"), 2: (22528, 2, "5"), 5: (24576, 40960, "83"), 6: (67584, 2048, "83")}
+    table = ["label: dos", *(f"{number}: start={start}, size={90112 if size == 2 else size}, type={kind}"
+                             for number, (start, size, kind) in partitions.items())]
+    return {"disks": [{"name": "sda", "size": "64 MiB", "table": [{"sfdisk": table}]}],
+            "nodes": [{"name": f"sda{number}", "kind": "partition", "of": "sda", "start": start, "size": size}
+                      for number, (start, size, _) in partitions.items()],
+            "sys_block": [{"name": "sda", "from_disk": True}],
+            "mtab": ["/dev/sda5 /var ext4 rw 0 0"], "mountinfo": "mtab", "swaps": []}
+
+
+@pytest.mark.parametrize("user", [(), ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups")], ids=["root", "user"])
+def test_an_extended_partition_is_never_called_not_seen_in_use(tmp_path, diskmgt, user):
+    with Session(write_machine(tmp_path, **with_an_extended_partition())) as session:
+        tree, explained, metrics, page = (session.run([*user, diskmgt, *words], check=False).stdout for words in (
+            ["tree", "--columns", "remark"], ["explain", "sda2"], ["export", "prometheus"], ["export", "html"]))
+    rows = dict(re.match(r"\W*(\S+) *(.*)", line).groups() for line in tree.splitlines())
+    assert (rows["sda1"], rows["sda2"]) == ("not seen in use; content not known", "")
+    assert _use_in(explained) == "Holds sda5 and sda6."
+    assert set(re.findall(r'device_in_use{device="/dev/(.*)"}', metrics)) == {"sda", "sda1", "sda5", "sda6"}
+    assert re.search(r"class='name'>/dev/sda2<.*?data-label='Use'><span>(.*?)<br>", page)[1] == "Holds sda5 and sda6"
+
+
 @pytest.mark.parametrize("name", NAMES)
 def test_reading_the_table_again_is_advised_only_where_it_can_help(machine, explain, name):
     session = machine(name)

@@ -16,7 +16,7 @@ VOLATILE = {"collectedAt", "durationSeconds", "free", "available", "used", "inco
 
 @pytest.fixture
 def server(machine):
-    return machine("whole-server")
+    return machine("hostile-names")
 
 
 def exported(session, form):

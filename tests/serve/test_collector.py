@@ -1,5 +1,6 @@
 """What a collector that ends, stalls or cannot be killed costs: freshness, and nothing else."""
 
+import json
 import os
 import signal
 import sys
@@ -8,19 +9,18 @@ from pathlib import Path
 
 import pytest
 
-from conftest import HERE, LONG, children_of, name_of, state_of, wait_until
+from conftest import HERE, IS_WHOLE, children_of, name_of, state_of, wait_until
 
 DEAD_MOUNT = HERE.parent / "devices" / "dead_mount.py"
 NEEDS_FUSE = pytest.mark.skipif(not os.path.exists("/dev/fuse"), reason="the kernel has no /dev/fuse")
 MACHINE = {
     "about": "A file system that never answers beside a drive.",
-    "disks": [{"name": "sda", "size": "16 MiB", "table": [{"sgdisk": ["-n 1:2048:+4M -t 1:8300"]}]}],
+    "disks": [{"name": "sda", "size": "16 MiB", "table": [{"sfdisk": ["label: dos", "start=2048, size=8192, type=83"]}]}],
     "nodes": [{"name": "sda1", "kind": "partition", "of": "sda", "start": 2048, "size": 8192}],
     "sys_block": [{"name": "sda", "dev": "8:0", "directories": ["sda1"], "from_disk": True}],
     "mounts": [{"at": "/media/alive", "source": "tmpfs", "type": "tmpfs", "options": "size=1m"}],
     "mtab": ["alive /media/alive tmpfs rw 0 0", "dead /media/dead fuse.dead rw 0 0"],
 }
-PAUSE = "import time; time.sleep(1000)"
 
 
 def collectors_of(endpoint):
@@ -30,7 +30,6 @@ def collectors_of(endpoint):
 @pytest.fixture
 def server(machine, tmp_path):
     """A described machine where a file system can be made to die and to vanish."""
-    import json
     (tmp_path / "machine").mkdir()
     (tmp_path / "machine" / "machine.json").write_text(json.dumps(MACHINE), encoding="utf-8")
     session = machine(tmp_path / "machine")
@@ -142,7 +141,7 @@ def test_mount_that_is_dead_from_the_beginning_is_named(serve, server):
 
 @NEEDS_FUSE
 def test_third_collector_is_not_started_beside_two_that_cannot_be_killed(serve, server):
-    endpoint = serve("--max-age", "0", "--timeout", "1", session=server, plugin="held",
+    endpoint = serve("--max-age", "0", "--timeout", "2", session=server, plugin="held",
                      TEST_HELD_AT="/media/dead").start()
     wait_until(lambda: endpoint.ask("/healthz").status == 200, "it is well before")
     known = endpoint.ask("/inventory.json")
@@ -150,12 +149,12 @@ def test_third_collector_is_not_started_beside_two_that_cannot_be_killed(serve, 
 
     def sick():
         answer = endpoint.ask("/healthz")
-        return answer if "cannot end" in answer.text else None
+        return answer if "cannot be ended" in answer.text else None
 
     answer = wait_until(sick, "health says why")
-    left = collectors_of(endpoint)
-    assert answer.status == 503 and len(left) == 2
-    assert all(str(process) in answer.text for process in left) or "processes" in answer.text
+    left = collectors_of(endpoint)  # and what they left
+    assert answer.status == 503 and 2 <= len(left) <= 3
+    assert {state_of(process) for process in left} == {"D"}
     stale = timed(endpoint, "/inventory.json")
     assert stale.status == 200 and int(stale.headers["age"]) >= 1
     assert stale.body != b"" and known.status == 200
@@ -164,6 +163,15 @@ def test_third_collector_is_not_started_beside_two_that_cannot_be_killed(serve, 
     wait_until(lambda: endpoint.ask("/healthz").text == "ok\n", "it is whole again")
     wait_until(lambda: not any(Path(f"/proc/{process}").exists() for process in left), "both are reaped")
     assert len(collectors_of(endpoint)) == 1
+
+
+def test_node_that_would_hold_the_plug_in_costs_the_drives_alone(serve, server):
+    server.run(["sh", "-c", "rm /dev/sda && mkfifo /dev/sda"])
+    endpoint = serve("--max-age", "0", session=server).start()
+    wait_until(lambda: endpoint.ask("/healthz").status == 200, "a collection ends")
+    answer = endpoint.ask("/inventory.json")
+    assert '"not-a-block-device"' in answer.text and '"complete": false' in answer.text
+    assert '"VEXSG_LogicalDisk": [\n' in answer.text
 
 
 def resources(endpoint):
@@ -191,6 +199,8 @@ def test_nothing_grows(serve):
     after = resources(endpoint)
     for role, (private, descriptors, processes) in after.items():
         assert (descriptors, processes) == before[role][1:], role
+        if not IS_WHOLE:
+            continue  # a sanitizer keeps what was freed
         assert private <= before[role][0] + 1024, f"{role}: {before[role][0]} KiB, then {private} KiB"
 
 
@@ -202,10 +212,10 @@ def test_replaced_collectors_leave_nothing(serve):
         if turn == 1:
             before = resources(endpoint)
         old = endpoint.collector
-        os.kill(old, signal.SIGTERM if turn % 2 else signal.SIGKILL)
         os.kill(old, signal.SIGKILL)
         wait_until(lambda: endpoint.role(b"diskmgt-collect") not in (None, old), "another one is started")
     wait_until(lambda: endpoint.ask("/healthz").status == 200, "it is well")
     after = resources(endpoint)
     assert {role: values[1:] for role, values in after.items()} == {role: values[1:] for role, values in before.items()}
-    assert after["keeper"][0] <= before["keeper"][0] + 256
+    if IS_WHOLE:
+        assert after["keeper"][0] <= before["keeper"][0] + 256

@@ -26,7 +26,7 @@ def prometheus(tmp_path):
             own = free.getsockname()[1]
         (tmp_path / "prometheus.yml").write_text(json.dumps({
             "global": {"scrape_interval": "1s"},
-            "scrape_configs": [{"job_name": "diskmgt", "static_configs": [{"targets": [f"localhost:{port}"]}]}]}),
+            "scrape_configs": [{"job_name": "diskmgt", "static_configs": [{"targets": [f"127.0.0.1:{port}"]}]}]}),
             encoding="utf-8")
         running.append(subprocess.Popen(
             [PROMETHEUS, f"--config.file={tmp_path}/prometheus.yml", f"--storage.tsdb.path={tmp_path}/data",
@@ -50,7 +50,7 @@ def prometheus(tmp_path):
 def test_scrapes_and_answers(serve, prometheus):
     endpoint = serve().start()
     query = prometheus(endpoint.port)
-    sizes = wait_until(lambda: query("diskmgt_device_size_bytes"), "Prometheus has the sizes")
-    own = [line for line in endpoint.ask("/metrics").text.splitlines() if line.startswith("diskmgt_device_size_bytes{")]
+    sizes = wait_until(lambda: query("diskmgt_drive_size_bytes"), "Prometheus has the sizes")
+    own = [line for line in endpoint.ask("/metrics").text.splitlines() if line.startswith("diskmgt_drive_size_bytes{")]
     assert len(sizes) == len(own) > 0
     assert wait_until(lambda: query('up{job="diskmgt"} == 1'), "the scrape succeeded")

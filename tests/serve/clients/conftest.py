@@ -15,7 +15,7 @@ sys.path[:0] = [str(TESTS / "devices"), str(TESTS / "support"), str(Path(__file_
 from machine import kernel  # noqa: E402
 from machine.session import Session  # noqa: E402
 
-from endpoint import Endpoint  # noqa: E402
+from endpoint import Endpoint, virtual_options  # noqa: E402
 
 WBEMCLI = shutil.which("wbemcli")
 
@@ -45,13 +45,13 @@ def machine():
 
 
 @pytest.fixture(scope="session")
-def endpoint(machine):
+def endpoint(machine, tmp_path_factory):
     """endpoint(name) answers for that machine: `port` on loopback."""
     serving = {}
 
     def get(name):
         if name not in serving:
-            serving[name] = Endpoint(machine(name))
+            serving[name] = Endpoint(machine(name), tmp_path_factory.mktemp(name) / "log")
         return serving[name]
 
     yield get
@@ -65,9 +65,10 @@ def diskmgt(machine):
 
     def run(name, *arguments):
         session = machine(name)
-        virtual = [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
-        command = [os.environ["DISKMGT"], *arguments, "--format", "json"]
-        return session.run(command + (virtual if arguments[0] == "get" else []), check=False).json()
+        virtual = virtual_options(session) if arguments[0] == "get" else []
+        # Where the endpoint is: a mount source such as "proc" is also a path from there.
+        command = ["env", "--chdir=/", os.environ["DISKMGT"], *arguments, "--format", "json", *virtual]
+        return session.run(command, check=False).json()
 
     return run
 

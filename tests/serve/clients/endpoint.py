@@ -1,56 +1,33 @@
-"""An endpoint for CIM clients: HTTP on loopback, each request answered by `cim_answer` inside a described machine."""
+"""The endpoint in a described machine, for clients that ask it on loopback."""
 
-import http.server
 import os
-import threading
+import signal
+import subprocess
+from pathlib import Path
 
-ANSWER = os.environ.get("CIM_ANSWER")
-PLUGIN = os.environ.get("DISKMGT_PLUGIN_FILE")
+ENDPOINT = os.environ.get("DISKMGT_SERVE", "")
+
+
+def virtual_options(session):
+    return [word for text in session.machine.virtual_devices for word in ("--virtual-device", text)]
 
 
 class Endpoint:
-    """Answers at http://127.0.0.1:port/ until close(). Requests come one after the other, as the machine takes them."""
+    """Answers at http://localhost:port/ from one collection, until close()."""
 
-    def __init__(self, session):
-        self.session = session
-        self.lock = threading.Lock()
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), _handler(self))
-        self.port = self.server.server_port
-        self.thread = threading.Thread(target=self.server.serve_forever, daemon=True)
-        self.thread.start()
-
-    def answer(self, body):
-        """The HTTP status, the body and the header CIMError of the answer."""
-        command = [ANSWER, PLUGIN, *self.session.machine.virtual_devices]
-        with self.lock:
-            result = self.session.run(command, os.fsdecode(body), check=False)
-        if result.status == 4:
-            return 400, b"", result.stderr.splitlines()[-1]
-        assert result.status == 0, result.stderr
-        return 200, os.fsencode(result.stdout), None
+    def __init__(self, session, log):
+        command = ["nsenter", "--target", str(session.init), "--mount", "--uts", "--pid", "--",
+                   ENDPOINT, "--listen", "127.0.0.1:0", "--max-age", "3600", *virtual_options(session)]
+        with open(log, "wb") as errors:
+            self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=errors,
+                                            text=True, env={**os.environ, "LC_ALL": "C.UTF-8"})
+        place = self.process.stdout.readline()
+        assert place, f"it does not start: {Path(log).read_text(encoding='utf-8')}"
+        self.port = int(place.strip().rstrip("/").rpartition(":")[2])
 
     def close(self):
-        self.server.shutdown()
-        self.thread.join()
-        self.server.server_close()
-
-
-def _handler(endpoint):
-    class Handler(http.server.BaseHTTPRequestHandler):
-        protocol_version = "HTTP/1.1"
-
-        def do_POST(self):  # pylint: disable=invalid-name
-            status, body, cim_error = endpoint.answer(self.rfile.read(int(self.headers["Content-Length"])))
-            self.send_response(status)
-            self.send_header("Content-Type", 'application/xml; charset="utf-8"')
-            self.send_header("CIMOperation", "MethodResponse")
-            self.send_header("Content-Length", str(len(body)))
-            if cim_error:
-                self.send_header("CIMError", cim_error)
-            self.end_headers()
-            self.wfile.write(body)
-
-        def log_message(self, *_):  # pylint: disable=arguments-differ
-            pass
-
-    return Handler
+        own = f"/proc/{self.process.pid}/task/{self.process.pid}/children"
+        for keeper in Path(own).read_text(encoding="ascii").split():
+            os.kill(int(keeper), signal.SIGTERM)
+        self.process.wait(timeout=60)
+        self.process.stdout.close()

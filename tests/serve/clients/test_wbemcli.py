@@ -4,7 +4,7 @@ import pytest
 
 from published import ASSOCIATIONS, DEVICES, Published
 
-MACHINES = ["hostile-names", "whole-server", "nvme-without-nodes", "ambiguous-names", "mount-table"]
+MACHINES = ["hostile-names", "whole-server", "management-controller", "nvme-without-nodes", "ambiguous-names", "mount-table"]
 
 
 @pytest.fixture(scope="module")

@@ -127,6 +127,38 @@ TEST(Watches, GiveUpAtTheLimitAndSayWhatWasDone) {
     EXPECT_EQ(seen.status, 0) << seen.output;
 }
 
+TEST(Watches, KeepTheLimitForEachStepOfWorkThatGoesOn) {
+    constexpr std::int64_t kLimitSeconds = 2;  // a step may be that late on a busy machine
+    const Seen seen = watched(
+        [] {
+            const Deadline limit(kLimitSeconds, {"stepping"});
+            for (const std::int64_t start = steadyNanoseconds();
+                 steadyNanoseconds() - start < kLimitSeconds * 1300000000;) {
+                (void)::usleep(20000);
+                Deadline::renew();
+            }
+            return 7;
+        },
+        [](const Outcome& outcome) {
+            return outcome.how == Outcome::How::kEnded && WEXITSTATUS(outcome.waitStatus) == 7;
+        });
+    EXPECT_EQ(seen.status, 0) << seen.output;
+}
+
+TEST(Watches, GiveUpAStepThatIsStuck) {
+    const Seen seen = watched(
+        []() -> int {
+            const Deadline limit(0.05, {"stepping"});
+            Deadline::renew();
+            Deadline::nowAt("stuck in a step");
+            never();
+        },
+        [](const Outcome& outcome) {
+            return outcome.how == Outcome::How::kGivenUp && outcome.whatWasDone == "stuck in a step";
+        });
+    EXPECT_EQ(seen.status, 0) << seen.output;
+}
+
 TEST(Watches, GiveUpWorkThatIgnoresBeingAsked) {
     const Seen seen = watched(
         [] {

@@ -118,6 +118,7 @@ def build(root, kernel, product, scripts, has_udev):
     for path in ["bin/diskmgt", "bin/account_dump", "lib/diskmgt/libtalcore.so", "lib/diskmgt/libtalbase.so",
                  "lib/diskmgt/plugins/libdiskmgt.pi.so"]:
         tree.program(Path(product) / path, "/product/" + path, strip=True)
+    tree.copy(Path(scripts).parents[2] / "share/facts/disks.fact", "/product/share/diskmgt/facts/disks.fact")
     tree.modules(kernel)
     if has_udev:
         tree.udev()

@@ -36,6 +36,10 @@ class Witness:
             return memory if memory and device["type"] == "disk" else KINDS[device["type"]]
         return {name: kind(device) for name, device in self.devices.items()}
 
+    def extended(self):
+        """The extended partitions: the kernel gives them two sectors."""
+        return {name for name, device in self.devices.items() if device["type"] == "part" and device["size"] == 1024}
+
     def named(self, path):
         """The device that a path below /dev names, or None."""
         for name, device in self.devices.items():

@@ -31,9 +31,18 @@ for user in root user; do
     ask $user swapon swapon --show=NAME,TYPE,SIZE --bytes --noheadings --raw
     ask $user account /product/bin/account_dump
     ask $user tree /product/bin/diskmgt tree
+    ask $user tree_rows /product/bin/diskmgt tree --all --columns name,type,remark
     ask $user explain /product/bin/diskmgt explain --format json
-    ask $user get /product/bin/diskmgt get VEXSG_DiskDrive VEXSG_DiskPartition VEXSG_LogicalDisk --format json
+    ask $user get /product/bin/diskmgt get --format json
     ask $user export /product/bin/diskmgt export json
+    ask $user metrics /product/bin/diskmgt export prometheus
+    ask $user page /product/bin/diskmgt export html
+    ask $user facts env PATH="/product/bin:$PATH" /product/share/diskmgt/facts/disks.fact
+    name=$(disk farther)
+    document=/results/$user/export.out
+    sed "s|\([\"/]\)${name#/dev/}|\1sdzz|g" "$document" >/tmp/renamed
+    ask $user diff_same /product/bin/diskmgt diff "$document" "$document"
+    ask $user diff_renamed /product/bin/diskmgt diff "$document" /tmp/renamed
 done
 step "questions about each device"
 ask root found_mounts found_mounts

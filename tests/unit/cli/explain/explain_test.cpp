@@ -86,6 +86,16 @@ TEST_F(Explanations, ADeviceWithoutATraceOfUseIsNotSeenInUse) {
     EXPECT_THAT(textOf(about({"sda1"})), HasSubstr("Not seen in use. Content not known."));
 }
 
+TEST_F(Explanations, AnExtendedPartitionHoldsOthersAndNothingIsSaidOfItsUse) {
+    scene.disk("sda", 100 * kMiB);
+    scene.partition("sda1", 1, kMiB, 1024);
+    scene.partition("sda5", 5, 2 * kMiB, 10 * kMiB);
+    scene.mount("sda5", "/dev/sda5", "/var");
+    const std::string text = textOf(about({"sda1"}));
+    EXPECT_THAT(text, HasSubstr("Use:         Holds sda5.\n"));
+    EXPECT_THAT(text, Not(HasSubstr("seen in use")));
+}
+
 TEST_F(Explanations, ASourceWithoutANumberOfTheDeviceIsNoUse) {
     diskWithOnePartition("sda", "sda1", "/dev/sda1");
     scene.mount("", "/dev/sda1", "/memory", "tmpfs");

@@ -1,7 +1,9 @@
 // The trace: every crossing in order, with arguments by name, and how it ended.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <thread>
 
 #include "plugin/host/os_specific.h"
 #include "plugin/host/schema_helper.h"
@@ -182,6 +184,23 @@ TEST_F(Trace, CopiesAndPlainQueriesAreNotCrossings) {
                   (void)std::string(text);
               }),
               Lines());
+}
+
+TEST_F(Trace, NamesTheThreadOfEachCrossing) {
+    int other = 0;
+    setup.host.startTrace();
+    (void)setup.failureOf([&](const Namespace&) {
+        std::thread([&] {
+            other = ::gettid();
+            (void)TRootObject::GetCoreLogger();
+        }).join();
+        (void)TRootObject::GetPluginManager();
+    });
+    std::vector<int> threads;
+    for (const TraceEntry& entry : setup.host.takeTrace())
+        if (entry.byPlugin) threads.push_back(entry.thread);
+    EXPECT_EQ(threads, (std::vector<int>{other, ::gettid()}));
+    EXPECT_NE(other, ::gettid());
 }
 
 TEST_F(Trace, TakenWhileACallRunsForgetsThatCall) {

@@ -59,6 +59,7 @@ TEST(Loader, GoodPluginIsIdentifiedInitialisedAndServes) {
     EXPECT_EQ(identity.version, "2.5");
     EXPECT_EQ(identity.interfaceVersion, "1.0");
     EXPECT_EQ(identity.type, 7u);
+    EXPECT_TRUE(identity.answersRequests);
     ASSERT_EQ(host.plugins().size(), 1u);
     EXPECT_EQ(logOf(host), std::vector<std::string>{"Test plug-in: init"});
 
@@ -67,6 +68,25 @@ TEST(Loader, GoodPluginIsIdentifiedInitialisedAndServes) {
     EXPECT_EQ(host.instances("VEXSG_DiskDrive")[0].properties[0].elements, std::vector<std::string>{"1024"});
     const refhost::RequestResult unfit = host.request({"VEXSG_LogicalDisk"});
     EXPECT_EQ(unfit.failure, "the class VEXSG_LogicalDisk declares no property \"Size\"");
+}
+
+TEST(Loader, RefusalSaysHowFarThePluginCame) {
+    using Step = PluginError::Step;
+    const auto stepOf = [](const std::string& name) -> std::optional<Step> {
+        ReferenceHost host;
+        try {
+            (void)host.loadPlugin(pluginFile("second_plugin"));
+            (void)host.loadPlugin(pluginFile(name));
+        } catch (const PluginError& failure) {
+            return failure.step();
+        }
+        return std::nullopt;
+    };
+    EXPECT_EQ(stepOf("good_plugin"), std::nullopt);
+    EXPECT_EQ(stepOf("not_there"), Step::kOpening);
+    EXPECT_EQ(stepOf("second_plugin"), Step::kStillMapped);
+    EXPECT_EQ(stepOf("registers_nothing"), Step::kRegistering);
+    EXPECT_EQ(stepOf("fails_to_start"), Step::kStarting);
 }
 
 TEST(Loader, PluginsAreUnloadedInReverseOrder) {

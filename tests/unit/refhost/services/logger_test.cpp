@@ -36,6 +36,17 @@ TEST(LoggerWithoutHost, DropsLinesAndStaysTheSame) {
     before->Log(ILogger::kError, "nor this");
 }
 
+TEST(LoggerThatKeepsNothing, PassesLinesOnAllTheSame) {
+    refhost::HostOptions options;
+    options.keepsLog = false;
+    refhost::ReferenceHost host(options);
+    std::vector<refhost::LogLine> heard;
+    host.forwardLog(4, [&heard](const refhost::LogLine& line) { heard.push_back(line); });
+    say(ILogger::kError, "once");
+    EXPECT_TRUE(host.log().empty());
+    EXPECT_EQ(textsOf(heard), Texts{"0 once"});
+}
+
 TEST(Logger, KeepsSeverityAndTextInOrderUnchanged) {
     const WithHost setup;
     say(ILogger::kVerbose, "");

@@ -159,6 +159,10 @@ TEST_F(CimAssociations, WholeClassesHaveQualifiersOnlyWhenAskedFor) {
     }
 }
 
+TEST_F(CimAssociations, WholeClassesHaveInheritedPropertiesToo) {
+    EXPECT_GT(ask("Associators", classValue("VEXSG_DiskPartition")).count("//CLASS/*[@PROPAGATED]"), 0U);
+}
+
 TEST_F(CimAssociations, UnknownSourcesAreErrors5And6AndUnknownFiltersError4) {
     for (const char* const operation : {"Associators", "AssociatorNames", "References", "ReferenceNames"}) {
         EXPECT_EQ(ask(operation, classValue("VEXSG_Nothing")).error(), "5");

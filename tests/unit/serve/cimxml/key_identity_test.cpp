@@ -162,7 +162,9 @@ TEST_F(TypedKeys, AReferenceMayBeGivenInXmlOrAsAPath) {
 }
 
 TEST_F(TypedKeys, AReferenceElsewhereOrToNothingNamesNoInstance) {
-    EXPECT_EQ(get(link(reference("From", one), key("To", "string", "root/other:T_Thing.Number=6"))).error(), "3");
+    EXPECT_EQ(get(link(reference("From", one), key("To", "string", "root/other:T_Thing.Number=6"))).error(), "6");
+    EXPECT_EQ(get(link(reference("From", one), key("To", "string", "T_Nothing.Number=6"))).error(), "6");
+    EXPECT_EQ(get(link(reference("From", one), key("To", "string", "T_Thing.Colour=6"))).error(), "6");
     EXPECT_EQ(get(link(reference("From", one), key("To", "string", "no path"))).error(), "6");
     EXPECT_EQ(get(link(reference("From", one), key("To", "numeric", "6"))).error(), "6");
     EXPECT_EQ(get(link(reference("From", one), reference("To", thing("")))).error(), "6");

@@ -60,6 +60,16 @@ TEST_F(ObjectStores, NamesThatClientsReadAlikeAreOnePath) {
     EXPECT_THAT(store.duplicates(), SizeIs(2));
 }
 
+TEST_F(ObjectStores, KeysThatRunTogetherAlikeAreTwoPaths) {
+    const auto with = [&](const char* system, const char* name) {
+        return instanceOf(*host.findClass("VEXSG_LogicalDisk"),
+                          {{"SystemCreationClassName", system}, {"SystemName", name}});
+    };
+    const ObjectStore store(host.classes(),
+                            {with("ab", "c"), with("a", "bc"), with("a b", "c"), with("a", "b c"), with("", "abc")});
+    EXPECT_THAT(store.duplicates(), IsEmpty());
+}
+
 TEST_F(ObjectStores, OddNamesAreFoundAsTheyWereRead) {
     const std::vector<std::string> names{"\"/><script>x</script>",
                                          "a & b 'c'",
@@ -127,12 +137,35 @@ TEST_F(ObjectStores, AReferenceThatIsNoPathIsAsGoodAsNull) {
     EXPECT_EQ(answer.only("//PROPERTY.REFERENCE[@NAME='Dependent']"), "");
 }
 
+TEST_F(ObjectStores, AReferenceWithoutKeysHasTheShortForm) {
+    auto odd = pair(disk({}), disk({}));
+    odd.properties.back().elements.front() = "VEXSG_LogicalDisk";
+    const ObjectStore store(host.classes(), {odd});
+    EXPECT_NE(ask(store, "EnumerateInstances", {{"ClassName", classValue("CIM_BasedOn")}})
+                  .reply.body.find("</LOCALNAMESPACEPATH><INSTANCENAME CLASSNAME=\"VEXSG_LogicalDisk\"/>"),
+              std::string::npos);
+}
+
 TEST_F(ObjectStores, TwoLinksToOneObjectGiveItOnce) {
     const auto one = disk({{"DeviceID", "one"}});
     const auto two = disk({{"DeviceID", "two"}});
     const ObjectStore store(host.classes(), {one, two, pair(one, two), pair(two, one)});
     EXPECT_THAT(ask(store, "AssociatorNames", {{"ObjectName", named("one")}}).devices(), ElementsAre("two"));
     EXPECT_EQ(ask(store, "ReferenceNames", {{"ObjectName", named("one")}}).count("//OBJECTPATH"), 2U);
+}
+
+TEST_F(ObjectStores, LinksComeInTheOrderOfTheirClassesWhateverTheOrderOfTheInstances) {
+    const auto one = disk({{"DeviceID", "one"}});
+    const auto two = disk({{"DeviceID", "two"}});
+    const auto later = instanceOf(*host.findClass("VEXSG_LogicalDiskBasedOnExtent"),
+                                  {{"Antecedent", one.path}, {"Dependent", two.path}});
+    const ObjectStore store(host.classes(), {later, pair(two, one), pair(one, two), one, two});
+    EXPECT_THAT(ask(store, "ReferenceNames", {{"ObjectName", named("one")}})
+                    .all("//INSTANCEPATH/INSTANCENAME[not(ancestor::KEYBINDING)]/@CLASSNAME"),
+                ElementsAre("CIM_BasedOn", "CIM_BasedOn", "VEXSG_LogicalDiskBasedOnExtent"));
+    EXPECT_THAT(ask(store, "ReferenceNames", {{"ObjectName", named("one")}})
+                    .all("//KEYBINDING[@NAME='Antecedent']//KEYBINDING[@NAME='DeviceID']/KEYVALUE"),
+                ElementsAre("two", "one", "one"));
 }
 
 TEST_F(ObjectStores, AnObjectLinkedToItselfIsItsOwnAssociator) {

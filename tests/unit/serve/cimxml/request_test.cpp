@@ -112,6 +112,20 @@ protected:
     ServedScene scene;
 };
 
+TEST_F(CimRequests, MayBe32ElementsDeep) {
+    const std::string open = "<INSTANCENAME CLASSNAME=\"VEXSG_MediaPresent\"><KEYBINDING NAME=\"Antecedent\">";
+    const std::string close = "</KEYBINDING></INSTANCENAME>";
+    const auto nestedAt = [&](int depth, std::string name) {
+        for (; depth > 6; depth -= 3) name = open + "<VALUE.REFERENCE>" + name + "</VALUE.REFERENCE>" + close;
+        EXPECT_EQ(depth, 6);  // the name's own
+        return scene.ask("GetInstance", {{"InstanceName", name}});
+    };
+    EXPECT_EQ(nestedAt(30, open + "<KEYVALUE>x</KEYVALUE>" + close).error(), "6");
+    const Answer deeper = nestedAt(33, "<INSTANCENAME CLASSNAME=\"VEXSG_MediaPresent\"/>");
+    EXPECT_EQ(deeper.reply.httpStatus, 400U);
+    EXPECT_EQ(deeper.reply.body, "The request has elements deeper than 32.\n");
+}
+
 TEST_F(CimRequests, LaterMinorVersionsAreTaken) {
     std::string request = replaced(good(), "CIMVERSION=\"2.0\"", "CIMVERSION=\"2.1\"");
     request = replaced(request, "DTDVERSION=\"2.0\"", "DTDVERSION=\"2.4\"");
@@ -188,12 +202,16 @@ TEST_F(CimRequests, AnOperationThatIsNotOfferedMayCarryAnything) {
         "7");
 }
 
-TEST_F(CimRequests, AMethodOfAClassIsError7) {
-    const Answer answer = scene.askText(
-        "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><METHODCALL "
-        "NAME=\"Reset\"><LOCALCLASSPATH/></METHODCALL></SIMPLEREQ></MESSAGE></CIM>");
-    EXPECT_EQ(answer.error(), "7");
-    EXPECT_EQ(answer.only("//METHODRESPONSE/@NAME"), "Reset");
+TEST_F(CimRequests, AMethodOfAClassIsError7WhateverItsName) {
+    for (const std::string name : {"Reset", "GetClass"}) {
+        const Answer answer = scene.askText(
+            "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" "
+            "PROTOCOLVERSION=\"1.0\"><SIMPLEREQ><METHODCALL "
+            "NAME=\"" +
+            name + "\"><LOCALCLASSPATH/></METHODCALL></SIMPLEREQ></MESSAGE></CIM>");
+        EXPECT_EQ(answer.error(), "7");
+        EXPECT_EQ(answer.only("//METHODRESPONSE/@NAME"), name);
+    }
 }
 
 TEST_F(CimRequests, WrongParametersAreError4) {

@@ -1,0 +1,115 @@
+// What goes from one process to another arrives as it was.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "serve/child_process.h"
+#include "serve/collected_documents.h"
+#include "serve/control.h"
+#include "serve/front_settings.h"
+#include "text/command_error.h"
+
+using namespace diskmgt::serve;
+
+TEST(HandingOver, SettingsArriveAsTheyWere) {
+    FrontSettings sent;
+    sent.serverNames = {"disks.example", "other"};
+    sent.certificate = std::string("pem\0text", 8);
+    sent.key = "key";
+    sent.credentials = std::string(300000, 'c');  // more than a message takes
+    sent.maxAgeSeconds = 0.25;
+    const Descriptor file = inMemory(sent);
+    ASSERT_TRUE(file.isOpen());
+    const FrontSettings got = readSettings(file.get());
+    EXPECT_EQ(got.serverNames, sent.serverNames);
+    EXPECT_EQ(got.certificate, sent.certificate);
+    EXPECT_EQ(got.key, sent.key);
+    EXPECT_EQ(got.clientCa, "");
+    EXPECT_EQ(got.credentials, sent.credentials);
+    EXPECT_EQ(got.maxAgeSeconds, 0.25);
+    EXPECT_EQ(got.limitSeconds, 30);
+}
+
+TEST(HandingOver, AFileWithoutSettingsIsRefused) {
+    const Descriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    EXPECT_THROW(readSettings(file.get()), diskmgt::CommandError);
+}
+
+TEST(HandingOver, DocumentsArriveAsTheyWereAndCutOnesDoNot) {
+    CollectedDocuments sent;
+    sent.systemName = "server";
+    sent.stall = "it does not answer";
+    sent.json = "{}";
+    sent.metrics = "x 1\n";
+    sent.page = "<html>";
+    diskmgt::Beginning beginning;
+    beginning.time = 7;
+    beginning.steadyNs = 8;
+    const std::string bytes = packed(sent) + packed(beginning);
+    const auto noClass = [](const std::string&) { return nullptr; };
+    const auto got = unpackedDocuments(bytes, noClass);
+    ASSERT_TRUE(got);
+    EXPECT_EQ(got->systemName, "server");
+    EXPECT_EQ(got->stall, sent.stall);
+    EXPECT_EQ(got->json + got->metrics + got->page, "{}x 1\n<html>");
+    EXPECT_EQ(got->beginning.steadyNs, 8);
+    for (std::size_t length = 0; length < packed(sent).size(); ++length)
+        EXPECT_FALSE(unpackedDocuments(bytes.substr(0, length), noClass)) << length;
+}
+
+namespace {
+
+struct Channel {
+    Channel() { EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0); }
+    ~Channel() {
+        for (const int end : ends) (void)::close(end);
+    }
+    int ends[2] = {-1, -1};
+};
+
+}  // namespace
+
+TEST(Control, CarriesATextAndADescriptor) {
+    Channel channel;
+    const Descriptor null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(sendControl(channel.ends[0], ControlKind::kTrouble, "why", null.get()));
+    ControlReading reading = receiveControl(channel.ends[1]);
+    ASSERT_TRUE(reading.message);
+    EXPECT_EQ(reading.message->kind, ControlKind::kTrouble);
+    EXPECT_EQ(reading.message->text, "why");
+    EXPECT_TRUE(reading.message->descriptor.isOpen());
+    EXPECT_NE(::fcntl(reading.message->descriptor.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(Control, DoesNotWaitAndNoticesTheEnd) {
+    Channel channel;
+    const ControlReading nothing = receiveControl(channel.ends[1]);
+    EXPECT_FALSE(nothing.message || nothing.hasEnded);
+    (void)::shutdown(channel.ends[0], SHUT_RDWR);
+    EXPECT_TRUE(receiveControl(channel.ends[1]).hasEnded);
+}
+
+TEST(Control, AMessageThatIsTooLongEndsTheChannel) {
+    Channel channel;
+    const std::string flood(100000, 'S');
+    ASSERT_EQ(::send(channel.ends[0], flood.data(), flood.size(), 0), static_cast<ssize_t>(flood.size()));
+    EXPECT_TRUE(receiveControl(channel.ends[1]).hasEnded);
+}
+
+TEST(RestartPause, GrowsToHalfAMinuteAndIsForgottenAfterALongLife) {
+    constexpr std::int64_t kSecond = 1000000000;
+    RestartPause pause;
+    std::int64_t now = 0, last = 0;
+    for (int i = 0; i < 20; ++i) {
+        pause.started(now);
+        pause.ended(now);
+        EXPECT_GE(pause.notBeforeNs() - now, last);
+        last = pause.notBeforeNs() - now;
+        now = pause.notBeforeNs();
+    }
+    EXPECT_EQ(last, 30 * kSecond);
+    pause.started(now);
+    pause.ended(now + 60 * kSecond);
+    EXPECT_EQ(pause.notBeforeNs(), now + 60 * kSecond);
+}
