@@ -1,5 +1,6 @@
 """What a collector that ends, stalls or cannot be killed costs: freshness, and nothing else."""
 
+import json
 import os
 import signal
 import sys
@@ -8,7 +9,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import HERE, LONG, children_of, name_of, state_of, wait_until
+from conftest import HERE, IS_WHOLE, children_of, name_of, state_of, wait_until
 
 DEAD_MOUNT = HERE.parent / "devices" / "dead_mount.py"
 NEEDS_FUSE = pytest.mark.skipif(not os.path.exists("/dev/fuse"), reason="the kernel has no /dev/fuse")
@@ -29,7 +30,6 @@ def collectors_of(endpoint):
 @pytest.fixture
 def server(machine, tmp_path):
     """A described machine where a file system can be made to die and to vanish."""
-    import json
     (tmp_path / "machine").mkdir()
     (tmp_path / "machine" / "machine.json").write_text(json.dumps(MACHINE), encoding="utf-8")
     session = machine(tmp_path / "machine")
@@ -199,6 +199,8 @@ def test_nothing_grows(serve):
     after = resources(endpoint)
     for role, (private, descriptors, processes) in after.items():
         assert (descriptors, processes) == before[role][1:], role
+        if not IS_WHOLE:
+            continue  # a sanitizer keeps what was freed
         assert private <= before[role][0] + 1024, f"{role}: {before[role][0]} KiB, then {private} KiB"
 
 
@@ -215,4 +217,5 @@ def test_replaced_collectors_leave_nothing(serve):
     wait_until(lambda: endpoint.ask("/healthz").status == 200, "it is well")
     after = resources(endpoint)
     assert {role: values[1:] for role, values in after.items()} == {role: values[1:] for role, values in before.items()}
-    assert after["keeper"][0] <= before["keeper"][0] + 256
+    if IS_WHOLE:
+        assert after["keeper"][0] <= before["keeper"][0] + 256

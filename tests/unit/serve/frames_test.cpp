@@ -1,3 +1,4 @@
+// Frames from the collector, however they are cut.
 #include "serve/frames.h"
 
 #include <gtest/gtest.h>

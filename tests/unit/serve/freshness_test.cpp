@@ -1,3 +1,4 @@
+// When a request waits, for how long, and what it is answered from.
 #include "serve/freshness.h"
 
 #include <gmock/gmock.h>
