@@ -50,10 +50,19 @@ std::string stallOf(const ServerAccount& account) {
     return "";
 }
 
+SessionOptions sessionOptions(const CollectorOptions& asked) {
+    SessionOptions options;
+    options.pluginFile = asked.pluginFile;
+    options.virtualDevices = asked.virtualDevices;
+    options.timeoutSeconds = 0;  // the front and the keeper look at the clock
+    options.keepsLog = false;
+    return options;
+}
+
 class Collector {
 public:
     Collector(const CollectorOptions& asked, int theConnection)
-        : options(asked), connection(theConnection), session({asked.pluginFile, asked.virtualDevices, -1, 0, false}) {}
+        : options(asked), connection(theConnection), session(sessionOptions(asked)) {}
 
     int run() {
         (void)session.load();  // whose path may be relative
