@@ -74,7 +74,8 @@ bool isLocal(const Mount& mount, FileSystemGroup group) {
 }
 
 [[noreturn]] void answerInChild(const Mount& mount, int answer) {
-    (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);  // cannot fail; nobody else would end it when the asking process is killed
+    (void)::prctl(PR_SET_PDEATHSIG,
+                  SIGKILL);  // cannot fail; nobody else would end it when the asking process is killed
     (void)::close_range(0, static_cast<unsigned>(answer) - 1, 0);
     (void)::close_range(static_cast<unsigned>(answer) + 1, ~0U, 0);
     const MountFigure figure = measured(mount);

@@ -24,9 +24,9 @@ std::string pluginFileOf(const std::string& named);
 struct SessionOptions {
     std::string pluginFile;  // empty: the one that belongs to this command
     std::vector<std::string> virtualDevices;
-    int logSeverity = -1;        // show the host's log from this severity on; negative: not at all
-    double timeoutSeconds = 30;  // 0: none
-    bool keepsLog = true;        // false: the host forgets each line, in a process that stays
+    int logSeverity = -1;                       // show the host's log from this severity on; negative: not at all
+    double timeoutSeconds = 30;                 // 0: none
+    bool keepsLog = true;                       // false: the host forgets each line, in a process that stays
     std::vector<std::string> schemaFiles = {};  // further classes for the host
     /// Instead of saying which class is served; see `HostOptions`.
     std::function<void(const std::string& className)> whenServing = {};

@@ -60,15 +60,17 @@ class Test(unittest.TestCase):
         self.assertEqual([purpose for purpose in ("run", "test", "test_all", "check") if "clang" in packages(purpose)],
                          ["test_all", "check"])
 
-    def test_the_packages_build_with_what_running_needs(self):
+    def test_the_packages_build_with_what_running_and_the_endpoint_need(self):
         """The first of several alternatives; the compiler comes with the tools that make packages."""
         control = (ROOT / "debian/control").read_text(encoding="utf-8")
         listed = re.search(r"^Build-Depends:\n((?: .*\n)+)", control, re.MULTILINE).group(1)
         wanted = {re.match(r" ([^ ,]+)", line).group(1) for line in listed.splitlines()} - {"debhelper-compat"}
         newest = re.search(r"echo (1\.\d+)\n\}", SCRIPT).group(1)
-        needed = {name.strip('"').replace("$boost", newest) for name in packages("run")} - {"g++", "${older_boost[@]}"}
+        needed = {name.strip('"').replace("$boost", newest) for name in packages("run") + packages("serve")} - {"g++", "${older_boost[@]}"}
         self.assertEqual(wanted, needed)
         self.assertIn("debhelper", packages("package"))
+        for purpose in ("test", "package"):
+            self.assertEqual(packages(purpose)[:2], ["$(packages_for", "serve)"])
 
     def test_the_build_server_runs_the_checks_and_last_every_suite(self):
         lines = (ROOT / ".ci/run").read_text(encoding="utf-8").splitlines()
