@@ -26,10 +26,10 @@ struct SessionOptions {
     std::vector<std::string> virtualDevices;
     int logSeverity = -1;        // show the host's log from this severity on; negative: not at all
     double timeoutSeconds = 30;  // 0: none
+    bool keepsLog = true;        // false: the host forgets each line, in a process that stays
     std::vector<std::string> schemaFiles = {};  // further classes for the host
     /// Instead of saying which class is served; see `HostOptions`.
     std::function<void(const std::string& className)> whenServing = {};
-    bool keepsLog = true;        // false: the host forgets each line, in a process that stays
 };
 
 class PluginSession {

@@ -7,8 +7,9 @@
 namespace diskmgt {
 
 inline SessionOptions sessionOptions(const Options& options) {
-    return {options.pluginFile, options.virtualDevices, options.logSeverity, options.timeoutSeconds,
-            options.schemaFiles};
+    SessionOptions wanted{options.pluginFile, options.virtualDevices, options.logSeverity, options.timeoutSeconds};
+    wanted.schemaFiles = options.schemaFiles;
+    return wanted;
 }
 
 }  // namespace diskmgt

@@ -276,7 +276,7 @@ void Connection::explain(const Refusal& refusal, std::vector<std::pair<std::stri
 
 void Connection::send(AnswerHead head, std::shared_ptr<const std::string> text) {
     const RequestHead& request = requests.head();
-    keepsAlive = request.keepsAlive && !retires && !shared.isFinishing;
+    keepsAlive = request.keepsAlive && !retires;
     head.keepsAlive = keepsAlive;
     head.minorVersion = request.minorVersion;
     head.bodyBytes = text ? text->size() : 0;
@@ -307,7 +307,7 @@ void Connection::written() {
     record("");
     body = nullptr;
     isFirst = false;
-    if (!keepsAlive || retires || shared.isFinishing) return linger();
+    if (!keepsAlive || retires) return linger();
     headTaken = false;
     enter(Phase::idle);
     (void)requests.next();

@@ -21,6 +21,7 @@ namespace diskmgt::serve {
 
 namespace {
 
+constexpr int kUnsent = 128 * 1024;  // bytes that the kernel keeps for a reader who lags behind; else megabytes
 constexpr std::chrono::milliseconds kPause{100};  // when the kernel has no room for one more
 constexpr std::size_t kNetworkBytes = 8;          // of an IPv6 address; a client chooses the rest at will
 
@@ -76,8 +77,11 @@ Listener::Listener(asio::io_context& theLoop, int descriptor, Taken whenTaken)
     const int flags = ::fcntl(descriptor, F_GETFL);
     if (flags < 0 || ::fcntl(descriptor, F_SETFL, flags | O_NONBLOCK) != 0)
         throw SettingsError("descriptor " + std::to_string(descriptor) + " cannot be made not to wait");
-    const int yes = 1;  // what it accepts inherits it; answers are written whole
-    if (family != AF_UNIX) (void)::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    if (family == AF_UNIX) return;
+    // What it accepts inherits both. A failure costs only time, or memory of the kernel.
+    const int yes = 1;  // answers are written whole
+    (void)::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    (void)::setsockopt(descriptor, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &kUnsent, sizeof kUnsent);
 }
 
 void Listener::start() {

@@ -42,7 +42,7 @@ bool PasswordChecker::check(std::shared_ptr<const Credentials> credentials, Name
 }
 
 void PasswordChecker::work() {
-    // The C library opens files for the first memory of a thread and the first hash.
+    // So that what the C library sets up for the first memory of a thread and the first hash is there.
     (void)Credentials("somebody:$5$rounds=1000$salt$").matches({"somebody", "a password"});
     std::unique_lock<std::mutex> lock(mutex);
     isReady = true;

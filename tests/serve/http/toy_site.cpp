@@ -7,6 +7,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -45,6 +46,7 @@ Secrets secretsOf(const Options& options) {
 
 Limits limitsOf(const Options& options) {
     Limits limits;
+    limits.idle = std::chrono::hours(1);  // so that a test sees another reason why a connection ends
     const auto set = [&](const char* name, auto& limit) {
         const auto found = options.find(name);
         if (found != options.end())
