@@ -2,6 +2,7 @@
 
 import http.client
 import os
+import shutil
 import signal
 import socket
 import stat
@@ -200,6 +201,18 @@ def test_command_becomes_the_endpoint(tmp_path):
 def test_help(words):
     done = subprocess.run([COMMAND, *words], capture_output=True, text=True, timeout=LONG, check=False, env=environment())
     assert done.returncode == 0 and done.stdout.startswith("diskmgt serve - ") and done.stderr == ""
+
+
+def test_command_without_the_package_names_it(tmp_path):
+    (tmp_path / "bin").mkdir()
+    (tmp_path / "lib/diskmgt").mkdir(parents=True)
+    shutil.copy(COMMAND, tmp_path / "bin")
+    for library in ("libtalcore.so", "libtalbase.so"):
+        shutil.copy(os.path.join(os.path.dirname(ENDPOINT), library), tmp_path / "lib/diskmgt")
+    done = subprocess.run([tmp_path / "bin/diskmgt", "serve"], capture_output=True, text=True, timeout=LONG, check=False,
+                          env=environment())
+    assert (done.returncode, done.stdout, done.stderr.count("\n")) == (3, "", 1)
+    assert done.stderr.endswith("install the package diskmgt-serve\n")
 
 
 def test_roles_are_not_for_users():
