@@ -12,8 +12,6 @@ namespace diskmgt {
 
 namespace {
 
-const char* const kHostingSystem = "VEXSG_ComputerSystem";
-
 Published readPublished(PluginSession& session, const std::string& known, Beginning& beginning,
                         const CollectedFacts& facts) {
     Published published;

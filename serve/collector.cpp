@@ -18,6 +18,7 @@
 #include "inventory/server_account.h"
 #include "serve/collected_documents.h"
 #include "serve/frames.h"
+#include "session/packed_classes.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
 
@@ -127,6 +128,9 @@ private:
             documents.page = inventoryPage(account);
         }
         session.host().clear();
+        ServedClass system;
+        system.published = {session.host().findClass(kHostingSystem), session.host().instances(kHostingSystem)};
+        known += packed(system);
         isHeard = isHeard && writeWhole(connection, framed(FrameKind::kDocuments, packed(documents) + known));
         (void)::alarm(0);
         return isHeard;

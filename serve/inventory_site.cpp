@@ -103,9 +103,10 @@ SiteAnswer InventorySite::cimAnswer(const std::string& body) const {
                                snapshot ? "" : "nothing is known yet: " + freshness.whyNotFresh());
     SiteAnswer answer;
     answer.status = reply.httpStatus;
-    if (!reply.body.empty()) answer.contentType = "application/xml; charset=\"utf-8\"";
+    const bool isSentence = !reply.cimError.empty();
+    answer.contentType = isSentence ? "text/plain; charset=utf-8" : "application/xml; charset=\"utf-8\"";
     answer.headers.emplace_back("CIMOperation", "MethodResponse");
-    if (!reply.cimError.empty()) answer.headers.emplace_back("CIMError", reply.cimError);
+    if (isSentence) answer.headers.emplace_back("CIMError", reply.cimError);
     answer.body = std::make_shared<const std::string>(std::move(reply.body));
     addAge(answer);
     return answer;

@@ -8,6 +8,9 @@
 
 namespace diskmgt {
 
+/// The class of the system that all disks belong to. Its one instance is the host's own.
+inline constexpr const char* kHostingSystem = "VEXSG_ComputerSystem";
+
 /// The classes of an inventory, in the order they are requested: an association follows the classes it pairs, and what
 /// a dead mount can stall comes last.
 const std::vector<std::string>& inventoryClasses();

@@ -68,6 +68,12 @@ def test_other_paths_and_methods_are_refused(serve):
     assert (refused.status, refused.headers["allow"]) == (405, "POST")
 
 
+def test_what_is_no_cim_request_is_refused_in_a_sentence(serve):
+    refused = serve().start().ask("/cimom", "POST", body="no XML")
+    assert (refused.status, refused.headers["cimerror"]) == (400, "request-not-well-formed")
+    assert refused.headers["content-type"].startswith("text/plain") and refused.text
+
+
 def test_requests_share_a_collection_while_it_is_young(serve):
     endpoint = serve("--max-age", "1000").start()
     answers = [endpoint.ask("/inventory.json") for _ in range(5)]

@@ -47,6 +47,13 @@ def test_ein_prints_the_names_of_all_instances(both):
     assert client.run("ein", path=":CIM_LogicalDevice") == names(client.place, expected.devices())
 
 
+def test_the_system_that_all_belong_to_is_an_instance_too(both):
+    client, _ = both
+    printed = client.run("ein", path=":VEXSG_ComputerSystem")
+    assert printed.count("\n") == 1 and printed.startswith(f"{client.place}:VEXSG_ComputerSystem.")
+    assert client.run("ein", path=":CIM_ComputerSystem") == printed
+
+
 def test_ei_prints_all_instances(both):
     client, expected = both
     for cls in DEVICES + ASSOCIATIONS:
