@@ -25,6 +25,7 @@ namespace {
     for (const int number : {SIGINT, SIGHUP, SIGTERM}) (void)std::signal(number, SIG_IGN);
     (void)std::signal(SIGPIPE, SIG_IGN);
     (void)::dup2(STDERR_FILENO, STDOUT_FILENO);
+    (void)::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);  // what is typed is not for them
     int next = STDERR_FILENO + 1;
     // First out of the way of the numbers that they are to have.
     std::vector<std::pair<int, int>> moved;

@@ -66,7 +66,9 @@ public:
         : options(asked), connection(theConnection), session(sessionOptions(asked)) {}
 
     int run() {
+        endAfterLimit();
         (void)session.load();  // whose path may be relative
+        (void)::alarm(0);
         if (::chdir("/") != 0)
             return kFailureReported;  // sources of mounts are looked up as they are, wherever this began
         if (!writeWhole(connection, framed(FrameKind::kReady, ""))) return kDone;
@@ -104,9 +106,14 @@ private:
         }
     }
 
-    bool collect() {
+    /// By itself, if no keeper does it first.
+    void endAfterLimit() const {
         if (options.limitSeconds > 0)
             (void)::alarm(static_cast<unsigned>(std::ceil(options.limitSeconds)) + kAfterTheKeeper);
+    }
+
+    bool collect() {
+        endAfterLimit();
         readMachineAccountAnew();
         std::string known;
         bool isHeard = true;

@@ -48,7 +48,7 @@ ControlReading receiveControl(int channel) {
     message.msg_iovlen = 1;
     alignas(cmsghdr) char room[CMSG_SPACE(sizeof(int))];
     message.msg_control = room;
-    message.msg_controllen = sizeof room;
+    message.msg_controllen = CMSG_LEN(sizeof(int));  // one descriptor; the padding behind it has room for another
     ssize_t count = -1;
     do {
         count = ::recvmsg(channel, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);

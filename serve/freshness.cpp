@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <utility>
 
 #include "serve/snapshot.h"
+#include "terminal/remarks.h"
 
 namespace diskmgt::serve {
 
@@ -47,6 +49,15 @@ void Freshness::lookAtLimit(std::uint64_t number) {
     around.endCollector();
 }
 
+/// One that cannot be answered, for lack of memory perhaps, costs no other its answer.
+void Freshness::answer(const Waiting& one, bool isFresh) noexcept {
+    try {
+        one.done(isFresh);
+    } catch (const std::exception& failure) {
+        writeRemark(std::string("a request could not be answered: ") + failure.what());
+    }
+}
+
 void Freshness::answerThoseWhoseTimeIsUp() {
     const std::int64_t now = around.nowNs();
     std::vector<Waiting> due;
@@ -54,7 +65,7 @@ void Freshness::answerThoseWhoseTimeIsUp() {
     for (Waiting& one : waiting)
         if (isDue(one)) due.push_back(one);
     waiting.erase(std::remove_if(waiting.begin(), waiting.end(), isDue), waiting.end());
-    for (Waiting& one : due) one.done(false);
+    for (const Waiting& one : due) answer(one, false);
     // A timer may ring early by a hair.
     if (!waiting.empty() && waiting.front().untilNs - now < 1000000)
         around.after(std::chrono::milliseconds(1), [this] { answerThoseWhoseTimeIsUp(); });
@@ -95,7 +106,7 @@ void Freshness::collected(std::shared_ptr<const Snapshot> snapshot) {
     latest = std::move(snapshot);
     std::vector<Waiting> served;
     served.swap(waiting);
-    for (Waiting& one : served) one.done(true);
+    for (const Waiting& one : served) answer(one, true);
     collect();  // an answer may have brought the next request
 }
 

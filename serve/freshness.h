@@ -53,6 +53,7 @@ private:
 
     void collect();
     void answerThoseWhoseTimeIsUp();
+    static void answer(const Waiting& one, bool isFresh) noexcept;
     void lookAtLimit(std::uint64_t number);
 
     const Surroundings around;

@@ -37,8 +37,11 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t kNamedTwice = 100;  // duplicates that are said, over all collections
 
-/// One write, so that lines of several processes do not mix.
+/// One write, so that lines of several processes do not mix. Who reads no lines gets none: waiting for them would stop
+/// the service.
 void writeLogLine(const std::string& line) {
+    pollfd reader{STDERR_FILENO, POLLOUT, 0};
+    if (::poll(&reader, 1, 0) == 0) return;
     const std::string whole = line + "\n";
     (void)!::write(STDERR_FILENO, whole.data(), whole.size());  // there is nowhere else to say that it failed
 }
@@ -185,7 +188,10 @@ private:
         if (frame.kind != FrameKind::kDocuments) return;
         std::optional<CollectedDocuments> documents =
             unpackedDocuments(frame.payload, [this](const std::string& name) { return schema.findClass(name); });
-        if (!documents) return;
+        if (!documents) {
+            writeRemark("the collector's answer is cut short, and the collector is replaced");
+            return leaveCollector();
+        }
         const auto snapshot = std::make_shared<const Snapshot>(schema.classes(), std::move(*documents));
         for (const std::string& path : snapshot->store.duplicates())
             if (saidTwice.size() < kNamedTwice && saidTwice.insert(path).second)

@@ -24,7 +24,7 @@ Account frontAccount(const std::string& name) {
             throw CommandError(kWrongUsage,
                                "there is neither an account diskmgt nor nobody; name one with --user NAME");
     }
-    if (entry->pw_uid == 0)
+    if (entry->pw_uid == 0 || entry->pw_gid == 0)
         throw CommandError(kWrongUsage, "what answers clients does not run as root; name another account with --user");
     if (!isRoot && entry->pw_uid != callers.user)
         throw CommandError(kWrongUsage, "only root can run what answers clients as another account; leave --user out");

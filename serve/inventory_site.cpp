@@ -11,6 +11,22 @@ namespace diskmgt::serve {
 
 namespace {
 
+constexpr std::size_t kMostUnsent = std::size_t{192} << 20;  // of CIM answers; the process may have 1 GiB
+
+/// Counted until the last client that it goes to has it.
+struct CountedText {
+    CountedText(std::string whole, std::shared_ptr<std::size_t> counter)
+        : text(std::move(whole)), sum(std::move(counter)) {
+        *sum += text.size();
+    }
+    CountedText(const CountedText&) = delete;
+    CountedText& operator=(const CountedText&) = delete;
+    ~CountedText() { *sum -= text.size(); }
+
+    const std::string text;
+    const std::shared_ptr<std::size_t> sum;
+};
+
 SiteAnswer plain(unsigned status, const std::string& sentence) {
     SiteAnswer answer;
     answer.status = status;
@@ -51,7 +67,7 @@ const InventorySite::Page* InventorySite::pageAt(const std::string& path) {
 }
 
 void InventorySite::answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) {
-    ++counted;
+    ++requestCount;
     const Page* const page = pageAt(request.path);
     if (page == nullptr) return done(plain(404, "There is nothing here; see /, /inventory.json, /metrics, /healthz."));
     if (request.method != page->method) {
@@ -96,18 +112,25 @@ SiteAnswer InventorySite::healthAnswer(bool isFresh) const {
     return answer;
 }
 
+std::shared_ptr<const std::string> InventorySite::counted(std::string text) const {
+    const auto whole = std::make_shared<const CountedText>(std::move(text), unsentBytes);
+    return {whole, &whole->text};
+}
+
 SiteAnswer InventorySite::cimAnswer(const std::string& body) const {
     const std::shared_ptr<const Snapshot>& snapshot = freshness.snapshot();
     CimReply reply = answerCim(body, declarations, snapshot ? &snapshot->store : nullptr,
                                snapshot ? snapshot->systemName : "localhost",
                                snapshot ? "" : "nothing is known yet: " + freshness.whyNotFresh());
+    if (*unsentBytes + reply.body.size() > kMostUnsent)
+        return notYet("other clients have not taken their large answers yet; ask again.");
     SiteAnswer answer;
     answer.status = reply.httpStatus;
     const bool isSentence = !reply.cimError.empty();
     answer.contentType = isSentence ? "text/plain; charset=utf-8" : "application/xml; charset=\"utf-8\"";
     answer.headers.emplace_back("CIMOperation", "MethodResponse");
     if (isSentence) answer.headers.emplace_back("CIMError", reply.cimError);
-    answer.body = std::make_shared<const std::string>(std::move(reply.body));
+    answer.body = counted(std::move(reply.body));
     addAge(answer);
     return answer;
 }

@@ -1,6 +1,9 @@
 // What the endpoint serves on which path.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,7 +21,7 @@ public:
 
     void answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) override;
     /// How many there were, wrong ones too.
-    std::uint64_t requests() const { return counted; }
+    std::uint64_t requests() const { return requestCount; }
 
 private:
     struct Page;
@@ -27,11 +30,13 @@ private:
     SiteAnswer textAnswer(const Page& page) const;
     SiteAnswer healthAnswer(bool isFresh) const;
     SiteAnswer cimAnswer(const std::string& body) const;
+    std::shared_ptr<const std::string> counted(std::string text) const;
     void addAge(SiteAnswer& answer) const;
 
     Freshness& freshness;
     const std::vector<refhost::ClassDeclaration>& declarations;
-    std::uint64_t counted = 0;
+    std::uint64_t requestCount = 0;
+    const std::shared_ptr<std::size_t> unsentBytes = std::make_shared<std::size_t>(0);  // of CIM answers
 };
 
 }  // namespace diskmgt::serve

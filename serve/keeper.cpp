@@ -74,8 +74,7 @@ public:
     Keeper(const Keeper&) = delete;
     Keeper& operator=(const Keeper&) = delete;
     ~Keeper() {
-        for (const Listener& listener : listeners)
-            if (!listener.toRemove.empty()) (void)::unlink(listener.toRemove.c_str());
+        closeListeners();
         endAll();
     }
 
@@ -158,7 +157,8 @@ private:
 
     void handCollectorOver() {
         const Descriptor connection = collector.takeConnection();
-        if (channel.isOpen()) (void)sendControl(channel.get(), ControlKind::kCollector, "", connection.get());
+        if (channel.isOpen() && !sendControl(channel.get(), ControlKind::kCollector, "", connection.get()))
+            collector.end(now());  // another is started
         sayWhere();
     }
 
@@ -178,7 +178,7 @@ private:
         if (!reading.message) return;
         if (reading.message->kind == ControlKind::kServing) isServing = true;
         if (reading.message->kind == ControlKind::kCollectorGone && collector.awaited() < 0) collector.end(now());
-        if (reading.message->kind == ControlKind::kIdle) finish();
+        if (reading.message->kind == ControlKind::kIdle && options.exitIdleSeconds > 0) finish();
     }
 
     void takeSignals() {
@@ -233,7 +233,14 @@ private:
         isFinishing = true;
         finishByNs = now() + kMostNs;
         (void)sendControl(channel.get(), ControlKind::kFinish);
-        for (Listener& listener : listeners) listener.socket.close();
+        closeListeners();
+    }
+
+    /// Once: a successor may have a socket of the same name soon.
+    void closeListeners() {
+        for (const Listener& listener : listeners)
+            if (!listener.toRemove.empty()) (void)::unlink(listener.toRemove.c_str());
+        listeners.clear();
     }
 
     /// Of the kernel's grace: what does not end is left.

@@ -44,6 +44,7 @@ int run(int argumentCount, char** arguments) {
 int main(int argumentCount, char** arguments) {
     occupyClosedStandardDescriptors();
     (void)std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGCHLD, SIG_DFL);  // inherited as ignored, no child's end would ever be seen
     try {
         return run(argumentCount, arguments);
     } catch (const CommandError& error) {

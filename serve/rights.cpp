@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
+#include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -77,11 +79,10 @@ private:
 };
 
 constexpr int kOfDescriptors[] = {
-    SCMP_SYS(read),       SCMP_SYS(readv),      SCMP_SYS(write),           SCMP_SYS(writev),      SCMP_SYS(close),
-    SCMP_SYS(recvfrom),   SCMP_SYS(recvmsg),    SCMP_SYS(sendto),          SCMP_SYS(sendmsg),     SCMP_SYS(shutdown),
-    SCMP_SYS(accept),     SCMP_SYS(accept4),    SCMP_SYS(getsockname),     SCMP_SYS(getpeername), SCMP_SYS(getsockopt),
-    SCMP_SYS(setsockopt), SCMP_SYS(epoll_wait), SCMP_SYS(epoll_pwait),     SCMP_SYS(epoll_ctl),   SCMP_SYS(poll),
-    SCMP_SYS(ppoll),      SCMP_SYS(lseek),      SCMP_SYS(timerfd_settime),
+    SCMP_SYS(read),        SCMP_SYS(readv),      SCMP_SYS(write),      SCMP_SYS(writev),          SCMP_SYS(close),
+    SCMP_SYS(recvfrom),    SCMP_SYS(recvmsg),    SCMP_SYS(accept),     SCMP_SYS(accept4),         SCMP_SYS(getsockname),
+    SCMP_SYS(getpeername), SCMP_SYS(getsockopt), SCMP_SYS(epoll_wait), SCMP_SYS(epoll_pwait),     SCMP_SYS(epoll_ctl),
+    SCMP_SYS(poll),        SCMP_SYS(ppoll),      SCMP_SYS(lseek),      SCMP_SYS(timerfd_settime),
 };
 constexpr int kOfTheProcess[] = {
     SCMP_SYS(brk),          SCMP_SYS(munmap),       SCMP_SYS(mremap),         SCMP_SYS(madvise),
@@ -153,6 +154,13 @@ void filterSystemCalls() {
     Filter filter;
     for (const int call : kOfDescriptors) filter.allow(call);
     for (const int call : kOfTheProcess) filter.allow(call);
+    // With this flag sending connects first.
+    filter.allowWhen(SCMP_SYS(sendto), SCMP_A3(SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
+    filter.allowWhen(SCMP_SYS(sendmsg), SCMP_A2(SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
+    // A socket that listens is the keeper's too: this must not make it deaf.
+    filter.allowWhen(SCMP_SYS(shutdown), SCMP_A1(SCMP_CMP_EQ, SHUT_WR));
+    // No lingering: whoever closes such a socket last would wait for its peer.
+    filter.allowWhen(SCMP_SYS(setsockopt), SCMP_A1(SCMP_CMP_EQ, IPPROTO_TCP));
     // Memory is never executable, and no file becomes memory.
     filter.allowWhen(SCMP_SYS(mmap), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0),
                      SCMP_A3(SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS));

@@ -20,8 +20,8 @@ const CimClass* filterClass(const ClassTree& tree, const Parameters& parameters,
     if (!given) return nullptr;
     const CimClass* const found = tree.find(*given);
     if (found == nullptr)
-        throw CimFailure(CimStatus::kInvalidParameter,
-                         std::string(name) + " names the class " + quotedForClient(*given) + ", which there is not.");
+        throw CimFailure(CimStatus::kInvalidParameter, std::string(name) + " names the class " +
+                                                           quotedForClient(*given) + ", which is not declared.");
     return found;
 }
 

@@ -13,6 +13,7 @@
 #include <string>
 #include <utility>
 
+#include "serve/http/at_end.h"
 #include "serve/http/settings_error.h"
 
 namespace asio = boost::asio;
@@ -107,11 +108,11 @@ void Listener::takeOne() {
     Transport::Socket socket(loop);
     Transport::Error error;
     (void)socket.assign(asio::generic::stream_protocol(family, 0), descriptor, error);
+    const AtEnd again([this] { start(); });  // also when there is no memory for this one
     if (error)
         (void)::close(descriptor);
     else
         taken(std::move(socket), peerAt(from));
-    start();
 }
 
 }  // namespace diskmgt::serve

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "serve/http/answer_head.h"
+#include "serve/http/at_end.h"
 
 namespace asio = boost::asio;
 
@@ -76,8 +77,10 @@ void ServerCore::wait(const std::shared_ptr<Watched>& watched) {
                                [this, weak = std::weak_ptr<Watched>(watched)](const Transport::Error& error) {
                                    const auto self = weak.lock();
                                    if (error || !self || !self->stream.is_open()) return;
+                                   const AtEnd again([&] {  // also when an answer that it makes fails
+                                       if (self->stream.is_open()) wait(self);
+                                   });
                                    self->readable();
-                                   if (self->stream.is_open()) wait(self);
                                });
 }
 

@@ -29,12 +29,36 @@ std::string path;
 int before = -1;  // a socket and a file that were there before the filter
 int openFile = -1;
 
-long connectSomewhere() {
+sockaddr_in someServer() {
     sockaddr_in there{};
     there.sin_family = AF_INET;
     there.sin_port = htons(9);
     there.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return there;
+}
+
+long connectSomewhere() {
+    const sockaddr_in there = someServer();
     return ::connect(before, reinterpret_cast<const sockaddr*>(&there), sizeof there);
+}
+
+/// Sending that connects first.
+long sendAtOnce() {
+    const sockaddr_in there = someServer();
+    return ::sendto(before, "x", 1, MSG_FASTOPEN, reinterpret_cast<const sockaddr*>(&there), sizeof there);
+}
+
+long sendMessageAtOnce() {
+    sockaddr_in there = someServer();
+    msghdr message{};
+    message.msg_name = &there;
+    message.msg_namelen = sizeof there;
+    return ::sendmsg(before, &message, MSG_FASTOPEN);
+}
+
+long lingerOnClose() {
+    const linger forLong{1, 1000};
+    return ::setsockopt(before, SOL_SOCKET, SO_LINGER, &forLong, sizeof forLong);
 }
 
 long runProgram() {
@@ -64,6 +88,10 @@ const std::map<std::string, std::function<long()>> attempts = {
      }},
     {"socket", [] { return static_cast<long>(::socket(AF_INET, SOCK_STREAM, 0)); }},
     {"connection", &connectSomewhere},
+    {"connection-by-sending", &sendAtOnce},
+    {"connection-by-a-message", &sendMessageAtOnce},
+    {"deaf-listener", [] { return static_cast<long>(::shutdown(before, SHUT_RD)); }},
+    {"lingering-socket", &lingerOnClose},
     {"program", &runProgram},
     {"process", [] { return ended(::fork()); }},
     {"executable-memory", [] { return mapped(PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1); }},

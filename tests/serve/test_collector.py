@@ -175,12 +175,13 @@ def test_node_that_would_hold_the_plug_in_costs_the_drives_alone(serve, server):
 
 
 def resources(endpoint):
-    """Bytes of memory of its own, descriptors and children, of the three processes."""
+    """KiB of memory that is no file's, descriptors and children, of the three processes. Pages of files count as a
+    process's own or as shared depending on what else runs."""
     found = {}
     for role, process in (("keeper", endpoint.keeper), ("front", endpoint.front), ("collector", endpoint.collector)):
         rollup = Path(f"/proc/{process}/smaps_rollup").read_text(encoding="utf-8")
-        private = sum(int(line.split()[1]) for line in rollup.splitlines() if line.startswith("Private_"))
-        found[role] = (private, len(os.listdir(f"/proc/{process}/fd")), len(children_of(process)))
+        anonymous = next(int(line.split()[1]) for line in rollup.splitlines() if line.startswith("Anonymous:"))
+        found[role] = (anonymous, len(os.listdir(f"/proc/{process}/fd")), len(children_of(process)))
     return found
 
 

@@ -70,8 +70,10 @@ def test_nothing_that_answers_clients_runs_as_root(serve):
 
 
 @FILTERED
-@pytest.mark.parametrize("what", ["nothing", "disk", "file", "look", "socket", "connection", "program", "process", "executable-memory", "mapped-file", "another-process", "descriptor",
-                                  "more-rights"])
+@pytest.mark.parametrize("what", [
+    "nothing", "disk", "file", "look", "socket", "connection", "connection-by-sending", "connection-by-a-message",
+    "deaf-listener", "lingering-socket", "program", "process", "executable-memory", "mapped-file", "another-process",
+    "descriptor", "more-rights"])
 def test_behind_the_filter_is_refused(what, tmp_path):
     """The same functions as the front's, and then the attempt."""
     done = subprocess.run([REFUSED, what, str(tmp_path / "file")], capture_output=True, text=True, timeout=LONG,
