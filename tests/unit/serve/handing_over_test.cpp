@@ -4,6 +4,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstring>
+
 #include "serve/child_process.h"
 #include "serve/collected_documents.h"
 #include "serve/control.h"
@@ -112,4 +114,31 @@ TEST(RestartPause, GrowsToHalfAMinuteAndIsForgottenAfterALongLife) {
     pause.started(now);
     pause.ended(now + 60 * kSecond);
     EXPECT_EQ(pause.notBeforeNs(), now + 60 * kSecond);
+}
+
+TEST(HandingOver, OfTwoDescriptorsInOneMessageNoneStays) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+    const Descriptor sender(ends[0]);
+    const Descriptor receiver(ends[1]);
+    const int two[2] = {sender.get(), receiver.get()};
+    char kind = static_cast<char>(ControlKind::kIdle);
+    iovec part{&kind, 1};
+    alignas(cmsghdr) char room[CMSG_SPACE(sizeof two)] = {};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = room;
+    message.msg_controllen = CMSG_LEN(sizeof two);
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof two);
+    std::memcpy(CMSG_DATA(header), two, sizeof two);
+    const int lowestFree = ::fcntl(sender.get(), F_DUPFD_CLOEXEC, 0);
+    (void)::close(lowestFree);
+    ASSERT_EQ(::sendmsg(sender.get(), &message, MSG_NOSIGNAL), 1);
+    EXPECT_TRUE(receiveControl(receiver.get()).hasEnded);
+    const Descriptor after(::fcntl(sender.get(), F_DUPFD_CLOEXEC, 0));
+    EXPECT_EQ(after.get(), lowestFree);
 }
