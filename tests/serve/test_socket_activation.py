@@ -14,13 +14,19 @@ pytestmark = pytest.mark.skipif(not ACTIVATE, reason="the package systemd is mis
 COLLECTOR = str(Path(ENDPOINT).parent / "diskmgt-collect")
 
 
+def is_listened_on(path):
+    """Some time after the path is there."""
+    rows = [line.split() for line in Path("/proc/net/unix").read_text(encoding="utf-8").splitlines()]
+    return any(row[-1] == str(path) and row[3] == "00010000" for row in rows)  # __SO_ACCEPTCON
+
+
 @pytest.fixture
 def collectors(tmp_path):
     """The path of a socket behind which a collector is started for each connection."""
     path = tmp_path / "collect.sock"
     process = subprocess.Popen([ACTIVATE, "--accept", "--inetd", f"--listen={path}", COLLECTOR, "--limit", "30"],
                                stderr=subprocess.DEVNULL, env=environment())
-    wait_until(path.exists, "the socket is there")
+    wait_until(lambda: is_listened_on(path), "the socket is listened on")
     yield path
     process.terminate()
     process.wait()
