@@ -51,6 +51,11 @@ void dropFromBoundingSet(std::uint32_t kept) {
     }
 }
 
+/// As SCMP_A0 and its like, which are not C++. For a masked comparison `one` is the mask and `other` the value.
+scmp_arg_cmp argument(unsigned number, scmp_compare how, scmp_datum_t one, scmp_datum_t other = 0) {
+    return {number, how, one, other};
+}
+
 struct FilterEnd {
     void operator()(void* filter) const { seccomp_release(filter); }
 };
@@ -155,22 +160,22 @@ void filterSystemCalls() {
     for (const int call : kOfDescriptors) filter.allow(call);
     for (const int call : kOfTheProcess) filter.allow(call);
     // With this flag sending connects first.
-    filter.allowWhen(SCMP_SYS(sendto), SCMP_A3(SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
-    filter.allowWhen(SCMP_SYS(sendmsg), SCMP_A2(SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
+    filter.allowWhen(SCMP_SYS(sendto), argument(3, SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
+    filter.allowWhen(SCMP_SYS(sendmsg), argument(2, SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
     // A socket that listens is the keeper's too: this must not make it deaf.
-    filter.allowWhen(SCMP_SYS(shutdown), SCMP_A1(SCMP_CMP_EQ, SHUT_WR));
+    filter.allowWhen(SCMP_SYS(shutdown), argument(1, SCMP_CMP_EQ, SHUT_WR));
     // No lingering: whoever closes such a socket last would wait for its peer.
-    filter.allowWhen(SCMP_SYS(setsockopt), SCMP_A1(SCMP_CMP_EQ, IPPROTO_TCP));
+    filter.allowWhen(SCMP_SYS(setsockopt), argument(1, SCMP_CMP_EQ, IPPROTO_TCP));
     // Memory is never executable, and no file becomes memory.
-    filter.allowWhen(SCMP_SYS(mmap), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0),
-                     SCMP_A3(SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS));
-    filter.allowWhen(SCMP_SYS(mprotect), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0));
+    filter.allowWhen(SCMP_SYS(mmap), argument(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0),
+                     argument(3, SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS));
+    filter.allowWhen(SCMP_SYS(mprotect), argument(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0));
     for (const int command : {F_GETFL, F_SETFL, F_GETFD, F_SETFD})
-        filter.allowWhen(SCMP_SYS(fcntl), SCMP_A1(SCMP_CMP_EQ, static_cast<scmp_datum_t>(command)));
+        filter.allowWhen(SCMP_SYS(fcntl), argument(1, SCMP_CMP_EQ, static_cast<scmp_datum_t>(command)));
     for (const unsigned long request : {static_cast<unsigned long>(FIONBIO), static_cast<unsigned long>(FIONREAD)})
-        filter.allowWhen(SCMP_SYS(ioctl), SCMP_A1(SCMP_CMP_EQ, request));
+        filter.allowWhen(SCMP_SYS(ioctl), argument(1, SCMP_CMP_EQ, request));
     // abort(3) ends this process and nothing else.
-    filter.allowWhen(SCMP_SYS(tgkill), SCMP_A0(SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid())));
+    filter.allowWhen(SCMP_SYS(tgkill), argument(0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(::getpid())));
     filter.set();
 }
 

@@ -62,7 +62,7 @@ protected:
         made->collected(std::make_shared<const Snapshot>(declarations, std::move(documents)));
     }
 
-    const std::vector<refhost::ClassDeclaration> declarations;
+    const std::vector<refhost::ClassDeclaration> declarations = {};
     std::int64_t now = 1000 * kMillisecond;
     std::multimap<std::int64_t, std::function<void()>> timers;
     bool canBeAsked = true;
