@@ -23,7 +23,7 @@ void CheckJournal::end(Check check, const std::string& note) {
     worker::makeKnown(packedEnd({check, note}));
 }
 
-void CheckJournal::add(const Finding& finding) {
+void CheckJournal::add(const CheckFinding& finding) {
     const std::string packed = packedFinding(finding);
     if (!made.insert(packed).second) return;
     if (++counts[{finding.check, finding.className}] > kMostAlike)
@@ -32,8 +32,8 @@ void CheckJournal::add(const Finding& finding) {
         worker::makeKnown(packed);
 }
 
-void CheckJournal::add(const Findings& findings) {
-    for (const Finding& finding : findings) add(finding);
+void CheckJournal::add(const CheckFindings& findings) {
+    for (const CheckFinding& finding : findings) add(finding);
 }
 
 }  // namespace diskmgt

@@ -17,8 +17,8 @@ public:
     void end(Check check, const std::string& note = "");
     /// Of findings of one check and class, those past a thousand are only counted, and the count is said at the end.
     /// One that was made before is not made again.
-    void add(const Finding& finding);
-    void add(const Findings& findings);
+    void add(const CheckFinding& finding);
+    void add(const CheckFindings& findings);
 
 private:
     std::set<std::string> made;                                   // packed

@@ -29,7 +29,7 @@ std::string packedEnd(const CheckNote& note) {
     return packer.take();
 }
 
-std::string packedFinding(const Finding& finding) {
+std::string packedFinding(const CheckFinding& finding) {
     Packer packer(RecordKind::kFinding);
     packer.put(finding.check);
     packer.put(finding.isFailure);
@@ -72,7 +72,7 @@ CheckRecords readCheckRecords(const std::string& known) {
         records.ended.push_back(std::move(note));
     });
     eachRecord(known, RecordKind::kFinding, [&records](Unpacker& from) {
-        Finding finding;
+        CheckFinding finding;
         from.get(finding.check);
         from.get(finding.isFailure);
         from.get(finding.className);

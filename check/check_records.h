@@ -32,14 +32,14 @@ struct CheckRecords {
     std::optional<refhost::PluginIdentity> identity;
     std::vector<Check> begun;
     std::vector<CheckNote> ended;  // whatever was found
-    Findings findings;
+    CheckFindings findings;
     std::vector<ServedFacts> served;
 };
 
 std::string packedIdentity(const refhost::PluginIdentity& identity);
 std::string packedBegin(Check check);
 std::string packedEnd(const CheckNote& note);
-std::string packedFinding(const Finding& finding);
+std::string packedFinding(const CheckFinding& finding);
 std::string packedFacts(const ServedFacts& facts);
 
 /// A record that is cut short ends the list.

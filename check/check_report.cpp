@@ -18,8 +18,8 @@ const CheckNote* noteOf(const CheckRecords& records, Check check) {
     return nullptr;
 }
 
-bool isAnyFailure(const Findings& findings) {
-    return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.isFailure; });
+bool isAnyFailure(const CheckFindings& findings) {
+    return std::any_of(findings.begin(), findings.end(), [](const CheckFinding& finding) { return finding.isFailure; });
 }
 
 CheckResult resultOf(const CheckRecords& records, Check check) {
@@ -28,7 +28,7 @@ CheckResult resultOf(const CheckRecords& records, Check check) {
     const CheckNote* const note = noteOf(records, check);
     if (note != nullptr) result.note = note->text;
     std::copy_if(records.findings.begin(), records.findings.end(), std::back_inserter(result.findings),
-                 [check](const Finding& finding) { return finding.check == check; });
+                 [check](const CheckFinding& finding) { return finding.check == check; });
     if (isAnyFailure(result.findings))
         result.outcome = Outcome::kFailed;
     else if (note != nullptr)
@@ -61,7 +61,7 @@ CheckReport reportOf(const std::string& known, const worker::EarlyEnd& end, bool
     report.identity = records.identity;
     report.isThorough = isThorough;
     bool isUsable = true;
-    for (const Finding& finding : records.findings)
+    for (const CheckFinding& finding : records.findings)
         if (finding.isFailure && std::count(std::begin(kToBeUsable), std::end(kToBeUsable), finding.check) != 0)
             isUsable = false;
     if (isUsable)

@@ -16,7 +16,7 @@ struct CheckResult {
     Check check = Check::kLoads;
     Outcome outcome = Outcome::kNotChecked;
     std::string note;  // what was looked at, or why nothing was
-    Findings findings;
+    CheckFindings findings;
 };
 
 struct CheckReport {

@@ -11,7 +11,7 @@ namespace diskmgt {
 
 struct CheckedClasses {
     std::vector<std::string> names;  // associations last, so that they find what they pair
-    Findings remarks;                // on classes that are left out: a request for them would never come back
+    CheckFindings remarks;           // on classes that are left out: a request for them would never come back
 };
 
 /// Those that the disk plug-in serves, and every other one that has no class beneath it and is not the host's to

@@ -20,8 +20,8 @@ std::vector<std::string> requestedBy(const refhost::TraceEntry& entry) {
 
 }  // namespace
 
-Findings checkRefusals(const std::vector<refhost::TraceEntry>& trace) {
-    Findings findings;
+CheckFindings checkRefusals(const std::vector<refhost::TraceEntry>& trace) {
+    CheckFindings findings;
     std::string className;
     std::set<std::pair<std::string, std::string>> seen;
     for (const refhost::TraceEntry& entry : trace) {
@@ -34,7 +34,7 @@ Findings checkRefusals(const std::vector<refhost::TraceEntry>& trace) {
     return findings;
 }
 
-Findings checkThread(const std::vector<refhost::TraceEntry>& trace, int thread) {
+CheckFindings checkThread(const std::vector<refhost::TraceEntry>& trace, int thread) {
     struct Foreign {
         std::uint64_t calls = 0;
         std::string first;
@@ -48,7 +48,7 @@ Findings checkThread(const std::vector<refhost::TraceEntry>& trace, int thread) 
         Foreign& foreign = byClass[className];
         if (foreign.calls++ == 0) foreign.first = entry.call;
     }
-    Findings findings;
+    CheckFindings findings;
     for (const auto& [requested, foreign] : byClass)
         findings.push_back(
             {Check::kOwnThread, true, requested,
@@ -70,8 +70,8 @@ std::map<std::string, std::vector<std::string>> callsByClass(const std::vector<r
     return calls;
 }
 
-Findings checkOperations(const std::vector<refhost::TraceEntry>& trace, Check check) {
-    Findings findings;
+CheckFindings checkOperations(const std::vector<refhost::TraceEntry>& trace, Check check) {
+    CheckFindings findings;
     for (const refhost::TraceEntry& entry : trace)
         if (!entry.byPlugin && entry.throws && entry.call != kRequest)
             findings.push_back({check, true, "", entry.call + " threw: " + *entry.throws});

@@ -29,13 +29,13 @@ constexpr std::size_t kCheckCount = static_cast<std::size_t>(Check::kUnloads) + 
 /// Its stable name, such as "two-threads".
 const char* nameOf(Check check);
 
-struct Finding {
+struct CheckFinding {
     Check check = Check::kLoads;
     bool isFailure = true;  // false: a remark, which the disks or the machine cause
     std::string className;  // empty: of no class in particular
     std::string text;       // a clause without a full stop
 };
 
-using Findings = std::vector<Finding>;
+using CheckFindings = std::vector<CheckFinding>;
 
 }  // namespace diskmgt

@@ -26,7 +26,7 @@ class KeyCheck {
 public:
     explicit KeyCheck(const std::vector<PublishedClass>& all) : published(all) {}
 
-    Findings run() {
+    CheckFindings run() {
         for (const PublishedClass& cls : published) {
             findNullKeys(cls);
             findEqualKeys(cls);
@@ -94,11 +94,11 @@ private:
 
     const std::vector<PublishedClass>& published;
     std::set<std::string> namedTwice;  // paths; by the disks' doing
-    Findings findings;
+    CheckFindings findings;
 };
 
 }  // namespace
 
-Findings checkKeys(const std::vector<PublishedClass>& published) { return KeyCheck(published).run(); }
+CheckFindings checkKeys(const std::vector<PublishedClass>& published) { return KeyCheck(published).run(); }
 
 }  // namespace diskmgt

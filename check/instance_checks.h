@@ -11,6 +11,6 @@ namespace diskmgt {
 /// Every key has a value, and no two instances have the same keys. Two things that the disks themselves give one name
 /// are a remark: logical partitions of two extended ones, partitions without a node that are called by a bare number,
 /// and pairs that name such a partition.
-Findings checkKeys(const std::vector<PublishedClass>& published);
+CheckFindings checkKeys(const std::vector<PublishedClass>& published);
 
 }  // namespace diskmgt

@@ -12,7 +12,7 @@ namespace {
 
 using Paths = std::unordered_set<std::string_view>;
 
-void findMissingEnds(const PublishedClass& cls, const Paths& paths, Findings& findings) {
+void findMissingEnds(const PublishedClass& cls, const Paths& paths, CheckFindings& findings) {
     for (const refhost::Instance& pair : cls.instances)
         for (const refhost::PropertyValue& end : pair.properties) {
             if (end.declaration->type != "reference") continue;
@@ -32,8 +32,8 @@ void findMissingEnds(const PublishedClass& cls, const Paths& paths, Findings& fi
 
 }  // namespace
 
-Findings checkPairs(const std::vector<PublishedClass>& published, const std::vector<refhost::Instance>& others) {
-    Findings findings;
+CheckFindings checkPairs(const std::vector<PublishedClass>& published, const std::vector<refhost::Instance>& others) {
+    CheckFindings findings;
     Paths paths;
     for (const refhost::Instance& instance : others) paths.insert(instance.path);
     for (const PublishedClass& cls : published)

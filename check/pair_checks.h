@@ -11,6 +11,6 @@ namespace diskmgt {
 
 /// Both ends of every pair are published, `others` included, which the host published itself. Pairs that exist only
 /// because two names are alike are remarks.
-Findings checkPairs(const std::vector<PublishedClass>& published, const std::vector<refhost::Instance>& others);
+CheckFindings checkPairs(const std::vector<PublishedClass>& published, const std::vector<refhost::Instance>& others);
 
 }  // namespace diskmgt

@@ -189,12 +189,12 @@ private:
     }
 
     /// Runs `compare`, which compares the present answers with the first, until the machine has stayed the same.
-    void judge(Check check, const std::function<Findings()>& compare) {
+    void judge(Check check, const std::function<CheckFindings()>& compare) {
         for (int attempt = 0; attempt < kAttempts && refreshAnswers(); ++attempt) {
-            const Findings findings = compare();
+            const CheckFindings findings = compare();
             if (!findings.empty() && machineState() != state) continue;
             journal.add(findings);
-            for (const Finding& finding : findings) unsound.insert(finding.className);
+            for (const CheckFinding& finding : findings) unsound.insert(finding.className);
             return;
         }
         journal.add({check, false, "", "not judged: the machine's disks or mounts kept changing"});
@@ -206,7 +206,7 @@ private:
         circumstances.set("again");
         session.host().startTrace();
         judge(Check::kRepeats, [this] {
-            Findings findings;
+            CheckFindings findings;
             for (const PublishedClass& first : answers) {
                 const std::string& className = first.declaration->name;
                 const OpenDescriptors before = openDescriptors();
@@ -232,8 +232,8 @@ private:
         journal.add(checkRefusals(trace));
         journal.end(Check::kValues);
         journal.begin(Check::kOwnThread);
-        const Findings ofThreads = checkThread(trace, ::gettid());
-        for (const Finding& finding : ofThreads) unsound.insert(finding.className);
+        const CheckFindings ofThreads = checkThread(trace, ::gettid());
+        for (const CheckFinding& finding : ofThreads) unsound.insert(finding.className);
         journal.add(ofThreads);
         journal.end(Check::kOwnThread);
         journal.begin(Check::kDescriptors);
@@ -253,7 +253,7 @@ private:
         journal.end(Check::kTwoThreads, counted(static_cast<std::uint64_t>(rounds), "time") + " two requests at once");
     }
 
-    Findings differencesOfTwoThreads() {
+    CheckFindings differencesOfTwoThreads() {
         const std::vector<std::string> asked = soundClasses();
         if (asked.empty()) return {};
         Deadline::renew();
@@ -271,7 +271,7 @@ private:
         circumstances.setQuiet(false);
         for (const std::string& failure : failures)
             if (!failure.empty()) return {{Check::kTwoThreads, true, "", failure}};
-        Findings findings;
+        CheckFindings findings;
         for (const PublishedClass& first : answers) {
             const std::string& className = first.declaration->name;
             if (unsound.count(className) != 0) continue;
@@ -342,7 +342,7 @@ private:
     std::set<std::string> unsound;        // classes that further checks leave out
     std::vector<refhost::TraceEntry> trace;
     std::map<std::string, std::vector<std::string>> calls;  // of the plug-in, by class
-    Findings descriptorFindings;
+    CheckFindings descriptorFindings;
 };
 
 }  // namespace

@@ -20,7 +20,7 @@ void writeIdentity(JsonWriter& out, const CheckReport& report) {
 
 void writeFindings(JsonWriter& out, const CheckResult& result, const char* name, bool areFailures) {
     out.key(name).beginArray();
-    for (const Finding& finding : result.findings) {
+    for (const CheckFinding& finding : result.findings) {
         if (finding.isFailure != areFailures) continue;
         out.beginObject();
         if (!finding.className.empty()) out.textField("class", finding.className);

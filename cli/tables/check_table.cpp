@@ -26,7 +26,7 @@ const char* colorOf(Outcome outcome) {
     }
 }
 
-std::string textOf(const Finding& finding, Outcome outcome) {
+std::string textOf(const CheckFinding& finding, Outcome outcome) {
     const std::string mark = outcome == Outcome::kFailed && !finding.isFailure ? "remark: " : "";
     return mark + (finding.className.empty() ? "" : finding.className + ": ") + finding.text;
 }
@@ -37,7 +37,7 @@ std::vector<std::string> textsOf(const CheckResult& result) {
     std::map<std::string, std::size_t> counts;
     std::vector<std::string> texts;
     std::size_t unsaid = 0;
-    for (const Finding& finding : result.findings)
+    for (const CheckFinding& finding : result.findings)
         if (++counts[finding.className] <= kMostOfClass)
             texts.push_back(textOf(finding, result.outcome));
         else

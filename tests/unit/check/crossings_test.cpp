@@ -40,9 +40,9 @@ refhost::TraceEntry refused(const std::string& name, const std::string& why) {
     return entry;
 }
 
-std::vector<std::string> shown(const Findings& findings) {
+std::vector<std::string> shown(const CheckFindings& findings) {
     std::vector<std::string> lines;
-    for (const Finding& finding : findings) lines.push_back(finding.className + ": " + finding.text);
+    for (const CheckFinding& finding : findings) lines.push_back(finding.className + ": " + finding.text);
     return lines;
 }
 

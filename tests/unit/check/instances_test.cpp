@@ -31,9 +31,9 @@ struct Instances : ::testing::Test {
     }
 
     /// "failure CLASS: text" or "remark CLASS: text".
-    static std::vector<std::string> shown(const Findings& findings) {
+    static std::vector<std::string> shown(const CheckFindings& findings) {
         std::vector<std::string> lines;
-        for (const Finding& finding : findings)
+        for (const CheckFinding& finding : findings)
             lines.push_back((finding.isFailure ? "failure " : "remark ") + finding.className + ": " + finding.text);
         return lines;
     }
