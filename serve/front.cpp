@@ -138,6 +138,7 @@ private:
         try {
             FrontSettings settings = readSettings(file);
             server.replaceSettings(secretsOf(settings));
+            (void)sendControl(kFrontChannel, ControlKind::kServing);
             writeRemark("the certificates and credentials were read again");
         } catch (const std::exception& refused) {
             writeRemark(std::string(refused.what()) + "; what was read before stays in use");

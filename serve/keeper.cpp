@@ -176,7 +176,10 @@ private:
         const ControlReading reading = receiveControl(channel.get());
         if (reading.hasEnded) return channel.close();  // SIGCHLD says the rest
         if (!reading.message) return;
-        if (reading.message->kind == ControlKind::kServing) isServing = true;
+        if (reading.message->kind == ControlKind::kServing) {
+            isServing = true;
+            accepted = settings;
+        }
         if (reading.message->kind == ControlKind::kCollectorGone && collector.awaited() < 0) collector.end(now());
         if (reading.message->kind == ControlKind::kIdle && options.exitIdleSeconds > 0) finish();
     }
@@ -209,7 +212,8 @@ private:
             status = WIFEXITED(ended) && WEXITSTATUS(ended) != 0 ? WEXITSTATUS(ended) : int{kPluginUnusable};
         } else {
             writeRemark("the front " + endInWords(ended) + ", and is started again");
-            collector.end(now());  // its connection has gone with the front
+            collector.end(now());                 // its connection has gone with the front
+            if (!isServing) settings = accepted;  // those read since may be why
             frontPause.ended(now());
         }
         isServing = false;
@@ -270,6 +274,7 @@ private:
     const ServeOptions options;
     const Account account;
     FrontSettings settings;
+    FrontSettings accepted;  // the last ones with which a front has served
     const Descriptor signals;
     std::vector<Listener> listeners;
     KeptCollector collector;

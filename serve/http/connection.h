@@ -55,7 +55,6 @@ private:
 
     void read();
     void proceed();
-    bool takesHead();
     void sendContinue();
     void checkPassword();
     void checked(bool isRight, const std::shared_ptr<const Credentials>& by, const std::string& name);

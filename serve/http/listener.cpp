@@ -86,9 +86,11 @@ Listener::Listener(asio::io_context& theLoop, int descriptor, Taken whenTaken)
 }
 
 void Listener::start() {
-    listening.async_wait(asio::posix::stream_descriptor::wait_read, [this](const Transport::Error& error) {
-        if (!error) takeOne();
-    });
+    listening.async_wait(asio::posix::stream_descriptor::wait_read,
+                         [self = std::weak_ptr<Listener>(alive)](const Transport::Error& error) {
+                             const auto present = self.lock();
+                             if (!error && present) present->takeOne();
+                         });
 }
 
 /// One alone, then those that are connected have their turn: what they have sent by now is read before the next
@@ -100,8 +102,9 @@ void Listener::takeOne() {
     if (descriptor < 0) {
         if (errno != EMFILE && errno != ENFILE && errno != ENOBUFS && errno != ENOMEM) return start();
         pause.expires_after(kPause);
-        return pause.async_wait([this](const Transport::Error& error) {
-            if (!error) start();
+        return pause.async_wait([self = std::weak_ptr<Listener>(alive)](const Transport::Error& error) {
+            const auto present = self.lock();
+            if (!error && present) present->start();
         });
     }
     from.any.sa_family = static_cast<sa_family_t>(family);  // a Unix socket without a name has none

@@ -5,6 +5,7 @@
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <functional>
+#include <memory>
 
 #include "serve/http/connection.h"
 #include "serve/http/transport.h"
@@ -19,7 +20,6 @@ public:
     Listener(boost::asio::io_context& loop, int descriptor, Taken taken);
 
     void start();
-    bool isUnixSocket() const { return family == AF_UNIX; }
 
 private:
     void takeOne();
@@ -29,6 +29,8 @@ private:
     boost::asio::steady_timer pause;
     const Taken taken;
     int family = 0;
+    /// What is on its way already when this ends must not reach it.
+    const std::shared_ptr<Listener> alive{this, [](Listener*) {}};
 };
 
 }  // namespace diskmgt::serve

@@ -139,6 +139,20 @@ def test_credentials_are_read_again(serve, tmp_path):
     assert curl("--user", "reader:new", url) == "200"
 
 
+def test_settings_that_a_front_refuses_do_not_outlive_it(serve, certificate, tmp_path):
+    """A certificate that can be read and is none: the next front has the one from before."""
+    file = tmp_path / "served.pem"
+    shutil.copy(certificate / "cert.pem", file)
+    endpoint = serve("--tls-cert", file, "--tls-key", certificate / "key.pem", listen=("127.0.0.1:0",)).start()
+    file.write_text("no certificate", encoding="utf-8")
+    os.kill(endpoint.keeper, signal.SIGHUP)
+    wait_until(lambda: "stays in use" in endpoint.said(), "the front says so")
+    old = endpoint.front
+    os.kill(old, signal.SIGKILL)
+    wait_until(lambda: curl("--insecure", endpoint.places[0] + "healthz") == "200", "another front answers")
+    assert endpoint.front != old
+
+
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
 def test_signal_ends_it_and_all_processes(serve, number):
     endpoint = serve().start()
