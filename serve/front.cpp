@@ -23,6 +23,7 @@
 #include "serve/front_settings.h"
 #include "serve/http/server.h"
 #include "serve/inventory_site.h"
+#include "serve/log_line.h"
 #include "serve/rights.h"
 #include "serve/snapshot.h"
 #include "terminal/remarks.h"
@@ -36,15 +37,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::size_t kNamedTwice = 100;  // duplicates that are said, over all collections
-
-/// One write, so that lines of several processes do not mix. Who reads no lines gets none: waiting for them would stop
-/// the service.
-void writeLogLine(const std::string& line) {
-    pollfd reader{STDERR_FILENO, POLLOUT, 0};
-    if (::poll(&reader, 1, 0) == 0) return;
-    const std::string whole = line + "\n";
-    (void)!::write(STDERR_FILENO, whole.data(), whole.size());  // there is nowhere else to say that it failed
-}
 
 FrontSettings firstSettings() {
     pollfd waited{kFrontChannel, POLLIN, 0};
@@ -229,6 +221,7 @@ int runFront(unsigned user, unsigned group) {
     becomeAccount(user, group);
     endWithParent();
     closeInOnItself();
+    writeRemarksAsLogLines();
     if (::chdir("/") != 0) return kFailureReported;
     try {
         Front(firstSettings()).run();

@@ -24,6 +24,7 @@
 #include "serve/front_account.h"
 #include "serve/kept_collector.h"
 #include "serve/listeners.h"
+#include "serve/log_line.h"
 #include "serve/rights.h"
 #include "serve/secret_files.h"
 #include "session/own_files.h"
@@ -80,6 +81,7 @@ public:
 
     int run() {
         requireGuard(listeners, options);
+        writeRemarksAsLogLines();
         while (!isOver) {
             if (!isFinishing) startWhatIsDue();
             wait();

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <sys/fsuid.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -148,16 +149,17 @@ Listener unixListener(const std::string& path, unsigned group) {
     const std::optional<Address> address = unixAddress(path);
     if (!address) cannotListen(path, ENAMETOOLONG);
     Descriptor socket;
-    const mode_t before = ::umask(0177);  // until its mode is set nobody else may connect
+    // Mode and group are those that it is made with: by its path, another file could get them that is put in its place.
+    const mode_t before = ::umask(0117);
+    const int groupBefore = ::setfsgid(group);
     int error = startListening(socket, *address);
     if (error == EADDRINUSE) {
         removeAbandoned(path, *address);
         error = startListening(socket, *address);
     }
+    (void)::setfsgid(static_cast<gid_t>(groupBefore));
     (void)::umask(before);
     if (error != 0) cannotListen(path, error);
-    if (::geteuid() == 0) (void)!::chown(path.c_str(), 0, group);  // else the group is the caller's
-    if (::chmod(path.c_str(), 0660) != 0) cannotListen(path, errno);
     Listener listener = listenerOf(std::move(socket));
     listener.toRemove = path;
     return listener;

@@ -17,8 +17,8 @@ struct Listener {
 };
 
 /// Opens what is asked for: ADDRESS:PORT, [ADDRESS]:PORT or unix:PATH; nothing: port 5988 of loopback, as far as this
-/// machine has it. A Unix socket is for its owner and the group. Throws `CommandError`: wrong usage, or
-/// `kPluginUnusable` when it cannot listen there.
+/// machine has it. A Unix socket is for its owner and the group, in a folder with the set-group-ID bit for that
+/// folder's group. Throws `CommandError`: wrong usage, or `kPluginUnusable` when it cannot listen there.
 std::vector<Listener> openListeners(const std::vector<std::string>& wanted, unsigned groupOfUnixSockets);
 
 /// Those that a service manager hands over (LISTEN_PID, LISTEN_FDS); it forgets both variables. Throws `CommandError`

@@ -1,7 +1,9 @@
 """Where it listens, how it is told things, and how it ends."""
 
+import contextlib
 import http.client
 import os
+import pwd
 import shutil
 import signal
 import socket
@@ -52,6 +54,33 @@ def test_several_places(serve, tmp_path):
     assert curl("--unix-socket", path, "http://any.name/healthz") == "200"
     assert endpoint.ask("/healthz").status == 200
     assert endpoint.stop() == 0 and not path.exists()
+
+
+def test_unix_socket_is_for_the_group_of_the_front(serve, tmp_path):
+    """Without it the front's clients could not be let in one by one."""
+    tmp_path.chmod(0o755)
+    path = tmp_path / "socket"
+    serve("--user", "daemon", listen=(f"unix:{path}",)).start()
+    assert (path.stat().st_uid, path.stat().st_gid) == (0, pwd.getpwnam("daemon").pw_gid)
+
+
+def test_full_pipe_of_remarks_stops_nothing(serve, tmp_path):
+    """Standard error is a pipe that nobody reads: what is said there is lost, and nothing else."""
+    pipe = tmp_path / "log0"
+    os.mkfifo(pipe)
+    unread = os.open(pipe, os.O_RDWR | os.O_NONBLOCK)
+    with contextlib.suppress(BlockingIOError):
+        while True:
+            os.write(unread, b"x" * 4096)
+    endpoint = serve("--credentials", credentials(tmp_path, "p")).start()
+    (tmp_path / "credentials").unlink()
+    os.kill(endpoint.keeper, signal.SIGHUP)  # the keeper has something to say
+    old = endpoint.front
+    os.kill(old, signal.SIGKILL)             # and again
+    wait_until(lambda: endpoint.role(b"front") not in (None, old), "another front is there")
+    assert endpoint.ask("/healthz").status == 401
+    assert endpoint.stop() == 0
+    os.close(unread)
 
 
 def test_socket_that_was_left_is_taken_over(serve, tmp_path):
