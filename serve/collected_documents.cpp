@@ -1,6 +1,7 @@
 #include "serve/collected_documents.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "session/packing.h"
@@ -12,6 +13,11 @@ std::string packed(const CollectedDocuments& documents) {
     for (const std::string* text :
          {&documents.systemName, &documents.stall, &documents.json, &documents.metrics, &documents.page})
         packer.put(*text);
+    packer.put(static_cast<std::uint32_t>(documents.missing.size()));
+    for (const MissingClass& one : documents.missing) {
+        packer.put(one.className);
+        packer.put(one.why);
+    }
     return packer.take();
 }
 
@@ -24,6 +30,10 @@ std::optional<CollectedDocuments> unpackedDocuments(
         for (std::string* text :
              {&documents.systemName, &documents.stall, &documents.json, &documents.metrics, &documents.page})
             record.get(*text);
+        for (auto left = record.number<std::uint32_t>(); left > 0 && record.isWhole(); --left) {
+            std::string className = record.text();
+            documents.missing.push_back({std::move(className), record.text()});
+        }
         if (record.isWhole()) found = std::move(documents);
     });
     if (found) found->classes = unpacked(bytes, found->beginning, declarationOf);

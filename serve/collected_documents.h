@@ -11,10 +11,17 @@
 
 namespace diskmgt::serve {
 
+/// A class whose instances are not all known.
+struct MissingClass {
+    std::string className;
+    std::string why;  // a clause: "the file system mounted on /mnt (nfs) does not answer"
+};
+
 struct CollectedDocuments {
     std::string systemName;
     std::string stall;  // a sentence about a mount that does not answer; empty: all answer
     std::string json, metrics, page;
+    std::vector<MissingClass> missing;  // not asked for; those that failed are among `classes`
     // From the records beside them:
     Beginning beginning;
     std::vector<ServedClass> classes;

@@ -133,6 +133,8 @@ private:
             documents.json = inventoryJson(account, {});
             documents.metrics = inventoryMetrics(account);
             documents.page = inventoryPage(account);
+            for (const auto& [className, reason] : collection.facts.leftOut)
+                documents.missing.push_back({className, reason.text});
         }
         session.host().clear();
         ServedClass system;

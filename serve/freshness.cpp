@@ -7,6 +7,7 @@
 
 #include "serve/snapshot.h"
 #include "terminal/remarks.h"
+#include "text/wording.h"
 
 namespace diskmgt::serve {
 
@@ -44,7 +45,7 @@ void Freshness::collect() {
 
 void Freshness::lookAtLimit(std::uint64_t number) {
     if (!isCollecting || number != collection) return;
-    lastEnd = "the last collection was given up after " + std::to_string(limitNs / 1000000000) + " s" +
+    lastEnd = "the last collection was given up after " + decimalText(static_cast<double>(limitNs) / 1e9) + " s" +
               (isAt.empty() ? "" : " while " + isAt);
     around.endCollector();
 }

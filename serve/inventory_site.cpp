@@ -123,7 +123,7 @@ SiteAnswer InventorySite::cimAnswer(const std::string& body) const {
                                snapshot ? snapshot->systemName : "localhost",
                                snapshot ? "" : "nothing is known yet: " + freshness.whyNotFresh());
     if (*unsentBytes + reply.body.size() > kMostUnsent)
-        return notYet("other clients have not taken their large answers yet; ask again.");
+        return notYet("Other clients have not taken their large answers yet; ask again.");
     SiteAnswer answer;
     answer.status = reply.httpStatus;
     const bool isSentence = !reply.cimError.empty();

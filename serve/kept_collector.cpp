@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstring>
 #include <utility>
@@ -14,18 +13,10 @@
 #include "session/own_files.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
+#include "text/wording.h"
 #include "worker/account.h"
 
 namespace diskmgt::serve {
-
-namespace {
-
-std::string decimal(double number) {
-    char text[64];
-    return {text, std::to_chars(text, text + sizeof text, number).ptr};
-}
-
-}  // namespace
 
 KeptCollector::KeptCollector(const CollectorOptions& asked, std::string socketPath)
     : options(asked), path(std::move(socketPath)), limitNs(static_cast<std::int64_t>(asked.limitSeconds * 1e9)) {}
@@ -51,7 +42,7 @@ void KeptCollector::startOne() {
                                                 "; raise the limit of open files");
     connection = Descriptor(ends[0]);
     const Descriptor others(ends[1]);
-    Program program{ownLibraryFolder() + "/diskmgt-collect", {"--limit", decimal(options.limitSeconds)}, {}};
+    Program program{ownLibraryFolder() + "/diskmgt-collect", {"--limit", decimalText(options.limitSeconds)}, {}};
     if (!options.pluginFile.empty()) {
         program.arguments.emplace_back("--plugin");
         program.arguments.push_back(options.pluginFile);
@@ -102,7 +93,7 @@ void KeptCollector::endWhenLate(std::int64_t nowNs) {
         startedNs = nowNs;
         return;
     }
-    writeRemark("the collector is not ready after " + decimal(options.limitSeconds) +
+    writeRemark("the collector is not ready after " + decimalText(options.limitSeconds) +
                 " s, probably because its plug-in does not come back from loading; it is ended");
     hasFailed = true;
     end(nowNs);
@@ -142,9 +133,7 @@ std::string KeptCollector::trouble() const {
     if (isThere() || !isHeldUp()) return "";
     return std::to_string(held.size() + orphans) +
            " processes of collectors cannot be ended, because the kernel holds them, so no collector is started; end "
-           "what they "
-           "wait "
-           "for, such as a mount that does not answer";
+           "what they wait for, such as a mount that does not answer";
 }
 
 std::vector<pid_t> KeptCollector::processes() const {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,14 @@ std::vector<refhost::Instance> instancesOf(std::vector<ServedClass>& classes) {
     return all;
 }
 
+std::map<std::string, std::string> reasonsOf(const CollectedDocuments& documents) {
+    std::map<std::string, std::string> reasons;
+    for (const MissingClass& one : documents.missing) reasons[one.className] = one.why;
+    for (const ServedClass& served : documents.classes)
+        if (!served.failure.empty()) reasons[served.published.declaration->name] = served.failure;
+    return reasons;
+}
+
 std::shared_ptr<const std::string> shared(std::string& text) {
     return std::make_shared<const std::string>(std::move(text));
 }
@@ -35,6 +44,6 @@ Snapshot::Snapshot(const std::vector<refhost::ClassDeclaration>& declarations, C
       json(shared(documents.json)),
       metrics(shared(documents.metrics)),
       page(shared(documents.page)),
-      store(declarations, instancesOf(documents.classes)) {}
+      store(declarations, instancesOf(documents.classes), reasonsOf(documents)) {}
 
 }  // namespace diskmgt::serve

@@ -1,5 +1,6 @@
 #include "text/wording.h"
 
+#include <charconv>
 #include <cstddef>
 
 namespace diskmgt {
@@ -30,6 +31,11 @@ std::string listed(const std::vector<std::string>& texts) {
 
 std::string counted(std::uint64_t count, const std::string& noun) {
     return (count == 0 ? "no" : std::to_string(count)) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string decimalText(double number) {
+    char text[32];
+    return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
 std::string refusalOfCount(std::int32_t entryCount) {

@@ -22,6 +22,9 @@ std::string listed(const std::vector<std::string>& texts);
 /// "no disks", "1 disk", "2 disks".
 std::string counted(std::uint64_t count, const std::string& noun);
 
+/// The shortest text that gives the number back: "30", "0.5".
+std::string decimalText(double number);
+
 /// Why a GPT with this number of entries is not taken for one: "it says that it has -1 entries".
 std::string refusalOfCount(std::int32_t entryCount);
 

@@ -129,9 +129,13 @@ const CimClass& sourceClass(const OperationContext& context, const Source& sourc
     return classOf(context.tree, source.name.className);
 }
 
-const StoredObject& sourceObject(const OperationContext& context, const Source& source) {
+/// Without a class in the filters the answer is of what is known.
+const StoredObject& sourceObject(const OperationContext& context, const Source& source, const Filters& filters) {
     (void)sourceClass(context, source);  // known without a store
-    return context.neededStore().find(source.name);
+    const ObjectStore& store = context.neededStore();
+    for (const CimClass* const wanted : {filters.association, filters.result})
+        if (wanted != nullptr) store.requireAll(*wanted);
+    return store.find(source.name);
 }
 
 /// Classes are answered in the form that the source had: a client that gives an instance name reads nothing else.
@@ -200,7 +204,8 @@ void associators(const OperationContext& context, const CimCall& call, XmlWriter
         writeWhole(context, classesAssociatedWith(context.tree, sourceClass(context, source), filters).found(), source,
                    parameters, xml);
     else
-        writeWhole(context, objectsAssociatedWith(sourceObject(context, source), filters).found(), parameters, xml);
+        writeWhole(context, objectsAssociatedWith(sourceObject(context, source, filters), filters).found(), parameters,
+                   xml);
 }
 
 void associatorNames(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
@@ -211,7 +216,7 @@ void associatorNames(const OperationContext& context, const CimCall& call, XmlWr
         writeNames(context, classesAssociatedWith(context.tree, sourceClass(context, source), filters).found(), source,
                    xml);
     else
-        writeNames(context, objectsAssociatedWith(sourceObject(context, source), filters).found(), xml);
+        writeNames(context, objectsAssociatedWith(sourceObject(context, source, filters), filters).found(), xml);
 }
 
 void references(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
@@ -224,7 +229,8 @@ void references(const OperationContext& context, const CimCall& call, XmlWriter&
         writeWhole(context, classesReferringTo(context.tree, sourceClass(context, source), filters).found(), source,
                    parameters, xml);
     else
-        writeWhole(context, objectsReferringTo(sourceObject(context, source), filters).found(), parameters, xml);
+        writeWhole(context, objectsReferringTo(sourceObject(context, source, filters), filters).found(), parameters,
+                   xml);
 }
 
 void referenceNames(const OperationContext& context, const CimCall& call, XmlWriter& xml) {
@@ -235,7 +241,7 @@ void referenceNames(const OperationContext& context, const CimCall& call, XmlWri
         writeNames(context, classesReferringTo(context.tree, sourceClass(context, source), filters).found(), source,
                    xml);
     else
-        writeNames(context, objectsReferringTo(sourceObject(context, source), filters).found(), xml);
+        writeNames(context, objectsReferringTo(sourceObject(context, source, filters), filters).found(), xml);
 }
 
 }  // namespace diskmgt::serve

@@ -20,6 +20,7 @@ void enumerateInstanceNames(const OperationContext& context, const CimCall& call
     const Parameters parameters(call, {"ClassName"});
     const CimClass& cls = classOf(context.tree, parameters.neededClassName("ClassName"));
     const ObjectStore& store = context.neededStore();
+    store.requireAll(cls);
     for (const CimClass* const one : cls.family)
         for (const StoredObject* const object : store.objectsOf(*one)) writeInstanceName(xml, *object);
 }
@@ -33,6 +34,7 @@ void enumerateInstances(const OperationContext& context, const CimCall& call, Xm
     const InstanceView view{parameters.propertyList(), isDeep ? nullptr : &cls,
                             parameters.truth("IncludeClassOrigin", false)};
     const ObjectStore& store = context.neededStore();
+    store.requireAll(cls);
     for (const CimClass* const one : cls.family) {
         for (const StoredObject* const object : store.objectsOf(*one)) {
             xml.begin("VALUE.NAMEDINSTANCE");

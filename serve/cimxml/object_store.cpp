@@ -22,8 +22,8 @@ std::string identityOrNone(const ClassTree& tree, const CimClass& cls, const ref
 }  // namespace
 
 ObjectStore::ObjectStore(const std::vector<refhost::ClassDeclaration>& classes,
-                         std::vector<refhost::Instance> instances)
-    : classTree(classes), byClass(classes.size()) {
+                         std::vector<refhost::Instance> instances, std::map<std::string, std::string> whyMissing)
+    : classTree(classes), byClass(classes.size()), missing(std::move(whyMissing)) {
     objects.reserve(instances.size());
     byIdentity.reserve(instances.size());
     for (refhost::Instance& instance : instances) {
@@ -67,10 +67,20 @@ void ObjectStore::resolveReferences(StoredObject& object) {
     }
 }
 
+void ObjectStore::requireAll(const CimClass& cls) const {
+    if (missing.empty()) return;
+    for (const CimClass* const one : cls.family) {
+        const auto found = missing.find(one->name());
+        if (found != missing.end())
+            throw CimFailure(CimStatus::kFailed, one->name() + " was not collected: " + found->second + ".");
+    }
+}
+
 const StoredObject& ObjectStore::find(const InstanceName& name) const {
     const auto found = byIdentity.find(identityOf(classTree, name));
-    if (found == byIdentity.end()) throw CimFailure(CimStatus::kNotFound, "There is no such instance.");
-    return *found->second;
+    if (found != byIdentity.end()) return *found->second;
+    requireAll(*classTree.find(name.className));  // there may be one
+    throw CimFailure(CimStatus::kNotFound, "There is no such instance.");
 }
 
 }  // namespace diskmgt::serve

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -36,8 +37,10 @@ struct StoredObject {
 class ObjectStore {
 public:
     /// The declarations must outlive the store. Two instances of one path, as clients read it: the first is kept.
-    /// Instances of classes that are not declared are left out.
-    ObjectStore(const std::vector<refhost::ClassDeclaration>& classes, std::vector<refhost::Instance> instances);
+    /// Instances of classes that are not declared are left out. `whyMissing`: classes whose instances are not all
+    /// known, and why, as a clause.
+    ObjectStore(const std::vector<refhost::ClassDeclaration>& classes, std::vector<refhost::Instance> instances,
+                std::map<std::string, std::string> whyMissing = {});
     ObjectStore(const ObjectStore&) = delete;
     ObjectStore& operator=(const ObjectStore&) = delete;
 
@@ -47,6 +50,8 @@ public:
     const ClassTree& tree() const { return classTree; }
     /// The instances of exactly this class, in the order given.
     const std::vector<const StoredObject*>& objectsOf(const CimClass& cls) const { return byClass[cls.index]; }
+    /// Throws `CimFailure` when instances of the class or of one beneath it are not known.
+    void requireAll(const CimClass& cls) const;
     /// Throws `CimFailure` when there is no such class or instance, or the name is wrong.
     const StoredObject& find(const InstanceName& name) const;
 
@@ -60,6 +65,7 @@ private:
     std::vector<std::vector<const StoredObject*>> byClass;
     std::unordered_map<std::string, StoredObject*> byIdentity;
     std::vector<std::string> leftOut;
+    const std::map<std::string, std::string> missing;  // class to why
 };
 
 }  // namespace diskmgt::serve

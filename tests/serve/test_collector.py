@@ -99,6 +99,14 @@ def test_without_a_plug_in_it_does_not_start(serve, tmp_path):
     assert endpoint.process.stdout.read() == b""
 
 
+def enumeration(class_name):
+    return f'''<?xml version="1.0" encoding="utf-8"?>
+<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>
+<IMETHODCALL NAME="EnumerateInstances"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="cimv2"/>
+</LOCALNAMESPACEPATH><IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{class_name}"/></IPARAMVALUE></IMETHODCALL>
+</SIMPLEREQ></MESSAGE></CIM>'''
+
+
 def test_front_that_ends_is_started_again(serve):
     endpoint = serve().start()
     assert endpoint.ask("/healthz").status == 200
@@ -116,9 +124,13 @@ def test_dead_mount_costs_the_logical_disks_and_no_time(serve, server):
     sick = wait_until(lambda: (answer := endpoint.ask("/healthz")).status == 503 and answer, "health knows")
     wait_until(lambda: "/media/dead" in endpoint.ask("/healthz").text, "health names the mount")
     assert sick.status == 503
+    wait_until(lambda: '"mount-does-not-answer"' in endpoint.ask("/inventory.json").text, "a collection leaves it out")
     answers = [timed(endpoint, path) for path in ("/metrics", "/inventory.json", "/", "/healthz")]
     assert [answer.status for answer in answers] == [200, 200, 200, 503]
-    assert '"mount-does-not-answer"' in answers[1].text and '"/dev/sda1"' in answers[1].text
+    assert '"/dev/sda1"' in answers[1].text
+    refused = endpoint.ask("/cimom", "POST", body=enumeration("VEXSG_LogicalDisk"))
+    assert 'CODE="1"' in refused.text and "/media/dead" in refused.text
+    assert "/dev/sda1" in endpoint.ask("/cimom", "POST", body=enumeration("VEXSG_DiskPartition")).text
     # However often it is asked, one process waits for the mount.
     for _ in range(5):
         endpoint.ask("/metrics")

@@ -145,6 +145,13 @@ TEST_F(FreshnessTest, CollectionPastTheLimitIsEndedOnceAndSaidWhere) {
     EXPECT_EQ(made->whyNotFresh(), "the last collection was given up after 5 s while serving VEXSG_LogicalDisk");
 }
 
+TEST_F(FreshnessTest, LimitBelowOneSecondIsSaidAsItIs) {
+    freshness(10, 0.5).collectorCame();
+    request();
+    pass(milliseconds(500));
+    EXPECT_EQ(made->whyNotFresh(), "the last collection was given up after 0.5 s");
+}
+
 TEST_F(FreshnessTest, LimitOfACollectionThatEndedInTimeDoesNotTouchTheNext) {
     freshness(0, 5).collectorCame();
     request();

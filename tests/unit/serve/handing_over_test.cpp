@@ -45,6 +45,7 @@ TEST(HandingOver, DocumentsArriveAsTheyWereAndCutOnesDoNot) {
     sent.json = "{}";
     sent.metrics = "x 1\n";
     sent.page = "<html>";
+    sent.missing = {{"VEXSG_LogicalDisk", "a mount does not answer"}, {"Other", ""}};
     diskmgt::Beginning beginning;
     beginning.time = 7;
     beginning.steadyNs = 8;
@@ -56,6 +57,9 @@ TEST(HandingOver, DocumentsArriveAsTheyWereAndCutOnesDoNot) {
     EXPECT_EQ(got->stall, sent.stall);
     EXPECT_EQ(got->json + got->metrics + got->page, "{}x 1\n<html>");
     EXPECT_EQ(got->beginning.steadyNs, 8);
+    ASSERT_EQ(got->missing.size(), 2U);
+    EXPECT_EQ(got->missing[0].className + ": " + got->missing[0].why, "VEXSG_LogicalDisk: a mount does not answer");
+    EXPECT_EQ(got->missing[1].className, "Other");
     for (std::size_t length = 0; length < packed(sent).size(); ++length)
         EXPECT_FALSE(unpackedDocuments(bytes.substr(0, length), noClass)) << length;
 }

@@ -15,6 +15,12 @@ TEST(Wording, ListsEndInAWord) {
     EXPECT_EQ(joinedWithOr({"a", "b", "c"}), "a, b or c");
 }
 
+TEST(Wording, DecimalsAreAsShortAsTheyCanBe) {
+    EXPECT_EQ(decimalText(30), "30");
+    EXPECT_EQ(decimalText(0.5), "0.5");
+    EXPECT_EQ(decimalText(0.1 + 0.2), "0.30000000000000004");
+}
+
 TEST(Wording, LongListsEndInACount) {
     EXPECT_EQ(listed({"a", "b", "c", "d", "e", "f", "g", "h"}), "a, b, c, d, e, f, g and h");
     EXPECT_EQ(listed({"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"}), "a, b, c, d, e, f, g, h and 2 more");

@@ -186,6 +186,33 @@ TEST_F(ObjectStores, AnAnswerOfMoreThan64MebibytesIsError1) {
               "The answer is larger than 64 MiB. Ask for less at a time.");
 }
 
+TEST_F(ObjectStores, AClassThatWasNotCollectedIsError1AndNoEmptyList) {
+    const ObjectStore store(host.classes(), {}, {{"VEXSG_LogicalDisk", "a mount does not answer"}});
+    for (const char* const name : {"VEXSG_LogicalDisk", "CIM_LogicalDisk", "CIM_ManagedElement"}) {
+        for (const char* const operation : {"EnumerateInstances", "EnumerateInstanceNames"}) {
+            const Answer refused = ask(store, operation, {{"ClassName", classValue(name)}});
+            EXPECT_EQ(refused.error(), "1") << operation << ' ' << name;
+            EXPECT_EQ(refused.description(), "VEXSG_LogicalDisk was not collected: a mount does not answer.");
+        }
+    }
+    EXPECT_EQ(ask(store, "GetInstance", {{"InstanceName", named("here")}}).error(), "1");
+    EXPECT_EQ(ask(store, "EnumerateInstances", {{"ClassName", classValue("VEXSG_DiskDrive")}}).error(), "");
+}
+
+TEST_F(ObjectStores, AFilterByAClassThatWasNotCollectedIsError1) {
+    const auto here = disk({{"DeviceID", "here"}});
+    const ObjectStore store(host.classes(), {here}, {{"CIM_BasedOn", "a mount does not answer"}});
+    const auto error = [&](const std::string& operation, const NamedValues& filter) {
+        NamedValues parameters{{"ObjectName", named("here")}};
+        parameters.insert(parameters.end(), filter.begin(), filter.end());
+        return ask(store, operation, parameters).error();
+    };
+    EXPECT_EQ(error("AssociatorNames", {{"AssocClass", classValue("CIM_Dependency")}}), "1");
+    EXPECT_EQ(error("References", {{"ResultClass", classValue("CIM_BasedOn")}}), "1");
+    EXPECT_EQ(error("Associators", {{"AssocClass", classValue("CIM_MediaPresent")}}), "");
+    EXPECT_EQ(error("Associators", {}), "");
+}
+
 TEST_F(ObjectStores, InstancesOfUndeclaredClassesAreLeftOut) {
     refhost::Instance stranger = disk({{"DeviceID", "x"}});
     stranger.className = "VEXSG_Stranger";
