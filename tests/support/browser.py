@@ -17,10 +17,11 @@ _HOUSEKEEPING = re.compile(r"(http://)?[a-z0-9.-]*\.(google|googleapis|gvt1)\.co
 
 
 class Browser:
-    """Serves the page as its own proxy, so that it sees every request. `requests`: those so far."""
+    """Serves the page as its own proxy, so that it sees every request. `requests`: those so far. With an `address` of
+    this machine it opens what is served there instead, without the proxy."""
 
-    def __init__(self, page, folder):
-        self.page, self.folder, self.requests = page, folder, []
+    def __init__(self, page, folder, address=PAGE):
+        self.page, self.folder, self.address, self.requests = page, folder, address, []
         browser = self
 
         class Proxy(http.server.BaseHTTPRequestHandler):
@@ -55,7 +56,7 @@ class Browser:
 
     def _look(self, *options):
         proxy = f"--proxy-server=http://127.0.0.1:{self.server.server_port}"
-        return subprocess.run([CHROMIUM, *_OPTIONS, f"--user-data-dir={self.folder}/profile", proxy, *options, PAGE],
+        return subprocess.run([CHROMIUM, *_OPTIONS, f"--user-data-dir={self.folder}/profile", proxy, *options, self.address],
                               capture_output=True, timeout=120, check=True).stdout
 
     def elements(self):
