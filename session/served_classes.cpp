@@ -17,6 +17,11 @@ bool isBeneath(const refhost::ReferenceHost& host, const refhost::ClassDeclarati
     return at != nullptr;
 }
 
+/// What plug-ins serve: those of ours, and those that a schema of another plug-in's author declares.
+bool isServed(const refhost::ReferenceHost& host, const std::string& className) {
+    return contains(servedClasses(), className) || !host.findClass(className)->isBuiltIn;
+}
+
 }  // namespace
 
 const std::vector<std::string>& servedClasses() {
@@ -53,7 +58,7 @@ std::vector<std::string> requestedClasses(const refhost::ReferenceHost& host, co
     for (const std::string& name : named) {
         bool isAnswered = false;
         for (const std::string& answering : answeringClasses(host, name)) {
-            if (answering == name || !contains(servedClasses(), answering)) continue;
+            if (answering == name || !isServed(host, answering)) continue;
             isAnswered = true;
             if (!contains(named, answering) && !contains(requested, answering)) requested.push_back(answering);
         }

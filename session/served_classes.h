@@ -1,4 +1,4 @@
-// The classes that the disk plug-in serves, and what a request for any other class means.
+// The classes that plug-ins serve, and what a request for any other class means.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace diskmgt {
 
-/// All 17, in the order of the schema.
+/// All 17 of the disk plug-in, in the order of the schema.
 const std::vector<std::string>& servedClasses();
 
 /// The classes whose instances answer a request for the class: itself and, unless it is served, all beneath it, in the
@@ -17,6 +17,7 @@ std::vector<std::string> answeringClasses(const refhost::ReferenceHost& host, co
 
 /// What to ask the plug-in for: a class that is not served gives way to the served ones beneath it, each of which is
 /// asked for once. A served class stays as often as it was named, and so does one without a served class beneath it.
+/// Classes that are not built into the host count as served.
 std::vector<std::string> requestedClasses(const refhost::ReferenceHost& host, const std::vector<std::string>& named);
 
 }  // namespace diskmgt

@@ -70,6 +70,7 @@ struct ClassDeclaration {
     std::string superclass;  // empty: a root of the tree
     bool isAbstract = false;
     bool isAssociation = false;
+    bool isBuiltIn = false;   // false: one of `HostOptions::schemaTexts` declares it
     std::string version;      // empty: none
     std::string description;  // empty: none
     /// Inherited ones included; those of the most derived class first, in declaration order.

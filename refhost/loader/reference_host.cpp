@@ -36,6 +36,7 @@ boost::shared_ptr<const Schema> schemaWith(const std::vector<SchemaText>& texts)
     std::vector<MofDocument> documents;  // filled one by one: an initialiser list would be copied
     documents.push_back(parseMof(kBaseMof, "base.mof"));
     documents.push_back(parseMof(kVendorMof, "vexsg.mof"));
+    for (MofDocument& one : documents) one.isBuiltIn = true;
     for (const SchemaText& further : texts) {
         if (further.text.size() > SchemaText::kLongest) throw SchemaError(further.name + " has more than 1 MiB");
         documents.push_back(parseMof(further.text, further.name));

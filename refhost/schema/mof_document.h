@@ -44,6 +44,7 @@ struct MofClass {
 
 struct MofDocument {
     std::string source;  // its name in errors
+    bool isBuiltIn = false;
     std::vector<std::string> qualifierNames;
     std::vector<MofClass> classes;
 };

@@ -15,7 +15,7 @@ namespace {
 class MofParser {
 public:
     MofParser(std::string_view text, const std::string& sourceName)
-        : lexer(text, sourceName), token(lexer.next()), document{sourceName, {}, {}} {}
+        : lexer(text, sourceName), token(lexer.next()), document{sourceName, false, {}, {}} {}
 
     MofDocument read() {
         while (token.kind != MofToken::Kind::kEnd) {

@@ -45,6 +45,7 @@ void SchemaBuilder::addClass(const MofClass& written) {
         refuse(written.line, "the class \"" + written.name + "\" is already declared");
     ClassDeclaration declared;
     declared.name = written.name;
+    declared.isBuiltIn = document->isBuiltIn;
     std::size_t depth = 1;
     const ClassDeclaration* superclass = nullptr;
     if (!written.superclass.empty()) {

@@ -39,6 +39,13 @@ def test_a_plug_in_publishes_instances_of_its_own_class(run, plugin):
     assert published["instances"][0]["path"].startswith(f'{CLASS}.Name="')
 
 
+def test_a_class_above_gives_its_instances_too(run, plugin):
+    done = run("get", "CIM_LogicalElement", "--plugin", plugin("file_system_types"), "--schema", EXAMPLE)
+    assert done.status == 0, done.stderr
+    paths = [one["path"] for one in done.json["classes"][0]["instances"]]
+    assert sum(path.startswith(CLASS + ".") for path in paths) == len(kernels_types())
+
+
 def test_the_other_commands_know_the_class_too(run, plugin):
     traced = run("trace", CLASS, "--plugin", plugin("file_system_types"), "--schema", EXAMPLE)
     assert traced.status == 0 and f'"returns":"{CLASS}"' in traced.text
