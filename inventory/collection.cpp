@@ -12,13 +12,12 @@ namespace diskmgt {
 
 namespace {
 
-Published readPublished(PluginSession& session, const std::string& known, Beginning& beginning,
-                        const CollectedFacts& facts) {
+Published readPublished(PluginSession& session, const std::string& known, const CollectedFacts& facts) {
     Published published;
     published.systems = session.host().instances(kHostingSystem);
     published.missingClasses = inventoryClasses();
     const auto declarationOf = [&session](const std::string& name) { return session.host().findClass(name); };
-    for (ServedClass& served : unpacked(known, beginning, declarationOf)) {
+    for (ServedClass& served : unpacked(known, declarationOf)) {
         const std::string& name = served.published.declaration->name;
         if (!contains(inventoryClasses(), name)) continue;  // the rest is for those who ask for classes
         std::vector<std::string>& missing = published.missingClasses;
@@ -39,8 +38,8 @@ Collection readCollection(PluginSession& session, const std::string& known, cons
     Collection collection;
     collection.end = end;
     collection.facts = unpackedFacts(known);
-    Beginning beginning;
-    Published published = readPublished(session, known, beginning, collection.facts);
+    const Beginning beginning = unpackedBeginning(known);
+    Published published = readPublished(session, known, collection.facts);
     const Observations observations = observe(published, collection.facts.figures);
     collection.inventory = arrangeInventory(std::move(published), observations);
     collection.inventory.collectedAt = beginning.time;

@@ -103,6 +103,7 @@ private:
     void leaveOut(const std::string& className, const Reason& reason) {
         leftOut[className] = reason;
         makeKnown(packedLeftOut(className, reason));
+        if (resident != nullptr) resident->leftOut(className, reason.text);
     }
 
     /// Whether the class stays out: it would wait, or pairs one that stays out.

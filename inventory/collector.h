@@ -20,6 +20,8 @@ struct ResidentCollection {
     std::function<void(const std::string& record)> makeKnown;
     /// What it is at, as a clause: "serving VEXSG_DiskDrive"; said before what may never come back.
     std::function<void(const std::string& clause)> nowAt;
+    /// A class that is not asked for, and why, as a clause.
+    std::function<void(const std::string& className, const std::string& why)> leftOut;
     LeftProcesses& left;
 };
 

@@ -1,6 +1,5 @@
 #include "serve/collected_documents.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -10,33 +9,45 @@ namespace diskmgt::serve {
 
 std::string packed(const CollectedDocuments& documents) {
     Packer packer(RecordKind::kDocuments);
-    for (const std::string* text :
-         {&documents.systemName, &documents.stall, &documents.json, &documents.metrics, &documents.page})
+    for (const std::string* text : {&documents.stall, &documents.json, &documents.metrics, &documents.page})
         packer.put(*text);
-    packer.put(static_cast<std::uint32_t>(documents.missing.size()));
-    for (const MissingClass& one : documents.missing) {
-        packer.put(one.className);
-        packer.put(one.why);
+    return packer.take();
+}
+
+std::optional<CollectedDocuments> unpackedDocuments(const std::string& bytes) {
+    std::optional<CollectedDocuments> found;
+    eachRecord(bytes, RecordKind::kDocuments, [&found](Unpacker& record) {
+        CollectedDocuments documents;
+        for (std::string* text : {&documents.stall, &documents.json, &documents.metrics, &documents.page})
+            record.get(*text);
+        if (record.isWhole()) found = std::move(documents);
+    });
+    return found;
+}
+
+std::string packed(const InstancesHead& head) {
+    Packer packer(RecordKind::kInstancesHead);
+    packer.put(head.systemName);
+    packer.put(static_cast<std::uint32_t>(head.leftOut.size()));
+    for (const auto& [className, why] : head.leftOut) {
+        packer.put(className);
+        packer.put(why);
     }
     return packer.take();
 }
 
-std::optional<CollectedDocuments> unpackedDocuments(
-    const std::string& bytes,
-    const std::function<const refhost::ClassDeclaration*(const std::string& className)>& declarationOf) {
-    std::optional<CollectedDocuments> found;
-    eachRecord(bytes, RecordKind::kDocuments, [&found](Unpacker& record) {
-        CollectedDocuments documents;
-        for (std::string* text :
-             {&documents.systemName, &documents.stall, &documents.json, &documents.metrics, &documents.page})
-            record.get(*text);
+std::optional<InstancesHead> unpackedHead(const std::string& bytes) {
+    std::optional<InstancesHead> found;
+    eachRecord(bytes, RecordKind::kInstancesHead, [&found](Unpacker& record) {
+        InstancesHead head;
+        record.get(head.systemName);
         for (auto left = record.number<std::uint32_t>(); left > 0 && record.isWhole(); --left) {
             std::string className = record.text();
-            documents.missing.push_back({std::move(className), record.text()});
+            head.leftOut.emplace(std::move(className), record.text());
         }
-        if (record.isWhole()) found = std::move(documents);
+        if (record.isWhole()) found = std::move(head);
     });
-    if (found) found->classes = unpacked(bytes, found->beginning, declarationOf);
+    if (found) found->beginning = unpackedBeginning(bytes);
     return found;
 }
 

@@ -1,8 +1,8 @@
-// One collection on its way from the collector to the front: the texts that are served, and the instances.
+// One collection on its way from the collector to the front: the instances, then the texts that are made of them.
 #pragma once
 
-#include <ctime>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,28 +11,26 @@
 
 namespace diskmgt::serve {
 
-/// A class whose instances are not all known.
-struct MissingClass {
-    std::string className;
-    std::string why;  // a clause: "the file system mounted on /mnt (nfs) does not answer"
-};
-
 struct CollectedDocuments {
-    std::string systemName;
     std::string stall;  // a sentence about a mount that does not answer; empty: all answer
     std::string json, metrics, page;
-    std::vector<MissingClass> missing;  // not asked for; those that failed are among `classes`
-    // From the records beside them:
-    Beginning beginning;
-    std::vector<ServedClass> classes;
 };
 
-/// The texts alone: the records that `collectAccount` made known follow them as they are.
 std::string packed(const CollectedDocuments& documents);
-
 /// Absent: it is not whole.
-std::optional<CollectedDocuments> unpackedDocuments(
-    const std::string& bytes,
-    const std::function<const refhost::ClassDeclaration*(const std::string& className)>& declarationOf);
+std::optional<CollectedDocuments> unpackedDocuments(const std::string& bytes);
+
+/// What goes before the records that `collectAccount` makes known.
+struct InstancesHead {
+    std::string systemName;
+    /// Classes that were not asked for, and why, as a clause: "the file system mounted on /mnt (nfs) does not answer".
+    std::map<std::string, std::string> leftOut;
+    Beginning beginning;  // from those records
+};
+
+/// The head alone.
+std::string packed(const InstancesHead& head);
+/// Absent: it is not whole.
+std::optional<InstancesHead> unpackedHead(const std::string& bytes);
 
 }  // namespace diskmgt::serve

@@ -117,30 +117,31 @@ private:
         readMachineAccountAnew();
         std::string known;
         bool isHeard = true;
-        const ResidentCollection resident{[&known](const std::string& record) { known += record; },
-                                          [this, &isHeard](const std::string& clause) {
-                                              isHeard =
-                                                  isHeard && writeWhole(connection, framed(FrameKind::kNote, clause));
-                                          },
-                                          left};
+        InstancesHead head;
+        head.systemName = hostName();
+        const ResidentCollection resident{
+            [&known](const std::string& record) { known += record; },
+            [this, &isHeard](const std::string& clause) {
+                isHeard = isHeard && writeWhole(connection, framed(FrameKind::kNote, clause));
+            },
+            [&head](const std::string& className, const std::string& why) { head.leftOut.emplace(className, why); },
+            left};
         collectAccount(session, resident);
+        ServedClass system;
+        system.published = {session.host().findClass(kHostingSystem), session.host().instances(kHostingSystem)};
+        isHeard =
+            isHeard && writeWhole(connection, framed(FrameKind::kInstances, packed(head) + known + packed(system)));
         CollectedDocuments documents;
         {
             Collection collection = readCollection(session, known, {});
             const ServerAccount account = joinAccounts(machineAccount(), collection);
-            documents.systemName = hostName();
             documents.stall = stallOf(account);
             documents.json = inventoryJson(account, {});
             documents.metrics = inventoryMetrics(account);
             documents.page = inventoryPage(account);
-            for (const auto& [className, reason] : collection.facts.leftOut)
-                documents.missing.push_back({className, reason.text});
         }
         session.host().clear();
-        ServedClass system;
-        system.published = {session.host().findClass(kHostingSystem), session.host().instances(kHostingSystem)};
-        known += packed(system);
-        isHeard = isHeard && writeWhole(connection, framed(FrameKind::kDocuments, packed(documents) + known));
+        isHeard = isHeard && writeWhole(connection, framed(FrameKind::kDocuments, packed(documents)));
         (void)::alarm(0);
         return isHeard;
     }

@@ -8,9 +8,12 @@
 namespace diskmgt::serve {
 
 enum class FrameKind : char {
-    kReady = 'r',      // the plug-in is loaded; empty
-    kNote = 'n',       // what the collector is at, as a clause
-    kDocuments = 'd',  // a collection: see collected_documents.h
+    kReady = 'r',  // the plug-in is loaded; empty
+    kNote = 'n',   // what the collector is at, as a clause
+    // A collection, see collected_documents.h: first
+    kInstances = 'i',
+    // and then
+    kDocuments = 'd',
 };
 
 struct Frame {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 #include "serve/snapshot.h"
@@ -24,11 +25,16 @@ std::chrono::milliseconds wholeMilliseconds(std::int64_t ns) {
 Freshness::Freshness(Surroundings surroundings, double maxAgeSeconds, double limitSeconds)
     : around(std::move(surroundings)), maxAgeNs(nanoseconds(maxAgeSeconds)), limitNs(nanoseconds(limitSeconds)) {}
 
-void Freshness::whenFresh(std::function<void(bool isFresh)> done) {
+std::optional<std::int64_t> Freshness::collectedNs(Wanted wanted) const {
+    if (wanted == Wanted::kDocuments) return latest ? std::optional(latest->collectedNs) : std::nullopt;
+    return latestInstances ? std::optional(latestInstances->head().beginning.steadyNs) : std::nullopt;
+}
+
+void Freshness::whenFresh(Wanted wanted, std::function<void(bool isFresh)> done) {
     const std::int64_t now = around.nowNs();
-    if (latest && now - latest->collectedNs <= maxAgeNs) return done(true);
+    if (const auto began = collectedNs(wanted); began && now - *began <= maxAgeNs) return done(true);
     const std::int64_t patienceNs = std::chrono::nanoseconds(kPatience).count();
-    waiting.push_back({now + patienceNs, std::move(done)});
+    waiting.push_back({wanted, now + patienceNs, std::move(done)});
     around.after(kPatience, [this] { answerThoseWhoseTimeIsUp(); });
     collect();
 }
@@ -59,21 +65,27 @@ void Freshness::answer(const Waiting& one, bool isFresh) noexcept {
     }
 }
 
+template <typename IsServed>
+void Freshness::answerAll(IsServed isServed, bool isFresh) {
+    const auto first = std::stable_partition(waiting.begin(), waiting.end(),
+                                             [&isServed](const Waiting& one) { return !isServed(one); });
+    const std::vector<Waiting> served(std::make_move_iterator(first), std::make_move_iterator(waiting.end()));
+    waiting.erase(first, waiting.end());
+    for (const Waiting& one : served) answer(one, isFresh);
+}
+
 void Freshness::answerThoseWhoseTimeIsUp() {
     const std::int64_t now = around.nowNs();
-    std::vector<Waiting> due;
-    const auto isDue = [now](const Waiting& one) { return one.untilNs <= now; };
-    for (Waiting& one : waiting)
-        if (isDue(one)) due.push_back(one);
-    waiting.erase(std::remove_if(waiting.begin(), waiting.end(), isDue), waiting.end());
-    for (const Waiting& one : due) answer(one, false);
+    answerAll([now](const Waiting& one) { return one.untilNs <= now; }, false);
     // A timer may ring early by a hair.
     if (!waiting.empty() && waiting.front().untilNs - now < 1000000)
         around.after(std::chrono::milliseconds(1), [this] { answerThoseWhoseTimeIsUp(); });
 }
 
-std::int64_t Freshness::ageSeconds() const {
-    return latest ? std::max<std::int64_t>((around.nowNs() - latest->collectedNs) / 1000000000, 0) : 0;
+std::optional<std::int64_t> Freshness::ageSeconds(Wanted wanted) const {
+    const auto began = collectedNs(wanted);
+    if (!began) return std::nullopt;
+    return std::max<std::int64_t>((around.nowNs() - *began) / 1000000000, 0);
 }
 
 std::string Freshness::whyNotFresh() const {
@@ -100,14 +112,17 @@ void Freshness::collectorWent() {
     hasCollector = isCollecting = false;
 }
 
+void Freshness::instancesCame(std::shared_ptr<const InstanceSnapshot> instances) {
+    latestInstances = std::move(instances);
+    answerAll([](const Waiting& one) { return one.wanted == Wanted::kInstances; }, true);
+}
+
 void Freshness::collected(std::shared_ptr<const Snapshot> snapshot) {
     isCollecting = false;
     isAt.clear();
     lastEnd.clear();
     latest = std::move(snapshot);
-    std::vector<Waiting> served;
-    served.swap(waiting);
-    for (const Waiting& one : served) answer(one, true);
+    answerAll([](const Waiting&) { return true; }, true);
     collect();  // an answer may have brought the next request
 }
 

@@ -5,12 +5,17 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace diskmgt::serve {
 
+class InstanceSnapshot;
 struct Snapshot;
+
+/// What a request is answered from. Of one collection, the instances come first.
+enum class Wanted { kInstances, kDocuments };
 
 class Freshness {
 public:
@@ -27,13 +32,15 @@ public:
     /// `limitSeconds` of a collection; 0: none.
     Freshness(Surroundings around, double maxAgeSeconds, double limitSeconds);
 
-    /// Calls `done` at once when the last collection is young enough, else when the next one has come, or when patience
-    /// ends. `isFresh`: it came in time.
-    void whenFresh(std::function<void(bool isFresh)> done);
+    /// Calls `done` at once when what it wants of the last collection is young enough, else when the next one has come,
+    /// or when patience ends. `isFresh`: it came in time.
+    void whenFresh(Wanted wanted, std::function<void(bool isFresh)> done);
 
     /// Null: nothing was collected yet.
+    const std::shared_ptr<const InstanceSnapshot>& instances() const { return latestInstances; }
     const std::shared_ptr<const Snapshot>& snapshot() const { return latest; }
-    std::int64_t ageSeconds() const;
+    /// Absent: nothing was collected yet.
+    std::optional<std::int64_t> ageSeconds(Wanted wanted) const;
     /// Why there is nothing newer, as a sentence without its end.
     std::string whyNotFresh() const;
 
@@ -41,17 +48,23 @@ public:
     void collectorCame();
     void collectorWent();
     void collectorIsAt(const std::string& clause) { isAt = clause; }
+    void instancesCame(std::shared_ptr<const InstanceSnapshot> instances);
     void collected(std::shared_ptr<const Snapshot> snapshot);
     /// Why there will be no collector for a while; empty: one is started.
     void noCollectorBecause(const std::string& sentence) { trouble = sentence; }
 
 private:
     struct Waiting {
+        Wanted wanted;
         std::int64_t untilNs;
         std::function<void(bool isFresh)> done;
     };
 
+    std::optional<std::int64_t> collectedNs(Wanted wanted) const;
     void collect();
+    /// Takes those out of the list first: an answer may bring the next request.
+    template <typename IsServed>
+    void answerAll(IsServed isServed, bool isFresh);
     void answerThoseWhoseTimeIsUp();
     static void answer(const Waiting& one, bool isFresh) noexcept;
     void lookAtLimit(std::uint64_t number);
@@ -59,6 +72,7 @@ private:
     const Surroundings around;
     const std::int64_t maxAgeNs;
     const std::int64_t limitNs;
+    std::shared_ptr<const InstanceSnapshot> latestInstances;
     std::shared_ptr<const Snapshot> latest;
     std::vector<Waiting> waiting;
     bool hasCollector = false;

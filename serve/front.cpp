@@ -11,7 +11,6 @@
 #include <ctime>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -35,8 +34,6 @@ namespace diskmgt::serve {
 namespace {
 
 using std::chrono::milliseconds;
-
-constexpr std::size_t kNamedTwice = 100;  // duplicates that are said, over all collections
 
 FrontSettings firstSettings() {
     pollfd waited{kFrontChannel, POLLIN, 0};
@@ -141,6 +138,7 @@ private:
         forgetCollector();
         collector = std::move(connection);
         frames = FrameReader();
+        begun.reset();
         server.watch(collector.get(), [this] { listenToCollector(); });
         freshness.collectorCame();
     }
@@ -176,20 +174,30 @@ private:
         leaveCollector();
     }
 
-    void take(const Frame& frame) {
+    void take(Frame& frame) {
         if (frame.kind == FrameKind::kNote) freshness.collectorIsAt(frame.payload);
-        if (frame.kind != FrameKind::kDocuments) return;
-        std::optional<CollectedDocuments> documents =
-            unpackedDocuments(frame.payload, [this](const std::string& name) { return schema.findClass(name); });
-        if (!documents) {
-            writeRemark("the collector's answer is cut short, and the collector is replaced");
-            return leaveCollector();
-        }
-        const auto snapshot = std::make_shared<const Snapshot>(schema.classes(), std::move(*documents));
-        for (const std::string& path : snapshot->store.duplicates())
-            if (saidTwice.size() < kNamedTwice && saidTwice.insert(path).second)
-                writeRemark("two instances have the path " + path + "; the first is served");
-        freshness.collected(snapshot);
+        if (frame.kind == FrameKind::kInstances) takeInstances(frame);
+        if (frame.kind == FrameKind::kDocuments) takeDocuments(frame);
+    }
+
+    void takeInstances(Frame& frame) {
+        std::optional<InstancesHead> head = unpackedHead(frame.payload);
+        if (!head) return replaceCollector();
+        begun = head->beginning;
+        freshness.instancesCame(
+            std::make_shared<const InstanceSnapshot>(schema, std::move(*head), std::move(frame.payload)));
+    }
+
+    void takeDocuments(const Frame& frame) {
+        std::optional<CollectedDocuments> documents = unpackedDocuments(frame.payload);
+        if (!begun || !documents) return replaceCollector();
+        freshness.collected(
+            std::make_shared<const Snapshot>(*std::exchange(begun, std::nullopt), std::move(*documents)));
+    }
+
+    void replaceCollector() {
+        writeRemark("the collector's answer is cut short, and the collector is replaced");
+        leaveCollector();
     }
 
     void lookForIdleness(std::uint64_t requestsBefore) {
@@ -207,7 +215,7 @@ private:
     HttpServer server;
     Descriptor collector;
     FrameReader frames;
-    std::set<std::string> saidTwice;
+    std::optional<Beginning> begun;  // of the collection whose documents are to come
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "serve/cimxml/operations.h"
 #include "serve/snapshot.h"
+#include "terminal/remarks.h"
 
 namespace diskmgt::serve {
 
@@ -77,7 +78,8 @@ void InventorySite::answer(const SiteRequest& request, std::function<void(SiteAn
         return done(std::move(refusal));
     }
     std::string body = page->kind == Page::Kind::kCim ? request.body : "";
-    freshness.whenFresh([this, page, sent = std::move(body), answered = std::move(done)](bool isFresh) {
+    const Wanted wanted = page->kind == Page::Kind::kCim ? Wanted::kInstances : Wanted::kDocuments;
+    freshness.whenFresh(wanted, [this, page, sent = std::move(body), answered = std::move(done)](bool isFresh) {
         switch (page->kind) {
             case Page::Kind::kText:
                 return answered(textAnswer(*page));
@@ -89,8 +91,8 @@ void InventorySite::answer(const SiteRequest& request, std::function<void(SiteAn
     });
 }
 
-void InventorySite::addAge(SiteAnswer& answer) const {
-    if (freshness.snapshot()) answer.headers.emplace_back("Age", std::to_string(freshness.ageSeconds()));
+void InventorySite::addAge(SiteAnswer& answer, Wanted wanted) const {
+    if (const auto seconds = freshness.ageSeconds(wanted)) answer.headers.emplace_back("Age", std::to_string(*seconds));
 }
 
 SiteAnswer InventorySite::textAnswer(const Page& page) const {
@@ -100,7 +102,7 @@ SiteAnswer InventorySite::textAnswer(const Page& page) const {
     answer.contentType = page.contentType;
     answer.body = (*snapshot).*page.text;
     answer.etag = snapshot->tag;
-    addAge(answer);
+    addAge(answer, Wanted::kDocuments);
     return answer;
 }
 
@@ -108,7 +110,7 @@ SiteAnswer InventorySite::healthAnswer(bool isFresh) const {
     const std::shared_ptr<const Snapshot>& snapshot = freshness.snapshot();
     const bool isWell = isFresh && snapshot && snapshot->stall.empty();
     SiteAnswer answer = isWell ? plain(200, "ok") : notYet(isFresh ? snapshot->stall : freshness.whyNotFresh() + ".");
-    addAge(answer);
+    addAge(answer, Wanted::kDocuments);
     return answer;
 }
 
@@ -117,11 +119,22 @@ std::shared_ptr<const std::string> InventorySite::counted(std::string text) cons
     return {whole, &whole->text};
 }
 
-SiteAnswer InventorySite::cimAnswer(const std::string& body) const {
-    const std::shared_ptr<const Snapshot>& snapshot = freshness.snapshot();
-    CimReply reply = answerCim(body, declarations, snapshot ? &snapshot->store : nullptr,
-                               snapshot ? snapshot->systemName : "localhost",
-                               snapshot ? "" : "nothing is known yet: " + freshness.whyNotFresh());
+void InventorySite::sayDuplicates(const InstanceSnapshot& instances) {
+    constexpr std::size_t kMostNamed = 100;
+    for (const std::string& path : instances.store().duplicates())
+        if (saidTwice.size() < kMostNamed && saidTwice.insert(path).second)
+            writeRemark("two instances have the path " + path + "; the first is served");
+}
+
+SiteAnswer InventorySite::cimAnswer(const std::string& body) {
+    const std::shared_ptr<const InstanceSnapshot>& instances = freshness.instances();
+    if (instances && instances->head().beginning.steadyNs != lookedThroughNs) {
+        lookedThroughNs = instances->head().beginning.steadyNs;
+        sayDuplicates(*instances);
+    }
+    CimReply reply = answerCim(body, declarations, instances ? &instances->store() : nullptr,
+                               instances ? instances->head().systemName : "localhost",
+                               instances ? "" : "nothing is known yet: " + freshness.whyNotFresh());
     if (*unsentBytes + reply.body.size() > kMostUnsent)
         return notYet("Other clients have not taken their large answers yet; ask again.");
     SiteAnswer answer;
@@ -131,7 +144,7 @@ SiteAnswer InventorySite::cimAnswer(const std::string& body) const {
     answer.headers.emplace_back("CIMOperation", "MethodResponse");
     if (isSentence) answer.headers.emplace_back("CIMError", reply.cimError);
     answer.body = counted(std::move(reply.body));
-    addAge(answer);
+    addAge(answer, Wanted::kInstances);
     return answer;
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,13 +30,16 @@ private:
 
     SiteAnswer textAnswer(const Page& page) const;
     SiteAnswer healthAnswer(bool isFresh) const;
-    SiteAnswer cimAnswer(const std::string& body) const;
+    SiteAnswer cimAnswer(const std::string& body);
+    void sayDuplicates(const InstanceSnapshot& instances);
     std::shared_ptr<const std::string> counted(std::string text) const;
-    void addAge(SiteAnswer& answer) const;
+    void addAge(SiteAnswer& answer, Wanted wanted) const;
 
     Freshness& freshness;
     const std::vector<refhost::ClassDeclaration>& declarations;
     std::uint64_t requestCount = 0;
+    std::int64_t lookedThroughNs = 0;  // when the collection began that was looked through for duplicates
+    std::set<std::string> saidTwice;   // over all collections
     const std::shared_ptr<std::size_t> unsentBytes = std::make_shared<std::size_t>(0);  // of CIM answers
 };
 

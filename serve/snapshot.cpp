@@ -22,28 +22,34 @@ std::vector<refhost::Instance> instancesOf(std::vector<ServedClass>& classes) {
     return all;
 }
 
-std::map<std::string, std::string> reasonsOf(const CollectedDocuments& documents) {
-    std::map<std::string, std::string> reasons;
-    for (const MissingClass& one : documents.missing) reasons[one.className] = one.why;
-    for (const ServedClass& served : documents.classes)
-        if (!served.failure.empty()) reasons[served.published.declaration->name] = served.failure;
-    return reasons;
-}
-
 std::shared_ptr<const std::string> shared(std::string& text) {
     return std::make_shared<const std::string>(std::move(text));
 }
 
 }  // namespace
 
-Snapshot::Snapshot(const std::vector<refhost::ClassDeclaration>& declarations, CollectedDocuments documents)
-    : systemName(std::move(documents.systemName)),
-      stall(std::move(documents.stall)),
-      tag(std::to_string(documents.beginning.time) + "-" + std::to_string(documents.beginning.steadyNs)),
-      collectedNs(documents.beginning.steadyNs),
+InstanceSnapshot::InstanceSnapshot(const refhost::ReferenceHost& schemaHost, InstancesHead itsHead,
+                                   std::string collected)
+    : schema(schemaHost), front(std::move(itsHead)), records(std::move(collected)) {}
+
+const ObjectStore& InstanceSnapshot::store() const {
+    if (made) return *made;
+    std::vector<ServedClass> classes =
+        unpacked(records, [this](const std::string& name) { return schema.findClass(name); });
+    std::map<std::string, std::string> whyMissing = front.leftOut;
+    for (const ServedClass& served : classes)
+        if (!served.failure.empty()) whyMissing[served.published.declaration->name] = served.failure;
+    made = std::make_unique<const ObjectStore>(schema.classes(), instancesOf(classes), std::move(whyMissing));
+    records = std::string();
+    return *made;
+}
+
+Snapshot::Snapshot(const Beginning& beginning, CollectedDocuments documents)
+    : stall(std::move(documents.stall)),
+      tag(std::to_string(beginning.time) + "-" + std::to_string(beginning.steadyNs)),
+      collectedNs(beginning.steadyNs),
       json(shared(documents.json)),
       metrics(shared(documents.metrics)),
-      page(shared(documents.page)),
-      store(declarations, instancesOf(documents.classes), reasonsOf(documents)) {}
+      page(shared(documents.page)) {}
 
 }  // namespace diskmgt::serve

@@ -5,20 +5,37 @@
 #include <memory>
 #include <string>
 
+#include "refhost/api/reference_host.h"
 #include "serve/cimxml/object_store.h"
 #include "serve/collected_documents.h"
 
 namespace diskmgt::serve {
 
-struct Snapshot {
-    Snapshot(const std::vector<refhost::ClassDeclaration>& declarations, CollectedDocuments documents);
+/// What CIM clients ask. It comes first.
+class InstanceSnapshot {
+public:
+    /// `collected`: the records behind the head. The host must outlive the snapshot.
+    InstanceSnapshot(const refhost::ReferenceHost& schemaHost, InstancesHead itsHead, std::string collected);
 
-    std::string systemName;
+    const InstancesHead& head() const { return front; }
+    /// Made when it is first asked for: most collections serve no CIM client.
+    const ObjectStore& store() const;
+
+private:
+    const refhost::ReferenceHost& schema;
+    const InstancesHead front;
+    mutable std::string records;  // empty once the store is made
+    mutable std::unique_ptr<const ObjectStore> made;
+};
+
+/// The texts that are served as they are.
+struct Snapshot {
+    Snapshot(const Beginning& beginning, CollectedDocuments documents);
+
     std::string stall;         // see `CollectedDocuments`
     std::string tag;           // differs from that of every other snapshot
     std::int64_t collectedNs;  // of the steady clock, when collecting began
     std::shared_ptr<const std::string> json, metrics, page;
-    ObjectStore store;
 };
 
 }  // namespace diskmgt::serve

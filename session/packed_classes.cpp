@@ -51,13 +51,18 @@ std::string packed(const ServedClass& served) {
     return packer.take();
 }
 
-std::vector<ServedClass> unpacked(
-    const std::string& bytes, Beginning& beginning,
-    const std::function<const refhost::ClassDeclaration*(const std::string& className)>& declarationOf) {
+Beginning unpackedBeginning(const std::string& bytes) {
+    Beginning beginning;
     eachRecord(bytes, RecordKind::kBeginning, [&beginning](Unpacker& record) {
         beginning.time = static_cast<std::time_t>(record.number<std::int64_t>());
         beginning.steadyNs = record.number<std::int64_t>();
     });
+    return beginning;
+}
+
+std::vector<ServedClass> unpacked(
+    const std::string& bytes,
+    const std::function<const refhost::ClassDeclaration*(const std::string& className)>& declarationOf) {
     std::vector<ServedClass> classes;
     bool isEnded = false;
     eachRecord(bytes, RecordKind::kClass, [&](Unpacker& record) {

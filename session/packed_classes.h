@@ -29,10 +29,13 @@ struct ServedClass {
 std::string packed(const Beginning& beginning);
 std::string packed(const ServedClass& served);
 
-/// Reads a beginning and classes one after the other. One that is cut short, or that `declarationOf` does not know,
+/// Now, where the bytes have none.
+Beginning unpackedBeginning(const std::string& bytes);
+
+/// Reads classes one after the other. One that is cut short, or that `declarationOf` does not know,
 /// ends the list.
 std::vector<ServedClass> unpacked(
-    const std::string& bytes, Beginning& beginning,
+    const std::string& bytes,
     const std::function<const refhost::ClassDeclaration*(const std::string& className)>& declarationOf);
 
 }  // namespace diskmgt

@@ -22,6 +22,7 @@ enum class RecordKind : std::uint8_t {
     kFinding,
     kServedFacts,
     kDocuments,
+    kInstancesHead,
     kSettings
 };
 

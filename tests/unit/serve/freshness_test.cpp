@@ -51,18 +51,25 @@ protected:
         now = until;
     }
 
-    void request() {
-        made->whenFresh([this](bool isFresh) { answers.push_back(isFresh); });
+    void request(Wanted wanted = Wanted::kDocuments) {
+        made->whenFresh(wanted, [this](bool isFresh) { answers.push_back(isFresh); });
+    }
+
+    void instancesCame() {
+        diskmgt::serve::InstancesHead head;
+        head.beginning.steadyNs = now;
+        made->instancesCame(std::make_shared<const InstanceSnapshot>(host, std::move(head), ""));
     }
 
     void collected(const std::string& stall = "") {
         diskmgt::serve::CollectedDocuments documents;
-        documents.beginning.steadyNs = now;
         documents.stall = stall;
-        made->collected(std::make_shared<const Snapshot>(declarations, std::move(documents)));
+        diskmgt::Beginning beginning;
+        beginning.steadyNs = now;
+        made->collected(std::make_shared<const Snapshot>(beginning, std::move(documents)));
     }
 
-    const std::vector<refhost::ClassDeclaration> declarations = {};
+    const refhost::ReferenceHost host = refhost::ReferenceHost(refhost::HostOptions());
     std::int64_t now = 1000 * kMillisecond;
     std::multimap<std::int64_t, std::function<void()>> timers;
     bool canBeAsked = true;
@@ -95,7 +102,7 @@ TEST_F(FreshnessTest, RequestWithinTheLifetimeIsAnsweredAtOnce) {
     pass(milliseconds(10000));
     request();
     EXPECT_EQ(asked, 1);
-    EXPECT_EQ(made->ageSeconds(), 10);
+    EXPECT_EQ(made->ageSeconds(Wanted::kDocuments), 10);
     pass(milliseconds(1));
     request();
     EXPECT_EQ(asked, 2);
@@ -112,6 +119,35 @@ TEST_F(FreshnessTest, PatienceEndsBeforeASecondHasPassed) {
     collected();
     EXPECT_THAT(answers, ElementsAre(false));  // once
     EXPECT_NE(made->snapshot(), nullptr);
+}
+
+TEST_F(FreshnessTest, InstancesAnswerThoseWhoWantNoMore) {
+    freshness().collectorCame();
+    request(Wanted::kDocuments);
+    request(Wanted::kInstances);
+    EXPECT_EQ(asked, 1);
+    instancesCame();
+    EXPECT_THAT(answers, ElementsAre(true));
+    request(Wanted::kInstances);
+    EXPECT_THAT(answers, ElementsAre(true, true));
+    EXPECT_EQ(made->ageSeconds(Wanted::kDocuments), std::nullopt);
+    pass(milliseconds(100));
+    collected();
+    EXPECT_THAT(answers, ElementsAre(true, true, true));
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(FreshnessTest, CollectorThatEndsAfterTheInstancesLeavesThem) {
+    freshness(0).collectorCame();
+    request(Wanted::kDocuments);
+    instancesCame();
+    made->collectorWent();
+    pass(milliseconds(1));
+    request(Wanted::kInstances);
+    pass(milliseconds(900));
+    EXPECT_THAT(answers, ElementsAre(false, false));
+    EXPECT_NE(made->instances(), nullptr);
+    EXPECT_EQ(made->snapshot(), nullptr);
 }
 
 TEST_F(FreshnessTest, EachRequestHasItsOwnPatience) {

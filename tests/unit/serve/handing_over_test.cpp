@@ -40,28 +40,34 @@ TEST(HandingOver, AFileWithoutSettingsIsRefused) {
 
 TEST(HandingOver, DocumentsArriveAsTheyWereAndCutOnesDoNot) {
     CollectedDocuments sent;
-    sent.systemName = "server";
     sent.stall = "it does not answer";
     sent.json = "{}";
     sent.metrics = "x 1\n";
     sent.page = "<html>";
-    sent.missing = {{"VEXSG_LogicalDisk", "a mount does not answer"}, {"Other", ""}};
+    const std::string bytes = packed(sent);
+    const auto got = unpackedDocuments(bytes);
+    ASSERT_TRUE(got);
+    EXPECT_EQ(got->stall, sent.stall);
+    EXPECT_EQ(got->json + got->metrics + got->page, "{}x 1\n<html>");
+    for (std::size_t length = 0; length < bytes.size(); ++length)
+        EXPECT_FALSE(unpackedDocuments(bytes.substr(0, length))) << length;
+}
+
+TEST(HandingOver, TheHeadOfTheInstancesArrivesAsItWasAndACutOneDoesNot) {
+    InstancesHead sent;
+    sent.systemName = "server";
+    sent.leftOut = {{"VEXSG_LogicalDisk", "a mount does not answer"}, {"Other", ""}};
     diskmgt::Beginning beginning;
     beginning.time = 7;
     beginning.steadyNs = 8;
     const std::string bytes = packed(sent) + packed(beginning);
-    const auto noClass = [](const std::string&) { return nullptr; };
-    const auto got = unpackedDocuments(bytes, noClass);
+    const auto got = unpackedHead(bytes);
     ASSERT_TRUE(got);
     EXPECT_EQ(got->systemName, "server");
-    EXPECT_EQ(got->stall, sent.stall);
-    EXPECT_EQ(got->json + got->metrics + got->page, "{}x 1\n<html>");
+    EXPECT_EQ(got->leftOut, sent.leftOut);
     EXPECT_EQ(got->beginning.steadyNs, 8);
-    ASSERT_EQ(got->missing.size(), 2U);
-    EXPECT_EQ(got->missing[0].className + ": " + got->missing[0].why, "VEXSG_LogicalDisk: a mount does not answer");
-    EXPECT_EQ(got->missing[1].className, "Other");
     for (std::size_t length = 0; length < packed(sent).size(); ++length)
-        EXPECT_FALSE(unpackedDocuments(bytes.substr(0, length), noClass)) << length;
+        EXPECT_FALSE(unpackedHead(bytes.substr(0, length))) << length;
 }
 
 namespace {
