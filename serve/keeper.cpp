@@ -27,6 +27,7 @@
 #include "serve/log_line.h"
 #include "serve/rights.h"
 #include "serve/secret_files.h"
+#include "serve/service_manager.h"
 #include "session/own_files.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
@@ -181,6 +182,7 @@ private:
         if (reading.message->kind == ControlKind::kServing) {
             isServing = true;
             accepted = settings;
+            manager.sayReady();  // without a collector yet, clients get the reason
         }
         if (reading.message->kind == ControlKind::kCollectorGone && collector.awaited() < 0) collector.end(now());
         if (reading.message->kind == ControlKind::kIdle && options.exitIdleSeconds > 0) finish();
@@ -280,6 +282,7 @@ private:
     const Descriptor signals;
     std::vector<Listener> listeners;
     KeptCollector collector;
+    ServiceManager manager;
     RestartPause frontPause;
     pid_t front = -1;
     Descriptor channel;  // to the front

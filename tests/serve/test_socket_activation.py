@@ -1,13 +1,15 @@
-"""A collector for each connection, as a service manager starts it: systemd-socket-activate stands in for that."""
+"""What a service manager does: it starts a collector for each connection (systemd-socket-activate stands in for that), and
+waits for the word that the endpoint is ready."""
 
 import os
 import shutil
+import socket
 import subprocess
 from pathlib import Path
 
 import pytest
 
-from conftest import ENDPOINT, environment, wait_until
+from conftest import ENDPOINT, LONG, environment, wait_until
 
 ACTIVATE = shutil.which("systemd-socket-activate")
 pytestmark = pytest.mark.skipif(not ACTIVATE, reason="the package systemd is missing")
@@ -49,6 +51,25 @@ def test_next_one_is_connected_to(serve, collectors):
         pytest.skip("another endpoint of the same build runs, so the collector to end is not known")
     os.kill(mine[0], 9)
     wait_until(lambda: endpoint.ask("/healthz").status == 200, "another one answers")
+
+
+@pytest.mark.parametrize("is_in_a_file_system", [True, False])
+def test_service_manager_hears_once_that_it_is_ready(serve, tmp_path, is_in_a_file_system):
+    name = f"{tmp_path}/notify" if is_in_a_file_system else f"\0diskmgt-test-{os.getpid()}"
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.bind(name)
+        manager.settimeout(LONG)
+        endpoint = serve(NOTIFY_SOCKET=name.replace("\0", "@")).start()
+        assert manager.recv(100) == b"READY=1"
+        for process in (endpoint.front, endpoint.collector):
+            assert b"NOTIFY_SOCKET" not in Path(f"/proc/{process}/environ").read_bytes()
+        old = endpoint.front
+        os.kill(old, 9)
+        wait_until(lambda: endpoint.role(b"front") not in (None, old), "another front is there")
+        assert endpoint.ask("/healthz").status == 200
+        manager.setblocking(False)
+        with pytest.raises(BlockingIOError):
+            manager.recv(100)
 
 
 def test_without_one_it_does_not_start(serve, tmp_path):
