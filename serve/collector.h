@@ -12,8 +12,9 @@ struct CollectorOptions {
     double limitSeconds = 30;  // a collection that takes longer ends the process; 0: none
 };
 
-/// Loads the plug-in, says that it is ready, and answers each "collect" on the connection with a frame of documents,
-/// until "stop" or the end of the connection. Anything else ends it with 1. Returns the exit status.
+/// Loads the plug-in, says that it is ready, and answers each "collect" on the connection with a frame of instances
+/// and one of documents, until "stop" or the end of the connection. Anything else ends it with 1. Returns the exit
+/// status.
 int runCollector(const CollectorOptions& options, int connection);
 
 }  // namespace diskmgt::serve

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "serve/collector.h"
+#include "serve/log_line.h"
 #include "serve/rights.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
@@ -45,6 +46,7 @@ int run(int argumentCount, char** arguments) {
     serve::endWithParent();
     serve::keepRightsOfCollector();
     serve::closeInOnItself();
+    serve::writeRemarksAsLogLines();
     return serve::runCollector(options, STDIN_FILENO);
 }
 

@@ -122,8 +122,8 @@ void Freshness::collected(std::shared_ptr<const Snapshot> snapshot) {
     isAt.clear();
     lastEnd.clear();
     latest = std::move(snapshot);
-    answerAll([](const Waiting&) { return true; }, true);
-    collect();  // an answer may have brought the next request
+    answerAll([](const Waiting& one) { return one.wanted == Wanted::kDocuments; }, true);
+    collect();  // for who came since: an answer may have brought the next request
 }
 
 }  // namespace diskmgt::serve

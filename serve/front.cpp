@@ -138,7 +138,6 @@ private:
         forgetCollector();
         collector = std::move(connection);
         frames = FrameReader();
-        begun.reset();
         server.watch(collector.get(), [this] { listenToCollector(); });
         freshness.collectorCame();
     }
@@ -151,6 +150,7 @@ private:
 
     void forgetCollector() {
         if (!collector.isOpen()) return;
+        begun.reset();
         server.unwatch(collector.get());
         collector.close();
         freshness.collectorWent();
@@ -168,8 +168,9 @@ private:
         if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (count <= 0) return leaveCollector();
         frames.append(piece, static_cast<std::size_t>(count));
-        while (std::optional<Frame> frame = frames.next()) take(*frame);
-        if (!frames.isBroken()) return;
+        std::optional<Frame> frame;
+        while (collector.isOpen() && (frame = frames.next())) take(*frame);
+        if (!collector.isOpen() || !frames.isBroken()) return;
         writeRemark("the collector wrote what no collector writes, and is replaced");
         leaveCollector();
     }
@@ -196,7 +197,7 @@ private:
     }
 
     void replaceCollector() {
-        writeRemark("the collector's answer is cut short, and the collector is replaced");
+        writeRemark("the collector's answer is not whole, and the collector is replaced");
         leaveCollector();
     }
 

@@ -72,6 +72,7 @@ public:
           collector(asked.collector, asked.collectorSocket) {
         if (listeners.empty() || !options.listen.empty())
             for (Listener& one : openListeners(options.listen, account.group)) listeners.push_back(std::move(one));
+        closeInOnItself();  // again: to change the group of new files has undone a part of it
     }
     Keeper(const Keeper&) = delete;
     Keeper& operator=(const Keeper&) = delete;

@@ -1,4 +1,4 @@
-// Lines on standard error, for which no process of the endpoint ever waits.
+// Lines on standard error, for which the endpoint does not wait.
 #pragma once
 
 #include <string>
@@ -6,7 +6,8 @@
 namespace diskmgt::serve {
 
 /// Writes the line in one piece, so that lines of several processes do not mix. Whoever reads no lines gets none: a
-/// full pipe would stop the service. What is longer than such a pipe takes at once (PIPE_BUF) is cut.
+/// full pipe would stop the service. What is longer than such a pipe takes at once (PIPE_BUF) is cut. Two processes
+/// that write at one moment can still fill it, and one of them waits.
 void writeLogLine(const std::string& line);
 
 /// From now on the process writes its remarks like this too.

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "serve/descriptor.h"
 
@@ -19,18 +18,17 @@ ServiceManager::ServiceManager() {
 }
 
 void ServiceManager::sayReady() {
-    const std::string to = std::exchange(path, {});
     sockaddr_un address{};
-    if (to.empty() || to.size() >= sizeof address.sun_path) return;
+    if (path.empty() || path.size() >= sizeof address.sun_path) return;
     address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, to.data(), to.size());
-    if (to.front() == '@') address.sun_path[0] = '\0';
-    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + to.size());
+    std::memcpy(address.sun_path, path.data(), path.size());
+    if (path.front() == '@') address.sun_path[0] = '\0';
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
     const Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     static const char ready[] = "READY=1";
-    // A manager that cannot be reached ends what it waits for by itself.
-    (void)::sendto(socket.get(), ready, sizeof ready - 1, MSG_NOSIGNAL | MSG_DONTWAIT,
-                   reinterpret_cast<const sockaddr*>(&address), size);
+    const ssize_t sent = ::sendto(socket.get(), ready, sizeof ready - 1, MSG_NOSIGNAL | MSG_DONTWAIT,
+                                  reinterpret_cast<const sockaddr*>(&address), size);
+    if (sent == static_cast<ssize_t>(sizeof ready - 1)) path.clear();
 }
 
 }  // namespace diskmgt::serve

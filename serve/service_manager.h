@@ -10,7 +10,7 @@ public:
     /// Reads NOTIFY_SOCKET and removes it, so that no child has it.
     ServiceManager();
 
-    /// Once; of no effect when no manager waits for it.
+    /// Until it has arrived once; of no effect when no manager waits for it.
     void sayReady();
 
 private:

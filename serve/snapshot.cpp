@@ -28,17 +28,18 @@ std::shared_ptr<const std::string> shared(std::string& text) {
 
 }  // namespace
 
-InstanceSnapshot::InstanceSnapshot(const refhost::ReferenceHost& schemaHost, InstancesHead itsHead,
+InstanceSnapshot::InstanceSnapshot(const refhost::ReferenceHost& schemaHost, InstancesHead instancesHead,
                                    std::string collected)
-    : schema(schemaHost), front(std::move(itsHead)), records(std::move(collected)) {}
+    : schema(schemaHost), itsHead(std::move(instancesHead)), records(std::move(collected)) {}
 
 const ObjectStore& InstanceSnapshot::store() const {
     if (made) return *made;
     std::vector<ServedClass> classes =
         unpacked(records, [this](const std::string& name) { return schema.findClass(name); });
-    std::map<std::string, std::string> whyMissing = front.leftOut;
+    std::map<std::string, std::string> whyMissing = itsHead.leftOut;
     for (const ServedClass& served : classes)
-        if (!served.failure.empty()) whyMissing[served.published.declaration->name] = served.failure;
+        if (!served.failure.empty() && served.published.instances.empty())
+            whyMissing[served.published.declaration->name] = served.failure;
     made = std::make_unique<const ObjectStore>(schema.classes(), instancesOf(classes), std::move(whyMissing));
     records = std::string();
     return *made;

@@ -15,15 +15,15 @@ namespace diskmgt::serve {
 class InstanceSnapshot {
 public:
     /// `collected`: the records behind the head. The host must outlive the snapshot.
-    InstanceSnapshot(const refhost::ReferenceHost& schemaHost, InstancesHead itsHead, std::string collected);
+    InstanceSnapshot(const refhost::ReferenceHost& schemaHost, InstancesHead instancesHead, std::string collected);
 
-    const InstancesHead& head() const { return front; }
+    const InstancesHead& head() const { return itsHead; }
     /// Made when it is first asked for: most collections serve no CIM client.
     const ObjectStore& store() const;
 
 private:
     const refhost::ReferenceHost& schema;
-    const InstancesHead front;
+    const InstancesHead itsHead;
     mutable std::string records;  // empty once the store is made
     mutable std::unique_ptr<const ObjectStore> made;
 };

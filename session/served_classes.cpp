@@ -19,7 +19,8 @@ bool isBeneath(const refhost::ReferenceHost& host, const refhost::ClassDeclarati
 
 /// What plug-ins serve: those of ours, and those that a schema of another plug-in's author declares.
 bool isServed(const refhost::ReferenceHost& host, const std::string& className) {
-    return contains(servedClasses(), className) || !host.findClass(className)->isBuiltIn;
+    const refhost::ClassDeclaration& declared = *host.findClass(className);
+    return contains(servedClasses(), className) || (!declared.isBuiltIn && !declared.isAbstract);
 }
 
 }  // namespace
@@ -62,7 +63,7 @@ std::vector<std::string> requestedClasses(const refhost::ReferenceHost& host, co
             isAnswered = true;
             if (!contains(named, answering) && !contains(requested, answering)) requested.push_back(answering);
         }
-        if (!isAnswered) requested.push_back(name);
+        if (!isAnswered || isServed(host, name)) requested.push_back(name);
     }
     return requested;
 }

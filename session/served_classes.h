@@ -17,7 +17,7 @@ std::vector<std::string> answeringClasses(const refhost::ReferenceHost& host, co
 
 /// What to ask the plug-in for: a class that is not served gives way to the served ones beneath it, each of which is
 /// asked for once. A served class stays as often as it was named, and so does one without a served class beneath it.
-/// Classes that are not built into the host count as served.
+/// Of the classes that are not built into the host all but the abstract ones count as served.
 std::vector<std::string> requestedClasses(const refhost::ReferenceHost& host, const std::vector<std::string>& named);
 
 }  // namespace diskmgt

@@ -67,19 +67,20 @@ void ObjectStore::resolveReferences(StoredObject& object) {
     }
 }
 
+void ObjectStore::requireKnown(const CimClass& cls) const {
+    const auto found = missing.find(cls.name());
+    if (found == missing.end()) return;
+    throw CimFailure(CimStatus::kFailed, "The instances of " + cls.name() + " are not known: " + found->second + ".");
+}
+
 void ObjectStore::requireAll(const CimClass& cls) const {
-    if (missing.empty()) return;
-    for (const CimClass* const one : cls.family) {
-        const auto found = missing.find(one->name());
-        if (found != missing.end())
-            throw CimFailure(CimStatus::kFailed, one->name() + " was not collected: " + found->second + ".");
-    }
+    for (const CimClass* const one : cls.family) requireKnown(*one);
 }
 
 const StoredObject& ObjectStore::find(const InstanceName& name) const {
     const auto found = byIdentity.find(identityOf(classTree, name));
     if (found != byIdentity.end()) return *found->second;
-    requireAll(*classTree.find(name.className));  // there may be one
+    requireKnown(*classTree.find(name.className));  // there may be one
     throw CimFailure(CimStatus::kNotFound, "There is no such instance.");
 }
 

@@ -37,7 +37,7 @@ struct StoredObject {
 class ObjectStore {
 public:
     /// The declarations must outlive the store. Two instances of one path, as clients read it: the first is kept.
-    /// Instances of classes that are not declared are left out. `whyMissing`: classes whose instances are not all
+    /// Instances of classes that are not declared are left out. `whyMissing`: classes whose instances are not
     /// known, and why, as a clause.
     ObjectStore(const std::vector<refhost::ClassDeclaration>& classes, std::vector<refhost::Instance> instances,
                 std::map<std::string, std::string> whyMissing = {});
@@ -56,6 +56,8 @@ public:
     const StoredObject& find(const InstanceName& name) const;
 
 private:
+    /// Of exactly this class.
+    void requireKnown(const CimClass& cls) const;
     /// Null when there is none.
     StoredObject* named(const InstanceName& name) const;
     void resolveReferences(StoredObject& object);

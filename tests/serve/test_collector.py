@@ -55,6 +55,14 @@ def timed(endpoint, path):
     return answer
 
 
+def enumeration(class_name):
+    return f'''<?xml version="1.0" encoding="utf-8"?>
+<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>
+<IMETHODCALL NAME="EnumerateInstances"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="cimv2"/>
+</LOCALNAMESPACEPATH><IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{class_name}"/></IPARAMVALUE></IMETHODCALL>
+</SIMPLEREQ></MESSAGE></CIM>'''
+
+
 def test_killed_in_the_middle_costs_only_freshness(serve):
     endpoint = serve("--max-age", "0", plugin="stalling", listen=("127.0.0.1:0",)).start()
     assert endpoint.ask("/healthz").status == 503
@@ -97,14 +105,6 @@ def test_without_a_plug_in_it_does_not_start(serve, tmp_path):
     endpoint = serve("--plugin", tmp_path / "missing.so")
     assert endpoint.ended() == 3 and "missing.so" in endpoint.said()
     assert endpoint.process.stdout.read() == b""
-
-
-def enumeration(class_name):
-    return f'''<?xml version="1.0" encoding="utf-8"?>
-<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>
-<IMETHODCALL NAME="EnumerateInstances"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="cimv2"/>
-</LOCALNAMESPACEPATH><IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{class_name}"/></IPARAMVALUE></IMETHODCALL>
-</SIMPLEREQ></MESSAGE></CIM>'''
 
 
 def test_front_that_ends_is_started_again(serve):

@@ -56,8 +56,9 @@ class Browser:
 
     def _look(self, *options):
         proxy = f"--proxy-server=http://127.0.0.1:{self.server.server_port}"
-        return subprocess.run([CHROMIUM, *_OPTIONS, f"--user-data-dir={self.folder}/profile", proxy, *options, self.address],
-                              capture_output=True, timeout=120, check=True).stdout
+        profile = f"--user-data-dir={self.folder}/profile"
+        return subprocess.run([CHROMIUM, *_OPTIONS, profile, proxy, *options, self.address], capture_output=True,
+                              timeout=120, check=True).stdout
 
     def elements(self):
         """The page as the browser understood it, as markup."""

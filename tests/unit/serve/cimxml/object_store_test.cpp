@@ -192,10 +192,14 @@ TEST_F(ObjectStores, AClassThatWasNotCollectedIsError1AndNoEmptyList) {
         for (const char* const operation : {"EnumerateInstances", "EnumerateInstanceNames"}) {
             const Answer refused = ask(store, operation, {{"ClassName", classValue(name)}});
             EXPECT_EQ(refused.error(), "1") << operation << ' ' << name;
-            EXPECT_EQ(refused.description(), "VEXSG_LogicalDisk was not collected: a mount does not answer.");
+            EXPECT_EQ(refused.description(),
+                      "The instances of VEXSG_LogicalDisk are not known: a mount does not answer.");
         }
     }
     EXPECT_EQ(ask(store, "GetInstance", {{"InstanceName", named("here")}}).error(), "1");
+    EXPECT_EQ(
+        ask(store, "GetInstance", {{"InstanceName", instanceValue("CIM_LogicalDisk", {{"DeviceID", "x"}})}}).error(),
+        "6");  // known without: no instance is of exactly this class
     EXPECT_EQ(ask(store, "EnumerateInstances", {{"ClassName", classValue("VEXSG_DiskDrive")}}).error(), "");
 }
 
