@@ -5,7 +5,7 @@
 
 namespace diskmgt::serve {
 
-/// Writes the line in one piece, so that lines of several processes do not mix. Whoever reads no lines gets none: a
+/// Writes the line in one piece, so that lines of several processes do not mix. A reader that stops gets no lines: a
 /// full pipe would stop the service. What is longer than such a pipe takes at once (PIPE_BUF) is cut. Two processes
 /// that write at one moment can still fill it, and one of them waits.
 void writeLogLine(const std::string& line);
