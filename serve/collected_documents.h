@@ -1,11 +1,9 @@
 // One collection on its way from the collector to the front: the instances, then the texts that are made of them.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "session/packed_classes.h"
 
