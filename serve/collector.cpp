@@ -1,12 +1,12 @@
 #include "serve/collector.h"
 
+#include <malloc.h>
 #include <poll.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 #include "formats/inventory_html.h"
@@ -18,6 +18,8 @@
 #include "inventory/server_account.h"
 #include "serve/collected_documents.h"
 #include "serve/frames.h"
+#include "serve/passed_descriptor.h"
+#include "serve/progress_note.h"
 #include "session/packed_classes.h"
 #include "terminal/remarks.h"
 #include "text/command_error.h"
@@ -27,6 +29,8 @@ namespace diskmgt::serve {
 namespace {
 
 constexpr unsigned kAfterTheKeeper = 5;  // seconds that this process gives itself more than the front does
+constexpr std::size_t kLongestWord = 64;
+constexpr int kKeptMemory = 4 << 20;  // bytes
 
 /// False: whoever asked has gone.
 bool writeWhole(int connection, const std::string& bytes) {
@@ -66,12 +70,15 @@ public:
         : options(asked), connection(theConnection), session(sessionOptions(asked)) {}
 
     int run() {
+        // What a collection frees the next one needs: asking the kernel anew each time costs a twentieth of it.
+        (void)::mallopt(M_TRIM_THRESHOLD, kKeptMemory);
         endAfterLimit();
         (void)session.load();  // whose path may be relative
         (void)::alarm(0);
         if (::chdir("/") != 0)
             return kFailureReported;  // sources of mounts are looked up as they are, wherever this began
-        if (!writeWhole(connection, framed(FrameKind::kReady, ""))) return kDone;
+        const std::string ready = framed(FrameKind::kReady, "");
+        if (sendWithDescriptor(connection, ready, note.descriptor()) != static_cast<ssize_t>(ready.size())) return kDone;
         const std::string name = hostName();
         for (;;) {
             const std::string word = nextWord();
@@ -88,21 +95,24 @@ public:
 private:
     /// Empty: the connection has ended.
     std::string nextWord() {
-        std::string word;
         for (;;) {
+            const std::size_t end = unread.find('\n');
+            if (end != std::string::npos || unread.size() > kLongestWord) {
+                const std::string word = unread.substr(0, end);
+                unread.erase(0, end == std::string::npos ? end : end + 1);
+                return word.empty() ? "?" : word;
+            }
             pollfd waited{connection, POLLIN, 0};
             const int patience =
                 left.count() == 0 ? -1 : 1000;  // milliseconds between two looks at what may have ended
             const int ready = ::poll(&waited, 1, patience);
             left.reap();
             if (ready <= 0) continue;
-            char letter = 0;
-            const ssize_t count = ::read(connection, &letter, 1);
+            char piece[64];
+            const ssize_t count = ::read(connection, piece, sizeof piece);
             if (count < 0 && errno == EINTR) continue;
             if (count <= 0) return "";
-            if (letter == '\n') return word.empty() ? "?" : word;
-            word += letter;
-            if (word.size() > std::strlen("collect")) return word;
+            unread.append(piece, static_cast<std::size_t>(count));
         }
     }
 
@@ -116,21 +126,19 @@ private:
         endAfterLimit();
         readMachineAccountAnew();
         std::string known;
-        bool isHeard = true;
         InstancesHead head;
         head.systemName = hostName();
         const ResidentCollection resident{
             [&known](const std::string& record) { known += record; },
-            [this, &isHeard](const std::string& clause) {
-                isHeard = isHeard && writeWhole(connection, framed(FrameKind::kNote, clause));
-            },
+            [this](const std::string& clause) { note.write(clause); },
             [&head](const std::string& className, const std::string& why) { head.leftOut.emplace(className, why); },
             left};
         collectAccount(session, resident);
         ServedClass system;
         system.published = {session.host().findClass(kHostingSystem), session.host().instances(kHostingSystem)};
-        isHeard =
-            isHeard && writeWhole(connection, framed(FrameKind::kInstances, packed(head) + known + packed(system)));
+        note.write("writing the documents");
+        const std::string instances = packed(head) + known + packed(system);
+        if (!writeWhole(connection, framed(FrameKind::kInstances, instances))) return false;
         CollectedDocuments documents;
         {
             Collection collection = readCollection(session, known, {});
@@ -141,7 +149,8 @@ private:
             documents.page = inventoryPage(account);
         }
         session.host().clear();
-        isHeard = isHeard && writeWhole(connection, framed(FrameKind::kDocuments, packed(documents)));
+        const bool isHeard = writeWhole(connection, framed(FrameKind::kDocuments, packed(documents)));
+        note.write("");
         (void)::alarm(0);
         return isHeard;
     }
@@ -149,7 +158,9 @@ private:
     const CollectorOptions options;
     const int connection;
     PluginSession session;
+    std::string unread;  // what came behind a word
     LeftProcesses left;
+    ProgressNote note;
 };
 
 }  // namespace

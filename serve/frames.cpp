@@ -23,8 +23,8 @@ std::optional<Frame> FrameReader::next() {
     std::uint64_t length = 0;
     std::memcpy(&length, bytes.data() + 1, sizeof length);
     const auto kind = static_cast<FrameKind>(bytes.front());
-    const bool isKnown = kind == FrameKind::kReady || kind == FrameKind::kNote || kind == FrameKind::kInstances ||
-                         kind == FrameKind::kDocuments;
+    const bool isKnown =
+        kind == FrameKind::kReady || kind == FrameKind::kInstances || kind == FrameKind::kDocuments;
     broken = !isKnown || length > kLongest;
     if (broken) return std::nullopt;
     if (bytes.size() - kHeadBytes < length) {

@@ -8,8 +8,7 @@
 namespace diskmgt::serve {
 
 enum class FrameKind : char {
-    kReady = 'r',  // the plug-in is loaded; empty
-    kNote = 'n',   // what the collector is at, as a clause
+    kReady = 'r',  // the plug-in is loaded; empty, with the descriptor of a `ProgressNote`
     // A collection, see collected_documents.h: first
     kInstances = 'i',
     // and then

@@ -43,16 +43,20 @@ void Freshness::collect() {
     if (isCollecting || !hasCollector || waiting.empty()) return;
     if (!around.askCollector()) return;
     isCollecting = true;
-    isAt.clear();
     beganNs = around.nowNs();
     const std::uint64_t number = ++collection;
     if (limitNs > 0) around.after(wholeMilliseconds(limitNs), [this, number] { lookAtLimit(number); });
 }
 
+std::string Freshness::whileAt() const {
+    const std::string isAt = around.collectorIsAt();
+    return isAt.empty() ? "" : " while " + isAt;
+}
+
 void Freshness::lookAtLimit(std::uint64_t number) {
     if (!isCollecting || number != collection) return;
     lastEnd = "the last collection was given up after " + decimalText(static_cast<double>(limitNs) / 1e9) + " s" +
-              (isAt.empty() ? "" : " while " + isAt);
+              whileAt();
     around.endCollector();
 }
 
@@ -92,6 +96,7 @@ std::string Freshness::whyNotFresh() const {
     if (!hasCollector && !trouble.empty()) return trouble;
     if (isCollecting) {
         const std::int64_t seconds = (around.nowNs() - beganNs) / 1000000000;
+        const std::string isAt = around.collectorIsAt();
         return "collecting for " + (seconds == 0 ? "less than 1" : std::to_string(seconds)) + " s, " +
                (isAt.empty() ? "reading the machine" : isAt);
     }
@@ -108,7 +113,7 @@ void Freshness::collectorCame() {
 
 void Freshness::collectorWent() {
     if (isCollecting && lastEnd.empty())
-        lastEnd = "the collector ended" + (isAt.empty() ? "" : " while " + isAt) + " and is started again";
+        lastEnd = "the collector ended" + whileAt() + " and is started again";
     hasCollector = isCollecting = false;
 }
 
@@ -119,7 +124,6 @@ void Freshness::instancesCame(std::shared_ptr<const InstanceSnapshot> instances)
 
 void Freshness::collected(std::shared_ptr<const Snapshot> snapshot) {
     isCollecting = false;
-    isAt.clear();
     lastEnd.clear();
     latest = std::move(snapshot);
     answerAll([](const Waiting& one) { return one.wanted == Wanted::kDocuments; }, true);

@@ -23,8 +23,9 @@ public:
     struct Surroundings {
         std::function<std::int64_t()> nowNs;  // of the steady clock
         std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;
-        std::function<bool()> askCollector;  // false: there is none
-        std::function<void()> endCollector;  // it is past the limit
+        std::function<bool()> askCollector;         // false: there is none
+        std::function<std::string()> collectorIsAt;  // what the one that was asked is at, as a clause; empty: unknown
+        std::function<void()> endCollector;         // it is past the limit
     };
 
     static constexpr std::chrono::milliseconds kPatience{900};  // of a request, so that it is answered within a second
@@ -46,8 +47,8 @@ public:
 
     // What comes from outside.
     void collectorCame();
+    /// What it was at can still be asked.
     void collectorWent();
-    void collectorIsAt(const std::string& clause) { isAt = clause; }
     void instancesCame(std::shared_ptr<const InstanceSnapshot> instances);
     void collected(std::shared_ptr<const Snapshot> snapshot);
     /// Why there will be no collector for a while; empty: one is started.
@@ -68,6 +69,8 @@ private:
     void answerThoseWhoseTimeIsUp();
     static void answer(const Waiting& one, bool isFresh) noexcept;
     void lookAtLimit(std::uint64_t number);
+    /// " while serving VEXSG_DiskDrive", or nothing.
+    std::string whileAt() const;
 
     const Surroundings around;
     const std::int64_t maxAgeNs;
@@ -79,7 +82,6 @@ private:
     bool isCollecting = false;
     std::uint64_t collection = 0;  // counts them
     std::int64_t beganNs = 0;
-    std::string isAt;     // what the collector is at
     std::string trouble;  // why there is no collector
     std::string lastEnd;  // how the last collection ended when it did not succeed
 };

@@ -23,6 +23,8 @@
 #include "serve/http/server.h"
 #include "serve/inventory_site.h"
 #include "serve/log_line.h"
+#include "serve/passed_descriptor.h"
+#include "serve/progress_note.h"
 #include "serve/rights.h"
 #include "serve/snapshot.h"
 #include "terminal/remarks.h"
@@ -96,7 +98,8 @@ private:
     Freshness::Surroundings surroundings() {
         return {&worker::steadyNanoseconds,
                 [this](milliseconds delay, std::function<void()> due) { server.after(delay, std::move(due)); },
-                [this] { return askCollector(); }, [this] { leaveCollector(); }};
+                [this] { return askCollector(); }, [this] { return readProgressNote(note.get()); },
+                [this] { leaveCollector(); }};
     }
 
     void listenToKeeper() {
@@ -154,6 +157,7 @@ private:
         server.unwatch(collector.get());
         collector.close();
         freshness.collectorWent();
+        note.close();
     }
 
     bool askCollector() {
@@ -164,10 +168,11 @@ private:
 
     void listenToCollector() {
         char piece[65536];
-        const ssize_t count = ::recv(collector.get(), piece, sizeof piece, MSG_DONTWAIT);
-        if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
-        if (count <= 0) return leaveCollector();
-        frames.append(piece, static_cast<std::size_t>(count));
+        ReceivedBytes received = receiveWithDescriptor(collector.get(), piece, sizeof piece);
+        if (received.count < 0 && errno == EAGAIN) return;
+        if (received.count <= 0) return leaveCollector();
+        if (received.descriptor.isOpen()) note = std::move(received.descriptor);
+        frames.append(piece, static_cast<std::size_t>(received.count));
         std::optional<Frame> frame;
         while (collector.isOpen() && (frame = frames.next())) take(*frame);
         if (!collector.isOpen() || !frames.isBroken()) return;
@@ -176,7 +181,6 @@ private:
     }
 
     void take(Frame& frame) {
-        if (frame.kind == FrameKind::kNote) freshness.collectorIsAt(frame.payload);
         if (frame.kind == FrameKind::kInstances) takeInstances(frame);
         if (frame.kind == FrameKind::kDocuments) takeDocuments(frame);
     }
@@ -215,6 +219,7 @@ private:
     InventorySite site;
     HttpServer server;
     Descriptor collector;
+    Descriptor note;  // the collector's progress
     FrameReader frames;
     std::optional<Beginning> begun;  // of the collection whose documents are to come
 };

@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import signal
 import sys
 import time
@@ -69,6 +70,17 @@ def test_killed_in_the_middle_costs_only_freshness(serve):
     os.kill(endpoint.collector, signal.SIGKILL)
     answer = endpoint.ask("/metrics")
     assert answer.status == 503 and answer.text.startswith("Nothing is known yet: ")
+
+
+def test_health_says_what_a_collection_is_at(serve):
+    endpoint = serve(plugin="stalling").start()
+    assert re.fullmatch(r"collecting for .* s, serving VEXSG_LogicalDisk\.\n", endpoint.ask("/healthz").text)
+
+
+def test_health_says_what_a_collector_died_of(serve):
+    endpoint = serve(plugin="crashing").start()
+    wait_until(lambda: "the collector ended while serving VEXSG_DiskDrive" in endpoint.ask("/healthz").text,
+               "it is known what it was at")
 
 
 def test_what_was_known_is_answered_while_a_collector_is_replaced(serve):

@@ -6,7 +6,7 @@
 using namespace diskmgt::serve;
 
 TEST(Frames, AreReadHoweverTheyAreCut) {
-    const std::string bytes = framed(FrameKind::kNote, "serving") + framed(FrameKind::kReady, "") +
+    const std::string bytes = framed(FrameKind::kInstances, "instances") + framed(FrameKind::kReady, "") +
                               framed(FrameKind::kDocuments, std::string(100000, 'x'));
     for (const std::size_t piece : {std::size_t{1}, std::size_t{9}, std::size_t{4096}, bytes.size()}) {
         FrameReader reader;
@@ -18,16 +18,16 @@ TEST(Frames, AreReadHoweverTheyAreCut) {
                 texts += frame->payload;
             }
         }
-        EXPECT_EQ(kinds, "nrd");
-        EXPECT_EQ(texts, "serving" + std::string(100000, 'x'));
+        EXPECT_EQ(kinds, "ird");
+        EXPECT_EQ(texts, "instances" + std::string(100000, 'x'));
         EXPECT_FALSE(reader.isBroken());
     }
 }
 
 TEST(Frames, OfAnUnknownKindOrTooLongBreakTheStream) {
-    std::string unknown = framed(FrameKind::kNote, "text");
+    std::string unknown = framed(FrameKind::kInstances, "text");
     unknown[0] = '?';
-    std::string tooLong = framed(FrameKind::kNote, "text");
+    std::string tooLong = framed(FrameKind::kInstances, "text");
     tooLong[8] = '\x7f';
     for (const std::string& bytes : {unknown, tooLong}) {
         FrameReader reader;
