@@ -3,10 +3,12 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "serve/cimxml/operations.h"
 #include "serve/snapshot.h"
 #include "terminal/remarks.h"
+#include "text/wording.h"
 
 namespace diskmgt::serve {
 
@@ -42,6 +44,12 @@ SiteAnswer notYet(const std::string& why) {
     return answer;
 }
 
+/// Of RFC 9110 and RFC 5789, but for those that come as another or not at all.
+bool isKnownMethod(const std::string& method) {
+    static const std::vector<std::string> known = {"GET", "POST", "PUT", "DELETE", "OPTIONS", "TRACE", "PATCH"};
+    return contains(known, method);
+}
+
 }  // namespace
 
 struct InventorySite::Page {
@@ -70,7 +78,9 @@ const InventorySite::Page* InventorySite::pageAt(const std::string& path) {
 void InventorySite::answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) {
     ++requestCount;
     const Page* const page = pageAt(request.path);
-    if (page == nullptr) return done(plain(404, "There is nothing here; see /, /inventory.json, /metrics, /healthz."));
+    if (page == nullptr) return done(plain(404, "There is nothing here; see /, /inventory.json, /metrics, /healthz, /cimom."));
+    // Clients that begin with M-POST go on with POST then.
+    if (!isKnownMethod(request.method)) return done(plain(501, "This method is not offered here."));
     if (request.method != page->method) {
         SiteAnswer refusal = plain(405, std::string("Use ") + page->method + " here.");
         const bool isRead = std::string(page->method) == "GET";

@@ -68,6 +68,13 @@ def test_other_paths_and_methods_are_refused(serve):
     assert (refused.status, refused.headers["allow"]) == (405, "POST")
 
 
+def test_clients_that_begin_with_an_extended_post_are_told_to_fall_back(serve):
+    endpoint = serve().start()
+    extended = {"Man": "http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=40", "40-CIMOperation": "MethodCall"}
+    assert endpoint.ask("/cimom", "M-POST", body="", **extended).status == 501
+    assert endpoint.ask("/cimom", "POST", body="").status == 400  # what that client sends next is read
+
+
 def test_what_is_no_cim_request_is_refused_in_a_sentence(serve):
     refused = serve().start().ask("/cimom", "POST", body="no XML")
     assert (refused.status, refused.headers["cimerror"]) == (400, "request-not-well-formed")

@@ -17,7 +17,7 @@ from machine.session import Session  # noqa: E402
 
 from endpoint import Endpoint, virtual_options  # noqa: E402
 
-WBEMCLI = shutil.which("wbemcli")
+CLIENTS = {"test_wbemcli": {"wbemcli": "sblim-wbemcli"}, "test_grammar": {"xmllint": "libxml2-utils"}}
 
 
 def pytest_collection_modifyitems(items):
@@ -25,8 +25,9 @@ def pytest_collection_modifyitems(items):
     for item in items:
         if missing:
             item.add_marker(pytest.mark.skip(reason=missing))
-        if not WBEMCLI:
-            item.add_marker(pytest.mark.skip(reason="the package sblim-wbemcli is missing"))
+        for tool, package in CLIENTS[item.path.stem].items():
+            if not shutil.which(tool):
+                item.add_marker(pytest.mark.skip(reason=f"the package {package} is missing"))
 
 
 @pytest.fixture(scope="session")
@@ -82,7 +83,7 @@ class Wbemcli:
 
     def run(self, *options, path="", lists=(), status=0):
         """Standard output for an operation with its options on the object path."""
-        command = [WBEMCLI, *options, f"http://{self.place}{path}", *lists]
+        command = ["wbemcli", *options, f"http://{self.place}{path}", *lists]
         done = subprocess.run(command, capture_output=True, check=False, timeout=60,
                               env={"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"})
         assert done.returncode == status, (command, done.stderr)

@@ -1,0 +1,111 @@
+"""Every answer keeps to the declared elements and types, so that clients that check them read it."""
+
+import http.client
+import re
+import subprocess
+import xml.etree.ElementTree as ElementTree
+from pathlib import Path
+
+import pytest
+
+GRAMMAR = Path(__file__).with_name("answers.dtd")
+REQUEST = ('<?xml version="1.0" encoding="utf-8"?>\n<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1001" '
+           'PROTOCOLVERSION="1.0"><SIMPLEREQ><IMETHODCALL NAME="{operation}"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/>'
+           '<NAMESPACE NAME="cimv2"/></LOCALNAMESPACEPATH>{parameters}</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>')
+RANGES = {f"{sign}int{bits}": ((0, 2 ** bits) if sign == "u" else (-2 ** (bits - 1), 2 ** (bits - 1)))
+          for sign in "us" for bits in (8, 16, 32, 64)}
+FORMS = {"boolean": r"TRUE|FALSE", "datetime": r"\d{14}\.[\d*]{6}([+-]\d{3}|:000)", "real32": r"\S+", "real64": r"\S+",
+         "string": r"[\s\S]*", "char16": r"[\s\S]"}
+DETAILS = {"LocalOnly": "FALSE", "IncludeQualifiers": "TRUE", "IncludeClassOrigin": "TRUE"}
+
+
+def parameter(name, markup):
+    return f'<IPARAMVALUE NAME="{name}">{markup}</IPARAMVALUE>'
+
+
+def flags(*names):
+    return "".join(parameter(name, f"<VALUE>{DETAILS.get(name, 'TRUE')}</VALUE>") for name in names)
+
+
+def class_parameter(name, of="ClassName"):
+    return parameter(of, f'<CLASSNAME NAME="{name}"/>')
+
+
+def is_of_type(text, declared):
+    if declared in RANGES:
+        low, end = RANGES[declared]
+        return re.fullmatch(r"-?\d+", text) is not None and low <= int(text) < end
+    return re.fullmatch(FORMS[declared], text) is not None
+
+
+class Reader:
+    """Asks an endpoint and reads each answer as a strict client does."""
+
+    def __init__(self, endpoint):
+        self.connection = http.client.HTTPConnection("127.0.0.1", endpoint.port, timeout=60)
+        self.answers = 0
+
+    def ask(self, operation, *parameters):
+        request = REQUEST.format(operation=operation, parameters="".join(parameters))
+        self.connection.request("POST", "/cimom", request.encode("utf-8"), {
+            "Content-Type": 'application/xml; charset="utf-8"', "CIMOperation": "MethodCall", "CIMMethod": operation,
+            "CIMObject": "root/cimv2", "Accept-Encoding": "identity"})
+        answer = self.connection.getresponse()
+        body = answer.read()
+        assert answer.status == 200, body
+        self.answers += 1
+        checked = subprocess.run(["xmllint", "--nonet", "--noout", "--huge", "--dtdvalid", str(GRAMMAR), "-"], input=body,
+                                 capture_output=True, check=False)
+        assert checked.returncode == 0, (operation, parameters, checked.stderr[:2000])
+        root = ElementTree.fromstring(body)
+        self.look_at_types(root)
+        assert root.find(".//IMETHODRESPONSE").get("NAME") == operation and root.find("MESSAGE").get("ID") == "1001"
+        return root
+
+    @staticmethod
+    def look_at_types(root):
+        for element in root.iter():
+            declared = element.get("TYPE")
+            if element.tag == "KEYVALUE" and declared:
+                numeric = declared in RANGES
+                assert element.get("VALUETYPE") == ("numeric" if numeric else declared), element.attrib
+            if not declared or element.tag == "CLASS":
+                continue
+            values = [element] if element.tag == "KEYVALUE" else element.findall("VALUE") + element.findall("VALUE.ARRAY/VALUE")
+            for value in values:
+                assert is_of_type(value.text or "", declared), (element.attrib, value.text)
+
+
+@pytest.mark.parametrize("name", ["hostile-names", "whole-server", "mount-table"])
+def test_answers_keep_to_the_declared_elements_and_types(endpoint, name):
+    reader = Reader(endpoint(name))
+    reader.ask("EnumerateClassNames", flags("DeepInheritance"))
+    classes = reader.ask("EnumerateClasses", flags("DeepInheritance", *DETAILS))
+    reader.ask("EnumerateClasses")
+    for cls in classes.iter("CLASS"):
+        of = cls.get("NAME")
+        reader.ask("GetClass", class_parameter(of))
+        reader.ask("EnumerateInstanceNames", class_parameter(of))
+        reader.ask("EnumerateInstances", class_parameter(of), flags("DeepInheritance", *DETAILS))
+        reader.ask("AssociatorNames", class_parameter(of, "ObjectName"))
+        reader.ask("References", class_parameter(of, "ObjectName"), flags("IncludeQualifiers", "IncludeClassOrigin"))
+    found = reader.ask("EnumerateInstanceNames", class_parameter("CIM_ManagedElement"))
+    found = list(found.iter("INSTANCENAME")) + list(
+        reader.ask("EnumerateInstanceNames", class_parameter("CIM_Dependency")).find(".//IRETURNVALUE"))
+    assert len(found) > 5
+    for instance in found:
+        named = ElementTree.tostring(instance, encoding="unicode")
+        answer = reader.ask("GetInstance", parameter("InstanceName", named), flags(*DETAILS))
+        assert answer.find(".//ERROR") is None, named
+        for operation in ("Associators", "AssociatorNames", "References", "ReferenceNames"):
+            assert reader.ask(operation, parameter("ObjectName", named)).find(".//ERROR") is None
+
+
+def test_errors_keep_to_the_declared_elements(endpoint):
+    reader = Reader(endpoint("hostile-names"))
+    for operation, parameters, code in [
+            ("GetClass", class_parameter("VEXSG_Nothing"), "5"), ("GetClass", "", "4"),
+            ("GetInstance", parameter("InstanceName", '<INSTANCENAME CLASSNAME="VEXSG_DiskDrive"/>'), "6"),
+            ("EnumerateQualifiers", "", "7"), ("OpenEnumerateInstances", class_parameter("VEXSG_DiskDrive"), "7"),
+            ("ExecQuery", "", "7"), ("GetClass", class_parameter('x&quot;&lt;&amp;'), "5")]:
+        assert reader.ask(operation, parameters).find(".//ERROR").get("CODE") == code
