@@ -1,12 +1,14 @@
 #include "serve/collector.h"
 
-#include <malloc.h>
 #include <poll.h>
+#include <sys/uio.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 #include "formats/inventory_html.h"
@@ -16,8 +18,9 @@
 #include "inventory/collector.h"
 #include "inventory/machine_account.h"
 #include "inventory/server_account.h"
-#include "serve/collected_documents.h"
 #include "serve/frames.h"
+#include "serve/instances_head.h"
+#include "serve/memory_use.h"
 #include "serve/passed_descriptor.h"
 #include "serve/progress_note.h"
 #include "session/packed_classes.h"
@@ -30,16 +33,23 @@ namespace {
 
 constexpr unsigned kAfterTheKeeper = 5;  // seconds that this process gives itself more than the front does
 constexpr std::size_t kLongestWord = 64;
-constexpr int kKeptMemory = 4 << 20;  // bytes
 
 /// False: whoever asked has gone.
-bool writeWhole(int connection, const std::string& bytes) {
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t count = ::write(connection, bytes.data() + written, bytes.size() - written);
+bool writeFrame(int connection, FrameKind kind, const std::string& payload) {
+    const std::string head = frameHead(kind, payload.size());
+    std::string_view left[] = {head, payload};
+    while (!left[0].empty() || !left[1].empty()) {
+        iovec parts[2];
+        for (int i = 0; i < 2; ++i) parts[i] = {const_cast<char*>(left[i].data()), left[i].size()};
+        const ssize_t count = ::writev(connection, parts, 2);
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) return false;
-        written += static_cast<std::size_t>(count);
+        auto written = static_cast<std::size_t>(count);
+        for (std::string_view& part : left) {
+            const std::size_t ofThis = std::min(written, part.size());
+            part.remove_prefix(ofThis);
+            written -= ofThis;
+        }
     }
     return true;
 }
@@ -70,14 +80,13 @@ public:
         : options(asked), connection(theConnection), session(sessionOptions(asked)) {}
 
     int run() {
-        // What a collection frees the next one needs: asking the kernel anew each time costs a twentieth of it.
-        (void)::mallopt(M_TRIM_THRESHOLD, kKeptMemory);
+        reuseMemory();
         endAfterLimit();
         (void)session.load();  // whose path may be relative
         (void)::alarm(0);
         if (::chdir("/") != 0)
             return kFailureReported;  // sources of mounts are looked up as they are, wherever this began
-        const std::string ready = framed(FrameKind::kReady, "");
+        const std::string ready = frameHead(FrameKind::kReady, 0);
         if (sendWithDescriptor(connection, ready, note.descriptor()) != static_cast<ssize_t>(ready.size())) return kDone;
         const std::string name = hostName();
         for (;;) {
@@ -137,23 +146,24 @@ private:
         ServedClass system;
         system.published = {session.host().findClass(kHostingSystem), session.host().instances(kHostingSystem)};
         note.write("writing the documents");
-        const std::string instances = packed(head) + known + packed(system);
-        if (!writeWhole(connection, framed(FrameKind::kInstances, instances))) return false;
-        CollectedDocuments documents;
-        {
-            Collection collection = readCollection(session, known, {});
-            const ServerAccount account = joinAccounts(machineAccount(), collection);
-            documents.stall = stallOf(account);
-            documents.json = inventoryJson(account, {});
-            documents.metrics = inventoryMetrics(account);
-            documents.page = inventoryPage(account);
-        }
-        session.host().clear();
-        const bool isHeard = writeWhole(connection, framed(FrameKind::kDocuments, packed(documents)));
+        const bool isHeard = send(FrameKind::kInstances, packed(head) + known + packed(system)) && sendDocuments(known);
         note.write("");
+        session.host().clear();
         (void)::alarm(0);
+        giveBackMemory();
         return isHeard;
     }
+
+    /// One after the other, so that no two lie here at once.
+    bool sendDocuments(const std::string& known) {
+        Collection collection = readCollection(session, known, {});
+        const ServerAccount account = joinAccounts(machineAccount(), collection);
+        return send(FrameKind::kJson, inventoryJson(account, {})) &&
+               send(FrameKind::kMetrics, inventoryMetrics(account)) &&
+               send(FrameKind::kPage, inventoryPage(account)) && send(FrameKind::kEnd, stallOf(account));
+    }
+
+    bool send(FrameKind kind, const std::string& payload) const { return writeFrame(connection, kind, payload); }
 
     const CollectorOptions options;
     const int connection;

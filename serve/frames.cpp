@@ -1,6 +1,8 @@
 #include "serve/frames.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace diskmgt::serve {
 
@@ -8,33 +10,43 @@ namespace {
 
 constexpr std::size_t kHeadBytes = 1 + sizeof(std::uint64_t);
 
+bool isKnown(char kind) { return kind != '\0' && std::strchr("rijmpe", kind) != nullptr; }
+
 }  // namespace
 
-std::string framed(FrameKind kind, const std::string& payload) {
-    const std::uint64_t length = payload.size();
-    std::string frame(1, static_cast<char>(kind));
-    frame.reserve(kHeadBytes + payload.size());
-    frame.append(reinterpret_cast<const char*>(&length), sizeof length);
-    return frame += payload;
+std::string frameHead(FrameKind kind, std::uint64_t length) {
+    std::string head(1, static_cast<char>(kind));
+    return head.append(reinterpret_cast<const char*>(&length), sizeof length);
+}
+
+void FrameReader::readHead() {
+    std::memcpy(&length, head.data() + 1, sizeof length);
+    broken = !isKnown(head.front()) || length > kLongest;
+    if (broken) return;
+    begun.kind = static_cast<FrameKind>(head.front());
+    begun.payload.reserve(length);  // once, and not twice as much
+}
+
+void FrameReader::append(const char* from, std::size_t size) {
+    while (size > 0 && !broken) {
+        const bool isHead = head.size() < kHeadBytes;
+        const std::size_t taken =
+            std::min<std::uint64_t>(size, isHead ? kHeadBytes - head.size() : length - begun.payload.size());
+        (isHead ? head : begun.payload).append(from, taken);
+        from += taken;
+        size -= taken;
+        if (head.size() < kHeadBytes) return;
+        if (isHead) readHead();
+        if (broken || begun.payload.size() < length) continue;
+        whole.push_back(std::exchange(begun, Frame()));
+        head.clear();
+    }
 }
 
 std::optional<Frame> FrameReader::next() {
-    if (broken || bytes.size() < kHeadBytes) return std::nullopt;
-    std::uint64_t length = 0;
-    std::memcpy(&length, bytes.data() + 1, sizeof length);
-    const auto kind = static_cast<FrameKind>(bytes.front());
-    const bool isKnown =
-        kind == FrameKind::kReady || kind == FrameKind::kInstances || kind == FrameKind::kDocuments;
-    broken = !isKnown || length > kLongest;
-    if (broken) return std::nullopt;
-    if (bytes.size() - kHeadBytes < length) {
-        bytes.reserve(kHeadBytes + length);  // once, and not twice as much
-        return std::nullopt;
-    }
-    Frame frame{kind, bytes.substr(kHeadBytes, length)};
-    std::string rest = bytes.substr(kHeadBytes + length);
-    rest.shrink_to_fit();
-    bytes.swap(rest);
+    if (whole.empty()) return std::nullopt;
+    Frame frame = std::move(whole.front());
+    whole.pop_front();
     return frame;
 }
 

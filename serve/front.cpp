@@ -15,14 +15,15 @@
 #include <utility>
 
 #include "refhost/api/reference_host.h"
-#include "serve/collected_documents.h"
 #include "serve/control.h"
 #include "serve/frames.h"
 #include "serve/freshness.h"
 #include "serve/front_settings.h"
 #include "serve/http/server.h"
+#include "serve/instances_head.h"
 #include "serve/inventory_site.h"
 #include "serve/log_line.h"
+#include "serve/memory_use.h"
 #include "serve/passed_descriptor.h"
 #include "serve/progress_note.h"
 #include "serve/rights.h"
@@ -154,6 +155,7 @@ private:
     void forgetCollector() {
         if (!collector.isOpen()) return;
         begun.reset();
+        documents = CollectedDocuments();
         server.unwatch(collector.get());
         collector.close();
         freshness.collectorWent();
@@ -181,8 +183,24 @@ private:
     }
 
     void take(Frame& frame) {
-        if (frame.kind == FrameKind::kInstances) takeInstances(frame);
-        if (frame.kind == FrameKind::kDocuments) takeDocuments(frame);
+        switch (frame.kind) {
+            case FrameKind::kReady:
+                return;
+            case FrameKind::kInstances:
+                return takeInstances(frame);
+            case FrameKind::kJson:
+                documents.json = std::move(frame.payload);
+                return;
+            case FrameKind::kMetrics:
+                documents.metrics = std::move(frame.payload);
+                return;
+            case FrameKind::kPage:
+                documents.page = std::move(frame.payload);
+                return;
+            case FrameKind::kEnd:
+                documents.stall = std::move(frame.payload);
+                return takeDocuments();
+        }
     }
 
     void takeInstances(Frame& frame) {
@@ -193,11 +211,10 @@ private:
             std::make_shared<const InstanceSnapshot>(schema, std::move(*head), std::move(frame.payload)));
     }
 
-    void takeDocuments(const Frame& frame) {
-        std::optional<CollectedDocuments> documents = unpackedDocuments(frame.payload);
-        if (!begun || !documents) return replaceCollector();
-        freshness.collected(
-            std::make_shared<const Snapshot>(*std::exchange(begun, std::nullopt), std::move(*documents)));
+    void takeDocuments() {
+        CollectedDocuments taken = std::exchange(documents, CollectedDocuments());
+        if (!begun || taken.json.empty() || taken.metrics.empty() || taken.page.empty()) return replaceCollector();
+        freshness.collected(std::make_shared<const Snapshot>(*std::exchange(begun, std::nullopt), std::move(taken)));
     }
 
     void replaceCollector() {
@@ -221,7 +238,9 @@ private:
     Descriptor collector;
     Descriptor note;  // the collector's progress
     FrameReader frames;
-    std::optional<Beginning> begun;  // of the collection whose documents are to come
+    // Of the collection that is on its way.
+    std::optional<Beginning> begun;
+    CollectedDocuments documents;
 };
 
 }  // namespace
@@ -237,6 +256,7 @@ int runFront(unsigned user, unsigned group) {
     closeInOnItself();
     writeRemarksAsLogLines();
     if (::chdir("/") != 0) return kFailureReported;
+    separateDocuments();
     try {
         Front(firstSettings()).run();
     } catch (const SettingsError& refused) {

@@ -7,7 +7,7 @@
 
 #include "refhost/api/reference_host.h"
 #include "serve/cimxml/object_store.h"
-#include "serve/collected_documents.h"
+#include "serve/instances_head.h"
 
 namespace diskmgt::serve {
 
@@ -26,6 +26,11 @@ private:
     const InstancesHead itsHead;
     mutable std::string records;  // empty once the store is made
     mutable std::unique_ptr<const ObjectStore> made;
+};
+
+struct CollectedDocuments {
+    std::string json, metrics, page;
+    std::string stall;  // a sentence about a mount that does not answer; empty: all answer
 };
 
 /// The texts that are served as they are.

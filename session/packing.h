@@ -21,7 +21,6 @@ enum class RecordKind : std::uint8_t {
     kCheckEnded,
     kFinding,
     kServedFacts,
-    kDocuments,
     kInstancesHead,
     kSettings
 };

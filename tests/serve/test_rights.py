@@ -45,7 +45,8 @@ def test_front_maps_no_plug_in_and_has_no_file_open(endpoint):
     collectors = Path(f"/proc/{endpoint.collector}/maps").read_text(encoding="utf-8")
     assert "libdiskmgt.pi" in collectors
     held = [os.readlink(entry) for entry in Path(f"/proc/{endpoint.front}/fd").iterdir() if int(entry.name) > 2]
-    assert all(re.match(r"socket:|anon_inode:|pipe:", target) for target in held), held
+    files = [target for target in held if not re.match(r"socket:|anon_inode:|pipe:", target)]
+    assert files in ([], ["/memfd:progress (deleted)"])  # sealed memory of the collector
 
 
 @pytest.mark.skipif(os.geteuid() != 0, reason="without root there is nothing to give up")

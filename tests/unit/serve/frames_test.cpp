@@ -5,9 +5,15 @@
 
 using namespace diskmgt::serve;
 
+namespace {
+
+std::string framed(FrameKind kind, const std::string& payload) { return frameHead(kind, payload.size()) + payload; }
+
+}  // namespace
+
 TEST(Frames, AreReadHoweverTheyAreCut) {
     const std::string bytes = framed(FrameKind::kInstances, "instances") + framed(FrameKind::kReady, "") +
-                              framed(FrameKind::kDocuments, std::string(100000, 'x'));
+                              framed(FrameKind::kPage, std::string(100000, 'x')) + framed(FrameKind::kEnd, "");
     for (const std::size_t piece : {std::size_t{1}, std::size_t{9}, std::size_t{4096}, bytes.size()}) {
         FrameReader reader;
         std::string kinds, texts;
@@ -18,18 +24,33 @@ TEST(Frames, AreReadHoweverTheyAreCut) {
                 texts += frame->payload;
             }
         }
-        EXPECT_EQ(kinds, "ird");
+        EXPECT_EQ(kinds, "irpe");
         EXPECT_EQ(texts, "instances" + std::string(100000, 'x'));
         EXPECT_FALSE(reader.isBroken());
+    }
+}
+
+TEST(Frames, EveryKindIsKnown) {
+    for (const FrameKind kind : {FrameKind::kReady, FrameKind::kInstances, FrameKind::kJson, FrameKind::kMetrics,
+                                 FrameKind::kPage, FrameKind::kEnd}) {
+        FrameReader reader;
+        const std::string bytes = framed(kind, "text");
+        reader.append(bytes.data(), bytes.size());
+        const auto frame = reader.next();
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frame->kind, kind);
+        EXPECT_EQ(frame->payload, "text");
     }
 }
 
 TEST(Frames, OfAnUnknownKindOrTooLongBreakTheStream) {
     std::string unknown = framed(FrameKind::kInstances, "text");
     unknown[0] = '?';
+    std::string none = unknown;
+    none[0] = '\0';
     std::string tooLong = framed(FrameKind::kInstances, "text");
     tooLong[8] = '\x7f';
-    for (const std::string& bytes : {unknown, tooLong}) {
+    for (const std::string& bytes : {unknown, none, tooLong}) {
         FrameReader reader;
         reader.append(bytes.data(), bytes.size());
         EXPECT_FALSE(reader.next());

@@ -7,9 +7,9 @@
 #include <cstring>
 
 #include "serve/child_process.h"
-#include "serve/collected_documents.h"
 #include "serve/control.h"
 #include "serve/front_settings.h"
+#include "serve/instances_head.h"
 #include "text/command_error.h"
 
 using namespace diskmgt::serve;
@@ -36,21 +36,6 @@ TEST(HandingOver, SettingsArriveAsTheyWere) {
 TEST(HandingOver, AFileWithoutSettingsIsRefused) {
     const Descriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     EXPECT_THROW(readSettings(file.get()), diskmgt::CommandError);
-}
-
-TEST(HandingOver, DocumentsArriveAsTheyWereAndCutOnesDoNot) {
-    CollectedDocuments sent;
-    sent.stall = "it does not answer";
-    sent.json = "{}";
-    sent.metrics = "x 1\n";
-    sent.page = "<html>";
-    const std::string bytes = packed(sent);
-    const auto got = unpackedDocuments(bytes);
-    ASSERT_TRUE(got);
-    EXPECT_EQ(got->stall, sent.stall);
-    EXPECT_EQ(got->json + got->metrics + got->page, "{}x 1\n<html>");
-    for (std::size_t length = 0; length < bytes.size(); ++length)
-        EXPECT_FALSE(unpackedDocuments(bytes.substr(0, length))) << length;
 }
 
 TEST(HandingOver, TheHeadOfTheInstancesArrivesAsItWasAndACutOneDoesNot) {

@@ -1,4 +1,4 @@
-// One collection on its way from the collector to the front: the instances, then the texts that are made of them.
+// What the collector sends before the instances of a collection.
 #pragma once
 
 #include <map>
@@ -8,15 +8,6 @@
 #include "session/packed_classes.h"
 
 namespace diskmgt::serve {
-
-struct CollectedDocuments {
-    std::string stall;  // a sentence about a mount that does not answer; empty: all answer
-    std::string json, metrics, page;
-};
-
-std::string packed(const CollectedDocuments& documents);
-/// Absent: it is not whole.
-std::optional<CollectedDocuments> unpackedDocuments(const std::string& bytes);
 
 /// What goes before the records that `collectAccount` makes known.
 struct InstancesHead {

@@ -1,4 +1,4 @@
-#include "serve/collected_documents.h"
+#include "serve/instances_head.h"
 
 #include <cstdint>
 #include <utility>
@@ -6,24 +6,6 @@
 #include "session/packing.h"
 
 namespace diskmgt::serve {
-
-std::string packed(const CollectedDocuments& documents) {
-    Packer packer(RecordKind::kDocuments);
-    for (const std::string* text : {&documents.stall, &documents.json, &documents.metrics, &documents.page})
-        packer.put(*text);
-    return packer.take();
-}
-
-std::optional<CollectedDocuments> unpackedDocuments(const std::string& bytes) {
-    std::optional<CollectedDocuments> found;
-    eachRecord(bytes, RecordKind::kDocuments, [&found](Unpacker& record) {
-        CollectedDocuments documents;
-        for (std::string* text : {&documents.stall, &documents.json, &documents.metrics, &documents.page})
-            record.get(*text);
-        if (record.isWhole()) found = std::move(documents);
-    });
-    return found;
-}
 
 std::string packed(const InstancesHead& head) {
     Packer packer(RecordKind::kInstancesHead);
