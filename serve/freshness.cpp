@@ -35,7 +35,7 @@ void Freshness::whenFresh(Wanted wanted, std::function<void(bool isFresh)> done)
     if (const auto began = collectedNs(wanted); began && now - *began <= maxAgeNs) return done(true);
     const std::int64_t patienceNs = std::chrono::nanoseconds(kPatience).count();
     waiting.push_back({wanted, now + patienceNs, std::move(done)});
-    around.after(kPatience, [this] { answerThoseWhoseTimeIsUp(); });
+    lookBy(waiting.back().untilNs);
     collect();
 }
 
@@ -44,8 +44,22 @@ void Freshness::collect() {
     if (!around.askCollector()) return;
     isCollecting = true;
     beganNs = around.nowNs();
-    const std::uint64_t number = ++collection;
-    if (limitNs > 0) around.after(wholeMilliseconds(limitNs), [this, number] { lookAtLimit(number); });
+    if (limitNs > 0) lookBy(beganNs + limitNs);
+}
+
+void Freshness::lookBy(std::int64_t dueNs) {
+    if (lookNs && *lookNs <= dueNs) return;
+    lookNs = dueNs;
+    around.after(wholeMilliseconds(dueNs - around.nowNs()), [this, dueNs] { lookAtClock(dueNs); });
+}
+
+void Freshness::lookAtClock(std::int64_t dueNs) {
+    if (lookNs == dueNs) lookNs.reset();  // a timer may ring early by a hair: then it is set again
+    const std::int64_t now = around.nowNs();
+    answerAll([now](const Waiting& one) { return one.untilNs <= now; }, false);
+    if (isCollecting && limitNs > 0 && beganNs + limitNs <= now) giveUp();
+    if (!waiting.empty()) lookBy(waiting.front().untilNs);
+    if (isCollecting && limitNs > 0) lookBy(beganNs + limitNs);
 }
 
 std::string Freshness::whileAt() const {
@@ -53,8 +67,7 @@ std::string Freshness::whileAt() const {
     return isAt.empty() ? "" : " while " + isAt;
 }
 
-void Freshness::lookAtLimit(std::uint64_t number) {
-    if (!isCollecting || number != collection) return;
+void Freshness::giveUp() {
     lastEnd = "the last collection was given up after " + decimalText(static_cast<double>(limitNs) / 1e9) + " s" +
               whileAt();
     around.endCollector();
@@ -76,14 +89,6 @@ void Freshness::answerAll(IsServed isServed, bool isFresh) {
     const std::vector<Waiting> served(std::make_move_iterator(first), std::make_move_iterator(waiting.end()));
     waiting.erase(first, waiting.end());
     for (const Waiting& one : served) answer(one, isFresh);
-}
-
-void Freshness::answerThoseWhoseTimeIsUp() {
-    const std::int64_t now = around.nowNs();
-    answerAll([now](const Waiting& one) { return one.untilNs <= now; }, false);
-    // A timer may ring early by a hair.
-    if (!waiting.empty() && waiting.front().untilNs - now < 1000000)
-        around.after(std::chrono::milliseconds(1), [this] { answerThoseWhoseTimeIsUp(); });
 }
 
 std::optional<std::int64_t> Freshness::ageSeconds(Wanted wanted) const {

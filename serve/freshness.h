@@ -22,7 +22,7 @@ public:
     /// What this asks of what is around it.
     struct Surroundings {
         std::function<std::int64_t()> nowNs;  // of the steady clock
-        std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;
+        std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;  // cannot be taken back
         std::function<bool()> askCollector;         // false: there is none
         std::function<std::string()> collectorIsAt;  // what the one that was asked is at, as a clause; empty: unknown
         std::function<void()> endCollector;         // it is past the limit
@@ -66,9 +66,11 @@ private:
     /// Takes those out of the list first: an answer may bring the next request.
     template <typename IsServed>
     void answerAll(IsServed isServed, bool isFresh);
-    void answerThoseWhoseTimeIsUp();
     static void answer(const Waiting& one, bool isFresh) noexcept;
-    void lookAtLimit(std::uint64_t number);
+    /// Looks at the clock then, unless that is done before.
+    void lookBy(std::int64_t dueNs);
+    void lookAtClock(std::int64_t dueNs);
+    void giveUp();
     /// " while serving VEXSG_DiskDrive", or nothing.
     std::string whileAt() const;
 
@@ -80,8 +82,8 @@ private:
     std::vector<Waiting> waiting;
     bool hasCollector = false;
     bool isCollecting = false;
-    std::uint64_t collection = 0;  // counts them
     std::int64_t beganNs = 0;
+    std::optional<std::int64_t> lookNs;  // when the clock is looked at next
     std::string trouble;  // why there is no collector
     std::string lastEnd;  // how the last collection ended when it did not succeed
 };

@@ -27,7 +27,7 @@ protected:
         made = std::make_unique<Freshness>(
             Freshness::Surroundings{[this] { return now; },
                                     [this](milliseconds delay, std::function<void()> due) {
-                                        timers.emplace(now + delay.count() * kMillisecond, std::move(due));
+                                        timers.emplace(now + delay.count() * kMillisecond - early, std::move(due));
                                     },
                                     [this] {
                                         ++asked;
@@ -75,6 +75,7 @@ protected:
     std::multimap<std::int64_t, std::function<void()>> timers;
     bool canBeAsked = true;
     std::string isAt;
+    std::int64_t early = 0;  // nanoseconds by which a timer rings before its time
     int asked = 0, ended = 0;
     std::vector<bool> answers;
     std::unique_ptr<Freshness> made;
@@ -199,6 +200,42 @@ TEST_F(FreshnessTest, LimitOfACollectionThatEndedInTimeDoesNotTouchTheNext) {
     request();
     pass(milliseconds(1000));
     EXPECT_EQ(ended, 0);
+}
+
+TEST_F(FreshnessTest, TimersDoNotPileUpHoweverManyCollectionsThereWere) {
+    freshness(0, 30).collectorCame();
+    for (int i = 0; i < 1000; ++i) {
+        request();
+        pass(milliseconds(1));
+        collected();
+        pass(milliseconds(1));
+        EXPECT_LE(timers.size(), 2U);
+    }
+    pass(milliseconds(100000));
+    EXPECT_EQ(timers.size(), 0U);
+    EXPECT_EQ(ended, 0);
+}
+
+TEST_F(FreshnessTest, TimerThatRingsEarlyIsSetAgain) {
+    early = kMillisecond / 10;
+    freshness(0, 5).collectorCame();
+    request();
+    pass(milliseconds(901));
+    EXPECT_THAT(answers, ElementsAre(false));
+    pass(milliseconds(4100));
+    EXPECT_EQ(ended, 1);
+}
+
+TEST_F(FreshnessTest, LimitBeforeTheEndOfPatienceIsKept) {
+    freshness(0, 0.1).collectorCame();
+    request();
+    collected();
+    pass(milliseconds(60));
+    request();
+    pass(milliseconds(60));
+    EXPECT_EQ(ended, 0);
+    pass(milliseconds(40));
+    EXPECT_EQ(ended, 1);
 }
 
 TEST_F(FreshnessTest, WithoutALimitACollectionGoesOn) {
