@@ -86,8 +86,7 @@ public:
         (void)::alarm(0);
         if (::chdir("/") != 0)
             return kFailureReported;  // sources of mounts are looked up as they are, wherever this began
-        const std::string ready = frameHead(FrameKind::kReady, 0);
-        if (sendWithDescriptor(connection, ready, note.descriptor()) != static_cast<ssize_t>(ready.size())) return kDone;
+        if (!sayReady()) return kDone;
         const std::string name = hostName();
         for (;;) {
             const std::string word = nextWord();
@@ -102,6 +101,14 @@ public:
     }
 
 private:
+    /// False: whoever started this has gone.
+    bool sayReady() const {
+        const std::string ready = frameHead(FrameKind::kReady, 0);
+        const auto whole = static_cast<ssize_t>(ready.size());
+        if (sendWithDescriptor(connection, ready, note.descriptor()) == whole) return true;
+        return sendWithDescriptor(connection, ready, -1) == whole;  // too many descriptors may be on their way
+    }
+
     /// Empty: the connection has ended.
     std::string nextWord() {
         for (;;) {
@@ -147,7 +154,6 @@ private:
         system.published = {session.host().findClass(kHostingSystem), session.host().instances(kHostingSystem)};
         note.write("writing the documents");
         const bool isHeard = send(FrameKind::kInstances, packed(head) + known + packed(system)) && sendDocuments(known);
-        note.write("");
         session.host().clear();
         (void)::alarm(0);
         giveBackMemory();
@@ -159,8 +165,13 @@ private:
         Collection collection = readCollection(session, known, {});
         const ServerAccount account = joinAccounts(machineAccount(), collection);
         return send(FrameKind::kJson, inventoryJson(account, {})) &&
-               send(FrameKind::kMetrics, inventoryMetrics(account)) &&
-               send(FrameKind::kPage, inventoryPage(account)) && send(FrameKind::kEnd, stallOf(account));
+               send(FrameKind::kMetrics, inventoryMetrics(account)) && send(FrameKind::kPage, inventoryPage(account)) &&
+               sendEnd(stallOf(account));
+    }
+
+    bool sendEnd(const std::string& stall) {
+        note.write("");  // before the front can ask for the next one
+        return send(FrameKind::kEnd, stall);
     }
 
     bool send(FrameKind kind, const std::string& payload) const { return writeFrame(connection, kind, payload); }

@@ -21,10 +21,11 @@ std::string frameHead(FrameKind kind, std::uint64_t length) {
 
 void FrameReader::readHead() {
     std::memcpy(&length, head.data() + 1, sizeof length);
-    broken = !isKnown(head.front()) || length > kLongest;
-    if (broken) return;
+    broken = true;  // also when there is no memory for it
+    if (!isKnown(head.front()) || length > kLongest) return;
     begun.kind = static_cast<FrameKind>(head.front());
     begun.payload.reserve(length);  // once, and not twice as much
+    broken = false;
 }
 
 void FrameReader::append(const char* from, std::size_t size) {

@@ -34,6 +34,7 @@ class FrameReader {
 public:
     static constexpr std::uint64_t kLongest = std::uint64_t{1} << 30;  // a thousand disks need less than 100 MiB
 
+    /// Without memory for a frame it throws, and is broken.
     void append(const char* from, std::size_t size);
     /// The next whole frame, if there is one.
     std::optional<Frame> next();

@@ -68,8 +68,8 @@ std::string Freshness::whileAt() const {
 }
 
 void Freshness::giveUp() {
-    lastEnd = "the last collection was given up after " + decimalText(static_cast<double>(limitNs) / 1e9) + " s" +
-              whileAt();
+    lastEnd =
+        "the last collection was given up after " + decimalText(static_cast<double>(limitNs) / 1e9) + " s" + whileAt();
     around.endCollector();
 }
 
@@ -117,8 +117,7 @@ void Freshness::collectorCame() {
 }
 
 void Freshness::collectorWent() {
-    if (isCollecting && lastEnd.empty())
-        lastEnd = "the collector ended" + whileAt() + " and is started again";
+    if (isCollecting && lastEnd.empty()) lastEnd = "the collector ended" + whileAt() + " and is started again";
     hasCollector = isCollecting = false;
 }
 

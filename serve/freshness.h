@@ -21,11 +21,11 @@ class Freshness {
 public:
     /// What this asks of what is around it.
     struct Surroundings {
-        std::function<std::int64_t()> nowNs;  // of the steady clock
+        std::function<std::int64_t()> nowNs;                                                    // of the steady clock
         std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;  // cannot be taken back
-        std::function<bool()> askCollector;         // false: there is none
+        std::function<bool()> askCollector;                                                     // false: there is none
         std::function<std::string()> collectorIsAt;  // what the one that was asked is at, as a clause; empty: unknown
-        std::function<void()> endCollector;         // it is past the limit
+        std::function<void()> endCollector;          // it is past the limit
     };
 
     static constexpr std::chrono::milliseconds kPatience{900};  // of a request, so that it is answered within a second
@@ -47,7 +47,7 @@ public:
 
     // What comes from outside.
     void collectorCame();
-    /// What it was at can still be asked.
+    /// Call it while `collectorIsAt` still answers.
     void collectorWent();
     void instancesCame(std::shared_ptr<const InstanceSnapshot> instances);
     void collected(std::shared_ptr<const Snapshot> snapshot);
@@ -84,8 +84,8 @@ private:
     bool isCollecting = false;
     std::int64_t beganNs = 0;
     std::optional<std::int64_t> lookNs;  // when the clock is looked at next
-    std::string trouble;  // why there is no collector
-    std::string lastEnd;  // how the last collection ended when it did not succeed
+    std::string trouble;                 // why there is no collector
+    std::string lastEnd;                 // how the last collection ended when it did not succeed
 };
 
 }  // namespace diskmgt::serve

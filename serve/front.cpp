@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -141,7 +142,6 @@ private:
     void useCollector(Descriptor connection) {
         forgetCollector();
         collector = std::move(connection);
-        frames = FrameReader();
         server.watch(collector.get(), [this] { listenToCollector(); });
         freshness.collectorCame();
     }
@@ -154,6 +154,7 @@ private:
 
     void forgetCollector() {
         if (!collector.isOpen()) return;
+        frames = FrameReader();
         begun.reset();
         documents = CollectedDocuments();
         server.unwatch(collector.get());
@@ -173,8 +174,13 @@ private:
         ReceivedBytes received = receiveWithDescriptor(collector.get(), piece, sizeof piece);
         if (received.count < 0 && errno == EAGAIN) return;
         if (received.count <= 0) return leaveCollector();
-        if (received.descriptor.isOpen()) note = std::move(received.descriptor);
-        frames.append(piece, static_cast<std::size_t>(received.count));
+        if (!note.isOpen() && isProgressNote(received.descriptor.get())) note = std::move(received.descriptor);
+        try {
+            frames.append(piece, static_cast<std::size_t>(received.count));
+        } catch (const std::bad_alloc&) {
+            writeRemark("there is no memory for the collector's answer, and the collector is replaced");
+            return leaveCollector();
+        }
         std::optional<Frame> frame;
         while (collector.isOpen() && (frame = frames.next())) take(*frame);
         if (!collector.isOpen() || !frames.isBroken()) return;

@@ -44,7 +44,7 @@ SiteAnswer notYet(const std::string& why) {
     return answer;
 }
 
-/// Of RFC 9110 and RFC 5789, but for those that come as another or not at all.
+/// Of RFC 9110 and RFC 5789. HEAD arrives here as GET, and CONNECT does not arrive.
 bool isKnownMethod(const std::string& method) {
     static const std::vector<std::string> known = {"GET", "POST", "PUT", "DELETE", "OPTIONS", "TRACE", "PATCH"};
     return contains(known, method);
@@ -78,7 +78,8 @@ const InventorySite::Page* InventorySite::pageAt(const std::string& path) {
 void InventorySite::answer(const SiteRequest& request, std::function<void(SiteAnswer)> done) {
     ++requestCount;
     const Page* const page = pageAt(request.path);
-    if (page == nullptr) return done(plain(404, "There is nothing here; see /, /inventory.json, /metrics, /healthz, /cimom."));
+    if (page == nullptr)
+        return done(plain(404, "There is nothing here; see /, /inventory.json, /metrics, /healthz, /cimom."));
     // Clients that begin with M-POST go on with POST then.
     if (!isKnownMethod(request.method)) return done(plain(501, "This method is not offered here."));
     if (request.method != page->method) {

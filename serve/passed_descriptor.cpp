@@ -42,7 +42,7 @@ ReceivedBytes receiveWithDescriptor(int socket, char* room, std::size_t size) {
     do {
         received.count = ::recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
     } while (received.count < 0 && errno == EINTR);
-    if (received.count <= 0) return received;
+    if (received.count < 0) return received;
     received.isCut = (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0;
     for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr; header = CMSG_NXTHDR(&message, header)) {
         if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) continue;

@@ -15,7 +15,7 @@ ssize_t sendWithDescriptor(int socket, const std::string& bytes, int descriptor)
 
 struct ReceivedBytes {
     ssize_t count = -1;     // as of recv(2), with its `errno`
-    bool isCut = false;     // a message was longer than the room, or carried more than one descriptor
+    bool isCut = false;     // a message was longer than the room, or a descriptor had no place here
     Descriptor descriptor;  // closed on exec
 };
 /// As recv(2), with the descriptor that came with it. Does not wait.

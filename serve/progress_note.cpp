@@ -12,6 +12,7 @@ namespace diskmgt::serve {
 namespace {
 
 constexpr std::size_t kRoom = 4096;  // of the longest clause and the zero behind it
+constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE | F_SEAL_SEAL;
 
 std::string readOnce(int descriptor) {
     char text[kRoom] = {};
@@ -26,7 +27,6 @@ ProgressNote::ProgressNote() : file(::memfd_create("progress", MFD_CLOEXEC | MFD
     if (file.isOpen() && ::ftruncate(file.get(), kRoom) == 0)
         memory = ::mmap(nullptr, kRoom, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (memory != MAP_FAILED) text = static_cast<char*>(memory);
-    constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE | F_SEAL_SEAL;
     if (text == nullptr || ::fcntl(file.get(), F_ADD_SEALS, kSeals) != 0) file.close();
 }
 
@@ -40,6 +40,8 @@ void ProgressNote::write(const std::string& clause) noexcept {
     std::memcpy(text, clause.data(), length);
     text[length] = '\0';
 }
+
+bool isProgressNote(int descriptor) { return descriptor >= 0 && ::fcntl(descriptor, F_GET_SEALS) == kSeals; }
 
 std::string readProgressNote(int descriptor) {
     if (descriptor < 0) return "";

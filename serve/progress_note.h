@@ -26,7 +26,9 @@ private:
     char* text = nullptr;
 };
 
-/// The other side: what the descriptor of a note holds now. Empty without one.
+/// The other side. Nothing else is read: a descriptor of another kind could wait for ever.
+bool isProgressNote(int descriptor);
+/// What the descriptor of a note holds now. Empty without one.
 std::string readProgressNote(int descriptor);
 
 }  // namespace diskmgt::serve

@@ -170,7 +170,7 @@ void filterSystemCalls() {
     filter.allowWhen(SCMP_SYS(mmap), argument(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0),
                      argument(3, SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS));
     filter.allowWhen(SCMP_SYS(mprotect), argument(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0));
-    for (const int command : {F_GETFL, F_SETFL, F_GETFD, F_SETFD})
+    for (const int command : {F_GETFL, F_SETFL, F_GETFD, F_SETFD, F_GET_SEALS})
         filter.allowWhen(SCMP_SYS(fcntl), argument(1, SCMP_CMP_EQ, static_cast<scmp_datum_t>(command)));
     for (const unsigned long request : {static_cast<unsigned long>(FIONBIO), static_cast<unsigned long>(FIONREAD)})
         filter.allowWhen(SCMP_SYS(ioctl), argument(1, SCMP_CMP_EQ, request));

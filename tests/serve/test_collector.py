@@ -74,7 +74,8 @@ def test_killed_in_the_middle_costs_only_freshness(serve):
 
 def test_health_says_what_a_collection_is_at(serve):
     endpoint = serve(plugin="stalling").start()
-    assert re.fullmatch(r"collecting for .* s, serving VEXSG_LogicalDisk\.\n", endpoint.ask("/healthz").text)
+    wait_until(lambda: re.fullmatch(r"collecting for .* s, serving VEXSG_LogicalDisk\.\n", endpoint.ask("/healthz").text),
+               "it is known what it waits for")
 
 
 def test_health_says_what_a_collector_died_of(serve):

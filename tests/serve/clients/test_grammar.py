@@ -10,8 +10,9 @@ import pytest
 
 GRAMMAR = Path(__file__).with_name("answers.dtd")
 REQUEST = ('<?xml version="1.0" encoding="utf-8"?>\n<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1001" '
-           'PROTOCOLVERSION="1.0"><SIMPLEREQ><IMETHODCALL NAME="{operation}"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/>'
-           '<NAMESPACE NAME="cimv2"/></LOCALNAMESPACEPATH>{parameters}</IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>')
+           'PROTOCOLVERSION="1.0"><SIMPLEREQ><IMETHODCALL NAME="{operation}"><LOCALNAMESPACEPATH><NAMESPACE '
+           'NAME="root"/><NAMESPACE NAME="cimv2"/></LOCALNAMESPACEPATH>{parameters}</IMETHODCALL></SIMPLEREQ>'
+           '</MESSAGE></CIM>')
 RANGES = {f"{sign}int{bits}": ((0, 2 ** bits) if sign == "u" else (-2 ** (bits - 1), 2 ** (bits - 1)))
           for sign in "us" for bits in (8, 16, 32, 64)}
 FORMS = {"boolean": r"TRUE|FALSE", "datetime": r"\d{14}\.[\d*]{6}([+-]\d{3}|:000)", "real32": r"\S+", "real64": r"\S+",
@@ -43,9 +44,9 @@ class Reader:
 
     def __init__(self, endpoint):
         self.connection = http.client.HTTPConnection("127.0.0.1", endpoint.port, timeout=60)
-        self.answers = 0
 
-    def ask(self, operation, *parameters):
+    def ask(self, operation, *parameters, code=None):
+        """The answer, which is an error of that code or none."""
         request = REQUEST.format(operation=operation, parameters="".join(parameters))
         self.connection.request("POST", "/cimom", request.encode("utf-8"), {
             "Content-Type": 'application/xml; charset="utf-8"', "CIMOperation": "MethodCall", "CIMMethod": operation,
@@ -53,13 +54,13 @@ class Reader:
         answer = self.connection.getresponse()
         body = answer.read()
         assert answer.status == 200, body
-        self.answers += 1
-        checked = subprocess.run(["xmllint", "--nonet", "--noout", "--huge", "--dtdvalid", str(GRAMMAR), "-"], input=body,
-                                 capture_output=True, check=False)
+        checked = subprocess.run(["xmllint", "--nonet", "--noout", "--huge", "--dtdvalid", str(GRAMMAR), "-"],
+                                 input=body, capture_output=True, check=False)
         assert checked.returncode == 0, (operation, parameters, checked.stderr[:2000])
         root = ElementTree.fromstring(body)
         self.look_at_types(root)
         assert root.find(".//IMETHODRESPONSE").get("NAME") == operation and root.find("MESSAGE").get("ID") == "1001"
+        assert [error.get("CODE") for error in root.iter("ERROR")] == ([code] if code else []), (operation, parameters)
         return root
 
     @staticmethod
@@ -67,11 +68,12 @@ class Reader:
         for element in root.iter():
             declared = element.get("TYPE")
             if element.tag == "KEYVALUE" and declared:
-                numeric = declared in RANGES
-                assert element.get("VALUETYPE") == ("numeric" if numeric else declared), element.attrib
-            if not declared or element.tag == "CLASS":
+                kind = "numeric" if re.search("int|real", declared) else "boolean" if declared == "boolean" else "string"
+                assert element.get("VALUETYPE") == kind, element.attrib
+            if not declared:
                 continue
-            values = [element] if element.tag == "KEYVALUE" else element.findall("VALUE") + element.findall("VALUE.ARRAY/VALUE")
+            values = element.findall("VALUE") + element.findall("VALUE.ARRAY/VALUE")
+            values += [element] if element.tag == "KEYVALUE" else []
             for value in values:
                 assert is_of_type(value.text or "", declared), (element.attrib, value.text)
 
@@ -82,6 +84,7 @@ def test_answers_keep_to_the_declared_elements_and_types(endpoint, name):
     reader.ask("EnumerateClassNames", flags("DeepInheritance"))
     classes = reader.ask("EnumerateClasses", flags("DeepInheritance", *DETAILS))
     reader.ask("EnumerateClasses")
+    assert len(list(classes.iter("CLASS"))) > 17
     for cls in classes.iter("CLASS"):
         of = cls.get("NAME")
         reader.ask("GetClass", class_parameter(of))
@@ -95,10 +98,9 @@ def test_answers_keep_to_the_declared_elements_and_types(endpoint, name):
     assert len(found) > 5
     for instance in found:
         named = ElementTree.tostring(instance, encoding="unicode")
-        answer = reader.ask("GetInstance", parameter("InstanceName", named), flags(*DETAILS))
-        assert answer.find(".//ERROR") is None, named
+        reader.ask("GetInstance", parameter("InstanceName", named), flags(*DETAILS))
         for operation in ("Associators", "AssociatorNames", "References", "ReferenceNames"):
-            assert reader.ask(operation, parameter("ObjectName", named)).find(".//ERROR") is None
+            reader.ask(operation, parameter("ObjectName", named))
 
 
 def test_errors_keep_to_the_declared_elements(endpoint):
@@ -108,4 +110,4 @@ def test_errors_keep_to_the_declared_elements(endpoint):
             ("GetInstance", parameter("InstanceName", '<INSTANCENAME CLASSNAME="VEXSG_DiskDrive"/>'), "6"),
             ("EnumerateQualifiers", "", "7"), ("OpenEnumerateInstances", class_parameter("VEXSG_DiskDrive"), "7"),
             ("ExecQuery", "", "7"), ("GetClass", class_parameter('x&quot;&lt;&amp;'), "5")]:
-        assert reader.ask(operation, parameters).find(".//ERROR").get("CODE") == code
+        reader.ask(operation, parameters, code=code)
