@@ -9,16 +9,17 @@ namespace diskmgt::serve {
 namespace {
 
 constexpr int kMiB = 1 << 20;
+constexpr int kMuch = 4 * kMiB;
 
 }  // namespace
 
 void reuseMemory() noexcept {
     (void)::mallopt(M_TRIM_THRESHOLD, kMiB);
-    (void)::mallopt(M_MMAP_THRESHOLD, 4 * kMiB);  // texts that grow are moved often
+    (void)::mallopt(M_MMAP_THRESHOLD, kMuch);  // texts that grow are moved often
 }
 
 void giveBackMemory() noexcept {
-    if (::mallinfo2().fordblks > std::size_t{4 * kMiB}) (void)::malloc_trim(0);
+    if (::mallinfo2().fordblks > std::size_t{kMuch}) (void)::malloc_trim(0);
 }
 
 void separateDocuments() noexcept {

@@ -31,7 +31,9 @@ ssize_t sendWithDescriptor(int socket, const std::string& bytes, int descriptor)
 }
 
 ReceivedBytes receiveWithDescriptor(int socket, char* room, std::size_t size) {
-    iovec part{room, size};
+    iovec part{};
+    part.iov_base = room;
+    part.iov_len = size;
     msghdr message{};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
