@@ -10,6 +10,7 @@ from pathlib import Path
 
 import pytest
 
+from cim_message import message, of_class
 from conftest import HERE, IS_WHOLE, children_of, name_of, state_of, wait_until
 
 DEAD_MOUNT = HERE.parent / "devices" / "dead_mount.py"
@@ -57,11 +58,7 @@ def timed(endpoint, path):
 
 
 def enumeration(class_name):
-    return f'''<?xml version="1.0" encoding="utf-8"?>
-<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>
-<IMETHODCALL NAME="EnumerateInstances"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="cimv2"/>
-</LOCALNAMESPACEPATH><IPARAMVALUE NAME="ClassName"><CLASSNAME NAME="{class_name}"/></IPARAMVALUE></IMETHODCALL>
-</SIMPLEREQ></MESSAGE></CIM>'''
+    return message("EnumerateInstances", of_class(class_name))
 
 
 def test_killed_in_the_middle_costs_only_freshness(serve):

@@ -8,17 +8,15 @@ from pathlib import Path
 
 import pytest
 
+from cim_message import message, of_class, parameter
 from conftest import IS_WHOLE, LONG, children_of, wait_until
 
 pytestmark = pytest.mark.skipif(os.geteuid() != 0, reason="only root may look into its processes")
 COLLECTIONS = 1000 if IS_WHOLE else 50
 REQUESTS = int(os.environ.get("DISKMGT_REQUESTS", 20000 if IS_WHOLE else 1000))
 ALLOWED_KIB = 256  # in each process; 300 bytes for each of the collections would be more
-MESSAGE = ('<?xml version="1.0" encoding="utf-8"?>\n<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION='
-           '"1.0"><SIMPLEREQ><IMETHODCALL NAME="{}"><LOCALNAMESPACEPATH><NAMESPACE NAME="root"/><NAMESPACE NAME="cimv2"/>'
-           '</LOCALNAMESPACEPATH><IPARAMVALUE NAME="{}">{}</IPARAMVALUE></IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>')
-DEVICES = MESSAGE.format("EnumerateInstances", "ClassName", '<CLASSNAME NAME="CIM_LogicalDevice"/>')
-NOBODY = MESSAGE.format("GetInstance", "InstanceName", '<INSTANCENAME CLASSNAME="VEXSG_DiskDrive"></INSTANCENAME>')
+DEVICES = message("EnumerateInstances", of_class("CIM_LogicalDevice"))
+NOBODY = message("GetInstance", parameter("InstanceName", '<INSTANCENAME CLASSNAME="VEXSG_DiskDrive"></INSTANCENAME>'))
 MIXED = [("GET", "/metrics", None, {}), ("GET", "/inventory.json", None, {"Accept-Encoding": "gzip"}),
          ("POST", "/cimom", DEVICES, {}), ("GET", "/", None, {"If-None-Match": "*"}), ("HEAD", "/", None, {}),
          ("POST", "/cimom", NOBODY, {}), ("GET", "/nothing", None, {}), ("POST", "/cimom", "no XML", {}),

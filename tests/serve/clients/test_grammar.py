@@ -8,11 +8,9 @@ from pathlib import Path
 
 import pytest
 
+from cim_message import message, of_class, parameter
+
 GRAMMAR = Path(__file__).with_name("answers.dtd")
-REQUEST = ('<?xml version="1.0" encoding="utf-8"?>\n<CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1001" '
-           'PROTOCOLVERSION="1.0"><SIMPLEREQ><IMETHODCALL NAME="{operation}"><LOCALNAMESPACEPATH><NAMESPACE '
-           'NAME="root"/><NAMESPACE NAME="cimv2"/></LOCALNAMESPACEPATH>{parameters}</IMETHODCALL></SIMPLEREQ>'
-           '</MESSAGE></CIM>')
 RANGES = {f"{sign}int{bits}": ((0, 2 ** bits) if sign == "u" else (-2 ** (bits - 1), 2 ** (bits - 1)))
           for sign in "us" for bits in (8, 16, 32, 64)}
 FORMS = {"boolean": r"TRUE|FALSE", "datetime": r"\d{14}\.[\d*]{6}([+-]\d{3}|:000)", "real32": r"\S+", "real64": r"\S+",
@@ -20,16 +18,8 @@ FORMS = {"boolean": r"TRUE|FALSE", "datetime": r"\d{14}\.[\d*]{6}([+-]\d{3}|:000
 DETAILS = {"LocalOnly": "FALSE", "IncludeQualifiers": "TRUE", "IncludeClassOrigin": "TRUE"}
 
 
-def parameter(name, markup):
-    return f'<IPARAMVALUE NAME="{name}">{markup}</IPARAMVALUE>'
-
-
 def flags(*names):
     return "".join(parameter(name, f"<VALUE>{DETAILS.get(name, 'TRUE')}</VALUE>") for name in names)
-
-
-def class_parameter(name, of="ClassName"):
-    return parameter(of, f'<CLASSNAME NAME="{name}"/>')
 
 
 def is_of_type(text, declared):
@@ -47,7 +37,7 @@ class Reader:
 
     def ask(self, operation, *parameters, code=None):
         """The answer, which is an error of that code or none."""
-        request = REQUEST.format(operation=operation, parameters="".join(parameters))
+        request = message(operation, *parameters)
         self.connection.request("POST", "/cimom", request.encode("utf-8"), {
             "Content-Type": 'application/xml; charset="utf-8"', "CIMOperation": "MethodCall", "CIMMethod": operation,
             "CIMObject": "root/cimv2", "Accept-Encoding": "identity"})
@@ -87,14 +77,14 @@ def test_answers_keep_to_the_declared_elements_and_types(endpoint, name):
     assert len(list(classes.iter("CLASS"))) > 17
     for cls in classes.iter("CLASS"):
         of = cls.get("NAME")
-        reader.ask("GetClass", class_parameter(of))
-        reader.ask("EnumerateInstanceNames", class_parameter(of))
-        reader.ask("EnumerateInstances", class_parameter(of), flags("DeepInheritance", *DETAILS))
-        reader.ask("AssociatorNames", class_parameter(of, "ObjectName"))
-        reader.ask("References", class_parameter(of, "ObjectName"), flags("IncludeQualifiers", "IncludeClassOrigin"))
-    found = reader.ask("EnumerateInstanceNames", class_parameter("CIM_ManagedElement"))
+        reader.ask("GetClass", of_class(of))
+        reader.ask("EnumerateInstanceNames", of_class(of))
+        reader.ask("EnumerateInstances", of_class(of), flags("DeepInheritance", *DETAILS))
+        reader.ask("AssociatorNames", of_class(of, "ObjectName"))
+        reader.ask("References", of_class(of, "ObjectName"), flags("IncludeQualifiers", "IncludeClassOrigin"))
+    found = reader.ask("EnumerateInstanceNames", of_class("CIM_ManagedElement"))
     found = list(found.iter("INSTANCENAME")) + list(
-        reader.ask("EnumerateInstanceNames", class_parameter("CIM_Dependency")).find(".//IRETURNVALUE"))
+        reader.ask("EnumerateInstanceNames", of_class("CIM_Dependency")).find(".//IRETURNVALUE"))
     assert len(found) > 5
     for instance in found:
         named = ElementTree.tostring(instance, encoding="unicode")
@@ -106,8 +96,8 @@ def test_answers_keep_to_the_declared_elements_and_types(endpoint, name):
 def test_errors_keep_to_the_declared_elements(endpoint):
     reader = Reader(endpoint("hostile-names"))
     for operation, parameters, code in [
-            ("GetClass", class_parameter("VEXSG_Nothing"), "5"), ("GetClass", "", "4"),
+            ("GetClass", of_class("VEXSG_Nothing"), "5"), ("GetClass", "", "4"),
             ("GetInstance", parameter("InstanceName", '<INSTANCENAME CLASSNAME="VEXSG_DiskDrive"/>'), "6"),
-            ("EnumerateQualifiers", "", "7"), ("OpenEnumerateInstances", class_parameter("VEXSG_DiskDrive"), "7"),
-            ("ExecQuery", "", "7"), ("GetClass", class_parameter('x&quot;&lt;&amp;'), "5")]:
+            ("EnumerateQualifiers", "", "7"), ("OpenEnumerateInstances", of_class("VEXSG_DiskDrive"), "7"),
+            ("ExecQuery", "", "7"), ("GetClass", of_class('x&quot;&lt;&amp;'), "5")]:
         reader.ask(operation, parameters, code=code)
