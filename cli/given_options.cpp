@@ -59,7 +59,7 @@ std::vector<std::string> splitAtCommas(const std::string& text) {
     return names;
 }
 
-/// What stands before a command has been read without knowing the command.
+/// What comes before a command has been read without knowing the command.
 void refuseForeignOptions(const GivenTexts& given, const CommandDescription& command) {
     const std::string name = command.name[0] == '\0' ? "tree" : command.name;
     const auto refuse = [&name](const char* option) { wrongUsage(name + " has no " + option + seeHelp(name)); };

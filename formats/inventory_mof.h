@@ -8,7 +8,7 @@
 
 namespace diskmgt {
 
-/// A broker refuses a second instance with the keys of another, so only the first of such stands in the text.
+/// A broker refuses a second instance with the keys of another, so only the first of them is in the text.
 std::string inventoryMof(const Inventory& inventory);
 
 /// The first instance that the text leaves out and how many more, in one sentence for people; empty when none.

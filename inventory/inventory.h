@@ -42,11 +42,11 @@ struct Observations {
 
 struct LogicalDisk {
     const refhost::Instance* instance = nullptr;
-    std::string source;      // the device or whatever else stands first in the mount table
+    std::string source;      // the device, or what the mount table has in its place
     std::string mountPoint;  // the first one
     std::vector<std::string> furtherMountPoints;
     std::string fileSystem;
-    std::string options;  // as published: the file-system identifier stands at their end
+    std::string options;  // as published: the file-system identifier is at their end
     std::optional<Space> space;
 
     /// Null when there are no figures, or when they are those of another file system.

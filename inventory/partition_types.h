@@ -14,7 +14,7 @@ enum class Purpose { kData, kStart, kSwap, kPool, kContainer, kOther };
 /// well-known type byte that byte's meaning. A number without a meaning is "type N", none at all "unknown".
 std::string partitionTypeName(const refhost::Instance& partition, std::optional<unsigned> typeByte);
 
-/// By the type byte of an MBR entry, else by the PartitionType that stands for the type of a GPT entry.
+/// By the type byte of an MBR entry, else by the PartitionType that the type of a GPT entry has.
 Purpose partitionPurpose(std::optional<unsigned> typeByte, std::optional<unsigned> type);
 
 /// The meaning of a partition's type as udev writes it: a GUID of a GPT entry or the type byte of an MBR entry, "0x83".

@@ -66,7 +66,7 @@ inline const std::string kPluginContext = "plugin";
 // The key of an instance whose key property is null.
 inline const std::string kUnknownKey = "Unknown";
 
-// Log lines about a caught exception: the one stands behind the name of a class that was given up, the other before the
+// Log lines about a caught exception: the one comes behind the name of a class that was given up, the other before the
 // class of an instance.
 inline const std::string kCollectionEncounteredException = "collection encountered exception: ";
 inline const std::string kAttemptedCreation = "Attempted creation of instance for ";

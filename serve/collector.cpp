@@ -34,7 +34,7 @@ namespace {
 constexpr unsigned kAfterTheKeeper = 5;  // seconds that this process gives itself more than the front does
 constexpr std::size_t kLongestWord = 64;
 
-/// False: whoever asked has gone.
+/// False: the other side has gone.
 bool writeFrame(int connection, FrameKind kind, const std::string& payload) {
     const std::string head = frameHead(kind, payload.size());
     std::string_view left[] = {head, payload};
@@ -101,7 +101,7 @@ public:
     }
 
 private:
-    /// False: whoever started this has gone.
+    /// False: the other side has gone.
     bool sayReady() const {
         const std::string ready = frameHead(FrameKind::kReady, 0);
         const auto whole = static_cast<ssize_t>(ready.size());

@@ -1,4 +1,4 @@
-// The executable diskmgt-collect: standard input is the connection to whoever asks.
+// The executable diskmgt-collect: standard input is the connection to its caller.
 #include <getopt.h>
 #include <sys/socket.h>
 #include <sys/stat.h>

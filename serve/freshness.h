@@ -21,11 +21,13 @@ class Freshness {
 public:
     /// What this asks of what is around it.
     struct Surroundings {
-        std::function<std::int64_t()> nowNs;                                                    // of the steady clock
-        std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;  // cannot be taken back
-        std::function<bool()> askCollector;                                                     // false: there is none
-        std::function<std::string()> collectorIsAt;  // what the one that was asked is at, as a clause; empty: unknown
-        std::function<void()> endCollector;          // it is past the limit
+        std::function<std::int64_t()> nowNs;  // of the steady clock
+        /// Calls `due` then; this cannot be taken back.
+        std::function<void(std::chrono::milliseconds delay, std::function<void()> due)> after;
+        std::function<bool()> askCollector;  // false: there is none
+        /// What the collector that was asked is at, as a clause; empty: unknown.
+        std::function<std::string()> collectorIsAt;
+        std::function<void()> endCollector;  // it is past the limit
     };
 
     static constexpr std::chrono::milliseconds kPatience{900};  // of a request, so that it is answered within a second

@@ -173,7 +173,7 @@ private:
         for (const Listener& listener : listeners)
             (void)std::printf("%s%s%s\n", listener.isUnix ? "unix:" : scheme, listener.where.c_str(),
                               listener.isUnix ? "" : "/");
-        (void)std::fflush(stdout);  // whoever started this may have no interest
+        (void)std::fflush(stdout);  // the caller may not read it
     }
 
     void listenToFront() {

@@ -1,5 +1,5 @@
-// What a collection is at, in memory that collector and front share: written without a system call, read when somebody
-// asks, and still there when the collector has died.
+// What a collection is at, in memory that collector and front share: written without a system call, read on request,
+// and still there when the collector has died.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ public:
     ProgressNote& operator=(const ProgressNote&) = delete;
     ~ProgressNote();
 
-    /// Sealed, so that who gets it can neither write nor cut it; negative when there is none.
+    /// Sealed: the receiver can neither write nor cut it. Negative when there is none.
     int descriptor() const { return file.get(); }
     /// A clause, "serving VEXSG_DiskDrive"; what does not fit is cut off. Empty: at nothing.
     void write(const std::string& clause) noexcept;

@@ -164,7 +164,7 @@ void filterSystemCalls() {
     filter.allowWhen(SCMP_SYS(sendmsg), argument(2, SCMP_CMP_MASKED_EQ, MSG_FASTOPEN, 0));
     // A socket that listens is the keeper's too: this must not make it deaf.
     filter.allowWhen(SCMP_SYS(shutdown), argument(1, SCMP_CMP_EQ, SHUT_WR));
-    // No lingering: whoever closes such a socket last would wait for its peer.
+    // No lingering: the last process to close such a socket would wait for its peer.
     filter.allowWhen(SCMP_SYS(setsockopt), argument(1, SCMP_CMP_EQ, IPPROTO_TCP));
     // Memory is never executable, and no file becomes memory.
     filter.allowWhen(SCMP_SYS(mmap), argument(2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0),

@@ -56,7 +56,7 @@ std::vector<std::string> nearestNames(const std::string& name, const std::vector
         const std::string whole = lowerCase(candidate);
         if (whole == wanted) return {candidate};
         const std::size_t distance = std::min(editDistance(wanted, whole), editDistance(wanted, withoutPrefix(whole)));
-        // "VEXSG_Partition" is far from "VEXSG_DiskPartition", but whoever types it means something of that kind.
+        // "VEXSG_Partition" is far from "VEXSG_DiskPartition", but a user who types it means something of that kind.
         const bool isWithin = bare.size() >= kShortestPart && whole.find(bare) != std::string::npos;
         if (distance <= nearEnough || isWithin) near.emplace_back(distance, candidate);
     }

@@ -59,7 +59,7 @@ const ExportForm& formNamed(const std::string& name) {
         kWrongUsage, "export writes " + joinedWithOr(names) + ", not \"" + name + R"("; see "diskmgt export --help")");
 }
 
-/// Names are chosen by whoever mounts: on a terminal none of their control characters may act.
+/// Users who mount choose names: on a terminal none of their control characters may act.
 std::string escapedLines(const std::string& lines) {
     std::string text;
     std::size_t start = 0;

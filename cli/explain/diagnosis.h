@@ -1,4 +1,4 @@
-// What stands out on the machine.
+// What is unusual about the machine.
 #pragma once
 
 #include <string>

@@ -19,7 +19,7 @@ struct TableStyle {
 /// terminal and without NO_COLOR, unless `choice` says otherwise.
 TableStyle chooseStyle(ColorChoice choice, bool toTerminal);
 
-/// What stands above a table, without a line end: bold where colours are welcome.
+/// The title of a table, without a line end: bold where colours are welcome.
 std::string title(const std::string& text, const TableStyle& style);
 
 /// A title line, and a column for each of the properties at the positions `shown`. A property whose numbers have

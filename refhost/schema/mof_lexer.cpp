@@ -145,13 +145,13 @@ void MofLexer::appendEscape(std::string& content, std::size_t begunAt) {
         ++position;
         return;
     }
-    if (letter != 'x' && letter != 'X') refuse(line, "a backslash stands before " + shown(letter));
+    if (letter != 'x' && letter != 'X') refuse(line, "unknown escape: a backslash before " + shown(letter));
     ++position;
     unsigned int character = 0;
     int digits = 0;
     for (; digits < 4 && !atEnd() && hexValue(here()) >= 0; ++digits, ++position)
         character = character * 16U + static_cast<unsigned int>(hexValue(here()));
-    if (digits == 0) refuse(line, "\\x stands before no hexadecimal digit");
+    if (digits == 0) refuse(line, "\\x without a hexadecimal digit");
     std::string bytes;
     appendUtf8(bytes, character);
     if (!isOneBmpCharacter(bytes)) refuse(line, "the escape names half of a surrogate pair");

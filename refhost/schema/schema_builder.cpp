@@ -183,7 +183,7 @@ const MofQualifier* SchemaBuilder::find(const std::vector<MofQualifier>& qualifi
     const MofQualifier* found = nullptr;
     for (const MofQualifier& qualifier : qualifiers) {
         if (!sameName(qualifier.name, lowerName)) continue;
-        if (found != nullptr) refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" stands here twice");
+        if (found != nullptr) refuse(qualifier.line, "the qualifier \"" + qualifier.name + "\" is here twice");
         found = &qualifier;
     }
     return found;

@@ -54,7 +54,7 @@ private:
             if (text[position] == '\\') {
                 ++position;
                 if (atEnd() || (text[position] != '"' && text[position] != '\\'))
-                    refuse("a backslash stands before neither a quote nor a backslash");
+                    refuse("a backslash is followed by neither a quote nor a backslash");
             }
             value += text[position];
         }

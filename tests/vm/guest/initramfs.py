@@ -151,7 +151,7 @@ def _padded(name, content, number, mode, device=(0, 0)):
 
 
 def pack(root, archive):
-    """The folder as an archive, owned by root whoever packs it."""
+    """The folder as an archive, owned by root."""
     with open(archive, "wb") as out:
         for number, path in enumerate(sorted(Path(root).rglob("*")), start=1):
             out.write(_entry(path, str(path.relative_to(root)), number))

@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"unknown_property_qualifier", "class A {\n[Colour] string s; };",
             "t.mof, line 3: the qualifier \"Colour\" is not declared"},
         Bad{"qualifier_twice", "[Abstract, abstract] class A { };",
-            "t.mof, line 2: the qualifier \"abstract\" stands here twice"},
+            "t.mof, line 2: the qualifier \"abstract\" is here twice"},
         Bad{"truth_as_text", "[Abstract(\"yes\")] class A { };",
             "t.mof, line 2: the qualifier \"Abstract\" takes true or false"},
         Bad{"text_as_number", "[Version(1)] class A { };", "t.mof, line 2: the qualifier \"Version\" takes one text"},
