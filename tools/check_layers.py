@@ -37,7 +37,12 @@ TABLE = """
 | formats            | check, inventory, refhost/api, text |
 | serve/cimxml       | refhost/api, text |
 | serve/http         | text, base |
-| serve              | serve/cimxml, serve/http, formats, inventory, session, worker, terminal, machine, refhost/api, schema, base, text |
+| serve/handover     | session, text |
+| serve/process      | terminal, text |
+| serve/front        | serve/cimxml, serve/http, serve/handover, serve/process, worker, terminal, refhost/api, text |
+| serve/collector    | serve/handover, serve/process, formats, inventory, session, terminal, text |
+| serve/keeper       | serve/handover, serve/process, session, worker, terminal, text |
+| serve              | serve/front, serve/collector, serve/keeper, serve/handover, serve/process, worker, terminal, text |
 | cli/io             | worker, text, base |
 | cli/explain        | formats, inventory, schema, text |
 | cli/diff           | schema |

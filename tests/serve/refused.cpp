@@ -21,7 +21,7 @@
 #include <map>
 #include <string>
 
-#include "serve/rights.h"
+#include "serve/process/rights.h"
 
 namespace {
 
