@@ -11,13 +11,11 @@ namespace {
 
 using diskmgt_test::Answer;
 using diskmgt_test::classValue;
-using diskmgt_test::instanceOf;
 using diskmgt_test::NamedValues;
 using diskmgt_test::plainValue;
 using diskmgt_test::requestText;
 using diskmgt_test::ServedScene;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
