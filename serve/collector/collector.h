@@ -5,9 +5,8 @@
 
 namespace diskmgt::serve {
 
-/// Loads the plug-in, says that it is ready, and answers each "collect" on the connection with a frame of instances
-/// and one of documents, until "stop" or the end of the connection. Anything else ends it with 1. Returns the exit
-/// status.
+/// Loads the plug-in, says that it is ready, and answers each "collect" on the connection with the frames of a
+/// collection, until "stop" or the end of the connection. Anything else ends it with 1. Returns the exit status.
 int runCollector(const CollectorOptions& options, int connection);
 
 }  // namespace diskmgt::serve

@@ -48,13 +48,13 @@ void Freshness::collect() {
 }
 
 void Freshness::lookBy(std::int64_t dueNs) {
-    if (lookNs && *lookNs <= dueNs) return;
-    lookNs = dueNs;
+    if (!looks.empty() && *looks.begin() <= dueNs) return;
+    looks.insert(dueNs);
     around.after(wholeMilliseconds(dueNs - around.nowNs()), [this, dueNs] { lookAtClock(dueNs); });
 }
 
 void Freshness::lookAtClock(std::int64_t dueNs) {
-    if (lookNs == dueNs) lookNs.reset();  // a timer may ring early by a hair: then it is set again
+    looks.erase(dueNs);  // a timer may ring early by a hair: then it is set again
     const std::int64_t now = around.nowNs();
     answerAll([now](const Waiting& one) { return one.untilNs <= now; }, false);
     if (isCollecting && limitNs > 0 && beganNs + limitNs <= now) giveUp();

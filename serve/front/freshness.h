@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -85,9 +86,9 @@ private:
     bool hasCollector = false;
     bool isCollecting = false;
     std::int64_t beganNs = 0;
-    std::optional<std::int64_t> lookNs;  // when the clock is looked at next
-    std::string trouble;                 // why there is no collector
-    std::string lastEnd;                 // how the last collection ended when it did not succeed
+    std::set<std::int64_t> looks;  // when timers ring, of the steady clock
+    std::string trouble;           // why there is no collector
+    std::string lastEnd;           // how the last collection ended when it did not succeed
 };
 
 }  // namespace diskmgt::serve

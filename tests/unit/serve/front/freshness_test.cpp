@@ -216,6 +216,18 @@ TEST_F(FreshnessTest, TimersDoNotPileUpHoweverManyCollectionsThereWere) {
     EXPECT_EQ(ended, 0);
 }
 
+TEST_F(FreshnessTest, TimersDoNotPileUpWhileACollectionStalls) {
+    freshness(0, 3600).collectorCame();
+    for (int i = 0; i < 1000; ++i) {
+        request();
+        pass(milliseconds(1000));
+        EXPECT_LE(timers.size(), 2U);
+    }
+    EXPECT_EQ(answers.size(), 1000U);
+    pass(milliseconds(3600000));
+    EXPECT_EQ(ended, 1);
+}
+
 TEST_F(FreshnessTest, TimerThatRingsEarlyIsSetAgain) {
     early = kMillisecond / 10;
     freshness(0, 5).collectorCame();
